@@ -1,0 +1,34 @@
+// What the command line of the console says.
+
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "reasoner/vocabulary/KBConsts.h"
+
+namespace console {
+
+// A file to load, or a text to parse, in the order given.
+struct Source {
+  bool is_text;
+  std::string value;
+};
+
+struct Options {
+  std::vector<Source> sources;
+  bool run = false;
+  bool help = false;
+  bool version = false;
+  std::int32_t limit = 2147483647;
+  reasoner::TSearchStrategy strategy = reasoner::ssDepthFirst;
+  reasoner::TConstructWatches watch;
+};
+
+// Raises std::invalid_argument with a message for a command line that cannot be followed.
+Options ReadOptions(const std::vector<std::string>& arguments);
+
+extern const char* const kUsage;
+
+}  // namespace console

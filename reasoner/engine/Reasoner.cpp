@@ -1,0 +1,415 @@
+// The engine's life: how it is made, cleared, reset and ended, its settings, and what ties its parts together.
+
+#include "reasoner/engine/Reasoner.h"
+
+#include <algorithm>
+
+#include "reasoner/functions/UserPackage.h"
+#include "reasoner/language/ClipsParser.h"
+#include "reasoner/support/Numbers.h"
+#include "reasoner/values/Constants.h"
+#include "reasoner/vocabulary/Messages.h"
+
+namespace reasoner {
+
+// The packages in the order in which they are made.
+static constexpr TFunctionPackage kPackageOrder[] = {pStandard, pMiscellaneous,  pPredicate, pMath,      pString,
+                                                     pObject,   pTrigonometry,   pBusiness,  pFuzzyLogic};
+
+static std::unique_ptr<TObject> MakeDefaultPart(TReasoner& engine, TKBObjectType type) {
+  switch (type) {
+    case otAgenda:
+      return std::make_unique<TKBAgenda>(&engine);
+    case otFacts:
+      return std::make_unique<TFacts>(&engine);
+    case otFactSets:
+      return std::make_unique<TFactSets>(engine);
+    case otFactTemplates:
+      return std::make_unique<TFactTemplates>(engine);
+    case otDefinedTypes:
+      return std::make_unique<TKBDefinedTypes>(engine);
+    case otIOStreams:
+      return std::make_unique<TIOStreams>(engine);
+    case otRules:
+      return std::make_unique<TRules>(engine);
+    case otUserFunctions:
+      return std::make_unique<TUserFunctions>(engine);
+    case otReteNetwork:
+      return std::make_unique<TReteNetwork>(engine);
+    case otEngineVariables:
+      return std::make_unique<TEngineVariables>(engine);
+    case otGlobalVariables:
+      return std::make_unique<TGlobalVariables>(engine);
+  }
+  return nullptr;
+}
+
+template <class TPart>
+std::unique_ptr<TPart> TReasoner::MakePart(const TKBObjectFactory& factory, TKBObjectType type) {
+  std::unique_ptr<TObject> made = factory ? factory(*this, type) : nullptr;
+  if (!made) made = MakeDefaultPart(*this, type);
+  auto* part = dynamic_cast<TPart*>(made.get());
+  if (part == nullptr) {
+    const std::unique_ptr<TObject> wanted = MakeDefaultPart(*this, type);
+    Raise(SInvalidAddObject, made->ClassName(), wanted->ClassName());
+  }
+  made.release();
+  return std::unique_ptr<TPart>(part);
+}
+
+TReasoner::TReasoner(TComponent* owner, TKBObjectFactory factory) : TComponent(owner) {
+  parser_factory_ = [](TReasoner& engine) { return std::make_unique<TKBClipsParser>(engine); };
+  parser_ = NewParser();
+  MakeParts(factory);
+  AddDefaultPackages();
+  Assert(SInitialFact);
+}
+
+// The order is the order of dependence: the template registry stands before the two implied templates, the packages
+// before the first parse.
+void TReasoner::MakeParts(const TKBObjectFactory& factory) {
+  context_ = std::make_unique<TKBContext>(nullptr, this);
+  io_streams_ = MakePart<TIOStreams>(factory, otIOStreams);
+  global_variables_ = MakePart<TGlobalVariables>(factory, otGlobalVariables);
+  defined_types_ = MakePart<TKBDefinedTypes>(factory, otDefinedTypes);
+  agenda_ = MakePart<TKBAgenda>(factory, otAgenda);
+  fact_templates_ = MakePart<TFactTemplates>(factory, otFactTemplates);
+  facts_ = MakePart<TFacts>(factory, otFacts);
+  MakeImplied();
+  fact_sets_ = MakePart<TFactSets>(factory, otFactSets);
+  network_ = MakePart<TReteNetwork>(factory, otReteNetwork);
+  rules_ = MakePart<TRules>(factory, otRules);
+  engine_variables_ = MakePart<TEngineVariables>(factory, otEngineVariables);
+  user_functions_ = MakePart<TUserFunctions>(factory, otUserFunctions);
+  MakeLogicFunctions();
+}
+
+void TReasoner::MakeImplied() {
+  initial_pattern_ =
+      std::make_unique<TKBPattern>(nullptr, SInitialFactPattern, CreateFactTemplate(SInitialFactPattern), 0);
+  not_or_test_fact_ = Make<TFact>(CreateFactTemplate(SNullFact));
+}
+
+// What patterns call is the engine's own, whatever a knowledge base does to the functions of these names.
+void TReasoner::MakeLogicFunctions() {
+  static constexpr std::string_view kNames[kLogicFunctionCount] = {"and", "or", "not", "eq", "neq", "eq*"};
+  const std::unique_ptr<TUserPackage> package(MakePackage(pStandard, nullptr));
+  for (std::size_t i = 0; i < kLogicFunctionCount; ++i) {
+    logic_functions_[i] = package->GetFunctions().GetItem(package->IndexOf(kNames[i]));
+  }
+}
+
+void TReasoner::AddDefaultPackages() {
+  for (const TFunctionPackage package : kPackageOrder) {
+    if (packages_.Has(package)) MakePackage(package, this);
+  }
+  if (OnAddDefaultPackages) OnAddDefaultPackages(*this);
+}
+
+TReasoner::~TReasoner() {
+  // Nothing below reaches the host.
+  OnAddDefaultPackages = OnClear = OnClearDefinedTypes = OnClearFactTemplates = OnClearRules = OnClearFacts = OnReset =
+      OnStartInference = nullptr;
+  OnAddActivation = OnRemoveActivation = nullptr;
+  OnAddDefinedType = OnRemoveDefinedType = nullptr;
+  OnNewFactTemplate = OnRemoveFactTemplate = nullptr;
+  OnAddRule = OnRemoveRule = OnRuleFired = nullptr;
+  OnAddUserFunction = OnRemoveUserFunction = nullptr;
+  OnAssertion = OnRetraction = nullptr;
+  OnEndInference = nullptr;
+  OnPrintOut = nullptr;
+  OnReadLine = nullptr;
+  OnReadToken = nullptr;
+  BeginDestruction();
+  Clear();
+  DestroyComponents();
+  FreeDoomed();
+  user_functions_->Clear();
+  CloseLink();
+  rules_.reset();
+  global_variables_.reset();
+  fact_templates_.reset();
+  defined_types_.reset();
+  user_functions_.reset();
+  initial_pattern_.reset();
+  not_or_test_fact_ = nullptr;
+  agenda_.reset();
+  fact_sets_.reset();
+  facts_.reset();
+  network_.reset();
+  context_.reset();
+  engine_variables_.reset();
+  parser_.reset();
+  io_streams_.reset();
+}
+
+void TReasoner::Clear() {
+  RequireIdleNetwork("clearing the knowledge base");
+  const ScopedMaxDepth depth(max_depth_);
+  halted_ = false;
+  next_fact_id_ = 0;
+  next_rule_id_ = 0;
+  agenda_->Clear();
+  network_->Clear();
+  rules_->Clear();
+  fact_templates_->Clear();
+  global_variables_->Clear();
+  defined_types_->Clear();
+  not_or_test_fact_ = nullptr;
+  fact_sets_->Clear();
+  facts_->Clear();
+  pending_assertions_.clear();
+  pending_retractions_.clear();
+  for (const Ref<IUserFunction>& function : user_functions_->GetItems()) {
+    if (dynamic_cast<IInterpretedFunction*>(function.get()) != nullptr) {
+      user_functions_->Remove(function->GetFunctionName());
+    }
+  }
+  initial_pattern_.reset();
+  engine_variables_->Clear();
+  io_streams_->Clear();
+  if (!IsDestroying()) MakeImplied();
+  if (OnClear) OnClear(*this);
+}
+
+void TReasoner::Reset() {
+  RequireIdleNetwork("a reset");
+  const ScopedMaxDepth depth(max_depth_);
+  struct Resetting {
+    TReasoner& engine;
+    explicit Resetting(TReasoner& reset) : engine(reset) { ++engine.resetting_; }
+    ~Resetting() {
+      --engine.resetting_;
+      if (engine.current_activation_ == nullptr) engine.FreeDoomed();
+    }
+  } resetting(*this);
+  facts_->Clear();
+  next_fact_id_ = 0;
+  for (TRule* rule : rules_->GetItems()) rule->Reset();
+  Assert(SInitialFact);
+  if (ResetGlobals) {
+    for (const std::string& name : global_variables_->GetKeys()) {
+      ResetGlobalVariable(name, global_variables_->Get(name));
+    }
+  }
+  for (TFactSet* fact_set : fact_sets_->GetItems()) {
+    if (fact_sets_->IndexOf(*fact_set) >= 0) fact_set->Reset();
+  }
+  if (OnReset) OnReset(*this);
+}
+
+void TReasoner::ResetGlobalVariable(std::string_view name, const Ref<IKBValue>& value) {
+  Ref<IKBValue> bound = value ? value : Ref<IKBValue>(FCNil);
+  if (bound->GetDType() == dtFunCall) bound = ResolveInContext(bound);
+  context_->AddGlobalBinding(name, bound);
+}
+
+Ref<IKBValue> TReasoner::ResolveInContext(const Ref<IKBValue>& value) {
+  TKBContext frame(context_.get(), this);
+  return value->Resolve(&frame);
+}
+
+void TReasoner::RequireIdleNetwork(const char* doing) const {
+  if (in_network_ > 0) Raise(SNetworkBusy, doing);
+}
+
+// --- Settings ----------------------------------------------------------------------------------------------------
+
+void TReasoner::SetFactDuplication(bool value) {
+  if (value == fact_duplication_) return;
+  fact_duplication_ = value;
+  facts_->SetCacheHashCodes(!value);
+}
+
+void TReasoner::SetPackages(TFunctionPackages value) {
+  if (value == packages_) return;
+  for (std::size_t i = GetComponentCount(); i-- > 0;) {
+    if (i >= GetComponentCount()) continue;
+    if (auto* package = dynamic_cast<TUserPackage*>(&GetComponent(i))) delete package;
+  }
+  packages_ = value;
+  AddDefaultPackages();
+}
+
+void TReasoner::SetTypeChecks(TTypeChecks value) {
+  if (value == type_checks_) return;
+  type_checks_ = value;
+  parser_->StaticChecks = value.Has(tcStatic);
+}
+
+void TReasoner::SetParserErrorHandling(TErrorHandling value) {
+  parser_error_handling_ = value;
+  parser_->ErrorHandling = value;
+}
+
+void TReasoner::SetParserMaxErrors(std::int32_t value) {
+  parser_max_errors_ = value;
+  parser_->MaxErrors = value;
+}
+
+void TReasoner::SetSymbolIndex(std::int32_t value) {
+  symbol_index_ = value > symbol_index_ ? value : symbol_index_ + 1;
+}
+
+void TReasoner::SetMinActivationStrength(float value) {
+  min_activation_strength_ = std::clamp(value, 0.0F, 1.0F);
+  network_->SetMinActivationStrength(min_activation_strength_);
+}
+
+std::unique_ptr<TKBParser> TReasoner::NewParser() {
+  std::unique_ptr<TKBParser> parser = parser_factory_(*this);
+  if (!parser) Raise(SNoParser);
+  parser->ErrorHandling = parser_error_handling_;
+  parser->MaxErrors = parser_max_errors_;
+  parser->StaticChecks = type_checks_.Has(tcStatic);
+  return parser;
+}
+
+void TReasoner::SetParserType(TKBParserFactory factory) {
+  if (!factory) return;
+  parser_factory_ = std::move(factory);
+  std::unique_ptr<TKBParser> parser = NewParser();
+  if (parses_ > 0) old_parsers_.push_back(std::move(parser_));
+  parser_ = std::move(parser);
+}
+
+std::string TReasoner::GenerateSymbol(std::string_view prefix) {
+  return std::string(prefix) + IntegerToText(symbol_index_++);
+}
+
+// --- Constructs --------------------------------------------------------------------------------------------------
+
+Ref<IFactTemplate> TReasoner::FindFactTemplate(std::string_view name) { return fact_templates_->Find(name); }
+
+Ref<IFactTemplate> TReasoner::CreateFactTemplate(std::string_view name) {
+  if (Ref<IFactTemplate> known = fact_templates_->Find(name)) return known;
+  const Ref<IFactTemplate> made = Make<TFactTemplate>(this, name, SImpliedComment);
+  fact_templates_->Add(made);
+  return made;
+}
+
+Ref<IKBDefinedType> TReasoner::FindDefinedType(std::string_view name) { return defined_types_->Find(name); }
+
+void TReasoner::EnterTemplate(const Ref<IFactTemplate>& fact_template) { fact_templates_->Add(fact_template); }
+void TReasoner::EnterType(const Ref<IKBDefinedType>& type) { defined_types_->Add(type); }
+void TReasoner::EnterFunction(const Ref<IUserFunction>& function) { user_functions_->Add(function); }
+void TReasoner::EnterFactSet(TFactSet& fact_set) { fact_sets_->Add(fact_set); }
+void TReasoner::LeaveFactSet(TFactSet& fact_set) {
+  if (fact_sets_) fact_sets_->Leave(fact_set);
+}
+
+void TReasoner::SetGlobalVariable(std::string_view name, const Ref<IKBValue>& value) {
+  global_variables_->SetItem(name, value);
+}
+
+std::vector<std::pair<std::string, Ref<IKBValue>>> TReasoner::GetGlobalValues() const {
+  std::vector<std::pair<std::string, Ref<IKBValue>>> values;
+  for (std::string& name : global_variables_->GetKeys()) {
+    Ref<IKBValue> value = global_variables_->Get(name);
+    values.emplace_back(std::move(name), std::move(value));
+  }
+  return values;
+}
+
+bool TReasoner::HasGlobalVariable(std::string_view name) const { return global_variables_->ContainsKey(name); }
+
+bool TReasoner::AddUserFunction(const Ref<IUserFunction>& function) {
+  user_functions_->Add(function);
+  return true;
+}
+
+void TReasoner::RemoveUserFunction(IUserFunction& function) {
+  if (!user_functions_) return;
+  const Ref<IUserFunction> kept(&function);
+  if (user_functions_->Find(function.GetFunctionName()) == &function) {
+    user_functions_->Remove(function.GetFunctionName());
+  }
+}
+
+bool TReasoner::ContainsUserFunction(std::string_view name) { return user_functions_->ContainsKey(name); }
+
+bool TReasoner::ContainsUserFunction(std::string_view name, Ref<IUserFunction>& function) {
+  function = user_functions_->Find(name);
+  return function.get() != nullptr;
+}
+
+Ref<IUserFunction> TReasoner::GetUserFunction(std::string_view name) { return user_functions_->Find(name); }
+
+void TReasoner::SetUserFunction(std::string_view name, const Ref<IUserFunction>& function) {
+  user_functions_->Put(name, function);
+}
+
+const Ref<IUserFunction>& TReasoner::GetLogicFunction(TLogicFunction function) { return logic_functions_[function]; }
+
+// --- Rules -------------------------------------------------------------------------------------------------------
+
+bool TReasoner::HoldsRule(const TRule& rule) const {
+  return rules_ && rules_->Find(rule.GetRuleName()) == &rule;
+}
+
+void TReasoner::EnterRule(TRule& rule) { rules_->Add(rule); }
+
+void TReasoner::LeaveRule(TRule& rule) {
+  if (current_activation_ != nullptr && current_activation_->HasRule() &&
+      &current_activation_->GetRule() == &rule && rule.IsDestroying()) {
+    current_activation_->ForgetRule();
+  }
+  if (!rules_ || !network_) return;
+  std::string key = rule.GetRuleName();
+  if (!HoldsRule(rule)) {
+    // Listed under another name, if at all: a failed renaming leaves it so.
+    key.clear();
+    rules_->table_.ForEach([&](const std::string& name, TRule* const& item) {
+      if (item == &rule) key = name;
+    });
+    if (key.empty()) return;
+  }
+  rules_->table_.Take(key);
+  if (OnRemoveRule) OnRemoveRule(*this, rule);
+  network_->RemoveRule(rule);
+}
+
+void TReasoner::RemoveRule(TRule& rule) {
+  if (OnRemoveRule) OnRemoveRule(*this, rule);
+  network_->RemoveRule(rule);
+  if (!rule.IsDestroying() && rule.GetOwner() == this) FreeRule(rule);
+}
+
+void TReasoner::DropRule(TRule& rule) {
+  if (rule.GetOwner() == this) {
+    network_->RemoveRule(rule);
+    FreeRule(rule);
+  } else {
+    network_->RemoveRule(rule);
+  }
+}
+
+void TReasoner::FreeRule(TRule& rule) {
+  if (rule.IsFiring()) {
+    doomed_rules_.push_back(&rule);
+  } else {
+    delete &rule;
+  }
+}
+
+void TReasoner::FreeDoomed() noexcept {
+  const std::vector<TRule*> rules = std::move(doomed_rules_);
+  doomed_rules_.clear();
+  for (TRule* rule : rules) delete rule;
+  if (resetting_ > 0) return;
+  const std::vector<TFactSet*> sets = std::move(doomed_fact_sets_);
+  doomed_fact_sets_.clear();
+  for (TFactSet* fact_set : sets) delete fact_set;
+}
+
+void TReasoner::Notification(TComponent& component, TOperation operation) {
+  TComponent::Notification(component, operation);
+  if (operation != opRemove) return;
+  if (auto* rule = dynamic_cast<TRule*>(&component)) {
+    if (rules_ && rules_->Find(rule->GetRuleName()) == rule) LeaveRule(*rule);
+  } else if (auto* fact_set = dynamic_cast<TFactSet*>(&component)) {
+    if (fact_sets_) fact_sets_->Leave(*fact_set);
+  }
+}
+
+}  // namespace reasoner

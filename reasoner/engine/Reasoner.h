@@ -1,0 +1,426 @@
+// TReasoner: the engine.
+//
+// One object owns everything: the registries of constructs, the fact base, the agenda, the network, the parser and the
+// bottom frame of evaluation. A host gives it knowledge as rule-language text or through the classes, drives it with
+// Reset and Run, and sees what happens through the events and the logical streams:
+//
+//   TReasoner engine;
+//   engine.OnPrintOut = [](TReasoner&, const std::string&, const std::string& text) { std::fputs(text.c_str(), stdout); };
+//   engine.LoadFromFile("animals.clp");
+//   engine.Reset();
+//   engine.Run();
+//
+// An engine belongs to one thread at a time. A host with threads calls Lock and Unlock around what it does while Run is
+// at work on another thread: Run holds the lock for one firing at a time. Different engines share nothing.
+
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <deque>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "reasoner/engine/Agenda.h"
+#include "reasoner/engine/Facts.h"
+#include "reasoner/engine/IOStreams.h"
+#include "reasoner/engine/Registries.h"
+#include "reasoner/functions/Context.h"
+#include "reasoner/functions/FunctionCall.h"
+#include "reasoner/language/Parser.h"
+#include "reasoner/match/ReteNetwork.h"
+#include "reasoner/support/Component.h"
+#include "reasoner/support/Depth.h"
+#include "reasoner/vocabulary/KBInterfaces.h"
+
+namespace reasoner {
+
+// Where a failure came from, as far as the engine knows: for hosts that report it.
+struct TFailurePlace {
+  std::string file;         // of the text that was being read; empty when it was from no file
+  std::int32_t line = 0;    // from 1; 0 when no text was being read
+  std::int32_t column = 0;  // in characters from 1
+  std::string rule;         // the rule whose firing failed, or empty
+};
+
+// What the factory makes.
+enum TKBObjectType : std::uint8_t {
+  otAgenda,
+  otEngineVariables,
+  otFacts,
+  otFactSets,
+  otFactTemplates,
+  otGlobalVariables,
+  otDefinedTypes,
+  otIOStreams,
+  otRules,
+  otUserFunctions,
+  otReteNetwork
+};
+
+// Makes a part of an engine: a descendant of the class that the engine would make itself, or null for that one.
+using TKBObjectFactory = std::function<std::unique_ptr<TObject>(TReasoner& engine, TKBObjectType type)>;
+// Makes a parser for an engine.
+using TKBParserFactory = std::function<std::unique_ptr<TKBParser>(TReasoner& engine)>;
+
+using TPrintOutEvent = std::function<void(TReasoner& sender, const std::string& out_id, const std::string& text)>;
+using TReadLineEvent = std::function<void(TReasoner& sender, const std::string& in_id, std::string& text)>;
+using TReadTokenEvent = std::function<void(TReasoner& sender, const std::string& in_id, Ref<IStreamToken>& token)>;
+using TReasonerEvent = std::function<void(TReasoner& sender)>;
+using TInferenceEvent = std::function<void(TReasoner& sender, std::int32_t rules_fired)>;
+using TAgendaEvent = std::function<void(TReasoner& sender, std::int32_t index, TActivation& activation)>;
+using TFactEvent = std::function<void(TReasoner& sender, const Ref<IFact>& fact)>;
+using TFactTemplateEvent = std::function<void(TReasoner& sender, const Ref<IFactTemplate>& fact_template)>;
+using TRuleEvent = std::function<void(TReasoner& sender, TRule& rule)>;
+using TUserFunctionEvent = std::function<void(TReasoner& sender, const Ref<IUserFunction>& function)>;
+using TKBDefinedTypeEvent = std::function<void(TReasoner& sender, const Ref<IKBDefinedType>& type)>;
+
+class TReasoner : public TComponent, public IReasoner, public ISingletonsParser {
+ public:
+  // A new engine holds the packages' functions, the two implied templates and the fact (Initial-Fact) with id 0.
+  // A factory whose object is no descendant of the class told for its type raises EKBException.
+  explicit TReasoner(TComponent* owner = nullptr, TKBObjectFactory factory = nullptr);
+  ~TReasoner() override;
+  std::string ClassName() const override { return "TReasoner"; }
+
+  // --- Knowledge as text -------------------------------------------------------------------------------------------
+  // Reads all expressions of a text. With `execute` top-level calls run, else they are parsed only. Failures raise
+  // EKBParseException for the text, EKBException for what runs; what came before stays.
+  bool Parse(std::string_view text, bool execute);
+  // A new cell of the type from text, as told for each type; point lists, objects and the like raise.
+  Ref<IKBValue> Parse(std::string_view text, TKBType type);
+  Ref<IKBDefinedType> ParseDefinedType(std::string_view text);
+  Ref<IFact> ParseFact(std::string_view text);
+  std::string ParseFactSlot(IFact& fact, std::string_view text);  // the slot's name
+  std::unique_ptr<TFactSet> ParseFactSet(std::string_view text);
+  Ref<IFactTemplate> ParseFactTemplate(std::string_view text);
+  Ref<IFactSlot> ParseFactTemplateSlot(std::string_view text);
+  Ref<IUserFunction> ParseFunction(std::string_view text);
+  Ref<IFunCall> ParseFunCall(std::string_view text);
+  bool ParseGlobalVariables(std::string_view text);
+  Ref<IKBValue> ParseVariable(std::string_view text, std::string& name);
+  Ref<IValueVector> ParseList(std::string_view text);
+  Ref<IKBValue> ParseNExecuteFunCall(std::string_view text);
+  std::unique_ptr<TRule> ParseRule(std::string_view text);
+  Ref<ISingletonsVector> ParseSingletons(std::string_view text);
+  Ref<IKBValue> ParseValue(std::string_view text);  // null where the text holds no value
+  Ref<IKBValue> ParseValue(std::string_view text, const IFactSlot& slot);
+  Ref<IKBValue> ParseValue(std::string_view text, TKBTypes types, const Ref<IKBDefinedType>& type);
+
+  // Definitions meet those already there under DuplicateConstructs; nothing is cleared or reset. A file that cannot be
+  // read raises EKitException.
+  void LoadFromStream(TStream& stream, const TEncoding* encoding = nullptr);
+  void LoadFromFile(const std::string& file_name, const TEncoding* encoding = nullptr);
+  // Reads a sequence of facts and asserts each, evaluated.
+  void LoadFacts(TStream& stream, const TEncoding* encoding = nullptr);
+  void LoadFacts(const std::string& file_name, const TEncoding* encoding = nullptr);
+
+  // --- Facts -------------------------------------------------------------------------------------------------------
+  // The id of the new fact, or -1 for a refused duplicate. The match is done when the call returns; inside the network
+  // the fact waits for its turn.
+  std::int32_t Assert(const Ref<IFact>& fact, bool unconditional = false);
+  std::int32_t Assert(std::string_view text);
+  // Nothing happens for an unknown id or fact.
+  void Retract(std::int32_t id);
+  void Retract(const Ref<IFact>& fact);  // by content
+  void Retract(std::string_view text);
+  virtual void RetractFact(std::int32_t index);
+  void RetractFact(const Ref<IFact>& fact);  // by identity; raises for a fact that is not listed
+  // Empties the network; the list is not touched.
+  virtual void RetractFacts();
+  // Takes the fact out for a change and asserts it again: the id, or -1.
+  virtual void BeginFactModify(const Ref<IFact>& fact);
+  virtual std::int32_t EndFactModify(const Ref<IFact>& fact);
+  void AddPendingFact(const Ref<IFact>& fact, bool assertion) override;
+  void ProcessPendingFacts();
+  const std::deque<Ref<IFact>>& GetFactPendingAssertions() const noexcept { return pending_assertions_; }
+  const std::deque<Ref<IFact>>& GetFactPendingRetractions() const noexcept { return pending_retractions_; }
+  std::int32_t NewFactId();  // raises at the end of the range
+
+  // --- Running -----------------------------------------------------------------------------------------------------
+  // Fires until the agenda is empty, `max_rules` have fired, or the engine is halted. Gives how many fired. Inside a
+  // firing, or while a token is in the network, it answers 0 and does nothing.
+  std::int32_t Run(std::int32_t max_rules = 2147483647);
+  // Empties the running state, asserts the initial fact as fact 0, rebinds globals, asserts the fact sets.
+  virtual void Reset();
+  // Empties the knowledge base and keeps the settings.
+  virtual void Clear();
+  bool IsHalted() const noexcept { return halted_; }
+  void SetHalted(bool halted) noexcept { halted_ = halted; }
+  std::int32_t GetRulesFired() const noexcept { return rules_fired_; }
+  TActivation* GetCurrentActivation() const noexcept { return current_activation_; }
+  // Asks what runs to end with EKBInterrupted; may be called from any thread.
+  void RequestInterrupt() noexcept { GetLink()->interrupt_requested.store(true, std::memory_order_relaxed); }
+  // Held by Run around each firing; re-entrant.
+  void Lock() { lock_.lock(); }
+  void Unlock() { lock_.unlock(); }
+
+  // --- Agenda ------------------------------------------------------------------------------------------------------
+  void AddActivation(TActivation& activation) override;  // takes ownership
+  std::unique_ptr<TActivation> RemoveActivation(TActivation& activation) override;
+  virtual std::unique_ptr<TActivation> RemoveActivation(std::int32_t index);
+  // Where an activation of this salience goes; -1 for the end.
+  virtual std::int32_t SearchSalience(std::int32_t salience) const;
+  std::int32_t GetAgendaCount() const noexcept { return agenda_->GetCount(); }
+  TActivation& GetActivation(std::int32_t index) const { return agenda_->GetActivation(index); }
+  std::unique_ptr<TActivation> RuleFired(TActivation& activation) override;
+
+  // --- The parts ---------------------------------------------------------------------------------------------------
+  TFacts& GetFacts() noexcept { return *facts_; }
+  TKBAgenda& GetAgenda() noexcept { return *agenda_; }
+  TFactTemplates& GetFactTemplates() noexcept { return *fact_templates_; }
+  TKBDefinedTypes& GetDefinedTypes() noexcept { return *defined_types_; }
+  TUserFunctions& GetUserFunctions() noexcept { return *user_functions_; }
+  TRules& GetRules() noexcept { return *rules_; }
+  TFactSets& GetFactSets() noexcept { return *fact_sets_; }
+  TGlobalVariables& GetGlobalVariables() noexcept { return *global_variables_; }
+  TEngineVariables& GetEngineVariables() noexcept { return *engine_variables_; }
+  TIOStreams& GetIOStreams() noexcept { return *io_streams_; }
+  TReteNetwork& GetReteNetwork() noexcept { return *network_; }
+  TKBParser& GetParser() noexcept { return *parser_; }
+  TKBContext& GetContext() noexcept override { return *context_; }
+
+  // --- Settings ----------------------------------------------------------------------------------------------------
+  TDuplicateConstructs DuplicateConstructs = dcOverwrite;
+  bool ResetGlobals = true;
+  TConstructWatches Watch;
+  TSalience SalienceEvaluation = sActivate;
+  TSearchStrategy GetStrategy() const noexcept { return strategy_; }
+  void SetStrategy(TSearchStrategy value);  // reorders the agenda
+  bool GetFactDuplication() const noexcept { return fact_duplication_; }
+  void SetFactDuplication(bool value);  // True allows equal facts
+  TFunctionPackages GetPackages() const noexcept { return packages_; }
+  // Frees every package that the engine owns, a host's too, and makes those of the new set.
+  void SetPackages(TFunctionPackages value);
+  TTypeChecks GetTypeChecks() const noexcept override { return type_checks_; }
+  void SetTypeChecks(TTypeChecks value);
+  TErrorHandling GetParserErrorHandling() const noexcept { return parser_error_handling_; }
+  void SetParserErrorHandling(TErrorHandling value);
+  std::int32_t GetParserMaxErrors() const noexcept { return parser_max_errors_; }
+  void SetParserMaxErrors(std::int32_t value);
+  std::int32_t GetSymbolIndex() const noexcept { return symbol_index_; }
+  void SetSymbolIndex(std::int32_t value);  // a value that is not above the present one adds 1 to that
+  float GetMinActivationStrength() const noexcept { return min_activation_strength_; }
+  void SetMinActivationStrength(float value);  // clamped to 0..1
+  float GetVersion() const noexcept { return version_; }
+  // How deep text, calls, printing and values may nest, the stack permitting.
+  std::int32_t GetMaxDepth() const noexcept { return max_depth_; }
+  void SetMaxDepth(std::int32_t value) noexcept { max_depth_ = value < 1 ? 1 : value; }
+  // Replaces the parser; one that is at work lives until its parse ends. The new one starts without events.
+  void SetParserType(TKBParserFactory factory);
+
+  // --- Logical streams ---------------------------------------------------------------------------------------------
+  void PrintOut(const std::string& text) { PrintOut("", text); }
+  // "t" and the empty name are the terminal: OnPrintOut. Other names are streams; an unknown one loses the text, or
+  // raises when there is no OnPrintOut.
+  void PrintOut(const std::string& out_id, const std::string& text) override;
+  std::string ReadLine(const std::string& in_id);
+  Ref<IStreamToken> ReadToken(const std::string& in_id);
+
+  // The place of the last failure that left a parse or a run; empty fields where there was none.
+  const TFailurePlace& GetFailurePlace() const noexcept { return failure_place_; }
+  void ClearFailurePlace() { failure_place_ = TFailurePlace(); }
+
+  // --- Small services ----------------------------------------------------------------------------------------------
+  std::int32_t GetNextFactId() const noexcept override { return next_fact_id_; }
+  std::int32_t NewRuleId() override { return next_rule_id_++; }
+  std::string GenerateSymbol(std::string_view prefix) override;
+  Ref<IFactTemplate> FindFactTemplate(std::string_view name) override;
+  Ref<IFactTemplate> CreateFactTemplate(std::string_view name) override;
+  Ref<IKBDefinedType> FindDefinedType(std::string_view name) override;
+  bool AddUserFunction(const Ref<IUserFunction>& function) override;
+  void RemoveUserFunction(IUserFunction& function) override;
+  bool ContainsUserFunction(std::string_view name) override;
+  bool ContainsUserFunction(std::string_view name, Ref<IUserFunction>& function) override;
+  Ref<IUserFunction> GetUserFunction(std::string_view name) override;
+  void SetUserFunction(std::string_view name, const Ref<IUserFunction>& function) override;
+  // Binds a global to its value; a call is evaluated anew.
+  void ResetGlobalVariable(std::string_view name, const Ref<IKBValue>& value);
+  Ref<IKBValue> ResolveInContext(const Ref<IKBValue>& value) override;
+
+  // Printing as rule-language text.
+  std::string PrettyPrint(const TFactSet& fact_set) override;
+  std::string PrettyPrint(const IFact& fact) override;
+  std::string PrettyPrint(const IFunCall& fun_call) override;
+  std::string PrettyPrint(const IUserFunction& function) override;
+  std::string PrettyPrint(const IInterpretedFunction& function) override;
+  std::string PrettyPrint(const IKBDefinedType& type) override;
+  std::string PrettyPrint(const IFactSlot& slot) override;
+  std::string PrettyPrint(const IFactTemplate& fact_template) override;
+  std::string PrettyPrint(const TRule& rule) override;
+  std::string PrettyPrint(const TKBPattern& pattern) override;
+  std::string PrettyPrint(const ISingletonsVector& singletons) override;
+
+  // --- Dependencies ------------------------------------------------------------------------------------------------
+  // Removes what depends on a template, on a type, on anything.
+  virtual void RemoveDependencies(const IFactTemplate& fact_template);
+  virtual void RemoveDependencies(const IKBDefinedType& type);
+  virtual void RemoveDependencies();
+  // Rebuilds from its text what depends on the old construct.
+  virtual void ReplaceTemplate(const Ref<IFactTemplate>& old, const Ref<IFactTemplate>& fact_template);
+  virtual void ReplaceDefinedType(const Ref<IKBDefinedType>& old, const Ref<IKBDefinedType>& type);
+  bool IsDependent(const TRule& rule, const IFactTemplate& fact_template) const;
+  bool IsDependent(const IFunCall& fun_call, const IFactTemplate& fact_template) const;
+  bool IsDependent(const IKBValue& value, const IFactTemplate& fact_template) const;
+  void RenameRule(std::string_view old_name, std::string_view new_name) override;
+  void ChangeFactTemplateName(std::string_view old_name, std::string_view new_name) override;
+  void RuleChange(TRule& rule) override;
+  // OnRemoveRule, out of the network; the engine's own rule is freed.
+  virtual void RemoveRule(TRule& rule);
+
+  void Notification(TComponent& component, TOperation operation) override;
+
+  // --- Events ------------------------------------------------------------------------------------------------------
+  TReasonerEvent OnAddDefaultPackages;  // when the packages have been made
+  TAgendaEvent OnAddActivation;         // after the activation has entered the agenda
+  TAgendaEvent OnRemoveActivation;      // before it leaves
+  TKBDefinedTypeEvent OnAddDefinedType, OnRemoveDefinedType;
+  TFactTemplateEvent OnNewFactTemplate, OnRemoveFactTemplate;
+  TRuleEvent OnAddRule, OnRemoveRule;
+  TRuleEvent OnRuleFired;  // before the fired activation leaves the agenda
+  TUserFunctionEvent OnAddUserFunction, OnRemoveUserFunction;
+  TFactEvent OnAssertion;   // after the network has taken the fact
+  TFactEvent OnRetraction;  // before the network sees the fact go
+  TReasonerEvent OnClear, OnClearDefinedTypes, OnClearFactTemplates, OnClearRules, OnClearFacts;
+  TReasonerEvent OnReset;
+  TReasonerEvent OnStartInference;
+  TInferenceEvent OnEndInference;
+  TPrintOutEvent OnPrintOut;
+  TReadLineEvent OnReadLine;
+  TReadTokenEvent OnReadToken;
+
+ protected:
+  virtual void BeginInference();
+  virtual void EndInference();
+  virtual void AddDefaultPackages();
+
+ private:
+  friend class TFacts;
+  friend class TFactSets;
+  friend class TFactTemplates;
+  friend class TKBAgenda;
+  friend class TKBDefinedTypes;
+  friend class TRules;
+  friend class TUserFunctions;
+  friend class TEngineVariables;
+  friend class TGlobalVariables;
+
+  // What waits for the network: one fact that came or goes, or a rule that is to be compiled.
+  struct TNetworkWork {
+    enum Kind : std::uint8_t { kAssertion, kRetraction } kind;
+    Ref<IFact> fact;
+  };
+  class ScopedNetwork;
+  class ScopedTokenizer;
+
+  // IReasoner, for the floors below.
+  TComponent& AsComponent() noexcept override { return *this; }
+  const Ref<IUserFunction>& GetLogicFunction(TLogicFunction function) override;
+  void EnterTemplate(const Ref<IFactTemplate>& fact_template) override;
+  void EnterType(const Ref<IKBDefinedType>& type) override;
+  void EnterFunction(const Ref<IUserFunction>& function) override;
+  void SetGlobalVariable(std::string_view name, const Ref<IKBValue>& value) override;
+  std::vector<std::pair<std::string, Ref<IKBValue>>> GetGlobalValues() const override;
+  bool HasGlobalVariable(std::string_view name) const override;
+  std::int32_t AssertFact(const Ref<IFact>& fact) override { return Assert(fact); }
+  void EnterFactSet(TFactSet& fact_set) override;
+  void LeaveFactSet(TFactSet& fact_set) override;
+  std::int32_t AssertResolved(const Ref<IFact>& fact) override;
+  Ref<IFact> ParseFactText(std::string_view text) override { return ParseFact(text); }
+  Ref<IKBValue> ParseSlotValueText(std::string_view text, const IFactSlot& slot) override;
+  Ref<IFactSlot> ParseSlotText(std::string_view text) override { return ParseFactTemplateSlot(text); }
+  bool HoldsRule(const TRule& rule) const override;
+  void EnterRule(TRule& rule) override;
+  void LeaveRule(TRule& rule) override;
+  const TKBPattern& GetInitialPattern() override { return *initial_pattern_; }
+  const Ref<IFact>& GetNotOrTestFact() const noexcept override { return not_or_test_fact_; }
+  std::vector<Ref<IFact>> SnapshotFacts() override;
+
+  template <class TPart>
+  std::unique_ptr<TPart> MakePart(const TKBObjectFactory& factory, TKBObjectType type);
+  void MakeParts(const TKBObjectFactory& factory);
+  void MakeImplied();
+  void MakeLogicFunctions();
+  bool Watches(TConstructWatch watch) const { return Watch.Has(watch) && OnPrintOut != nullptr; }
+  void PostWork(TNetworkWork work);
+  void DrainWork();
+  void DoWork(const TNetworkWork& work);
+  void RetractEntry(TFacts::Entry& entry);
+  void RequireIdleNetwork(const char* doing) const;
+  void RunStep();
+  void RebuildAgenda();
+  void PlaceActivation(std::unique_ptr<TActivation> activation);
+  void CompileRule(TRule& rule);
+  void DropRule(TRule& rule);  // frees the engine's own, or takes a host's out of the network
+  void FreeRule(TRule& rule);
+  void FreeDoomed() noexcept;
+  std::string PrettyPrintVariable(std::string_view name, const IKBValue& value);
+  void DropPending(const IFactTemplate& fact_template);
+  void RemoveRulesOn(const IFactTemplate& fact_template);
+  std::unique_ptr<TKBParser> NewParser();
+  template <class TOperation>
+  auto WithText(std::string_view text, TOperation operation);
+  template <class TOperation>
+  auto WithStream(TStream& stream, const TEncoding* encoding, const std::string& file_name, TOperation operation);
+
+  std::recursive_mutex lock_;
+  std::array<Ref<IUserFunction>, kLogicFunctionCount> logic_functions_;
+  std::int32_t next_fact_id_ = 0;
+  std::int32_t next_rule_id_ = 0;
+  std::int32_t symbol_index_ = 0;
+  std::int32_t max_depth_ = kDefaultMaxDepth;
+  TSearchStrategy strategy_ = ssDepthFirst;
+  bool halted_ = false;
+  bool fact_duplication_ = false;
+  bool running_ = false;
+  bool updating_table_ = false;  // a construct is being moved to another name
+  std::int32_t in_network_ = 0;  // a token or a rule's feed is inside
+  TTypeChecks type_checks_{tcStatic};
+  TFunctionPackages packages_ = kAllPackages;
+  TErrorHandling parser_error_handling_ = ehRaiseImmediate;
+  std::int32_t parser_max_errors_ = 10;
+  float min_activation_strength_ = 0;
+  float version_ = 2.7F;
+  TFailurePlace failure_place_;
+  std::int32_t rules_fired_ = 0;
+  double run_time_ = 0;  // start tick in milliseconds during a run, elapsed seconds after it
+  std::int32_t max_activations_ = 0;
+  std::int32_t max_facts_ = 0;
+  float activation_sum_ = 0;
+  float fact_sum_ = 0;
+  TActivation* current_activation_ = nullptr;
+  // Taken out while they were at work: freed when that has ended.
+  std::vector<TRule*> doomed_rules_;
+  std::vector<TFactSet*> doomed_fact_sets_;
+  std::int32_t resetting_ = 0;
+  std::deque<TActivation*> rebuilding_;  // off the agenda until they are placed anew; null where one was withdrawn
+
+  TKBParserFactory parser_factory_;
+  std::unique_ptr<TKBParser> parser_;
+  std::vector<std::unique_ptr<TKBParser>> old_parsers_;  // replaced while they were at work
+  std::int32_t parses_ = 0;
+  std::unique_ptr<TIOStreams> io_streams_;
+  std::unique_ptr<TGlobalVariables> global_variables_;
+  std::unique_ptr<TKBDefinedTypes> defined_types_;
+  std::unique_ptr<TKBAgenda> agenda_;
+  std::unique_ptr<TFactTemplates> fact_templates_;
+  std::unique_ptr<TFacts> facts_;
+  std::deque<Ref<IFact>> pending_assertions_;
+  std::deque<Ref<IFact>> pending_retractions_;
+  std::deque<TNetworkWork> work_;
+  std::unique_ptr<TKBPattern> initial_pattern_;
+  Ref<IFact> not_or_test_fact_;
+  std::unique_ptr<TFactSets> fact_sets_;
+  std::unique_ptr<TReteNetwork> network_;
+  std::unique_ptr<TRules> rules_;
+  std::unique_ptr<TEngineVariables> engine_variables_;
+  std::unique_ptr<TUserFunctions> user_functions_;
+  std::unique_ptr<TKBContext> context_;
+};
+
+}  // namespace reasoner

@@ -1,0 +1,234 @@
+// Running: the agenda's order, the recognise-act cycle, watches and statistics.
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+
+#include "reasoner/engine/Reasoner.h"
+#include "reasoner/support/Format.h"
+#include "reasoner/support/Numbers.h"
+#include "reasoner/support/Streams.h"
+#include "reasoner/vocabulary/Messages.h"
+
+namespace reasoner {
+
+// Milliseconds of a clock that never goes back.
+static double Tick() {
+  using std::chrono::duration;
+  using std::chrono::steady_clock;
+  return std::floor(duration<double, std::milli>(steady_clock::now().time_since_epoch()).count());
+}
+
+// --- Agenda ------------------------------------------------------------------------------------------------------
+
+// Salience first; among equal ones the newest in front at the top of the agenda for depth first, the oldest in front
+// at its bottom for breadth first; inside the agenda in front of the entry that the search lands on.
+std::int32_t TReasoner::SearchSalience(std::int32_t salience) const {
+  if (agenda_->IsEmpty()) return -1;
+  const auto salience_at = [this](std::int32_t index) { return agenda_->GetActivation(index).GetRule().GetSalience(); };
+  const std::int32_t last = agenda_->GetCount() - 1;
+  if (strategy_ == ssDepthFirst) {
+    if (salience >= salience_at(0)) return 0;
+    if (salience < salience_at(last)) return -1;
+  } else {
+    if (salience <= salience_at(last)) return -1;
+    if (salience > salience_at(0)) return 0;
+  }
+  std::int32_t low = 0;
+  std::int32_t high = last;
+  while (low <= high) {
+    const std::int32_t middle = low + (high - low) / 2;
+    const std::int32_t found = salience_at(middle);
+    if (salience == found) return middle;
+    if (salience > found) {
+      high = middle - 1;
+    } else {
+      low = middle + 1;
+    }
+  }
+  return high + 1;
+}
+
+void TReasoner::PlaceActivation(std::unique_ptr<TActivation> owned) {
+  TActivation& activation = *owned;
+  try {
+    // A salience that cannot be evaluated takes the activation with it, off its node too.
+    activation.GetRule().EvaluateSalience();
+    const std::int32_t index = agenda_->Add(std::move(owned));
+    if (Watches(cwActivation)) PrintOut("==> Activation: " + activation.ToString() + std::string(NewLineString));
+    if (OnAddActivation && agenda_->Holds(activation)) OnAddActivation(*this, index, activation);
+  } catch (const EAbort&) {
+    // A host's silent refusal ends here: the match goes on.
+  }
+}
+
+void TReasoner::AddActivation(TActivation& activation) { PlaceActivation(std::unique_ptr<TActivation>(&activation)); }
+
+std::unique_ptr<TActivation> TReasoner::RemoveActivation(TActivation& activation) {
+  if (!agenda_) return nullptr;
+  const std::int32_t index = agenda_->IndexOf(activation);
+  if (index >= 0) return RemoveActivation(index);
+  // Withdrawn while the agenda was being rebuilt.
+  for (TActivation*& waiting : rebuilding_) {
+    if (waiting != &activation) continue;
+    waiting = nullptr;
+    return std::unique_ptr<TActivation>(&activation);
+  }
+  return nullptr;
+}
+
+std::unique_ptr<TActivation> TReasoner::RemoveActivation(std::int32_t index) {
+  if (!agenda_) return nullptr;
+  TActivation& activation = agenda_->GetActivation(index);
+  const auto take = [this, &activation] {
+    const std::int32_t place = agenda_->IndexOf(activation);
+    if (place >= 0) agenda_->Extract(place).release();
+  };
+  if (activation.IsLeaving()) {
+    // Its removal is being reported already: the report's own end frees it.
+    take();
+    return nullptr;
+  }
+  activation.SetLeaving();
+  try {
+    if (OnRemoveActivation) OnRemoveActivation(*this, index, activation);
+    if (Watches(cwActivation)) {
+      const std::string name = activation.HasRule() ? activation.GetRule().GetRuleName() : std::string();
+      PrintOut("<== Activation: " + name + " : " + activation.GetToken()->GetToFactsString() +
+               std::string(NewLineString));
+    }
+  } catch (...) {
+    take();
+    if (&activation != current_activation_) delete &activation;
+    throw;
+  }
+  take();
+  if (&activation == current_activation_) return nullptr;  // the run loop's
+  return std::unique_ptr<TActivation>(&activation);
+}
+
+std::unique_ptr<TActivation> TReasoner::RuleFired(TActivation& activation) {
+  if (OnRuleFired && activation.HasRule()) OnRuleFired(*this, activation.GetRule());
+  return RemoveActivation(activation);
+}
+
+void TReasoner::SetStrategy(TSearchStrategy value) {
+  if (value == strategy_) return;
+  RequireIdleNetwork("changing the strategy");
+  strategy_ = value;
+  RebuildAgenda();
+}
+
+// Takes the entries off in order and places each anew, unless it was withdrawn meanwhile.
+void TReasoner::RebuildAgenda() {
+  const std::size_t first = rebuilding_.size();
+  while (!agenda_->IsEmpty()) rebuilding_.push_back(agenda_->Extract(0).release());
+  std::exception_ptr first_failure;
+  while (rebuilding_.size() > first) {
+    TActivation* activation = rebuilding_[first];
+    rebuilding_.erase(rebuilding_.begin() + static_cast<std::ptrdiff_t>(first));
+    if (activation == nullptr) continue;
+    activation->SetStrength(1.0F);
+    try {
+      PlaceActivation(std::unique_ptr<TActivation>(activation));
+    } catch (...) {
+      if (!first_failure) first_failure = std::current_exception();
+    }
+  }
+  if (first_failure) std::rethrow_exception(first_failure);
+}
+
+// --- Run loop ----------------------------------------------------------------------------------------------------
+
+std::int32_t TReasoner::Run(std::int32_t max_rules) {
+  if (running_ || in_network_ > 0 || current_activation_ != nullptr) return 0;
+  const ScopedMaxDepth depth(max_depth_);
+  struct Running {
+    bool& flag;
+    explicit Running(bool& running) : flag(running) { flag = true; }
+    ~Running() { flag = false; }
+  } running(running_);
+  BeginInference();
+  while (!agenda_->IsEmpty() && !halted_ && rules_fired_ < max_rules) {
+    const std::lock_guard<std::recursive_mutex> lock(lock_);
+    CheckInterrupt();
+    if (agenda_->IsEmpty()) continue;  // another thread was here before the lock was ours
+    RunStep();
+    if (SalienceEvaluation == sEveryTime) RebuildAgenda();
+  }
+  const std::int32_t fired = rules_fired_;
+  EndInference();
+  return fired;
+}
+
+void TReasoner::RunStep() {
+  current_activation_ = &agenda_->GetActivation(0);
+  // The order matters: what ends the activation must still see it as the current one.
+  struct Firing {
+    TReasoner& engine;
+    ~Firing() {
+      TActivation* activation = engine.current_activation_;
+      const std::int32_t place = engine.agenda_->IndexOf(*activation);
+      if (place >= 0) engine.agenda_->Extract(place).release();
+      delete activation;
+      engine.current_activation_ = nullptr;
+      engine.FreeDoomed();
+    }
+  } firing{*this};
+  try {
+    if (Watches(cwRule)) {
+      PrintOut("FIRE " + IntegerToText(rules_fired_) + " " + current_activation_->GetRule().GetRuleName() + " " +
+               current_activation_->GetToken()->GetToFactsString() + std::string(NewLineString));
+    }
+    current_activation_->Fire();
+  } catch (...) {
+    // A firing that failed is withdrawn, and reported as usual.
+    const std::exception_ptr failure = std::current_exception();
+    try {
+      if (current_activation_->HasRule()) failure_place_.rule = current_activation_->GetRule().GetRuleName();
+      if (agenda_->Holds(*current_activation_)) RemoveActivation(*current_activation_);
+    } catch (...) {
+      // The first failure is the one that counts.
+    }
+    std::rethrow_exception(failure);
+  }
+  if (Watch.Has(cwStatistics)) {
+    fact_sum_ += static_cast<float>(facts_->GetCount());
+    max_facts_ = std::max(max_facts_, facts_->GetCount());
+    activation_sum_ += static_cast<float>(agenda_->GetCount());
+    max_activations_ = std::max(max_activations_, agenda_->GetCount());
+  }
+  ++rules_fired_;
+}
+
+void TReasoner::BeginInference() {
+  if (OnStartInference) OnStartInference(*this);
+  run_time_ = Tick();
+  rules_fired_ = 0;
+  max_facts_ = facts_->GetCount();
+  fact_sum_ = 0;
+  max_activations_ = agenda_->GetCount();
+  activation_sum_ = 0;
+  halted_ = false;
+}
+
+void TReasoner::EndInference() {
+  if (Watch.Has(cwStatistics)) {
+    run_time_ = (Tick() - run_time_) / 1000;
+    if (rules_fired_ > 0) {
+      fact_sum_ /= static_cast<float>(rules_fired_);
+      activation_sum_ /= static_cast<float>(rules_fired_);
+    }
+    if (rules_fired_ >= 1 && OnPrintOut) {
+      const auto line = [this](const std::string& text) { PrintOut(text + std::string(NewLineString)); };
+      line(FormatText("%d rules fired.     Run time is %.4f seconds", {rules_fired_, run_time_}));
+      line(run_time_ == 0 ? FormatText("%d rules per second", {rules_fired_})
+                          : FormatText("%.4f rules per second", {rules_fired_ / run_time_}));
+      line(FormatText("%.4f mean number of facts (%d maximum)", {double{fact_sum_}, max_facts_}));
+      line(FormatText("%.4f mean number of activations (%d maximum)", {double{activation_sum_}, max_activations_}));
+    }
+  }
+  if (OnEndInference) OnEndInference(*this, rules_fired_);
+}
+
+}  // namespace reasoner

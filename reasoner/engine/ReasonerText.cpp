@@ -1,0 +1,273 @@
+// Text in and out: parsing, printing, loading and the logical streams.
+
+#include "reasoner/engine/Reasoner.h"
+
+#include <exception>
+#include "reasoner/language/PrettyPrint.h"
+#include "reasoner/support/Numbers.h"
+#include "reasoner/values/Constants.h"
+#include "reasoner/vocabulary/Messages.h"
+
+namespace reasoner {
+
+// Gives the parser a stream for the length of one text; the old one comes back on every way out, so that a function
+// that runs while a text is being read may have another one read.
+class TReasoner::ScopedTokenizer {
+ public:
+  ScopedTokenizer(TReasoner& engine, TKBClipsStream& tokenizer)
+      : engine_(engine), parser_(*engine.parser_), tokenizer_(tokenizer), old_(parser_.GetTokenizer()) {
+    parser_.SetStream(&tokenizer);
+    ++engine_.parses_;
+  }
+  ~ScopedTokenizer() {
+    if (std::uncaught_exceptions() > failures_) {
+      // The place of the outermost text that failed stays: that is the one a host has given.
+      const IStreamToken* token = tokenizer_.GetLastToken();
+      engine_.failure_place_.file = tokenizer_.GetFileName();
+      engine_.failure_place_.line = token == nullptr ? tokenizer_.GetLineNumber() : token->GetLineNumber();
+      engine_.failure_place_.column = token == nullptr ? 0 : token->GetColumn();
+    }
+    parser_.SetStream(old_);
+    if (--engine_.parses_ == 0) engine_.old_parsers_.clear();
+  }
+  ScopedTokenizer(const ScopedTokenizer&) = delete;
+  ScopedTokenizer& operator=(const ScopedTokenizer&) = delete;
+
+  TKBParser& GetParser() const noexcept { return parser_; }
+
+ private:
+  TReasoner& engine_;
+  TKBParser& parser_;
+  TKBClipsStream& tokenizer_;
+  TKBTokenizerStream* old_;
+  int failures_ = std::uncaught_exceptions();
+};
+
+template <class TOperation>
+auto TReasoner::WithStream(TStream& stream, const TEncoding* encoding, const std::string& file_name,
+                           TOperation operation) {
+  const ScopedMaxDepth depth(max_depth_);
+  TKBClipsStream tokenizer(&stream, encoding);
+  tokenizer.SetEngine(this);
+  tokenizer.SetFileName(file_name);
+  const ScopedTokenizer scope(*this, tokenizer);
+  return operation(scope.GetParser());
+}
+
+template <class TOperation>
+auto TReasoner::WithText(std::string_view text, TOperation operation) {
+  TKitStringStream stream{std::string(text)};
+  return WithStream(stream, nullptr, "", operation);
+}
+
+bool TReasoner::Parse(std::string_view text, bool execute) {
+  return WithText(text, [execute](TKBParser& parser) { return parser.Parse(execute); });
+}
+
+// Takes one double quote after another off both ends.
+static std::string_view WithoutQuotes(std::string_view text) {
+  while (text.starts_with('"')) text.remove_prefix(1);
+  while (text.ends_with('"')) text.remove_suffix(1);
+  return text;
+}
+
+Ref<IKBValue> TReasoner::Parse(std::string_view text, TKBType type) {
+  Ref<IKBValue> value = Make<TKBValue>();
+  switch (type) {
+    case dtNone:
+      break;
+    case dtString:
+      value->SetAsString(WithoutQuotes(text));
+      break;
+    case dtAtom:
+    case dtVariable:
+    case dtMultiVariable:
+    case dtSlot:
+    case dtMultiSlot:
+      value = Make<TKBValue>(Text(text), type);
+      break;
+    case dtInteger:
+    case dtFactId: {
+      const std::optional<std::int32_t> number = TextToInteger(text);
+      if (!number) Raise(SNotCorrectType, "integer", text, GetKBTypeName(dtString));
+      value = Make<TKBValue>(*number, type);
+      break;
+    }
+    case dtFloat: {
+      const std::optional<double> number = TextToFloat(text);
+      if (!number) Raise(SNotCorrectType, "numeric", text, GetKBTypeName(dtString));
+      value->SetAsFloat(*number);
+      break;
+    }
+    case dtFact:
+      value->SetAsFact(ParseFact(text));
+      break;
+    case dtFunCall:
+      value->SetAsFunCall(ParseFunCall(text));
+      break;
+    case dtList: {
+      const Ref<IValueVector> list = ParseList(text);
+      return list->GetValueCount() == 0 ? Ref<IKBValue>(FCNilList) : NewList(list);
+    }
+    default:
+      if (type >= kKBTypeCount) Raise(SParseTypeError, FillMessage(SUnknownType, std::int32_t{type}));
+      Raise(SParseTypeError, GetKBTypeName(type));
+  }
+  return value;
+}
+
+Ref<IKBDefinedType> TReasoner::ParseDefinedType(std::string_view text) {
+  return WithText(text, [](TKBParser& parser) { return parser.ParseDefinedType(); });
+}
+
+Ref<IFact> TReasoner::ParseFact(std::string_view text) {
+  return WithText(text, [](TKBParser& parser) { return parser.ParseFact(); });
+}
+
+std::string TReasoner::ParseFactSlot(IFact& fact, std::string_view text) {
+  return WithText(text, [&fact](TKBParser& parser) {
+    std::string name;
+    parser.ParseFactSlot(fact, name);
+    return name;
+  });
+}
+
+std::unique_ptr<TFactSet> TReasoner::ParseFactSet(std::string_view text) {
+  return WithText(text, [](TKBParser& parser) { return parser.ParseFactSet(); });
+}
+
+Ref<IFactTemplate> TReasoner::ParseFactTemplate(std::string_view text) {
+  return WithText(text, [](TKBParser& parser) { return parser.ParseFactTemplate(); });
+}
+
+Ref<IFactSlot> TReasoner::ParseFactTemplateSlot(std::string_view text) {
+  return WithText(text, [](TKBParser& parser) { return parser.ParseFactTemplateSlot(); });
+}
+
+Ref<IUserFunction> TReasoner::ParseFunction(std::string_view text) {
+  return WithText(text, [](TKBParser& parser) { return parser.ParseFunction(); });
+}
+
+Ref<IFunCall> TReasoner::ParseFunCall(std::string_view text) {
+  return WithText(text, [](TKBParser& parser) { return parser.ParseFunCall(); });
+}
+
+bool TReasoner::ParseGlobalVariables(std::string_view text) {
+  return WithText(text, [](TKBParser& parser) { return parser.ParseGlobalVariables(); });
+}
+
+Ref<IKBValue> TReasoner::ParseVariable(std::string_view text, std::string& name) {
+  return WithText(text, [&name](TKBParser& parser) { return parser.ParseVariable(name); });
+}
+
+Ref<IValueVector> TReasoner::ParseList(std::string_view text) {
+  return WithText(text, [](TKBParser& parser) { return parser.ParseList(); });
+}
+
+Ref<IKBValue> TReasoner::ParseNExecuteFunCall(std::string_view text) {
+  return WithText(text, [](TKBParser& parser) { return parser.ParseNExecuteFunCall(); });
+}
+
+std::unique_ptr<TRule> TReasoner::ParseRule(std::string_view text) {
+  return WithText(text, [](TKBParser& parser) { return parser.ParseRule(); });
+}
+
+Ref<ISingletonsVector> TReasoner::ParseSingletons(std::string_view text) {
+  return WithText(text, [](TKBParser& parser) { return parser.ParseSingletons(); });
+}
+
+Ref<IKBValue> TReasoner::ParseValue(std::string_view text) {
+  return WithText(text, [](TKBParser& parser) { return parser.ParseValue(); });
+}
+
+Ref<IKBValue> TReasoner::ParseValue(std::string_view text, const IFactSlot& slot) {
+  return WithText(text, [&slot](TKBParser& parser) { return parser.ParseValue(slot); });
+}
+
+Ref<IKBValue> TReasoner::ParseSlotValueText(std::string_view text, const IFactSlot& slot) {
+  return ParseValue(text, slot);
+}
+
+Ref<IKBValue> TReasoner::ParseValue(std::string_view text, TKBTypes types, const Ref<IKBDefinedType>& type) {
+  return WithText(text, [&](TKBParser& parser) { return parser.ParseValue(types, type); });
+}
+
+void TReasoner::LoadFromStream(TStream& stream, const TEncoding* encoding) {
+  WithStream(stream, encoding, "", [](TKBParser& parser) { return parser.Parse(true); });
+}
+
+void TReasoner::LoadFromFile(const std::string& file_name, const TEncoding* encoding) {
+  TFileStream stream(file_name, fmOpenRead);
+  WithStream(stream, encoding, file_name, [](TKBParser& parser) { return parser.Parse(true); });
+}
+
+void TReasoner::LoadFacts(TStream& stream, const TEncoding* encoding) {
+  WithStream(stream, encoding, "", [](TKBParser& parser) { return parser.LoadFacts(); });
+}
+
+void TReasoner::LoadFacts(const std::string& file_name, const TEncoding* encoding) {
+  TFileStream stream(file_name, fmOpenRead);
+  WithStream(stream, encoding, file_name, [](TKBParser& parser) { return parser.LoadFacts(); });
+}
+
+// --- Logical streams ---------------------------------------------------------------------------------------------
+
+static bool IsTerminal(const std::string& name) { return name.empty() || name == "t"; }
+
+void TReasoner::PrintOut(const std::string& out_id, const std::string& text) {
+  if (IsTerminal(out_id)) {
+    if (OnPrintOut) OnPrintOut(*this, out_id, text);
+    return;
+  }
+  if (TGTextStream* stream = io_streams_->Find(out_id)) {
+    stream->Put(text);
+  } else if (!OnPrintOut) {
+    Raise(SNoSuchFunction, "printout");
+  }
+}
+
+std::string TReasoner::ReadLine(const std::string& in_id) {
+  if (!IsTerminal(in_id)) {
+    if (TGTextStream* stream = io_streams_->Find(in_id)) return stream->AtEnd() ? std::string() : stream->GetLine();
+  }
+  if (!OnReadLine) Raise(SNoReadFunctionWarning, "readline");
+  std::string text;
+  OnReadLine(*this, in_id, text);
+  return text;
+}
+
+Ref<IStreamToken> TReasoner::ReadToken(const std::string& in_id) {
+  if (!IsTerminal(in_id)) {
+    if (TGTextStream* stream = io_streams_->Find(in_id)) {
+      auto* tokenizer = dynamic_cast<TKBTokenizerStream*>(stream);
+      if (tokenizer == nullptr) Raise(SInvalidStreamClass, "read");
+      Ref<IStreamToken> token = tokenizer->NextToken();
+      tokenizer->DiscardUntilEOL();
+      return token;
+    }
+  }
+  if (!OnReadToken) Raise(SNoReadFunctionWarning, "read");
+  Ref<IStreamToken> token;
+  OnReadToken(*this, in_id, token);
+  // A handler that gives nothing is at the end of its input.
+  return token ? token : Make<TKBStreamToken>(std::int32_t{dtNone}, Text("EOF"));
+}
+
+// --- Printing ----------------------------------------------------------------------------------------------------
+
+std::string TReasoner::PrettyPrint(const TFactSet& fact_set) { return parser_->PrettyPrint(fact_set); }
+std::string TReasoner::PrettyPrint(const IFact& fact) { return parser_->PrettyPrint(fact); }
+std::string TReasoner::PrettyPrint(const IFunCall& fun_call) { return parser_->PrettyPrint(fun_call); }
+std::string TReasoner::PrettyPrint(const IUserFunction& function) { return parser_->PrettyPrint(function); }
+std::string TReasoner::PrettyPrint(const IInterpretedFunction& function) { return parser_->PrettyPrint(function); }
+std::string TReasoner::PrettyPrint(const IKBDefinedType& type) { return parser_->PrettyPrint(type); }
+std::string TReasoner::PrettyPrint(const IFactSlot& slot) { return parser_->PrettyPrint(slot); }
+std::string TReasoner::PrettyPrint(const IFactTemplate& fact_template) { return parser_->PrettyPrint(fact_template); }
+std::string TReasoner::PrettyPrint(const TRule& rule) { return parser_->PrettyPrint(rule); }
+std::string TReasoner::PrettyPrint(const TKBPattern& pattern) { return parser_->PrettyPrint(pattern); }
+std::string TReasoner::PrettyPrint(const ISingletonsVector& singletons) { return parser_->PrettyPrint(singletons); }
+std::string TReasoner::PrettyPrintVariable(std::string_view name, const IKBValue& value) {
+  return parser_->PrettyPrint(name, value);
+}
+
+}  // namespace reasoner

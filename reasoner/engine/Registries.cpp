@@ -1,0 +1,340 @@
+#include "reasoner/engine/Registries.h"
+
+#include <algorithm>
+
+#include "reasoner/engine/Reasoner.h"
+#include "reasoner/functions/InterpretedFunction.h"
+#include "reasoner/support/Streams.h"
+#include "reasoner/values/Constants.h"
+#include "reasoner/vocabulary/Messages.h"
+
+namespace reasoner {
+
+// The items' texts with every item behind its parent, if that is among them. A circle raises.
+template <class TItem, class TParent, TLiteral literal>
+static std::string ParentsFirst(const std::vector<TItem>& items, TParent parent_of, TMessage<literal> circle) {
+  std::string text;
+  const auto print = [&text](const TItem& item) {
+    text += item->ToString();
+    text += NewLineString;
+  };
+  std::vector<TItem> waiting;
+  std::vector<const void*> printed;
+  for (const TItem& item : items) {
+    if (parent_of(*item) == nullptr) {
+      print(item);
+      printed.push_back(item.get());
+    } else {
+      waiting.push_back(item);
+    }
+  }
+  const auto is_listed = [&items](const void* parent) {
+    return std::any_of(items.begin(), items.end(), [parent](const TItem& item) { return item.get() == parent; });
+  };
+  while (!waiting.empty()) {
+    std::vector<TItem> later;
+    for (const TItem& item : waiting) {
+      const void* parent = parent_of(*item);
+      const bool ready = !is_listed(parent) || std::find(printed.begin(), printed.end(), parent) != printed.end();
+      if (ready) {
+        print(item);
+        printed.push_back(item.get());
+      } else {
+        later.push_back(item);
+      }
+    }
+    if (later.size() == waiting.size()) Raise(circle);
+    waiting.swap(later);
+  }
+  return text;
+}
+
+// --- Templates ---------------------------------------------------------------------------------------------------
+
+static void GiveImpliedSlot(IFactTemplate& fact_template) {
+  if (fact_template.GetSlotCount() == 0) fact_template.AddMultiSlot(SDefaultSlotName, FCNilList);
+}
+
+void TFactTemplates::PutValue(std::string_view name, const Ref<IFactTemplate>& fact_template) {
+  if (Find(name) == fact_template) return;
+  GiveImpliedSlot(*fact_template);
+  if (const Ref<IFactTemplate> old = Find(name)) {
+    if (engine_.DuplicateConstructs == dcError) Raise(SDuplicateTemplateNames, name);
+    if (engine_.DuplicateConstructs == dcIgnore) return;
+    Replace(old, fact_template);
+    return;
+  }
+  table_.Put(name, fact_template);
+  if (engine_.OnNewFactTemplate) engine_.OnNewFactTemplate(engine_, fact_template);
+}
+
+Ref<IFactTemplate> TFactTemplates::Replace(const Ref<IFactTemplate>& old, const Ref<IFactTemplate>& fact_template) {
+  engine_.RequireIdleNetwork("redefining a template");
+  GiveImpliedSlot(*fact_template);
+  if (old) {
+    if (engine_.OnRemoveFactTemplate) engine_.OnRemoveFactTemplate(engine_, old);
+    table_.Take(old->GetTemplateName());
+  }
+  Put(fact_template->GetTemplateName(), fact_template);
+  if (old) engine_.ReplaceTemplate(old, fact_template);
+  return fact_template;
+}
+
+void TFactTemplates::Remove(std::string_view name) {
+  const Ref<IFactTemplate> fact_template = Find(name);
+  if (!fact_template) return;
+  engine_.RequireIdleNetwork("removing a template");
+  if (engine_.OnRemoveFactTemplate) engine_.OnRemoveFactTemplate(engine_, fact_template);
+  engine_.RemoveDependencies(*fact_template);
+  if (Find(fact_template->GetTemplateName()) == fact_template) table_.Take(fact_template->GetTemplateName());
+}
+
+void TFactTemplates::Clear() {
+  engine_.RemoveDependencies();
+  table_.Clear();
+  if (engine_.OnClearFactTemplates) engine_.OnClearFactTemplates(engine_);
+}
+
+std::string TFactTemplates::ToString() const {
+  return ParentsFirst(
+      GetItems(), [](const IFactTemplate& item) { return item.GetParent().get(); }, SFactTemplateInheritanceCorrupt);
+}
+
+// --- Types -------------------------------------------------------------------------------------------------------
+
+void TKBDefinedTypes::PutValue(std::string_view name, const Ref<IKBDefinedType>& type) {
+  if (type->GetReasoner() != &engine_) type->SetReasoner(&engine_);
+  const Ref<IKBDefinedType> old = Find(name);
+  if (old == type) return;
+  if (old) {
+    if (engine_.DuplicateConstructs == dcError) Raise(SDuplicateDefTypeNames, name);
+    if (engine_.DuplicateConstructs == dcIgnore) return;
+    Replace(old, type);
+    return;
+  }
+  table_.Put(name, type);
+  if (engine_.OnAddDefinedType) engine_.OnAddDefinedType(engine_, type);
+}
+
+Ref<IKBDefinedType> TKBDefinedTypes::Replace(const Ref<IKBDefinedType>& old, const Ref<IKBDefinedType>& type) {
+  engine_.RequireIdleNetwork("redefining a type");
+  if (old) {
+    if (engine_.OnRemoveDefinedType) engine_.OnRemoveDefinedType(engine_, old);
+    table_.Take(old->GetName());
+  }
+  Put(type->GetName(), type);
+  if (old) {
+    engine_.ReplaceDefinedType(old, type);
+    old->SetReasoner(nullptr);
+  }
+  return type;
+}
+
+void TKBDefinedTypes::Remove(std::string_view name) {
+  const Ref<IKBDefinedType> type = Find(name);
+  if (!type) return;
+  engine_.RequireIdleNetwork("removing a type");
+  if (engine_.OnRemoveDefinedType) engine_.OnRemoveDefinedType(engine_, type);
+  engine_.RemoveDependencies(*type);
+  type->SetReasoner(nullptr);
+  if (Find(type->GetName()) == type) table_.Take(type->GetName());
+}
+
+void TKBDefinedTypes::Clear() {
+  engine_.GetFactTemplates().Clear();
+  for (const Ref<IKBDefinedType>& type : GetItems()) type->SetReasoner(nullptr);
+  table_.Clear();
+  if (engine_.OnClearDefinedTypes) engine_.OnClearDefinedTypes(engine_);
+}
+
+std::string TKBDefinedTypes::ToString() const {
+  return ParentsFirst(
+      GetItems(), [](const IKBDefinedType& item) { return item.GetAncestor().get(); }, STypeInheritanceCorrupt);
+}
+
+// --- Functions ---------------------------------------------------------------------------------------------------
+
+static IInterpretedFunction* AsInterpreted(IUserFunction& function) {
+  return dynamic_cast<IInterpretedFunction*>(&function);
+}
+
+void TUserFunctions::PutValue(std::string_view name, const Ref<IUserFunction>& function) {
+  if (!function) Raise(SInvalidFunctionAdd);
+  if (!(function->GetFunctionName() == name)) {
+    Raise(SWrongFunctionName, name, function->GetFunctionName().view());
+  }
+  const Ref<IUserFunction> old = Find(name);
+  if (old == function) return;
+  if (old) {
+    if (engine_.DuplicateConstructs == dcError) Raise(SDuplicateFunctionNames, name);
+    if (engine_.DuplicateConstructs == dcIgnore) return;
+    Remove(name);
+  }
+  table_.Put(name, function);
+  ++engine_.GetLink()->function_generation;
+  if (IInterpretedFunction* interpreted = AsInterpreted(*function)) {
+    ++interpreted_;
+    interpreted->SetOrder(++next_order_);
+  }
+  function->AddReasoner(engine_);
+  if (engine_.OnAddUserFunction) engine_.OnAddUserFunction(engine_, function);
+}
+
+void TUserFunctions::Remove(std::string_view name) {
+  const Ref<IUserFunction> function = table_.Take(name);
+  if (!function) return;
+  ++engine_.GetLink()->function_generation;
+  if (AsInterpreted(*function) != nullptr) --interpreted_;
+  function->DeleteReasoner(engine_);
+  if (engine_.OnRemoveUserFunction) engine_.OnRemoveUserFunction(engine_, function);
+}
+
+void TUserFunctions::Clear() {
+  const std::vector<Ref<IUserFunction>> functions = GetItems();
+  table_.Clear();
+  ++engine_.GetLink()->function_generation;
+  interpreted_ = 0;
+  for (const Ref<IUserFunction>& function : functions) function->DeleteReasoner(engine_);
+}
+
+std::string TUserFunctions::ToString() const {
+  std::string text;
+  for (const Ref<IUserFunction>& function : GetItems()) {
+    const IInterpretedFunction* interpreted = AsInterpreted(*function);
+    if (interpreted == nullptr) continue;
+    text += engine_.PrettyPrint(*interpreted);
+    text += NewLineString;
+  }
+  return text;
+}
+
+// --- Rules -------------------------------------------------------------------------------------------------------
+
+void TRules::PutValue(std::string_view name, TRule* const& rule) {
+  if (rule == nullptr) {
+    Remove(name);
+    return;
+  }
+  TRule* old = Find(name);
+  if (old == rule) return;
+  engine_.RequireIdleNetwork("defining a rule");
+  if (old != nullptr) {
+    if (engine_.DuplicateConstructs == dcError) Raise(SDuplicateRuleNames, name);
+    if (engine_.DuplicateConstructs == dcIgnore) return;
+    Remove(name);
+  }
+  // The rule is compiled before it is in the table: a failure leaves no trace of it.
+  engine_.CompileRule(*rule);
+  table_.Put(name, rule);
+  if (engine_.Watches(cwCompilation)) engine_.PrintOut(rule->CompileTrace + std::string(NewLineString));
+  if (engine_.OnAddRule) engine_.OnAddRule(engine_, *rule);
+}
+
+bool TRules::Remove(std::string_view name) {
+  if (!ContainsKey(name)) return false;
+  if (!engine_.updating_table_) engine_.RequireIdleNetwork("removing a rule");
+  TRule* rule = table_.Take(name);
+  if (!engine_.updating_table_) engine_.RemoveRule(*rule);
+  return true;
+}
+
+bool TRules::Remove(std::string_view name, const TRule& rule) { return Find(name) == &rule && Remove(name); }
+
+void TRules::Clear() {
+  const std::vector<TRule*> rules = GetItems();
+  table_.Clear();
+  for (TRule* rule : rules) engine_.DropRule(*rule);
+  engine_.next_rule_id_ = 0;
+  if (engine_.OnClearRules) engine_.OnClearRules(engine_);
+}
+
+std::string TRules::ToString() const {
+  std::vector<std::string> texts;
+  for (const TRule* rule : GetItems()) texts.push_back(rule->ToString() + std::string(NewLineString));
+  if (SortedOutput) std::sort(texts.begin(), texts.end());
+  std::string text;
+  for (const std::string& item : texts) text += item;
+  return text;
+}
+
+// --- Variables ---------------------------------------------------------------------------------------------------
+
+std::string TEngineVariables::ToString() const {
+  std::string text;
+  for (const std::string& key : GetKeys()) {
+    const Ref<IKBValue> value = Get(key);
+    text += engine_.PrettyPrintVariable(key, value ? *value : *FCNil);
+    text += NewLineString;
+  }
+  return text;
+}
+
+void TGlobalVariables::PutValue(std::string_view name, const Ref<IKBValue>& value) {
+  TEngineVariables::PutValue(name, value);
+  engine_.ResetGlobalVariable(name, value);
+}
+
+void TGlobalVariables::Clear() {
+  TEngineVariables::Clear();
+  engine_.GetContext().Clear();
+}
+
+// --- Fact sets ---------------------------------------------------------------------------------------------------
+
+TFactSet& TFactSets::GetItem(std::int32_t index) const {
+  if (index < 0 || index >= GetCount()) Raise(SListIndexError, index);
+  return *sets_[static_cast<std::size_t>(index)];
+}
+
+std::int32_t TFactSets::IndexOf(std::string_view name) const {
+  for (std::int32_t i = 0; i < GetCount(); ++i) {
+    if (GetItem(i).GetFactSetName() == name) return i;
+  }
+  return -1;
+}
+
+std::int32_t TFactSets::IndexOf(const TFactSet& fact_set) const {
+  const auto found = std::find(sets_.begin(), sets_.end(), &fact_set);
+  return found == sets_.end() ? -1 : static_cast<std::int32_t>(found - sets_.begin());
+}
+
+std::int32_t TFactSets::Add(TFactSet& fact_set) {
+  const std::int32_t listed = IndexOf(fact_set);
+  if (listed >= 0) return listed;
+  const std::int32_t index = IndexOf(fact_set.GetFactSetName());
+  if (index >= 0) Remove(GetItem(index));
+  sets_.push_back(&fact_set);
+  if (fact_set.GetEngine() != &engine_) fact_set.SetEngine(&engine_);
+  return IndexOf(fact_set);
+}
+
+void TFactSets::Leave(TFactSet& fact_set) {
+  sets_.erase(std::remove(sets_.begin(), sets_.end(), &fact_set), sets_.end());
+}
+
+std::int32_t TFactSets::Remove(TFactSet& fact_set) {
+  const std::int32_t index = IndexOf(fact_set);
+  if (index < 0) return index;
+  Leave(fact_set);
+  if (fact_set.GetOwner() != &engine_ || fact_set.IsDestroying()) {
+    fact_set.SetEngine(nullptr);
+  } else if (engine_.resetting_ == 0) {
+    delete &fact_set;
+  } else {
+    fact_set.SetEngine(nullptr);
+    engine_.doomed_fact_sets_.push_back(&fact_set);  // it may be asserting its facts
+  }
+  return index;
+}
+
+void TFactSets::Clear() {
+  while (!sets_.empty()) Remove(*sets_.back());
+}
+
+std::string TFactSets::ToString() const {
+  std::string text;
+  for (const TFactSet* fact_set : sets_) text += fact_set->ToString();
+  return text;
+}
+
+}  // namespace reasoner

@@ -1,0 +1,170 @@
+// The registries of an engine: its constructs by name.
+//
+// Each is a table in the order in which the names came. A second construct of a name is dealt with by the engine's
+// DuplicateConstructs: it takes the first one's place, is passed over, or raises. The very same object is no duplicate.
+// Every insertion comes through PutValue, so that no road passes the policy by.
+
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "reasoner/facts/DefinedType.h"
+#include "reasoner/facts/FactSet.h"
+#include "reasoner/facts/FactTemplate.h"
+#include "reasoner/functions/UserFunction.h"
+#include "reasoner/match/Rule.h"
+#include "reasoner/support/NameTable.h"
+#include "reasoner/values/ValueHashTable.h"
+
+namespace reasoner {
+
+class TReasoner;
+
+// What the tables of counted constructs have in common. The engine owns the registry.
+template <class TItem>
+class TRegistry : public TPersistent {
+ public:
+  std::int32_t GetCount() const noexcept { return static_cast<std::int32_t>(table_.size()); }
+  bool ContainsKey(std::string_view name) const { return table_.Contains(name); }
+  // Null for an unknown name.
+  TItem Find(std::string_view name) const {
+    const TItem* found = table_.Find(name);
+    return found == nullptr ? TItem{} : *found;
+  }
+  TItem GetItem(std::string_view name) const { return Find(name); }
+  std::vector<std::string> GetNames() const { return table_.Names(); }
+  // A copy of the items in order: a walk over it may change the registry.
+  std::vector<TItem> GetItems() const { return table_.Values(); }
+
+  void Put(std::string_view name, const TItem& item) { PutValue(name, item); }
+  void SetItem(std::string_view name, const TItem& item) { PutValue(name, item); }
+
+ protected:
+  explicit TRegistry(TReasoner& engine) : engine_(engine) {}
+  virtual void PutValue(std::string_view name, const TItem& item) = 0;
+
+  TReasoner& engine_;
+  NameTable<TItem> table_;
+};
+
+class TFactTemplates : public TRegistry<Ref<IFactTemplate>> {
+ public:
+  explicit TFactTemplates(TReasoner& engine) : TRegistry(engine) {}
+  void Add(const Ref<IFactTemplate>& fact_template) { Put(fact_template->GetTemplateName(), fact_template); }
+  // Puts `fact_template` in the place of `old`, which may be null, and rebuilds what depends on it.
+  Ref<IFactTemplate> Replace(const Ref<IFactTemplate>& old, const Ref<IFactTemplate>& fact_template);
+  // Removes the template with its facts and the rules that have a pattern on it. An unknown name is nothing.
+  void Remove(std::string_view name);
+  void Clear();
+  // Parents before their children. Raises for a circle of parents.
+  std::string ToString() const override;
+
+ protected:
+  void PutValue(std::string_view name, const Ref<IFactTemplate>& fact_template) override;
+
+ private:
+  friend class TReasoner;
+};
+
+class TKBDefinedTypes : public TRegistry<Ref<IKBDefinedType>> {
+ public:
+  explicit TKBDefinedTypes(TReasoner& engine) : TRegistry(engine) {}
+  void Add(const Ref<IKBDefinedType>& type) { Put(type->GetName(), type); }
+  Ref<IKBDefinedType> Replace(const Ref<IKBDefinedType>& old, const Ref<IKBDefinedType>& type);
+  // Removes the type with the templates that use it, their facts and rules.
+  void Remove(std::string_view name);
+  void Clear();
+  // Ancestors before their descendants. Raises for a circle of ancestors.
+  std::string ToString() const override;
+
+ protected:
+  void PutValue(std::string_view name, const Ref<IKBDefinedType>& type) override;
+};
+
+class TUserFunctions : public TRegistry<Ref<IUserFunction>> {
+ public:
+  explicit TUserFunctions(TReasoner& engine) : TRegistry(engine) {}
+  void Add(const Ref<IUserFunction>& function) { Put(function->GetFunctionName(), function); }
+  void Remove(std::string_view name);
+  // Tells every function that the engine leaves it; raises no event.
+  void Clear();
+  std::int32_t GetInterpretedCount() const noexcept { return interpreted_; }
+  // The printed form of each interpreted function.
+  std::string ToString() const override;
+
+ protected:
+  void PutValue(std::string_view name, const Ref<IUserFunction>& function) override;
+
+ private:
+  std::int32_t interpreted_ = 0;
+  std::int32_t next_order_ = 0;
+};
+
+class TRules : public TRegistry<TRule*> {
+ public:
+  explicit TRules(TReasoner& engine) : TRegistry(engine) {}
+  void Add(TRule& rule) { Put(rule.GetRuleName(), &rule); }
+  // Takes the rule out of registry and network; the engine's own is freed, a host's stays alive. Gives whether it was
+  // there.
+  bool Remove(std::string_view name);
+  bool Remove(std::string_view name, const TRule& rule);  // only if the name is this very rule's
+  void Clear();
+  // Sorted by text unless switched off.
+  std::string ToString() const override;
+  bool SortedOutput = true;
+
+ protected:
+  void PutValue(std::string_view name, TRule* const& rule) override;
+
+ private:
+  friend class TReasoner;
+};
+
+// Free names to values.
+class TEngineVariables : public TValueHashTable {
+ public:
+  explicit TEngineVariables(TReasoner& engine) : engine_(engine) {}
+  std::string ToString() const override;
+
+ protected:
+  TReasoner& engine_;
+};
+
+// The globals with the values that they are defined with: a global is bound as soon as it is defined.
+class TGlobalVariables final : public TEngineVariables {
+ public:
+  using TEngineVariables::TEngineVariables;
+  void Clear() override;
+
+ protected:
+  void PutValue(std::string_view name, const Ref<IKBValue>& value) override;
+};
+
+// The fact sets in order, not owned: a set that enters gets the engine, one that leaves loses it.
+class TFactSets : public TPersistent {
+ public:
+  explicit TFactSets(TReasoner& engine) : engine_(engine) {}
+
+  std::int32_t GetCount() const noexcept { return static_cast<std::int32_t>(sets_.size()); }
+  TFactSet& GetItem(std::int32_t index) const;
+  // A set of the same name gives way.
+  std::int32_t Add(TFactSet& fact_set);
+  std::int32_t IndexOf(std::string_view name) const;
+  std::int32_t IndexOf(const TFactSet& fact_set) const;
+  std::int32_t Remove(TFactSet& fact_set);  // ends the engine's own
+  void Clear();
+  std::vector<TFactSet*> GetItems() const { return sets_; }
+  std::string ToString() const override;
+
+ private:
+  friend class TReasoner;
+  void Leave(TFactSet& fact_set);
+
+  TReasoner& engine_;
+  std::vector<TFactSet*> sets_;
+};
+
+}  // namespace reasoner

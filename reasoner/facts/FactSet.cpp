@@ -1,0 +1,139 @@
+#include "reasoner/facts/FactSet.h"
+
+#include "reasoner/support/Streams.h"
+#include "reasoner/vocabulary/Messages.h"
+
+namespace reasoner {
+
+TFactSet::TFactSet(TComponent* owner) : TComponent(owner) {
+  if (dynamic_cast<IReasoner*>(owner) != nullptr) SetEngine(owner);
+}
+
+TFactSet::~TFactSet() {
+  BeginDestruction();
+  SetEngineNoParse(nullptr);
+}
+
+void TFactSet::SetFactSetName(std::string_view name) { fact_set_name_ = name; }
+
+void TFactSet::SetEngineNoParse(TComponent* engine) {
+  if (engine == engine_) return;
+  TComponent* old = engine_;
+  IReasoner* old_reasoner = Reasoner();
+  engine_ = engine;
+  auto* reasoner = dynamic_cast<IReasoner*>(engine);
+  reasoner_ = reasoner == nullptr ? Ref<TReasonerLink>() : reasoner->GetLink();
+  if (old != nullptr && !old->IsDestroying()) {
+    if (old_reasoner != nullptr) old_reasoner->LeaveFactSet(*this);
+    old->RemoveFreeNotification(*this);
+  }
+  if (engine_ != nullptr) engine_->FreeNotification(*this);
+}
+
+void TFactSet::SetEngine(TComponent* engine) {
+  if (engine == engine_) return;
+  SetEngineNoParse(engine);
+  if (IReasoner* reasoner = Reasoner()) {
+    reasoner->EnterFactSet(*this);
+    for (std::int32_t i = 0; i < GetCount(); ++i) LineAt(i).fact = reasoner->ParseFactText(LineAt(i).text);
+  } else {
+    for (TLine& line : lines_) line.fact = nullptr;
+  }
+}
+
+TFactSet::TLine& TFactSet::LineAt(std::int32_t index) {
+  if (index < 0 || index >= GetCount()) Raise(SListIndexError, index);
+  return lines_[static_cast<std::size_t>(index)];
+}
+
+std::int32_t TFactSet::AddFact(const Ref<IFact>& fact) {
+  lines_.push_back(TLine{fact->ToString(), fact});
+  return GetCount() - 1;
+}
+
+Ref<IFact> TFactSet::GetFact(std::int32_t index) {
+  if (IReasoner* reasoner = Reasoner(); reasoner != nullptr && !LineAt(index).fact) {
+    const Ref<IFact> fact = reasoner->ParseFactText(LineAt(index).text);
+    LineAt(index).fact = fact;
+  }
+  return LineAt(index).fact;
+}
+
+void TFactSet::SetFact(std::int32_t index, const Ref<IFact>& fact) { LineAt(index).fact = fact; }
+
+void TFactSet::SetFacts(const std::vector<std::string>& texts) {
+  std::vector<TLine> lines;
+  IReasoner* reasoner = Reasoner();
+  for (const std::string& text : texts) {
+    lines.push_back(TLine{text, reasoner == nullptr ? Ref<IFact>() : reasoner->ParseFactText(text)});
+  }
+  lines_.swap(lines);
+}
+
+std::int32_t TFactSet::IndexOf(const IFact& fact) const {
+  for (std::int32_t i = 0; i < GetCount(); ++i) {
+    if (lines_[static_cast<std::size_t>(i)].fact == &fact) return i;
+  }
+  return -1;
+}
+
+std::int32_t TFactSet::Remove(const IFact& fact) {
+  const std::int32_t index = IndexOf(fact);
+  if (index >= 0) lines_.erase(lines_.begin() + index);
+  return index;
+}
+
+void TFactSet::Reset() {
+  for (std::int32_t i = 0; i < GetCount(); ++i) {
+    IReasoner* reasoner = Reasoner();  // asked anew: a handler may take the set away
+    if (reasoner == nullptr) return;
+    Ref<IFact> fact;
+    try {
+      fact = GetFact(i);
+      if (!fact) continue;
+      fact = fact->Clone();
+    } catch (const EKBException&) {
+      continue;
+    }
+    try {
+      reasoner->AssertResolved(fact);
+    } catch (Exception& failure) {
+      failure.AppendMessage(FillMessage(SInFactSet, fact_set_name_));
+      throw;
+    }
+  }
+}
+
+void TFactSet::Assign(const TPersistent& source) {
+  const auto* other = dynamic_cast<const TFactSet*>(&source);
+  if (other == nullptr) return TComponent::Assign(source);
+  if (other == this) return;
+  Comment = other->Comment;
+  fact_set_name_ = other->fact_set_name_;
+  auto* reasoner = dynamic_cast<IReasoner*>(GetOwner());
+  std::vector<TLine> lines;
+  for (const TLine& line : other->lines_) {
+    if (!line.fact) {
+      lines.push_back(line);
+    } else if (reasoner != nullptr) {
+      lines.push_back(TLine{line.text, reasoner->ParseFactText(line.fact->ToString())});
+    } else {
+      lines.push_back(TLine{line.text, line.fact->Clone()});
+    }
+  }
+  lines_.swap(lines);
+}
+
+void TFactSet::Notification(TComponent& component, TOperation operation) {
+  TComponent::Notification(component, operation);
+  if (operation == opRemove && &component == engine_) SetEngine(nullptr);
+}
+
+std::string TFactSet::ToString() const {
+  if (IReasoner* reasoner = Reasoner()) return reasoner->PrettyPrint(*this);
+  std::string text;
+  for (const TLine& line : lines_) text += line.text + std::string(NewLineString);
+  return text;
+}
+
+}  // namespace reasoner

@@ -1,0 +1,164 @@
+#include "reasoner/facts/FactSlot.h"
+
+#include "reasoner/facts/FactTemplate.h"
+#include "reasoner/values/Constants.h"
+#include "reasoner/vocabulary/Messages.h"
+
+namespace reasoner {
+
+TFactSlot::TFactSlot(TFactTemplate* fact_template) : template_(fact_template) {}
+
+TFactSlot::~TFactSlot() {
+  template_ = nullptr;
+  if (slot_default_ && !slot_default_->IsConstant()) slot_default_->SetOnChange(nullptr);
+}
+
+std::string TFactSlot::GetTemplateName() const { return template_ == nullptr ? "" : template_->GetTemplateName(); }
+
+IReasoner* TFactSlot::DynamicChecker() const {
+  IReasoner* reasoner = template_ == nullptr ? nullptr : template_->GetReasoner();
+  return reasoner != nullptr && reasoner->GetTypeChecks().Has(tcDynamic) ? reasoner : nullptr;
+}
+
+void TFactSlot::SetName(const Text& name) {
+  if (name == name_) return;
+  CheckConstructName(name);
+  if (template_ != nullptr) template_->NewSlotName(*this, name);
+  name_ = name;
+}
+
+void TFactSlot::SetSlotDefault(const Ref<IKBValue>& value) {
+  if (value && DynamicChecker() != nullptr && !IsValid(value.get())) Raise(SInvalidSlotDefault, value->ToString());
+  Ref<IKBValue> taken = value && !IsValueConstant(*value) ? value->Clone() : value;
+  if (slot_default_ && !slot_default_->IsConstant()) slot_default_->SetOnChange(nullptr);
+  slot_default_ = std::move(taken);
+  if (slot_default_ && !slot_default_->IsConstant()) slot_default_->SetOnChange(this);
+}
+
+void TFactSlot::ValueChanged(const Ref<IKBValue>& value) {
+  if (DynamicChecker() != nullptr && !IsValid(value.get())) Raise(SInvalidValue, value->ToString(), name_.view());
+}
+
+void TFactSlot::SetSlotType(TKBTypes types) {
+  if (types == slot_type_) return;
+  if (types.Has(dtFuzzy) && !(types - KBMultiSlotTypes == TKBTypes{dtFuzzy})) Raise(SCannotMixFuzzy);
+  if (template_ != nullptr) template_->SlotTypeChanged();
+  slot_type_ = types;
+  if (extended_type_info_ && extended_type_info_->IsImplicit()) {
+    extended_type_info_->SetBaseTypes(types - KBMultiSlotTypes);
+  }
+  if (!slot_default_ || !IsValid(slot_default_.get())) SetSlotDefault(CreateValidDefault(IsMulti()));
+}
+
+void TFactSlot::SetExtendedTypeInfo(const Ref<IKBDefinedType>& type) {
+  if (type == extended_type_info_) return;
+  extended_type_info_ = type;
+  TKBTypes types = type ? type->GetBaseTypes() : TKBTypes{};
+  if (name_ == SDefaultSlotName) types += KBMultiSlotTypes;
+  SetSlotType(types);
+}
+
+// Whether a value of this type, or every member of a list, may stand in a slot of these types.
+static bool TypesAllow(TKBTypes types, const IKBValue& value) {
+  const TKBTypes allowed = types + KBAlwaysValidTypes;
+  if (!allowed.Has(value.GetDType())) return false;
+  if (value.GetDType() != dtList) return true;
+  for (const Ref<IKBValue>& member : *value.GetAsList()) {
+    if (member && !allowed.Has(member->GetDType())) return false;
+  }
+  return true;
+}
+
+bool TFactSlot::IsValid(const IKBValue* value) const {
+  if (value == nullptr) return true;
+  const bool takes_list = slot_type_.Has(dtList);
+  if (!takes_list && value->IsNilLike()) return true;
+  if (takes_list && value == FCNilList.get()) return true;
+  if (extended_type_info_) return extended_type_info_->IsValid(*value);
+  return TypesAllow(slot_type_, *value);
+}
+
+std::string TFactSlot::GetInvalidValueString(const IKBValue& value) const {
+  if (extended_type_info_) {
+    return FillMessage(SInvalidSlotValue, extended_type_info_->GetInvalidValueString(value), name_.view());
+  }
+  const std::string names = UpperTypeNames(slot_type_, ", ");
+  if (!(slot_type_ + TKBTypes{dtVariable, dtFunCall, dtMultiVariable}).Has(value.GetDType())) {
+    const std::string reason =
+        FillMessage(SNotCorrectType, names, value.ToString(), GetKBTypeName(value.GetDType()));
+    return FillMessage(SInvalidSlotValue, reason, name_.view());
+  }
+  if (value.GetDType() != dtList) return "";
+  for (const Ref<IKBValue>& member : *value.GetAsList()) {
+    if (!member || TypesAllow(slot_type_, *member)) continue;
+    const std::string kind = std::string(GetKBTypeName(member->GetDType())) + " (" + member->ToString() + ")";
+    return FillMessage(SInvalidSlotValue, FillMessage(SNotCorrectType, names, value.ToString(), kind), name_.view());
+  }
+  return "";
+}
+
+Ref<IKBValue> TFactSlot::CreateValidDefault(bool is_multi) const {
+  if (extended_type_info_) return extended_type_info_->CreateValidDefault(is_multi);
+  if (is_multi) return NewList(NewVector());
+  return CreateEmptyValue(slot_type_);
+}
+
+void TFactSlot::Assign(const TFactSlot& source) {
+  if (&source == this) return;
+  const Ref<const TFactSlot> kept(&source);  // the name may push the source out of the template
+  SetName(source.name_);
+  default_dynamic_ = source.default_dynamic_;
+  tag_ = source.tag_;
+  IReasoner* reasoner = template_ == nullptr ? nullptr : template_->GetReasoner();
+  IReasoner* source_reasoner = source.template_ == nullptr ? nullptr : source.template_->GetReasoner();
+  if (source.extended_type_info_ && reasoner != nullptr && source.template_ != nullptr &&
+      source_reasoner != reasoner) {
+    if (const Ref<IKBDefinedType> own = reasoner->FindDefinedType(source.extended_type_info_->GetName())) {
+      // The type of that name in this engine, and a default that is read anew where it is bound to an engine.
+      SetExtendedTypeInfo(own);
+      SetSlotType(source.slot_type_);
+      const Ref<IKBValue>& value = source.slot_default_;
+      if (value && KBReparseTypes.Has(value->GetDType())) {
+        SetSlotDefault(reasoner->ParseSlotValueText(value->ToString(), *this));
+      } else {
+        SetSlotDefault(value);
+      }
+      return;
+    }
+  }
+  if (template_ != nullptr) template_->SlotTypeChanged();
+  extended_type_info_ = source.extended_type_info_;
+  slot_type_ = source.slot_type_;
+  SetSlotDefault(source.slot_default_);
+}
+
+Ref<IFactSlot> TFactSlot::Clone() const {
+  Ref<IFactSlot> clone = Make<TFactSlot>(template_);
+  clone->Assign(*this);
+  return clone;
+}
+
+bool TFactSlot::Equals(const ICloneable& other) const {
+  if (this == &other) return true;
+  const auto* slot = dynamic_cast<const TFactSlot*>(&other);
+  if (slot == nullptr || !(name_ == slot->name_) || !(slot_type_ == slot->slot_type_)) return false;
+  const IKBDefinedType* a_type = extended_type_info_.get();
+  const IKBDefinedType* b_type = slot->extended_type_info_.get();
+  if (a_type != b_type && (a_type == nullptr || b_type == nullptr || !a_type->Equals(*b_type))) return false;
+  const IKBValue* a = slot_default_.get();
+  const IKBValue* b = slot->slot_default_.get();
+  if (a == b) return true;
+  if (a == nullptr || b == nullptr) return false;
+  try {
+    return a->EqualsStar(*b);
+  } catch (const EKBException&) {
+    return false;  // a default that does not convert is another default
+  }
+}
+
+std::string TFactSlot::ToString() const {
+  IReasoner* reasoner = template_ == nullptr ? nullptr : template_->GetReasoner();
+  return reasoner == nullptr ? name_.str() : reasoner->PrettyPrint(*this);
+}
+
+}  // namespace reasoner

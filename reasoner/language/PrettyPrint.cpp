@@ -1,0 +1,425 @@
+#include "reasoner/language/PrettyPrint.h"
+
+#include "reasoner/language/TextHelpers.h"
+#include "reasoner/language/TokenStream.h"
+#include "reasoner/support/Depth.h"
+#include "reasoner/support/Numbers.h"
+#include "reasoner/values/Constants.h"
+#include "reasoner/vocabulary/Messages.h"
+
+namespace reasoner {
+
+// Pieces.
+
+static void AppendQuoted(std::string& source, std::string_view text) {
+  source += '"';
+  for (const char character : text) {
+    if (character == '\\' || character == '"') source += '\\';
+    source += character;
+  }
+  source += '"';
+}
+
+std::string QuoteText(std::string_view text) {
+  std::string source;
+  AppendQuoted(source, text);
+  return source;
+}
+
+std::string IndentSource(std::string_view source) {
+  std::string indented;
+  indented.reserve(source.size() + source.size() / 8);
+  enum { kPlain, kString, kComment } state = kPlain;
+  for (std::size_t i = 0; i < source.size(); ++i) {
+    const char character = source[i];
+    indented += character;
+    if (character == '\n' && state != kString) {
+      indented += IndentString;
+      state = kPlain;
+    } else if (state == kComment) {
+      continue;
+    } else if (character == '\\' && i + 1 < source.size()) {
+      indented += source[++i];
+    } else if (character == '"') {
+      state = state == kString ? kPlain : kString;
+    } else if (character == ';' && state == kPlain) {
+      state = kComment;
+    }
+  }
+  return indented;
+}
+
+// The comment that was read in front of a call or a pattern, as lines of comment.
+static std::string CommentBlock(std::string_view comment) {
+  std::string block;
+  while (!comment.empty()) {
+    const std::size_t end = comment.find_first_of("\r\n");
+    const std::string_view line = Trim(comment.substr(0, end));
+    if (!line.empty() && line.front() != ';') block += "; ";
+    block += line;
+    block += NewLineString;
+    if (end == std::string_view::npos) break;
+    const bool pair = comment[end] == '\r' && comment.substr(end + 1).starts_with('\n');
+    comment.remove_prefix(end + (pair ? 2 : 1));
+  }
+  return block;
+}
+
+// Values.
+
+static void AppendFactSource(std::string& source, const IFact& fact, bool written_slots_alone);
+static void AppendCallSource(std::string& source, const IFunCall& fun_call, bool pairs);
+
+static void AppendListSource(std::string& source, const IValueVector& list) {
+  for (const Ref<IKBValue>& member : list) {
+    AppendSource(source, member ? *member : *FCNil);
+    source += ' ';
+  }
+}
+
+static bool TakesPairs(const IFunCall& fun_call) {
+  return fun_call.GetName() == "modify" || fun_call.GetName() == "duplicate";
+}
+
+void AppendSource(std::string& source, const IKBValue& value) {
+  switch (value.GetDType()) {
+    case dtNone:
+      source += "nil";
+      return;
+    case dtAtom:
+    case dtSlot:
+    case dtMultiSlot:
+      AppendAtomSource(source, value.TextView());
+      return;
+    case dtVariable:
+      source += '?';
+      AppendNameSource(source, value.TextView());
+      return;
+    case dtMultiVariable:
+      source += "$?";
+      AppendNameSource(source, value.TextView());
+      return;
+    case dtString:
+      AppendQuoted(source, value.TextView());
+      return;
+    case dtFloat:
+      source += FloatToSource(value.RawFloat());
+      return;
+    case dtFactId:
+      source += IntegerToText(value.RawInteger());  // facts are named by their number where text is read
+      return;
+    case dtList: {
+      const DepthGuard guard("value");
+      AppendListSource(source, *value.GetAsList());
+      return;
+    }
+    case dtFunCall:
+      if (const IFunCall* const call = value.GetAsFunCall()) AppendCallSource(source, *call, TakesPairs(*call));
+      return;
+    case dtFact:
+      if (const IFact* const fact = value.GetAsFact()) AppendFactSource(source, *fact, true);
+      return;
+    case dtSingletons:
+      if (const ISingletonsVector* const points = value.GetAsSingletons()) source += PrettyPrint(*points);
+      return;
+    default:
+      value.AppendTo(source);
+  }
+}
+
+std::string ValueToSource(const IKBValue& value) {
+  std::string source;
+  AppendSource(source, value);
+  return source;
+}
+
+std::string PrettyPrint(const ISingletonsVector& singletons) {
+  if (singletons.GetCount() == 0) return "";
+  std::string text = "(";
+  for (std::int32_t i = 0; i < singletons.GetCount(); ++i) {
+    text += '(';
+    AppendSource(text, *singletons.GetXValue(i));
+    text += ' ';
+    AppendSource(text, *singletons.GetYValue(i));
+    text += ") ";
+  }
+  return text + ")";
+}
+
+// Calls.
+
+static void AppendCallSource(std::string& source, const IFunCall& fun_call, bool pairs) {
+  const DepthGuard guard("function call");
+  source += CommentBlock(fun_call.GetComment());
+  source += '(';
+  if (fun_call.GetName() == "=") {
+    source += '=';
+  } else {
+    AppendAtomSource(source, fun_call.GetName());
+  }
+  for (std::int32_t i = 0; i < fun_call.GetArgumentCount(); ++i) {
+    const Ref<IKBValue>& argument = fun_call.GetArgument(i);
+    const bool is_list = argument && argument->GetDType() == dtList;
+    const bool is_pair = pairs && (i > 0 || is_list);
+    source += is_pair ? " (" : " ";
+    AppendSource(source, argument ? *argument : *FCNil);
+    if (is_pair) source += ')';
+  }
+  source += ')';
+}
+
+std::string PrettyPrint(const IFunCall& fun_call, bool pairs) {
+  std::string source;
+  AppendCallSource(source, fun_call, pairs);
+  return source;
+}
+
+std::string PrettyPrint(const IFunCall& fun_call) { return PrettyPrint(fun_call, TakesPairs(fun_call)); }
+
+// Facts.
+
+static void AppendFactSource(std::string& source, const IFact& fact, bool written_slots_alone) {
+  const DepthGuard guard("fact");
+  source += '(';
+  if (fact.GetTemplate()) {
+    const IFactTemplate& fact_template = *fact.GetTemplate();
+    AppendAtomSource(source, fact_template.GetTemplateName());
+    for (const std::int32_t ordinal : fact_template.SortedOrdinals()) {
+      if (written_slots_alone && !fact.HasValueAt(ordinal)) continue;
+      const IKBValue& value = *fact.PeekAt(ordinal);
+      const IFactSlot& slot = *fact_template.SlotAt(ordinal);
+      if (fact_template.IsOrdered()) {
+        if (value.GetDType() == dtList && value.GetAsList()->GetValueCount() == 0) continue;
+        source += ' ';
+        AppendSource(source, value);
+        continue;
+      }
+      source += " (";
+      AppendAtomSource(source, slot.GetName());
+      source += ' ';
+      // nil stands for no members at all where a list is wanted.
+      if (!slot.IsMulti() || !value.IsNilLike()) AppendSource(source, value);
+      source += ')';
+    }
+  }
+  source += ')';
+}
+
+std::string FactToSource(const IFact& fact, bool written_slots_alone) {
+  std::string source;
+  AppendFactSource(source, fact, written_slots_alone);
+  return source;
+}
+
+std::string PrettyPrint(const IFact& fact) { return FactToText(fact); }
+
+std::string PrettyPrint(const IFact& fact, std::string_view slot_name, std::string_view text) {
+  if (text.empty()) return "";
+  if (!fact.GetTemplate()) Raise(SNoTemplate);
+  if (fact.GetTemplate()->IsOrdered()) return std::string(text);
+  std::string slot = "(";
+  slot += slot_name;
+  slot += ' ';
+  slot += text;
+  return slot + ")";
+}
+
+std::string PrettyPrint(const IFact& fact, std::string_view slot_name, const IKBValue& value) {
+  return PrettyPrint(fact, slot_name, std::string_view(value.ToString()));
+}
+
+std::string PrettyPrint(const IFact& fact, std::string_view slot_name) {
+  if (!fact.GetTemplate()) Raise(SNoTemplate);
+  const std::int32_t ordinal = fact.GetTemplate()->OrdinalOf(slot_name);
+  if (ordinal < 0) Raise(SInvalidSlotName, slot_name);
+  return PrettyPrint(fact, slot_name, *fact.PeekAt(ordinal));
+}
+
+std::string PrettyPrint(const TFactSet& fact_set) {
+  std::string text = "(deffacts " + AtomToSource(fact_set.GetFactSetName());
+  if (!fact_set.Comment.empty()) text += " " + QuoteText(fact_set.Comment);
+  text += NewLineString;
+  for (const TFactSet::TLine& line : fact_set.GetLines()) {
+    text += IndentString;
+    text += IndentSource(line.fact ? FactToSource(*line.fact, true) : line.text);
+    text += NewLineString;
+  }
+  return text + ")";
+}
+
+// Globals.
+
+std::string PrettyPrint(std::string_view variable_name, const IKBValue& value) {
+  if (variable_name.empty()) return "";
+  std::string text = "?";
+  AppendNameSource(text, variable_name.front() == '?' ? variable_name.substr(1) : variable_name);
+  text += " = ";
+  if (value.GetDType() != dtList) {
+    AppendSource(text, value);
+    return text;
+  }
+  // A definition takes one value: a list is what a call makes.
+  text += "(create$";
+  for (const Ref<IKBValue>& member : *value.GetAsList()) {
+    text += ' ';
+    AppendSource(text, member ? *member : *FCNil);
+  }
+  return text + ")";
+}
+
+std::string PrettyPrint(const TValueHashTable& variables) {
+  std::string text = "(defglobal";
+  for (const std::string& name : variables.GetKeys()) {
+    const Ref<IKBValue> value = variables.Get(name);
+    text += " " + PrettyPrint("?" + name, value ? *value : *FCNil);
+  }
+  return text + ")";
+}
+
+// Functions.
+
+std::string PrettyPrint(const IInterpretedFunction& function) {
+  std::string text = "(deffunction " + AtomToSource(function.GetFunctionName()) + " (";
+  for (std::int32_t i = 0; i < function.GetArgumentCount(); ++i) {
+    if (i > 0) text += ' ';
+    AppendSource(text, *function.GetArgument(i));
+  }
+  text += ")";
+  text += NewLineString;
+  const std::int32_t count = function.GetStatementCount();
+  // A string that begins the body would be read as the comment.
+  const bool begins_with_string = count > 0 && function.GetStatement(0)->GetDType() == dtString;
+  if (!function.GetComment().empty() || begins_with_string) {
+    text += IndentString;
+    AppendQuoted(text, function.GetComment());
+    text += NewLineString;
+  }
+  for (std::int32_t i = 0; i < count; ++i) {
+    text += IndentString;
+    AppendSource(text, *function.GetStatement(i));
+    text += NewLineString;
+  }
+  text += ")";
+  text += NewLineString;
+  return text;
+}
+
+std::string PrettyPrint(const IUserFunction& function) {
+  if (const auto* interpreted = dynamic_cast<const IInterpretedFunction*>(&function)) {
+    return PrettyPrint(*interpreted);
+  }
+  std::string description = function.GetComment();
+  description += NewLineString;
+  description += FormatText(SyntaxFormat, {GetSyntaxStatement(function)});
+  const std::string line_start = ";; " + std::string(IndentString);
+  std::string text = ";; " + function.GetFunctionName().str() + " function";
+  text += NewLineString;
+  return text + line_start + ReplaceAll(description, NewLineString, std::string(NewLineString) + line_start);
+}
+
+// Patterns and rules.
+
+static void AppendTests(std::string& text, const TKBPattern& pattern, std::int32_t slot) {
+  const std::int32_t count = pattern.GetSlotTestCount(slot);
+  if (count == 0) {
+    if (!pattern.HasTestList(slot)) return;
+    const std::vector<Ref<IFactSlot>> slots = pattern.GetFactTemplate()->GetSlots();
+    const bool is_multi = !slots.empty() && slots.front()->IsMulti();
+    const std::string prefix(is_multi ? SMultiSlotVar : SSlotVar);
+    IReasoner* const reasoner = pattern.GetReasoner();
+    text += reasoner == nullptr ? prefix : reasoner->GenerateSymbol(prefix);
+    return;
+  }
+  for (std::int32_t i = 0; i < count; ++i) {
+    const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, i);
+    if (i > 0) {
+      const bool same_field =
+          test.GetMultiSlotSubIndex() == pattern.GetSlotTest(slot, i - 1).GetMultiSlotSubIndex();
+      text += !same_field ? ' ' : test.IsJoinedByAnd() ? '&' : '|';
+    }
+    if (test.GetSlotTestType() == sttNotEquals && !pattern.IsTest()) text += '~';
+    if (test.GetSlotValue()->GetDType() == dtFunCall && !pattern.IsTest()) text += ':';
+    AppendSource(text, *test.GetSlotValue());
+  }
+}
+
+static bool IsNegatedTest(const TKBPattern& pattern, std::int32_t slot) {
+  return pattern.IsTest() && pattern.GetSlotTestCount(slot) > 0 &&
+         pattern.GetSlotTest(slot, 0).GetSlotTestType() == sttNotEquals;
+}
+
+std::string PrettyPrint(const TKBPattern& pattern) {
+  if (!pattern.GetFactTemplate()) Raise(SNoTemplate);
+  std::string text = "(" + AtomToSource(pattern.GetName()) + " ";
+  std::int32_t negations = pattern.GetNegatedCount();
+  if (pattern.GetFactTemplate()->IsOrdered()) {
+    const std::int32_t slot = pattern.IndexOfSlotName(SDefaultSlotName);
+    if (slot >= 0) {
+      AppendTests(text, pattern, slot);
+      if (IsNegatedTest(pattern, slot)) negations = 1;
+    }
+  } else {
+    for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
+      if (pattern.GetSlotTestCount(slot) == 0) continue;
+      text += '(';
+      AppendAtomSource(text, pattern.GetSlotName(slot));
+      text += ' ';
+      AppendTests(text, pattern, slot);
+      text += ") ";
+    }
+  }
+  text += ')';
+  const auto wrap = [&text](std::string_view head) { text = "(" + std::string(head) + " " + text + ")"; };
+  if (pattern.IsUnique()) wrap("unique");
+  if (pattern.IsExplicit()) wrap("explicit");
+  if (negations == 1) wrap("not");
+  if (negations >= 2) wrap("exists");
+  for (; negations > 2; --negations) wrap("not");
+  // The comment belongs to the outermost parenthesis: from there it is read.
+  text.insert(0, CommentBlock(pattern.Comment));
+  if (pattern.GetBoundName().empty()) return text;
+  std::string bound = "?";
+  AppendNameSource(bound, pattern.GetBoundName());
+  return bound + " <- " + text;
+}
+
+std::string PrettyPrint(const TRule& rule, TRuleConstruct construct) {
+  std::string text;
+  if (construct == rcAction) {
+    for (std::int32_t i = 0; i < rule.GetActionCount(); ++i) {
+      text += IndentString;
+      text += IndentSource(PrettyPrint(*rule.GetAction(i)));
+      text += NewLineString;
+    }
+    return text;
+  }
+  for (std::int32_t i = 0; i < rule.GetPatternCount(); ++i) {
+    // The pattern behind a goal's is made by the rule itself.
+    if (i > 0 && rule.GetPattern(i - 1).GetName().starts_with(SBackChainPrefix)) continue;
+    if (!text.empty()) text += NewLineString;
+    text += IndentString;
+    text += IndentSource(PrettyPrint(rule.GetPattern(i)));
+  }
+  return text;
+}
+
+std::string PrettyPrint(const TRule& rule) {
+  std::string text = "(defrule " + AtomToSource(rule.GetRuleName());
+  const std::string line_start = std::string(NewLineString) + std::string(IndentString);
+  if (!rule.Comment.empty()) text += line_start + QuoteText(rule.Comment);
+  text += NewLineString;
+  if (rule.GetSalience() != 0 || rule.OneShot || !rule.Enabled) {
+    text += IndentString;
+    text += "(declare";
+    if (rule.GetSalience() != 0) text += " (salience " + IntegerToText(rule.GetSalience()) + ")";
+    if (!rule.Enabled) text += " (enabled FALSE)";
+    if (rule.OneShot) text += " (oneshot TRUE)";
+    text += ")";
+    text += NewLineString;
+  }
+  text += PrettyPrint(rule, rcPattern) + line_start + "=>";
+  text += NewLineString;
+  return text + PrettyPrint(rule, rcAction) + ")";
+}
+
+}  // namespace reasoner

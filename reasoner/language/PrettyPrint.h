@@ -1,0 +1,55 @@
+// Constructs as text of the rule language.
+//
+// What is printed reads back as an equal construct: words are escaped where they must be, an empty atom stands as `nil`,
+// and a float shows as many digits as it needs. A fact by itself is printed for people, as it is shown everywhere: a
+// slot without text is left out. Facts inside constructs show exactly the slots that were written.
+
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "reasoner/facts/FactSet.h"
+#include "reasoner/functions/FunctionCall.h"
+#include "reasoner/functions/InterpretedFunction.h"
+#include "reasoner/match/Rule.h"
+#include "reasoner/values/SingletonsVector.h"
+#include "reasoner/values/ValueHashTable.h"
+
+namespace reasoner {
+
+std::string PrettyPrint(const TFactSet& fact_set);
+std::string PrettyPrint(const IFact& fact);
+// One slot of a fact, with the fact's value, another value, or a text; empty for an empty text.
+std::string PrettyPrint(const IFact& fact, std::string_view slot_name);
+std::string PrettyPrint(const IFact& fact, std::string_view slot_name, const IKBValue& value);
+std::string PrettyPrint(const IFact& fact, std::string_view slot_name, std::string_view text);
+std::string PrettyPrint(const IFactSlot& slot);
+std::string PrettyPrint(const IFactTemplate& fact_template);
+std::string PrettyPrint(const IFunCall& fun_call);
+// With `pairs` each argument but the first is a slot and its value.
+std::string PrettyPrint(const IFunCall& fun_call, bool pairs);
+std::string PrettyPrint(const TRule& rule);
+std::string PrettyPrint(const TRule& rule, TRuleConstruct construct);
+// A slot that has lost its tests prints as a new variable, which moves the engine's symbol index.
+std::string PrettyPrint(const TKBPattern& pattern);
+// One definition of a global; empty for an empty name.
+std::string PrettyPrint(std::string_view variable_name, const IKBValue& value);
+std::string PrettyPrint(const ISingletonsVector& singletons);
+// A function that is not written in the language prints as a comment.
+std::string PrettyPrint(const IUserFunction& function);
+std::string PrettyPrint(const IInterpretedFunction& function);
+std::string PrettyPrint(const IKBDefinedType& defined_type);
+std::string PrettyPrint(const TValueHashTable& variables);
+
+// A value as it is written where the language reads one.
+void AppendSource(std::string& source, const IKBValue& value);
+std::string ValueToSource(const IKBValue& value);
+// A fact that reads back as it is: every slot, or those alone that were written.
+std::string FactToSource(const IFact& fact, bool written_slots_alone);
+// A text in double quotes.
+std::string QuoteText(std::string_view text);
+// Moves a text right by one step: blanks behind each line break that is no character of a string or a word.
+std::string IndentSource(std::string_view source);
+
+}  // namespace reasoner

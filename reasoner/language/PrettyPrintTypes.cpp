@@ -1,0 +1,205 @@
+// The printing of slots, templates and defined types.
+
+#include <cmath>
+
+#include "reasoner/language/PrettyPrint.h"
+#include "reasoner/language/TokenStream.h"
+#include "reasoner/support/Numbers.h"
+#include "reasoner/values/Constants.h"
+
+namespace reasoner {
+
+namespace {
+
+std::string TypeWords(TKBTypes types) {
+  return UpperTypeNames(types - KBMultiSlotTypes - KBAlwaysValidTypes, " ");
+}
+
+std::string Clause(std::string_view text) {
+  std::string clause(IndentString);
+  clause += text;
+  clause += NewLineString;
+  return clause;
+}
+
+std::string BoundText(double bound, double none) {
+  if (bound == none) return std::string(STypeVariableKeyword);
+  const auto whole = TruncateToInteger(bound);
+  return whole && *whole == bound ? IntegerToText(*whole) : FloatToSource(bound);
+}
+
+std::string RangeClause(const IKBDefinedType& type) {
+  if (!type.IsRangeLimited()) return "";
+  return Clause("(range " + BoundText(type.GetMinRange(), IKBDefinedType::kNoMinRange) + " " +
+                BoundText(type.GetMaxRange(), IKBDefinedType::kNoMaxRange) + ") ");
+}
+
+std::string UnitsClause(const IKBDefinedType& type) {
+  const std::string& units = type.GetUnits();
+  if (units.empty()) return "";
+  return Clause("(units " + (AtomToSource(units) == units ? units : QuoteText(units)) + ")");
+}
+
+std::string CardinalityClause(const IKBDefinedType& type) {
+  if (!type.IsCardinalityLimited()) return "";
+  const std::string none(STypeVariableKeyword);
+  const std::int32_t min = type.GetMinCardinality();
+  const std::int32_t max = type.GetMaxCardinality();
+  return Clause("(cardinality " + (min < 0 ? none : IntegerToText(min)) + " " +
+                (max == IKBDefinedType::kNoMaxCardinality ? none : IntegerToText(max)) + ") ");
+}
+
+void AppendAllowed(std::string& text, const IKBDefinedType& type, TValueConstraint kind) {
+  switch (kind) {
+    case vcAtom:
+      for (std::int32_t i = 0; i < type.GetConstraintAtomsCount(); ++i) {
+        AppendAtomSource(text, type.GetConstraintAtom(i));
+        text += ' ';
+      }
+      return;
+    case vcString:
+      for (std::int32_t i = 0; i < type.GetConstraintStringsCount(); ++i) {
+        text += QuoteText(type.GetConstraintString(i)) + " ";
+      }
+      return;
+    case vcInteger:
+      for (std::int32_t i = 0; i < type.GetConstraintIntegersCount(); ++i) {
+        text += IntegerToText(type.GetConstraintInteger(i)) + " ";
+      }
+      return;
+    case vcFloat:
+      for (std::int32_t i = 0; i < type.GetConstraintFloatsCount(); ++i) {
+        text += FloatToSource(type.GetConstraintFloat(i)->GetAsFloat()) + " ";
+      }
+  }
+}
+
+// A clause for two kinds, under the word for both or for the one that there is.
+std::string AllowedPair(const IKBDefinedType& type, TValueConstraint first, TValueConstraint second,
+                        std::string_view both_word, std::string_view first_word, std::string_view second_word,
+                        std::string_view closing) {
+  const TValueConstraints kinds = type.GetConstraints();
+  if (!kinds.Has(first) && !kinds.Has(second)) return "";
+  std::string text = "(allowed-";
+  text += !kinds.Has(second) ? first_word : !kinds.Has(first) ? second_word : both_word;
+  text += ' ';
+  if (kinds.Has(first)) AppendAllowed(text, type, first);
+  if (kinds.Has(second)) AppendAllowed(text, type, second);
+  return Clause(text.append(closing));
+}
+
+std::string AllowedClause(const IKBDefinedType& type) {
+  if (type.GetConstraints() == TValueConstraints{vcAtom, vcString, vcInteger, vcFloat}) {
+    std::string text = "(allowed-values ";
+    for (const TValueConstraint kind : {vcAtom, vcString, vcInteger, vcFloat}) AppendAllowed(text, type, kind);
+    return Clause(text + ")");
+  }
+  return AllowedPair(type, vcInteger, vcFloat, "numbers", "integers", "floats", ") ") +
+         AllowedPair(type, vcAtom, vcString, "lexemes", "symbols", "strings", ")");
+}
+
+// What a type has beyond its ancestor. An implicit type is not read together with one: it shows all that it has.
+std::string Facets(const IKBDefinedType& type) {
+  static constexpr std::string (*kClauses[])(const IKBDefinedType&) = {RangeClause, UnitsClause, CardinalityClause,
+                                                                       AllowedClause};
+  const IKBDefinedType* const ancestor = type.IsImplicit() ? nullptr : type.GetAncestor().get();
+  std::string text;
+  for (const auto clause : kClauses) {
+    const std::string own = clause(type);
+    if (ancestor == nullptr || clause(*ancestor) != own) text += own;
+  }
+  return text;
+}
+
+// The default clause, or nothing where reading the slot without it gives the same default.
+std::string DefaultClause(const IFactSlot& slot) {
+  const Ref<IKBValue>& value = slot.GetSlotDefault();
+  if (!value) return "";
+  const std::string_view keyword = slot.IsDefaultDynamic() ? "(default-dynamic " : "(default ";
+  std::string text(keyword);
+  if (value->Equals(*FCNil)) {
+    // An atom without text is the default of most slots, but not of a slot of numbers.
+    const Ref<IKBValue> own = slot.CreateValidDefault(slot.GetSlotType().Has(dtList));
+    if (slot.IsMulti() || own->Equals(*FCNil)) return "";
+    return text + "nil) ";
+  }
+  const std::string source = ValueToSource(*value);
+  if (Trim(source).empty()) return "";
+  return text + source + ") ";
+}
+
+}  // namespace
+
+std::string PrettyPrint(const IFactSlot& slot) {
+  std::string text = slot.IsMulti() ? "(multislot " : "(slot ";
+  AppendAtomSource(text, slot.GetName());
+  text += ' ';
+  const std::string default_clause = DefaultClause(slot);
+  const std::string indent = std::string(IndentString) + std::string(IndentString);
+  const TKBTypes types = slot.GetSlotType();
+  if (const IKBDefinedType* const type = slot.GetExtendedTypeInfo().get()) {
+    text += type->IsImplicit() ? PrettyPrint(*type) : "(type " + AtomToSource(type->GetName()) + ")";
+    if (!default_clause.empty()) text += indent + default_clause;
+  } else if (types == KBSlotTypes || types == KBSlotTypes + KBMultiSlotTypes) {
+    text += default_clause;
+  } else {
+    text += "(type " + TypeWords(types) + (types.HasAny(KBMultiSlotTypes) ? ") " : ")");
+    if (!default_clause.empty()) text += std::string(NewLineString) + indent + default_clause;
+  }
+  return text + ")";
+}
+
+// The type of an ordered template's list; null where it has none or its parent gives it the same.
+static const IKBDefinedType* OwnListType(const IFactTemplate& fact_template) {
+  const auto type_of = [](const IFactTemplate& owner) -> const IKBDefinedType* {
+    const IFactSlot* const slot = owner.FindSlot(SDefaultSlotName);
+    return slot == nullptr ? nullptr : slot->GetExtendedTypeInfo().get();
+  };
+  const IKBDefinedType* const type = type_of(fact_template);
+  const Ref<IFactTemplate>& parent = fact_template.GetParent();
+  return parent && type_of(*parent) == type ? nullptr : type;
+}
+
+std::string PrettyPrint(const IFactTemplate& fact_template) {
+  const std::string line_start = std::string(NewLineString) + std::string(IndentString);
+  std::string text = "(deftemplate " + AtomToSource(fact_template.GetTemplateName());
+  if (!fact_template.GetComment().empty()) text += " " + QuoteText(fact_template.GetComment());
+  if (const Ref<IFactTemplate>& parent = fact_template.GetParent()) {
+    text += line_start + "extends " + AtomToSource(parent->GetTemplateName());
+  }
+  if (fact_template.IsOrdered()) {
+    if (const IKBDefinedType* const type = OwnListType(fact_template)) {
+      text += type->IsImplicit() ? " " + PrettyPrint(*fact_template.GetSlot(SDefaultSlotName))
+                                 : " is-a " + AtomToSource(type->GetName());
+    }
+    return text + ")";
+  }
+  text += NewLineString;
+  for (const Ref<IFactSlot>& slot : fact_template.GetSlots()) {
+    text += IndentString;
+    text += IndentSource(PrettyPrint(*slot));
+    text += NewLineString;
+  }
+  return text + ")";
+}
+
+std::string PrettyPrint(const IKBDefinedType& defined_type) {
+  if (defined_type.IsImplicit()) {
+    return "(type " + TypeWords(defined_type.GetBaseTypes()) + ")" + std::string(NewLineString) +
+           Facets(defined_type);
+  }
+  const std::string line_start = std::string(NewLineString) + std::string(IndentString);
+  std::string text = "(deftype " + AtomToSource(defined_type.GetName()) + " ";
+  if (!defined_type.GetComment().empty()) text += line_start + QuoteText(defined_type.GetComment()) + line_start;
+  text += "extends (type ";
+  TKBTypes types = defined_type.GetBaseTypes();
+  if (const Ref<IKBDefinedType>& ancestor = defined_type.GetAncestor()) {
+    text += AtomToSource(ancestor->GetName()) + " ";
+    types -= ancestor->GetBaseTypes();
+  }
+  text += TypeWords(types) + ")";
+  text += NewLineString;
+  return text + Facets(defined_type) + ")";
+}
+
+}  // namespace reasoner

@@ -1,0 +1,224 @@
+// Listing, removing and asking for constructs. What one call lists goes out at once, every line
+// with its end.
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "reasoner/engine/Reasoner.h"
+#include "reasoner/functions/UserPackage.h"
+#include "reasoner/library/Builtin.h"
+#include "reasoner/library/Families.h"
+#include "reasoner/support/Numbers.h"
+#include "reasoner/support/Streams.h"
+
+namespace reasoner {
+namespace {
+
+// The closing line of a listing.
+std::string TotalLine(std::string_view beginning, std::int64_t count, std::string_view what) {
+  std::string line(beginning);
+  line += IntegerToText(count);
+  line += what;
+  line += NewLineString;
+  return line;
+}
+
+constexpr std::string_view kTerminal = "t";
+
+class TAgendaFunction final : public TBuiltinFunction<TAgendaFunction> {
+ public:
+  static constexpr TFunctionInfo kInfo{.name = "agenda",
+                                       .syntax = "",
+                                       .arguments = Exactly(0),
+                                       .comment = "Displays the rule activations on the agenda"};
+
+  void Call(const IFunCall&, TKBContext& context, Ref<IKBValue>& result) override {
+    TReasoner& engine = EngineOf(context);
+    const std::string total =
+        TotalLine("for a total of ", engine.GetAgendaCount(), " activations.");
+    engine.PrintOut(std::string(kTerminal), AsLines(engine.GetAgenda().ToString()) + total);
+    result = FCNil;
+  }
+};
+
+class TShowFactsFunction final : public TBuiltinFunction<TShowFactsFunction> {
+ public:
+  static constexpr TFunctionInfo kInfo{
+      .name = "facts",
+      .syntax =
+          " [<start-integer-expression> [<end-integer-expression> [<max-integer-expression>]]]",
+      .arguments = Between(0, 3),
+      .comment =
+          "Displays the facts in the fact list.  Facts with fact indices less than "
+          "<start-integer-expression> or greater than <end-integer-expression> are not displayed.  "
+          "<max-integer-expression> controls the maximum number of facts that will be listed"};
+
+  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
+    TReasoner& engine = EngineOf(context);
+    constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
+    const std::int32_t start =
+        Bound(fun_call, 0, context, std::numeric_limits<std::int32_t>::min());
+    const std::int32_t end = Bound(fun_call, 1, context, kMax);
+    const std::int32_t most = Bound(fun_call, 2, context, kMax);
+    std::vector<Ref<IFact>> facts = engine.GetFacts().Snapshot();
+    if (fun_call.GetArgumentCount() > 0) KeepRange(facts, start, end, most);
+    std::string text;
+    for (const Ref<IFact>& fact : facts) {
+      text += fact->ToIDString();
+      text += NewLineString;
+    }
+    text += TotalLine("For a total of ", static_cast<std::int64_t>(facts.size()), " facts.");
+    engine.PrintOut(std::string(kTerminal), text);
+    result = FCTrue;
+  }
+
+ private:
+  static std::int32_t Bound(const IFunCall& fun_call, std::int32_t index, TKBContext& context,
+                            std::int32_t none) {
+    return index < fun_call.GetArgumentCount() ? IntegerArgument(fun_call, index, context) : none;
+  }
+
+  // Keeps the facts with ids from `start` to `end`, of those the first `most` in the order of their
+  // ids.
+  static void KeepRange(std::vector<Ref<IFact>>& facts, std::int32_t start, std::int32_t end,
+                        std::int32_t most) {
+    std::erase_if(facts, [start, end](const Ref<IFact>& fact) {
+      return fact->GetID() < start || fact->GetID() > end;
+    });
+    std::stable_sort(facts.begin(), facts.end(), [](const Ref<IFact>& a, const Ref<IFact>& b) {
+      return a->GetID() < b->GetID();
+    });
+    const auto kept = static_cast<std::size_t>(std::max(most, 0));
+    if (facts.size() > kept) facts.resize(kept);
+  }
+};
+
+class TShowRulesFunction final : public TBuiltinFunction<TShowRulesFunction> {
+ public:
+  static constexpr TFunctionInfo kInfo{
+      .name = "rules",
+      .syntax = "[<logical-name>]",
+      .arguments = Between(0, 1),
+      .comment =
+          "Displays the rules in the rule base.  <logical-name> specifies the optional logical "
+          "output device to direct the display to"};
+
+  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
+    TReasoner& engine = EngineOf(context);
+    std::string out_id(kTerminal);
+    if (fun_call.GetArgumentCount() > 0) out_id = TextArgument(fun_call, 0, context).str();
+    TRules& rules = engine.GetRules();
+    engine.PrintOut(out_id, AsLines(rules.ToString()) +
+                                TotalLine("For a total of ", rules.GetCount(), " rules."));
+    result = FCTrue;
+  }
+};
+
+class TUnDefRuleFunction final : public TBuiltinFunction<TUnDefRuleFunction> {
+ public:
+  static constexpr TFunctionInfo kInfo{.name = "undefrule",
+                                       .syntax = " <rule-name>",
+                                       .arguments = Exactly(1),
+                                       .comment = "Deletes the specified rule from the rule base"};
+
+  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
+    const Text name = TextArgument(fun_call, 0, context);
+    result = BooleanValue(EngineOf(context).GetRules().Remove(name));
+  }
+};
+
+// What a name can be the name of.
+enum TStructKind : std::uint8_t {
+  skBinding,
+  skDefType,
+  skFunction,
+  skGlobal,
+  skRule,
+  skFactSet,
+  skTemplate
+};
+
+bool IsKnown(TStructKind kind, const Text& name, const TKBContext& context) {
+  switch (kind) {
+    case skBinding:
+      return context.FindBinding(name) != nullptr;
+    case skDefType:
+      return EngineOf(context).GetDefinedTypes().ContainsKey(name);
+    case skFunction:
+      return EngineOf(context).GetUserFunctions().ContainsKey(name);
+    case skGlobal:
+      return EngineOf(context).GetGlobalVariables().ContainsKey(name);
+    case skRule:
+      return EngineOf(context).GetRules().ContainsKey(name);
+    case skFactSet:
+      return EngineOf(context).GetFactSets().IndexOf(name) >= 0;
+    case skTemplate:
+      return EngineOf(context).GetFactTemplates().ContainsKey(name);
+  }
+  return false;
+}
+
+// One class for all questions of this form: the name says which registry is asked.
+class TIsKBStructFunction final : public TDescribedFunction {
+ public:
+  struct TRow {
+    TStructKind kind;
+    TFunctionInfo info;
+  };
+  static const std::array<TRow, 7> kRows;
+
+  explicit TIsKBStructFunction(const TRow& row) : row_(&row) {}
+
+  void InitMetaData() override { Describe(row_->info); }
+
+  // Another of the names turns the function into that question; any other name leaves it what it
+  // is.
+  void SetFunctionName(std::string_view name) override {
+    for (const TRow& row : kRows) {
+      if (row.info.name != name) continue;
+      row_ = &row;
+      comment_ = row.info.comment;
+    }
+    TDescribedFunction::SetFunctionName(name);
+  }
+
+  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
+    result = BooleanValue(IsKnown(row_->kind, TextArgument(fun_call, 0, context), context));
+  }
+
+ private:
+  const TRow* row_;
+};
+
+constexpr TFunctionInfo Question(std::string_view name, std::string_view comment) {
+  return {
+      .name = name, .syntax = "<string-expression>", .arguments = Exactly(1), .comment = comment};
+}
+
+constexpr std::array<TIsKBStructFunction::TRow, 7> TIsKBStructFunction::kRows{{
+    {skBinding,
+     Question("is-binding", "Returns TRUE if the argument is a binding (variable) name")},
+    {skDefType, Question("is-deftype", "Returns TRUE if the argument is a defined type name")},
+    {skFunction, Question("is-deffunction", "Returns TRUE if the argument is a function name")},
+    {skGlobal, Question("is-defglobal", "Returns TRUE if the argument is a global variable name")},
+    {skRule, Question("is-defrule", "Returns TRUE if the argument is a rule name")},
+    {skFactSet,
+     Question("is-deffacts", "Returns TRUE if the argument is a deffacts (factset) name")},
+    {skTemplate, Question("is-deftemplate",
+                          "Returns TRUE if the argument is a deftemplate (fact template) name")},
+}};
+
+}  // namespace
+
+void AddListingFunctions(TUserFunctionList& functions) {
+  functions.AddNew<TAgendaFunction, TShowFactsFunction, TShowRulesFunction, TUnDefRuleFunction>();
+  for (const TIsKBStructFunction::TRow& row : TIsKBStructFunction::kRows) {
+    functions.Add(Make<TIsKBStructFunction>(row));
+  }
+}
+
+}  // namespace reasoner

@@ -1,0 +1,71 @@
+#include "reasoner/library/Packages.h"
+
+#include "reasoner/library/Families.h"
+
+namespace reasoner {
+
+TStandardPackage::TStandardPackage(TComponent* owner) : TUserPackage(owner) { Rebuild(); }
+
+void TStandardPackage::CreateFunctions() {
+  TUserPackage::CreateFunctions();
+  AddLogicFunctions(GetFunctions());
+  AddCompareFunctions(GetFunctions());
+  AddControlFunctions(GetFunctions());
+  AddFactFunctions(GetFunctions());
+  AddStorageFunctions(GetFunctions());
+  AddEngineFunctions(GetFunctions());
+  AddMultifieldFunctions(GetFunctions());
+  AddIOFunctions(GetFunctions());
+}
+
+TMiscPackage::TMiscPackage(TComponent* owner) : TUserPackage(owner) { Rebuild(); }
+
+void TMiscPackage::CreateFunctions() {
+  TUserPackage::CreateFunctions();
+  AddListingFunctions(GetFunctions());
+}
+
+TPredicatePackage::TPredicatePackage(TComponent* owner) : TUserPackage(owner) { Rebuild(); }
+
+void TPredicatePackage::CreateFunctions() {
+  TUserPackage::CreateFunctions();
+  AddPredicateFunctions(GetFunctions());
+}
+
+TMathPackage::TMathPackage(TComponent* owner) : TUserPackage(owner) { Rebuild(); }
+
+void TMathPackage::CreateFunctions() {
+  TUserPackage::CreateFunctions();
+  AddMathFunctions(GetFunctions());
+}
+
+TStringPackage::TStringPackage(TComponent* owner) : TUserPackage(owner) { Rebuild(); }
+
+void TStringPackage::CreateFunctions() {
+  TUserPackage::CreateFunctions();
+  AddStringFunctions(GetFunctions());
+}
+
+// Null for a package that has no function yet.
+TUserPackage* MakePackage(TFunctionPackage package, TComponent* engine) {
+  switch (package) {
+    case pStandard:
+      return new TStandardPackage(engine);
+    case pPredicate:
+      return new TPredicatePackage(engine);
+    case pMath:
+      return new TMathPackage(engine);
+    case pMiscellaneous:
+      return new TMiscPackage(engine);
+    case pString:
+      return new TStringPackage(engine);
+    case pObject:
+    case pTrigonometry:
+    case pBusiness:
+    case pFuzzyLogic:
+      return nullptr;
+  }
+  return nullptr;
+}
+
+}  // namespace reasoner

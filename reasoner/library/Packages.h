@@ -1,0 +1,62 @@
+// The packages of built-in functions. An engine makes those of its `Packages` for itself; a host
+// may make one, too, and tie it to engines of its choice.
+
+#pragma once
+
+#include <string>
+
+#include "reasoner/functions/UserPackage.h"
+
+namespace reasoner {
+
+// Facts, control, comparison, storage, the engine, lists, input and output.
+class TStandardPackage : public TUserPackage {
+ public:
+  explicit TStandardPackage(TComponent* owner = nullptr);
+  std::string ClassName() const override { return "TStandardPackage"; }
+
+ protected:
+  void CreateFunctions() override;
+};
+
+// Listing, removing and asking for constructs.
+class TMiscPackage : public TUserPackage {
+ public:
+  explicit TMiscPackage(TComponent* owner = nullptr);
+  std::string ClassName() const override { return "TMiscPackage"; }
+
+ protected:
+  void CreateFunctions() override;
+};
+
+// Tests of a value's type.
+class TPredicatePackage : public TUserPackage {
+ public:
+  explicit TPredicatePackage(TComponent* owner = nullptr);
+  std::string ClassName() const override { return "TPredicatePackage"; }
+
+ protected:
+  void CreateFunctions() override;
+};
+
+// Arithmetic.
+class TMathPackage : public TUserPackage {
+ public:
+  explicit TMathPackage(TComponent* owner = nullptr);
+  std::string ClassName() const override { return "TMathPackage"; }
+
+ protected:
+  void CreateFunctions() override;
+};
+
+// Strings and atoms.
+class TStringPackage : public TUserPackage {
+ public:
+  explicit TStringPackage(TComponent* owner = nullptr);
+  std::string ClassName() const override { return "TStringPackage"; }
+
+ protected:
+  void CreateFunctions() override;
+};
+
+}  // namespace reasoner

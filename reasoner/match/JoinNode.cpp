@@ -1,0 +1,298 @@
+#include "reasoner/match/JoinNode.h"
+
+#include <algorithm>
+
+#include "reasoner/match/ReteNetwork.h"
+#include "reasoner/support/Numbers.h"
+#include "reasoner/vocabulary/Messages.h"
+
+namespace reasoner {
+
+// --- Test node ---------------------------------------------------------------------------------------------------
+
+void TTestNode::AddTest(TSlotTestType test_type, const Ref<IKBValue>& call) {
+  tests_.push_back(std::make_unique<TKBPatternMatchTest>(nullptr, test_type, NoSubIndex, call));
+  has_calls_ = true;
+}
+
+void TTestNode::CopyTests(const TTestNode& source) {
+  for (const std::unique_ptr<TKBSlotTest>& test : source.tests_) tests_.push_back(test->Clone());
+  has_calls_ = source.has_calls_;
+}
+
+bool TTestNode::CallNode(const Ref<TKBToken>& token, TCallType) {
+  // What is taken away passes: it is looked up by its facts further down.
+  if (token->GetTag() == taAdd || token->GetTag() == taUpdate) {
+    const ScopedMatch match(GetContext(), token, nullptr);
+    for (const std::unique_ptr<TKBSlotTest>& test : tests_) {
+      if (!test->PerformTest(GetContext())) return false;
+    }
+  }
+  CallChildren(token);
+  return true;
+}
+
+std::string TTestNode::ToString() const {
+  std::string text = TReteNode::ToString() + " NumTests: " + IntegerToText(GetTestCount());
+  for (const std::unique_ptr<TKBSlotTest>& test : tests_) text += " (" + test->ToString() + ")";
+  return text;
+}
+
+// --- Join --------------------------------------------------------------------------------------------------------
+
+TJoinNode::TJoinNode(TReteNetwork& rete, bool negated, bool unique, bool asks_for_goals, std::int32_t hash_key)
+    : TTestNode(rete),
+      negated_(negated),
+      unique_(unique),
+      asks_for_goals_(asks_for_goals),
+      hash_key_(hash_key) {}
+
+TJoinNode::TJoinNode(TReteNetwork& rete, const TJoinNode& source)
+    : TJoinNode(rete, source.negated_, source.unique_, source.asks_for_goals_, source.hash_key_) {
+  CopyTests(source);
+  PrepareShortCut();
+}
+
+void TJoinNode::AddJoinTest(TSlotTestType test_type, std::int32_t token_index, const Text& left,
+                            std::int32_t left_sub_index, const Text& right, std::int32_t right_sub_index) {
+  tests_.push_back(
+      std::make_unique<TKBJoinTest>(test_type, token_index, left, left_sub_index, right, right_sub_index));
+}
+
+void TJoinNode::PrepareShortCut() {
+  for (const TTemplateSlotType wanted : {tstSlot, tstMultiSlot}) {
+    for (std::unique_ptr<TKBSlotTest>& test : tests_) {
+      const auto* join_test = dynamic_cast<const TKBJoinTest*>(test.get());
+      if (join_test == nullptr || join_test->GetJoinTestType() != wanted ||
+          join_test->GetSlotTestType() != sttEquals || join_test->ComparesFactIds()) {
+        continue;
+      }
+      short_cut_ = join_test;
+      use_short_cut_ = true;
+      std::swap(test, tests_.front());
+      ClearMemory();
+      return;
+    }
+  }
+  ClearMemory();
+}
+
+void TJoinNode::ClearMemory() {
+  if (left_) {
+    left_->Clear();
+  } else {
+    const Text slot = short_cut_ == nullptr ? Text() : short_cut_->LeftIndex;
+    left_ = std::make_unique<TKBTokenTree>(hash_key_, short_cut_ == nullptr ? -1 : short_cut_->TokenIndex,
+                                           short_cut_ == nullptr ? NoSubIndex : short_cut_->LeftSubIndex, slot,
+                                           short_cut_ == nullptr);
+  }
+  if (right_) {
+    right_->Clear();
+  } else {
+    const Text slot = short_cut_ == nullptr ? Text() : short_cut_->RightIndex;
+    right_ = std::make_unique<TKBTokenTree>(
+        hash_key_, 0, short_cut_ == nullptr ? NoSubIndex : short_cut_->RightSubIndex, slot, false);
+  }
+}
+
+bool TJoinNode::Serves(const TJoinNode& other) const {
+  if (negated_ || other.negated_ || unique_ != other.unique_ || asks_for_goals_ != other.asks_for_goals_ ||
+      has_calls_ || other.has_calls_ || tests_.size() != other.tests_.size()) {
+    return false;
+  }
+  return std::all_of(tests_.begin(), tests_.end(), [&other](const std::unique_ptr<TKBSlotTest>& test) {
+    return std::any_of(other.tests_.begin(), other.tests_.end(),
+                       [&test](const std::unique_ptr<TKBSlotTest>& wanted) { return test->Equals(*wanted); });
+  });
+}
+
+bool TJoinNode::RunTests(const TKBToken& left, const Ref<IFact>& right, bool with_calls) {
+  for (const std::unique_ptr<TKBSlotTest>& test : tests_) {
+    if (const auto* join_test = dynamic_cast<const TKBJoinTest*>(test.get())) {
+      if (!join_test->Compare(left, *right)) return false;
+    } else if (with_calls) {
+      const ScopedMatch match(GetContext(), Ref<const IMatch>(&left), right);
+      if (!test->PerformTest(GetContext())) return false;
+    }
+  }
+  return true;
+}
+
+// Calls visit(entry) for each right token that the tests may allow with a left one, in the order of the memory, until
+// it answers false. The memory does not change meanwhile.
+template <class TVisit>
+void TJoinNode::VisitRight(const TKBToken& left, TVisit visit) {
+  if (use_short_cut_) {
+    IFact* fact = left.GetFacts(short_cut_->TokenIndex);
+    const Ref<IKBValue> value = fact == nullptr ? Ref<IKBValue>() : short_cut_->LeftValue(*fact);
+    for (Entry* entry = right_->FirstWithKey(TokenKeyOf(value.get())); entry != nullptr; entry = entry->group_next) {
+      if (!visit(*entry)) return;
+    }
+    return;
+  }
+  for (std::int32_t bucket = right_->GetLowestBucket(); bucket <= right_->GetHighestBucket(); ++bucket) {
+    for (Entry* entry = right_->FirstInBucket(bucket); entry != nullptr; entry = entry->bucket_next) {
+      if (!visit(*entry)) return;
+    }
+  }
+}
+
+template <class TVisit>
+void TJoinNode::VisitLeft(const TKBToken& right, TVisit visit) {
+  if (use_short_cut_) {
+    IFact* fact = right.GetFacts(0);
+    const Ref<IKBValue> value = fact == nullptr ? Ref<IKBValue>() : short_cut_->RightValue(*fact);
+    for (Entry* entry = left_->FirstWithKey(TokenKeyOf(value.get())); entry != nullptr; entry = entry->group_next) {
+      visit(*entry);
+    }
+    return;
+  }
+  for (std::int32_t bucket = left_->GetLowestBucket(); bucket <= left_->GetHighestBucket(); ++bucket) {
+    for (Entry* entry = left_->FirstInBucket(bucket); entry != nullptr; entry = entry->bucket_next) visit(*entry);
+  }
+}
+
+void TJoinNode::PassPair(const Ref<TKBToken>& left, const TKBToken& right, TTokenAction tag) {
+  const Ref<TKBToken> pair = Make<TKBToken>(left, right.GetFact());
+  pair->SetStrength(std::min(left->GetStrength(), right.GetStrength()));
+  pair->SetTag(tag);
+  CallChildren(pair);
+}
+
+void TJoinNode::PassUnmatched(const Ref<TKBToken>& left, float strength, TTokenAction tag) {
+  const Ref<TKBToken> unmatched = Make<TKBToken>(left, GetRete().GetEngine().GetNotOrTestFact());
+  unmatched->SetStrength(std::min(left->GetStrength(), strength));
+  unmatched->SetTag(tag);
+  CallChildren(unmatched);
+}
+
+// Takes the token just stored out again when the walk that follows fails.
+class ScopedStored {
+ public:
+  ScopedStored(TKBTokenTree& tree, TKBTokenTree::Entry& entry) : tree_(tree), entry_(&entry) {}
+  ~ScopedStored() {
+    if (entry_ != nullptr) tree_.Remove(*entry_);
+  }
+  void Keep() noexcept { entry_ = nullptr; }
+  ScopedStored(const ScopedStored&) = delete;
+  ScopedStored& operator=(const ScopedStored&) = delete;
+
+ private:
+  TKBTokenTree& tree_;
+  TKBTokenTree::Entry* entry_;
+};
+
+void TJoinNode::LeftCame(const Ref<TKBToken>& token) {
+  const Ref<TKBToken> stored = Make<TKBToken>(*token);
+  Entry* entry = left_->Add(stored);
+  if (entry == nullptr) return;
+  ScopedStored guard(*left_, *entry);
+  if (negated_) {
+    VisitRight(*token, [&](Entry& right) {
+      if (!RunTests(*token, right.token->GetFact(), true)) return true;
+      stored->SetNegatedCount(stored->GetNegatedCount() + 1);
+      if (has_calls_) entry->blockers.push_back(right.token);
+      return true;
+    });
+    if (stored->GetNegatedCount() == 0) {
+      ++pass_count_;
+      PassUnmatched(stored, 1.0F, token->GetTag());
+    }
+  } else {
+    VisitRight(*token, [&](Entry& right) {
+      if (!RunTests(*token, right.token->GetFact(), true)) return true;
+      ++pass_count_;
+      PassPair(stored, *right.token, token->GetTag());
+      return !unique_;
+    });
+  }
+  guard.Keep();
+}
+
+void TJoinNode::LeftGoes(const Ref<TKBToken>& token) {
+  Entry* entry = left_->Find(*token);
+  if (entry == nullptr) return;
+  const Ref<TKBToken> stored = entry->token;
+  left_->Remove(*entry);
+  if (negated_) {
+    if (stored->GetNegatedCount() == 0) PassUnmatched(stored, 1.0F, taRemove);
+    return;
+  }
+  VisitRight(*stored, [&](Entry& right) {
+    if (RunTests(*stored, right.token->GetFact(), false)) PassPair(stored, *right.token, taRemove);
+    return true;
+  });
+}
+
+void TJoinNode::RightCame(const Ref<TKBToken>& token) {
+  const Ref<TKBToken> stored = Make<TKBToken>(*token);
+  Entry* entry = right_->Add(stored);
+  if (entry == nullptr) return;
+  ScopedStored guard(*right_, *entry);
+  VisitLeft(*token, [&](Entry& left) {
+    if (!RunTests(*left.token, token->GetFact(), true)) return;
+    const Ref<TKBToken> blocked = left.token;
+    if (!negated_) return PassPair(blocked, *token, token->GetTag());
+    blocked->SetNegatedCount(blocked->GetNegatedCount() + 1);
+    if (has_calls_) left.blockers.push_back(stored);
+    if (blocked->GetNegatedCount() == 1) PassUnmatched(blocked, token->GetStrength(), taRemove);
+  });
+  guard.Keep();
+}
+
+void TJoinNode::RightGoes(const Ref<TKBToken>& token) {
+  Entry* entry = right_->Find(*token);
+  if (entry == nullptr) return;
+  const Ref<TKBToken> stored = entry->token;
+  right_->Remove(*entry);
+  VisitLeft(*stored, [&](Entry& left) {
+    const Ref<TKBToken> match = left.token;
+    if (!negated_) {
+      if (RunTests(*match, stored->GetFact(), false)) PassPair(match, *stored, taRemove);
+      return;
+    }
+    if (has_calls_) {
+      const auto found = std::find(left.blockers.begin(), left.blockers.end(), stored);
+      if (found == left.blockers.end()) return;
+      left.blockers.erase(found);
+    } else if (!RunTests(*match, stored->GetFact(), false)) {
+      return;
+    }
+    match->SetNegatedCount(match->GetNegatedCount() - 1);
+    if (match->GetNegatedCount() == 0) PassUnmatched(match, stored->GetStrength(), match->GetTag());
+  });
+}
+
+bool TJoinNode::CallNode(const Ref<TKBToken>& token, TCallType call_type) {
+  pass_count_ = 0;
+  if (token->GetTag() == taClear) {
+    ClearMemory();
+    CallChildren(token);
+    return false;
+  }
+  if (!left_ || !right_) ClearMemory();
+  const bool comes = token->GetTag() != taRemove;
+  switch (call_type) {
+    case ctLeft:
+      comes ? LeftCame(token) : LeftGoes(token);
+      break;
+    case ctRight:
+      comes ? RightCame(token) : RightGoes(token);
+      break;
+    default:
+      Raise(SInvalidCallType, kCallTypeNames[call_type]);
+  }
+  return true;
+}
+
+std::string TJoinNode::ToString() const {
+  std::string text = TTestNode::ToString();
+  if (negated_) text += " *NEGATED*";
+  text += " Left Memory: ";
+  if (left_) text += left_->GetToFactsString();
+  text += " Right Memory: ";
+  if (right_) text += right_->GetToFactsString();
+  return text;
+}
+
+}  // namespace reasoner

@@ -1,0 +1,104 @@
+// Nodes that see whole tokens: the test node, and the join with its two memories.
+//
+//            left tokens (earlier patterns)      right tokens (the pattern that the join adds)
+//                      |                                   |
+//                left memory  <---- tests, hash ---->  right memory
+//                      |
+//                 extended tokens
+//
+// A join stores every token that arrives, compares it with the tokens of the other memory that its tests allow, and
+// passes on extended tokens. A negated join counts matches instead, and passes a left token on, with the marker fact in
+// the pattern's place, exactly while it has none.
+
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "reasoner/match/ReteNode.h"
+#include "reasoner/match/SlotTest.h"
+#include "reasoner/match/TokenTree.h"
+
+namespace reasoner {
+
+// The node of a `test` pattern: a token goes on unchanged if all tests pass.
+class TTestNode : public TReteNode {
+ public:
+  using TReteNode::TReteNode;
+
+  // A test of a function call. A node without tests passes everything.
+  void AddTest(TSlotTestType test_type, const Ref<IKBValue>& call);
+  std::int32_t GetTestCount() const noexcept { return static_cast<std::int32_t>(tests_.size()); }
+  const TKBSlotTest& GetTest(std::int32_t index) const { return *tests_.at(static_cast<std::size_t>(index)); }
+
+  bool CallNode(const Ref<TKBToken>& token, TCallType call_type) override;
+  std::string ClassName() const override { return "TTestNode"; }
+  std::string ToString() const override;
+
+ protected:
+  void CopyTests(const TTestNode& source);
+
+  std::vector<std::unique_ptr<TKBSlotTest>> tests_;
+  bool has_calls_ = false;
+};
+
+class TJoinNode final : public TTestNode {
+ public:
+  TJoinNode(TReteNetwork& rete, bool negated, bool unique, bool asks_for_goals, std::int32_t hash_key);
+  // An empty node with the settings and tests of `source`.
+  TJoinNode(TReteNetwork& rete, const TJoinNode& source);
+
+  bool IsNegatedPattern() const noexcept { return negated_; }
+  bool IsUnique() const noexcept { return unique_; }
+  std::int32_t GetHashKey() const noexcept { return hash_key_; }
+  // Tokens of the last call that went on as matches.
+  std::int32_t GetPassCount() const noexcept { return pass_count_; }
+
+  using TTestNode::AddTest;
+  void AddJoinTest(TSlotTestType test_type, std::int32_t token_index, const Text& left, std::int32_t left_sub_index,
+                   const Text& right, std::int32_t right_sub_index);
+  // Chooses an equality to hash on, once all tests are there.
+  void PrepareShortCut();
+  bool UsesShortCut() const noexcept { return use_short_cut_; }
+  // Whether the node can serve a rule that wants `other`: the same tests in any order, none of them a call.
+  bool Serves(const TJoinNode& other) const;
+
+  bool CallNode(const Ref<TKBToken>& token, TCallType call_type) override;
+  // Empties both memories, making them if need be.
+  void ClearMemory();
+  const TKBTokenTree* GetLeftMemory() const noexcept { return left_.get(); }
+  const TKBTokenTree* GetRightMemory() const noexcept { return right_.get(); }
+
+  std::string ClassName() const override { return "TJoinNode"; }
+  std::string ToString() const override;
+
+ private:
+  using Entry = TKBTokenTree::Entry;
+
+  bool RunTests(const TKBToken& left, const Ref<IFact>& right, bool with_calls);
+  template <class TVisit>
+  void VisitRight(const TKBToken& left, TVisit visit);
+  template <class TVisit>
+  void VisitLeft(const TKBToken& right, TVisit visit);
+  void LeftCame(const Ref<TKBToken>& token);
+  void LeftGoes(const Ref<TKBToken>& token);
+  void RightCame(const Ref<TKBToken>& token);
+  void RightGoes(const Ref<TKBToken>& token);
+  void PassPair(const Ref<TKBToken>& left, const TKBToken& right, TTokenAction tag);
+  // The left token with the marker fact in the place of the negated pattern.
+  void PassUnmatched(const Ref<TKBToken>& left, float strength, TTokenAction tag);
+
+  bool negated_;
+  bool unique_;
+  bool asks_for_goals_;
+  bool use_short_cut_ = false;
+  std::int32_t hash_key_;
+  std::int32_t pass_count_ = 0;
+  const TKBJoinTest* short_cut_ = nullptr;  // the test hashed on, the first one of the list
+  std::unique_ptr<TKBTokenTree> right_;
+  std::unique_ptr<TKBTokenTree> left_;
+};
+
+}  // namespace reasoner

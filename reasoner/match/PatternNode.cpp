@@ -1,0 +1,179 @@
+#include "reasoner/match/PatternNode.h"
+
+#include "reasoner/support/Numbers.h"
+#include "reasoner/values/Constants.h"
+#include "reasoner/values/ValueVector.h"
+#include "reasoner/vocabulary/Messages.h"
+
+namespace reasoner {
+
+std::string_view GetPatternMatchTestName(TPatternMatchTest test) {
+  switch (test) {
+    case pmtUnknown:
+      return "pmtUnknown";
+    case pmtTestClassType:
+      return "pmtTestClassType";
+    case pmtTestEqual:
+      return "pmtTestEqual";
+    case pmtTestNotEqual:
+      return "pmtTestNotEqual";
+    case pmtTestSlotValueEqual:
+      return "pmtTestSlotValueEqual";
+    case pmtTestSlotValueNotEqual:
+      return "pmtTestSlotValueNotEqual";
+    case pmtTestMultiSlotEqual:
+      return "pmtTestMultiSlotEqual";
+    case pmtTestMultiSlotNotEqual:
+      return "pmtTestMultiSlotNotEqual";
+    case pmtTestMultiSlotLength:
+      return "pmtTestMultiSlotLength";
+    case pmtTestMultiSlotMultiField:
+      return "pmtTestMultiSlotMultiField";
+    case pmtFailTest:
+      return "pmtFailTest";
+  }
+  return "";
+}
+
+TPatternMatchNode::TPatternMatchNode(TReteNetwork& rete, TPatternMatchTest test, Ref<IKBValue> value, TNodeArgs args)
+    : TReteNode(rete),
+      test_(test),
+      value_(std::move(value)),
+      args_(std::move(args)),
+      first_slot_(args_.first_slot),
+      second_slot_(args_.second_slot) {}
+
+Ref<IKBValue> TPatternMatchNode::PlaceIn(IFact& fact, const TSlotAccess& slot, std::int32_t sub_index) const {
+  const std::int32_t ordinal = slot.In(*fact.GetTemplate());
+  if (ordinal < 0) return nullptr;
+  const Ref<IKBValue>& value = fact.GetValueAt(ordinal);
+  if (sub_index == NoSubIndex) return value;
+  if (value->GetDType() != dtList || sub_index >= value->GetAsList()->GetValueCount()) return nullptr;
+  return value->GetAsList()->GetItem(sub_index);
+}
+
+bool TPatternMatchNode::RunFunction(const Ref<TKBToken>& token) {
+  const ScopedMatch match(GetContext(), token, token->GetFact());
+  return !IsFalse(*value_->Resolve(&GetContext()));
+}
+
+bool TPatternMatchNode::Passes(const Ref<TKBToken>& token) {
+  IFact& fact = *token->GetFact();
+  switch (test_) {
+    case pmtUnknown:
+    case pmtFailTest:
+      return false;
+    case pmtTestClassType:
+      return fact.GetTemplate()->DescendsFrom(value_->TextView());
+    case pmtTestEqual:
+    case pmtTestNotEqual:
+    case pmtTestMultiSlotEqual:
+    case pmtTestMultiSlotNotEqual: {
+      const bool negated = test_ == pmtTestNotEqual || test_ == pmtTestMultiSlotNotEqual;
+      const Ref<IKBValue> place = PlaceIn(fact, first_slot_, args_.first);
+      if (!place) return false;
+      if (value_->GetDType() != dtFunCall) return place->Equals(*value_) != negated;
+      // What is taken away is looked up by its facts: the function may have changed its mind.
+      if (token->GetTag() == taRemove) return true;
+      return RunFunction(token) != negated;
+    }
+    case pmtTestSlotValueEqual:
+    case pmtTestSlotValueNotEqual: {
+      const Ref<IKBValue> a = PlaceIn(fact, first_slot_, args_.first);
+      const Ref<IKBValue> b = PlaceIn(fact, second_slot_, args_.second);
+      return a && b && a->Equals(*b) == (test_ == pmtTestSlotValueEqual);
+    }
+    case pmtTestMultiSlotLength: {
+      const Ref<IKBValue> place = PlaceIn(fact, first_slot_, NoSubIndex);
+      return place && place->GetDType() == dtList && place->GetAsList()->GetValueCount() == args_.first;
+    }
+    case pmtTestMultiSlotMultiField:
+      break;
+  }
+  return false;
+}
+
+bool TPatternMatchNode::Expand(const Ref<TKBToken>& token) {
+  IFact& fact = *token->GetFact();
+  const std::int32_t ordinal = first_slot_.In(*fact.GetTemplate());
+  if (ordinal < 0) return false;
+  const Ref<IKBValue> value = fact.GetValueAt(ordinal);
+  if (value->Equals(*FCNil)) {
+    CallChildren(token);
+    return false;
+  }
+  const Ref<IValueVector> list(value->GetAsList());
+  const std::int32_t length = list->GetValueCount();
+  const std::int32_t place = args_.first;
+  if (length < place) return true;
+  // The longest span first, down to the empty one.
+  for (std::int32_t span = length - place; span >= 0; --span) {
+    const Ref<IValueVector> expanded = NewVector();
+    const Ref<IValueVector> inner = NewVector();
+    for (std::int32_t i = 0; i < place; ++i) expanded->Add(list->GetItem(i));
+    for (std::int32_t i = place; i < place + span; ++i) inner->Add(list->GetItem(i));
+    expanded->Add(NewList(inner));
+    for (std::int32_t i = place + span; i < length; ++i) expanded->Add(list->GetItem(i));
+    const Ref<TKBToken> split = Make<TKBToken>(token->GetTag(), fact.CloneWith(ordinal, NewList(expanded)));
+    split->SetStrength(token->GetStrength());
+    CallChildren(split);
+  }
+  return true;
+}
+
+bool TPatternMatchNode::CallNode(const Ref<TKBToken>& token, TCallType) {
+  if (token->GetTag() == taClear) {
+    CallChildren(token);
+    return false;
+  }
+  if (test_ == pmtTestMultiSlotMultiField) return Expand(token);
+  if (test_ == pmtTestClassType || test_ == pmtTestMultiSlotLength) {
+    if (!Passes(token)) return false;
+    CallChildren(token);
+    return true;
+  }
+  try {
+    if (!Passes(token)) return false;
+    CallChildren(token);
+  } catch (Exception& failure) {
+    failure.AppendMessage(std::string(SPatternMatchError.kFormat) + ToString());
+    throw;
+  }
+  return true;
+}
+
+bool TPatternMatchNode::Serves(TPatternMatchTest test, const IKBValue* value, const TNodeArgs& args) const {
+  if (test != test_ || !(args == args_)) return false;
+  if (value == nullptr || !value_) return value == nullptr && !value_;
+  return value->Equals(*value_);
+}
+
+std::string TPatternMatchNode::ToString() const {
+  std::string text = TReteNode::ToString() + " Value: ";
+  if (value_) text += value_->ToString();
+  text += " Test: " + std::string(GetPatternMatchTestName(test_));
+  const auto number = [](std::int32_t value) { return IntegerToText(value); };
+  std::string args;
+  switch (test_) {
+    case pmtFailTest:
+      return text;
+    case pmtUnknown:
+    case pmtTestClassType:
+      args = "0, 0";
+      break;
+    case pmtTestSlotValueEqual:
+    case pmtTestSlotValueNotEqual:
+      args = args_.first_slot.str() + ", " + args_.second_slot.str() + ", " + number(args_.first) + ", " +
+             number(args_.second);
+      break;
+    case pmtTestMultiSlotLength:
+    case pmtTestMultiSlotMultiField:
+      args = args_.first_slot.str() + ", " + number(args_.first) + ", 0";
+      break;
+    default:
+      args = args_.first_slot.str() + ", " + number(args_.first);
+  }
+  return text + " Args: (" + args + ")";
+}
+
+}  // namespace reasoner

@@ -1,0 +1,475 @@
+// The compiler: from a rule to nodes, in four passes.
+//
+//   1  each pattern's chain: expansions of `$?`, lengths of multislots, literals and calls of the pattern alone
+//   2  comparisons between places of one pattern that hold the same variable
+//   3  the joins, with the comparisons and calls that reach across patterns; negation and tests
+//   4  the terminal node; then the new nodes are fed with the facts that are there
+//
+// A new rule's facts go to new nodes only: where its chain uses nodes of older rules, throw-away copies of these take
+// the facts, so that older rules see nothing and the new nodes get what they would have got from the start.
+
+#include <algorithm>
+#include <unordered_map>
+
+#include "reasoner/functions/FunctionCall.h"
+#include "reasoner/match/ReteNetwork.h"
+#include "reasoner/match/Rule.h"
+#include "reasoner/support/Depth.h"
+#include "reasoner/vocabulary/Messages.h"
+
+namespace reasoner {
+
+class ReteCompiler {
+ public:
+  ReteCompiler(TReteNetwork& network, TRule& rule, std::vector<TReteNode*>& rule_nodes)
+      : network_(network), rule_(rule), rule_nodes_(rule_nodes) {}
+
+  void Compile();
+  void Feed();
+
+ private:
+  struct Link {
+    TReteNode* from;
+    TReteNode* to;
+    TCallType call_type;
+  };
+
+  void BuildPatternChains();
+  void BuildPlaceTests();
+  void BuildJoins();
+  void BuildTerminal();
+
+  std::int32_t FactIndex(std::int32_t pattern) const;
+  TReteNode& Successor(TReteNode* parent, TPatternMatchTest test, const Ref<IKBValue>& value, const TNodeArgs& args);
+  void LinkNodes(TReteNode& from, TReteNode& to, TCallType call_type, bool is_new);
+  void Use(TReteNode& node) { rule_nodes_.push_back(&node); }
+  void Trace(std::string_view code) { rule_.CompileTrace += code; }
+
+  Ref<IFunCall> CompileCall(const IFunCall& fun_call, std::int32_t fact_index) const;
+  Ref<IFunCall> GlobalTest(const IKBValue& variable, const TKBPattern& pattern, std::int32_t slot,
+                           const TKBPatternMatchTest& test, std::int32_t fact_index) const;
+  bool ReachesBeyond(const IFunCall& fun_call, std::int32_t index) const;
+  void PointAtOnlyFact(IFunCall& fun_call) const;
+  void AddJoinTests(TTestNode& node, TJoinNode* join, std::int32_t pattern_index);
+  TReteNode& FeedNode(TReteNode& node);
+  void UnlinkCopies();
+
+  TReteNetwork& network_;
+  TRule& rule_;
+  std::vector<TReteNode*>& rule_nodes_;
+  std::vector<TReteNode*> roots_;
+  std::vector<TReteNode*> tails_;
+  std::vector<Link> links_;
+  std::unordered_set<TReteNode*> new_nodes_;
+  std::unordered_map<TReteNode*, std::unique_ptr<TReteNode>> feed_copies_;
+};
+
+// Where the fact of a pattern stands in a token.
+std::int32_t ReteCompiler::FactIndex(std::int32_t pattern) const {
+  std::int32_t index = 0;
+  for (std::int32_t i = 0; i < pattern; ++i) index += rule_.GetPattern(i).IsTest() ? 0 : 1;
+  return index;
+}
+
+void ReteCompiler::LinkNodes(TReteNode& from, TReteNode& to, TCallType call_type, bool is_new) {
+  if (is_new) from.AddEdge(to, call_type);
+  const bool known = std::any_of(links_.begin(), links_.end(), [&](const Link& link) {
+    return link.from == &from && link.to == &to && link.call_type == call_type;
+  });
+  if (!known) links_.push_back(Link{&from, &to, call_type});
+}
+
+TReteNode& ReteCompiler::Successor(TReteNode* parent, TPatternMatchTest test, const Ref<IKBValue>& value,
+                                   const TNodeArgs& args) {
+  if (value && value->GetDType() == dtFunCall) PointAtOnlyFact(*value->GetAsFunCall());
+  const auto serves = [&](TReteNode* node) {
+    const auto* pattern_node = dynamic_cast<const TPatternMatchNode*>(node);
+    return pattern_node != nullptr && pattern_node->Serves(test, value.get(), args);
+  };
+  TReteNode* found = nullptr;
+  if (parent == nullptr) {
+    for (TReteNode* root : network_.roots_) {
+      if (found == nullptr && serves(root)) found = root;
+    }
+  } else {
+    for (const TReteEdge& edge : parent->GetEdges()) {
+      if (found == nullptr && serves(edge.to)) found = edge.to;
+    }
+  }
+  if (found != nullptr) {
+    found->SetRuleUseCount(found->GetRuleUseCount() + 1);
+    Use(*found);
+    if (parent != nullptr) {
+      Trace("=1");
+      LinkNodes(*parent, *found, ctSingle, false);
+    }
+    return *found;
+  }
+  TReteNode& node = network_.NewNode<TPatternMatchNode>(test, value, args);
+  new_nodes_.insert(&node);
+  network_.BecomeRoot(node);
+  Use(node);
+  if (parent != nullptr) LinkNodes(*parent, node, ctSingle, true);
+  Trace("+1");
+  return node;
+}
+
+// A copy of a call in which every variable of the rule is a place in the match.
+Ref<IFunCall> ReteCompiler::CompileCall(const IFunCall& fun_call, std::int32_t fact_index) const {
+  const DepthGuard guard("function call");
+  Ref<IFunCall> compiled = fun_call.Clone();
+  for (std::int32_t i = 0; i < compiled->GetArgumentCount(); ++i) {
+    const Ref<IKBValue> argument = compiled->GetArgument(i);
+    if (!argument) continue;
+    if (argument->GetDType() == dtFunCall) {
+      compiled->SetArgument(i, NewFunCallValue(CompileCall(*argument->GetAsFunCall(), fact_index)));
+    } else if (KBVariableTypes.Has(argument->GetDType())) {
+      const Text name = argument->GetAsVariable();
+      if (const TBinding* binding = rule_.BindingFor(name, fact_index)) {
+        const Ref<IKBValue> place = Make<TKBValue>();
+        place->SetAsOwnedObject(new TBindingInfo(binding->FactIndex, binding->SlotIndex, binding->SubIndex));
+        compiled->SetArgument(i, place);
+      } else if (!network_.GetEngine().HasGlobalVariable(name)) {
+        Raise(SUnknownVariable, name.view());
+      }
+    }
+  }
+  return compiled;
+}
+
+// The comparison of a place with the value of a global.
+Ref<IFunCall> ReteCompiler::GlobalTest(const IKBValue& variable, const TKBPattern& pattern, std::int32_t slot,
+                                       const TKBPatternMatchTest& test, std::int32_t fact_index) const {
+  IReasoner& engine = network_.GetEngine();
+  const bool equals = test.GetSlotTestType() == sttEquals;
+  Ref<IFunCall> comparison = Make<TFunctionCall>(&engine, equals ? "eq" : "neq");
+  comparison->BindLogicFunction(engine.GetLogicFunction(equals ? lfEq : lfNeq));
+  comparison->AddArgument(variable.Clone());
+  const Ref<IKBValue> place = Make<TKBValue>();
+  place->SetAsOwnedObject(new TBindingInfo(fact_index, pattern.GetSlotName(slot), test.GetMultiSlotSubIndex()));
+  comparison->AddArgument(place);
+  return comparison;
+}
+
+static const TBindingInfo* PlaceOf(const IKBValue& value) {
+  return value.GetDType() == dtObject ? dynamic_cast<const TBindingInfo*>(value.GetAsObject()) : nullptr;
+}
+
+// True when the call, at any depth, reads another fact than the one at `index`.
+bool ReteCompiler::ReachesBeyond(const IFunCall& fun_call, std::int32_t index) const {
+  const DepthGuard guard("function call");
+  for (std::int32_t i = 0; i < fun_call.GetArgumentCount(); ++i) {
+    const Ref<IKBValue>& argument = fun_call.GetArgument(i);
+    if (!argument) continue;
+    if (argument->GetDType() == dtFunCall && ReachesBeyond(*argument->GetAsFunCall(), index)) return true;
+    const TBindingInfo* place = PlaceOf(*argument);
+    if (place != nullptr && place->FactIndex != index) return true;
+  }
+  return false;
+}
+
+// A test of one pattern sees one fact, whatever the pattern's place in the rule.
+void ReteCompiler::PointAtOnlyFact(IFunCall& fun_call) const {
+  const DepthGuard guard("function call");
+  for (std::int32_t i = 0; i < fun_call.GetArgumentCount(); ++i) {
+    const Ref<IKBValue>& argument = fun_call.GetArgument(i);
+    if (!argument) continue;
+    if (argument->GetDType() == dtFunCall) PointAtOnlyFact(*argument->GetAsFunCall());
+    if (argument->GetDType() != dtObject) continue;
+    if (auto* place = dynamic_cast<TBindingInfo*>(argument->GetAsObject())) place->FactIndex = 0;
+  }
+}
+
+static TPatternMatchTest ValueTest(const TKBPatternMatchTest& test) {
+  const bool multi = test.GetMultiSlotSubIndex() != NoSubIndex;
+  if (test.GetSlotTestType() == sttEquals) return multi ? pmtTestMultiSlotEqual : pmtTestEqual;
+  return multi ? pmtTestMultiSlotNotEqual : pmtTestNotEqual;
+}
+
+void ReteCompiler::BuildPatternChains() {
+  for (std::int32_t i = 0; i < rule_.GetPatternCount(); ++i) {
+    TKBPattern& pattern = rule_.GetPattern(i);
+    const Ref<IKBValue> name = NewAtom(pattern.GetName());
+    TReteNode* node = &Successor(nullptr, pattern.IsTest() ? pmtUnknown : pmtTestClassType, name, TNodeArgs{});
+    roots_.push_back(node);
+    if (pattern.IsTest()) {
+      tails_.push_back(node);
+      continue;
+    }
+    for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
+      for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t) {
+        const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, t);
+        if (test.GetSlotValue()->GetDType() != dtMultiVariable) continue;
+        const TNodeArgs args{pattern.GetSlotName(slot), {}, test.GetMultiSlotSubIndex(), 0};
+        node = &Successor(node, pmtTestMultiSlotMultiField, nullptr, args);
+      }
+    }
+    for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
+      if (pattern.GetSlotLength(slot) < 0) continue;
+      const TNodeArgs args{pattern.GetSlotName(slot), {}, pattern.GetSlotLength(slot), 0};
+      node = &Successor(node, pmtTestMultiSlotLength, nullptr, args);
+    }
+    const std::int32_t fact_index = FactIndex(i);
+    for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
+      for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t) {
+        const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, t);
+        const Ref<IKBValue>& value = test.GetSlotValue();
+        const TNodeArgs args{pattern.GetSlotName(slot), {}, test.GetMultiSlotSubIndex(), NoSubIndex};
+        if (KBVariableTypes.Has(value->GetDType())) {
+          const Text variable = value->GetAsVariable();
+          if (rule_.BindingFor(variable, fact_index) != nullptr ||
+              !network_.GetEngine().HasGlobalVariable(variable)) {
+            continue;
+          }
+          // A call that yields FALSE fails the test, so the comparison carries the sense and the node does not.
+          const TPatternMatchTest kind = args.first == NoSubIndex ? pmtTestEqual : pmtTestMultiSlotEqual;
+          node = &Successor(node, kind, NewFunCallValue(GlobalTest(*value, pattern, slot, test, fact_index)), args);
+        } else if (value->GetDType() == dtFunCall) {
+          const Ref<IFunCall> call = CompileCall(*value->GetAsFunCall(), fact_index);
+          if (ReachesBeyond(*call, i)) continue;
+          node = &Successor(node, ValueTest(test), NewFunCallValue(call), args);
+        } else {
+          node = &Successor(node, ValueTest(test), value, args);
+        }
+      }
+    }
+    tails_.push_back(node);
+  }
+}
+
+// One occurrence of a variable in a pattern.
+struct TOccurrence {
+  std::int32_t slot;
+  const TKBPatternMatchTest* test;
+};
+
+// The variables of a pattern in the order of their first occurrence, each with all its occurrences.
+static std::vector<std::pair<Text, std::vector<TOccurrence>>> VariablesOf(const TKBPattern& pattern) {
+  std::vector<std::pair<Text, std::vector<TOccurrence>>> variables;
+  for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
+    for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t) {
+      const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, t);
+      if (!KBVariableTypes.Has(test.GetSlotValue()->GetDType())) continue;
+      const Text name = test.GetSlotValue()->GetAsVariable();
+      auto found = std::find_if(variables.begin(), variables.end(),
+                                [&name](const auto& variable) { return variable.first == name; });
+      if (found == variables.end()) found = variables.insert(found, {name, {}});
+      found->second.push_back(TOccurrence{slot, &test});
+    }
+  }
+  return variables;
+}
+
+// The occurrence that the others of the pattern are compared with: where the variable is bound, else its first plain
+// one. Null when all are negated.
+static const TOccurrence* BaseOf(const std::vector<TOccurrence>& occurrences) {
+  const auto base = std::find_if(occurrences.begin(), occurrences.end(), [](const TOccurrence& occurrence) {
+    return occurrence.test->GetSlotTestType() == sttEquals;
+  });
+  return base == occurrences.end() ? nullptr : &*base;
+}
+
+void ReteCompiler::BuildPlaceTests() {
+  for (std::int32_t i = 0; i < rule_.GetPatternCount(); ++i) {
+    const TKBPattern& pattern = rule_.GetPattern(i);
+    if (pattern.IsTest()) continue;
+    for (const auto& [name, occurrences] : VariablesOf(pattern)) {
+      const TOccurrence* base = BaseOf(occurrences);
+      if (base == nullptr) continue;
+      if (rule_.BindingFor(name, FactIndex(i)) == nullptr) continue;  // a global: each place is tested by itself
+      for (const TOccurrence& other : occurrences) {
+        if (&other == base) continue;
+        const TNodeArgs args{pattern.GetSlotName(base->slot), pattern.GetSlotName(other.slot),
+                             base->test->GetMultiSlotSubIndex(), other.test->GetMultiSlotSubIndex()};
+        const TPatternMatchTest kind =
+            other.test->GetSlotTestType() == sttEquals ? pmtTestSlotValueEqual : pmtTestSlotValueNotEqual;
+        TReteNode*& tail = tails_[static_cast<std::size_t>(i)];
+        tail = &Successor(tail, kind, nullptr, args);
+      }
+    }
+  }
+}
+
+void ReteCompiler::AddJoinTests(TTestNode& node, TJoinNode* join, std::int32_t pattern_index) {
+  const TKBPattern& pattern = rule_.GetPattern(pattern_index);
+  const std::int32_t fact_index = FactIndex(pattern_index);
+  if (join != nullptr) {
+    for (const auto& [name, occurrences] : VariablesOf(pattern)) {
+      const TBinding* binding = rule_.BindingFor(name, fact_index);
+      if (binding == nullptr) {
+        if (network_.GetEngine().HasGlobalVariable(name)) continue;
+        Raise(SCorruptedVariable, name.view());
+      }
+      if (binding->FactIndex == fact_index) continue;  // bound in this very pattern
+      const TOccurrence* base = BaseOf(occurrences);
+      for (const TOccurrence& occurrence : occurrences) {
+        if (base != nullptr && &occurrence != base) continue;
+        join->AddJoinTest(occurrence.test->GetSlotTestType(), binding->FactIndex, binding->SlotIndex,
+                          binding->SubIndex, pattern.GetSlotName(occurrence.slot),
+                          occurrence.test->GetMultiSlotSubIndex());
+      }
+    }
+  }
+  for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
+    for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t) {
+      const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, t);
+      if (test.GetSlotValue()->GetDType() != dtFunCall) continue;
+      if (pattern.GetFactTemplate()->IsBackwardChaining()) Raise(SBackChainFuncallPatterns, pattern.GetName());
+      const Ref<IFunCall> call = CompileCall(*test.GetSlotValue()->GetAsFunCall(), fact_index);
+      if (join == nullptr || ReachesBeyond(*call, pattern_index)) {
+        node.AddTest(test.GetSlotTestType(), NewFunCallValue(call));
+      }
+    }
+  }
+}
+
+void ReteCompiler::BuildJoins() {
+  for (std::int32_t i = 1; i < rule_.GetPatternCount(); ++i) {
+    const TKBPattern& pattern = rule_.GetPattern(i);
+    TReteNode*& left = tails_[static_cast<std::size_t>(i - 1)];
+    TReteNode*& right = tails_[static_cast<std::size_t>(i)];
+    const std::int32_t negations = pattern.GetNegatedCount();
+    const bool asks = pattern.GetFactTemplate()->IsBackwardChaining() && !pattern.IsExplicit();
+    TReteNode* node = nullptr;
+    if (pattern.IsTest()) {
+      auto& test_node = network_.NewNode<TTestNode>();
+      node = &test_node;
+      try {
+        AddJoinTests(test_node, nullptr, i);
+      } catch (...) {
+        network_.FreeNode(*node);
+        throw;
+      }
+    } else {
+      auto& join = network_.NewNode<TJoinNode>(negations > 0, pattern.IsUnique(), asks, network_.GetHashKey());
+      node = &join;
+      try {
+        AddJoinTests(join, &join, i);
+      } catch (...) {
+        network_.FreeNode(*node);
+        throw;
+      }
+      // A join of two of the same tails with the same tests serves both rules.
+      TReteNode* shared = nullptr;
+      for (const TReteEdge& edge : left->GetEdges()) {
+        if (shared != nullptr || edge.call_type != ctLeft) continue;
+        auto* candidate = dynamic_cast<TJoinNode*>(edge.to);
+        if (candidate == nullptr || negations > 0 || !candidate->Serves(join)) continue;
+        const bool meets = std::any_of(right->GetEdges().begin(), right->GetEdges().end(), [&](const TReteEdge& other) {
+          return other.to == candidate && other.call_type == ctRight;
+        });
+        if (meets) shared = candidate;
+      }
+      if (shared != nullptr) {
+        network_.FreeNode(join);
+        node = shared;
+        node->SetRuleUseCount(node->GetRuleUseCount() + 1);
+        Use(*node);
+        Trace("=2");
+        LinkNodes(*left, *node, ctLeft, false);
+        LinkNodes(*right, *node, ctRight, false);
+        left = right = node;
+        continue;
+      }
+      join.PrepareShortCut();
+    }
+    new_nodes_.insert(node);
+    Use(*node);
+    LinkNodes(*left, *node, ctLeft, true);
+    LinkNodes(*right, *node, ctRight, true);
+    Trace("+2");
+    // Each further level of negation blocks the left tokens that the level before lets through.
+    for (std::int32_t level = 1; !pattern.IsTest() && level < negations; ++level) {
+      auto& next = network_.NewNode<TJoinNode>(true, false, false, network_.GetHashKey());
+      new_nodes_.insert(&next);
+      Use(next);
+      LinkNodes(*node, next, ctRight, true);
+      LinkNodes(*left, next, ctLeft, true);
+      next.PrepareShortCut();
+      node = &next;
+    }
+    left = right = node;
+  }
+}
+
+void ReteCompiler::BuildTerminal() {
+  auto& terminal = network_.NewNode<TPatternMatchTerminalNode>(rule_);
+  new_nodes_.insert(&terminal);
+  Trace("+t");
+  Use(terminal);
+  LinkNodes(*tails_.back(), terminal, ctActivate, true);
+}
+
+void ReteCompiler::Compile() {
+  rule_.CompileTrace = rule_.GetRuleName() + ": ";
+  BuildPatternChains();
+  BuildPlaceTests();
+  BuildJoins();
+  BuildTerminal();
+}
+
+// What stands for a node while the rule is fed: the node itself if it is new, else an empty copy.
+TReteNode& ReteCompiler::FeedNode(TReteNode& node) {
+  if (new_nodes_.count(&node) != 0) return node;
+  std::unique_ptr<TReteNode>& copy = feed_copies_[&node];
+  if (!copy) {
+    if (const auto* pattern_node = dynamic_cast<const TPatternMatchNode*>(&node)) {
+      copy = std::make_unique<TPatternMatchNode>(network_, pattern_node->GetPatternMatchTest(),
+                                                 pattern_node->GetValue(), pattern_node->GetArgs());
+    } else {
+      copy = std::make_unique<TJoinNode>(network_, dynamic_cast<const TJoinNode&>(node));
+    }
+  }
+  return *copy;
+}
+
+void ReteCompiler::Feed() {
+  std::vector<TReteNode*> roots;
+  for (TReteNode* root : roots_) {
+    TReteNode* feed = &FeedNode(*root);
+    if (std::find(roots.begin(), roots.end(), feed) == roots.end()) roots.push_back(feed);
+  }
+  struct Unlink {
+    // The copies end with their edges: the real nodes forget them as parents.
+    ReteCompiler& compiler;
+    ~Unlink() { compiler.UnlinkCopies(); }
+  } unlink{*this};
+  for (const Link& link : links_) {
+    if (new_nodes_.count(link.from) == 0) FeedNode(*link.from).AddEdge(FeedNode(*link.to), link.call_type);
+  }
+  const std::vector<Ref<IFact>> facts = network_.GetEngine().SnapshotFacts();
+  for (const Ref<IFact>& fact : facts) {
+    const Ref<TKBToken> token = Make<TKBToken>(taAdd, fact);
+    for (TReteNode* root : roots) root->CallNode(token, ctSingle);
+  }
+  if (auto* terminal = dynamic_cast<TPatternMatchTerminalNode*>(rule_nodes_.back())) terminal->SetInitialized();
+}
+
+void ReteCompiler::UnlinkCopies() {
+  for (const auto& [node, copy] : feed_copies_) {
+    for (const TReteEdge& edge : copy->edges_) {
+      std::vector<TReteNode*>& parents = edge.to->parents_;
+      parents.erase(std::remove(parents.begin(), parents.end(), copy.get()), parents.end());
+    }
+  }
+  feed_copies_.clear();
+}
+
+void TReteNetwork::AddRule(TRule& rule) {
+  if (!enabled_) return;
+  if (rule.GetPatternCount() == 0) rule.AddPattern(engine_.GetInitialPattern().Clone(&engine_));
+  if (HasRule(rule)) return;
+  std::vector<TReteNode*> nodes;
+  ReteCompiler compiler(*this, rule, nodes);
+  try {
+    compiler.Compile();
+    rule_nodes_[&rule] = nodes;
+    compiler.Feed();
+  } catch (...) {
+    rule_nodes_[&rule] = nodes;
+    RemoveRule(rule);
+    throw;
+  }
+}
+
+}  // namespace reasoner

@@ -1,0 +1,190 @@
+#include "reasoner/match/ReteNetwork.h"
+
+#include <algorithm>
+
+#include "reasoner/match/Rule.h"
+#include "reasoner/support/Depth.h"
+#include "reasoner/support/Numbers.h"
+
+namespace reasoner {
+
+// --- Nodes -------------------------------------------------------------------------------------------------------
+
+TReteNode::TReteNode(TReteNetwork& rete)
+    : rete_(rete),
+      name_("Node" + IntegerToText(static_cast<std::int64_t>(++rete.node_number_))),
+      context_(&rete.GetEngine().GetContext(), &rete.GetEngine()) {}
+
+TReteNode::~TReteNode() = default;
+
+void TReteNode::AddEdge(TReteNode& to, TCallType call_type) {
+  edges_.push_back(TReteEdge{&to, call_type});
+  to.parents_.push_back(this);
+  rete_.LeaveRoots(to);
+}
+
+void TReteNode::CallChildren(const Ref<TKBToken>& token) {
+  const DepthGuard guard("match");
+  const std::size_t count = edges_.size();
+  for (std::size_t i = 0; i < count && i < edges_.size(); ++i) {
+    const TReteEdge edge = edges_[i];
+    edge.to->CallNode(token, edge.call_type);
+  }
+}
+
+std::string TReteNode::ToString() const {
+  return name_ + " In/Out#: " + IntegerToText(GetInDegree()) + "/" +
+         IntegerToText(static_cast<std::int64_t>(edges_.size())) + " RuleUse: " + IntegerToText(rule_use_count_);
+}
+
+// --- Network -----------------------------------------------------------------------------------------------------
+
+TReteNetwork::TReteNetwork(IReasoner& engine) : engine_(engine) {}
+
+TReteNetwork::~TReteNetwork() {
+  OnActivation = nullptr;
+  OnDeactivation = nullptr;
+  OnRuleFired = nullptr;
+  Clear();
+}
+
+void TReteNetwork::Clear() {
+  rule_nodes_.clear();
+  roots_.clear();
+  named_roots_.clear();
+  template_roots_.clear();
+  std::unordered_set<TReteNode*> doomed;
+  doomed.swap(nodes_);
+  for (TReteNode* node : doomed) {
+    if (auto* terminal = dynamic_cast<TPatternMatchTerminalNode*>(node)) terminal->StandDown();
+  }
+  for (TReteNode* node : doomed) delete node;
+}
+
+static std::string_view RootName(const TReteNode& node) {
+  const auto* pattern = dynamic_cast<const TPatternMatchNode*>(&node);
+  if (pattern == nullptr || pattern->GetPatternMatchTest() != pmtTestClassType) return {};
+  return pattern->GetValue()->TextView();
+}
+
+void TReteNetwork::BecomeRoot(TReteNode& node) {
+  node.root_number_ = ++root_count_;
+  roots_.push_back(&node);
+  if (const std::string_view name = RootName(node); !name.empty()) named_roots_[name].push_back(&node);
+  template_roots_.clear();
+}
+
+void TReteNetwork::LeaveRoots(TReteNode& node) {
+  if (!node.IsRoot()) return;
+  node.root_number_ = 0;
+  roots_.erase(std::find(roots_.begin(), roots_.end(), &node));
+  template_roots_.clear();
+  const auto named = named_roots_.find(RootName(node));
+  if (named == named_roots_.end()) return;
+  std::vector<TReteNode*>& list = named->second;
+  list.erase(std::remove(list.begin(), list.end(), &node), list.end());
+  if (!list.empty()) {
+    // The key's text belongs to a node that may be this one.
+    std::vector<TReteNode*> kept = std::move(list);
+    named_roots_.erase(named);
+    named_roots_.emplace(RootName(*kept.front()), std::move(kept));
+  } else {
+    named_roots_.erase(named);
+  }
+}
+
+void TReteNetwork::FreeNode(TReteNode& node) {
+  if (auto* terminal = dynamic_cast<TPatternMatchTerminalNode*>(&node)) terminal->StandDown();
+  LeaveRoots(node);
+  for (TReteNode* parent : node.parents_) {
+    std::vector<TReteEdge>& edges = parent->edges_;
+    edges.erase(std::remove_if(edges.begin(), edges.end(), [&node](const TReteEdge& edge) { return edge.to == &node; }),
+                edges.end());
+  }
+  for (const TReteEdge& edge : node.edges_) {
+    std::vector<TReteNode*>& parents = edge.to->parents_;
+    parents.erase(std::remove(parents.begin(), parents.end(), &node), parents.end());
+    if (parents.empty() && !edge.to->IsRoot()) BecomeRoot(*edge.to);
+  }
+  nodes_.erase(&node);
+  delete &node;
+}
+
+const std::vector<TReteNode*>& TReteNetwork::RootsOf(const IFactTemplate& fact_template) {
+  const auto is_current = [&fact_template](const TTemplateRoots& known) {
+    const IFactTemplate* item = &fact_template;
+    for (const std::uint64_t layout : known.layouts) {
+      if (item == nullptr || item->GetLayout() != layout) return false;
+      item = item->GetParent().get();
+    }
+    return item == nullptr;
+  };
+  const auto found = template_roots_.find(fact_template.GetLayout());
+  if (found != template_roots_.end() && is_current(found->second)) return found->second.roots;
+  if (template_roots_.size() > 4096) template_roots_.clear();  // layouts that are gone
+  TTemplateRoots known;
+  for (const IFactTemplate* item = &fact_template; item != nullptr; item = item->GetParent().get()) {
+    known.layouts.push_back(item->GetLayout());
+    const auto named = named_roots_.find(item->GetTemplateName());
+    if (named == named_roots_.end()) continue;
+    for (TReteNode* root : named->second) {
+      if (std::find(known.roots.begin(), known.roots.end(), root) == known.roots.end()) known.roots.push_back(root);
+    }
+  }
+  std::sort(known.roots.begin(), known.roots.end(),
+            [](const TReteNode* a, const TReteNode* b) { return a->GetRootNumber() < b->GetRootNumber(); });
+  return (template_roots_[fact_template.GetLayout()] = std::move(known)).roots;
+}
+
+bool TReteNetwork::ProcessToken(const Ref<TKBToken>& token) {
+  const TTokenAction tag = token->GetTag();
+  if (!enabled_ && (tag == taAdd || tag == taUpdate)) return false;
+  bool passed = false;
+  const std::vector<TReteNode*> roots = tag == taClear ? roots_ : RootsOf(*token->GetFact()->GetTemplate());
+  for (TReteNode* root : roots) passed = root->CallNode(token, ctSingle) || passed;
+  return passed;
+}
+
+void TReteNetwork::SetEnabled(bool enabled) {
+  if (enabled == enabled_) return;
+  enabled_ = enabled;
+  if (!enabled_) Clear();
+}
+
+void TReteNetwork::SetMinActivationStrength(float value) noexcept {
+  min_activation_strength_ = std::clamp(value, 0.0F, 1.0F);
+}
+
+const std::vector<TReteNode*>* TReteNetwork::GetRuleNodes(const TRule& rule) const {
+  const auto found = rule_nodes_.find(&rule);
+  return found == rule_nodes_.end() ? nullptr : &found->second;
+}
+
+void TReteNetwork::RemoveRule(TRule& rule) {
+  const auto found = rule_nodes_.find(&rule);
+  if (found == rule_nodes_.end()) return;
+  const std::vector<TReteNode*> nodes = std::move(found->second);
+  rule_nodes_.erase(found);
+  // From the terminal upward: a chain is built from its root downward.
+  for (auto node = nodes.rbegin(); node != nodes.rend(); ++node) {
+    (*node)->SetRuleUseCount((*node)->GetRuleUseCount() - 1);
+    if ((*node)->GetRuleUseCount() == 0) FreeNode(**node);
+  }
+}
+
+void TReteNetwork::Activate(TActivation& activation) {
+  engine_.AddActivation(activation);
+  if (OnActivation) OnActivation(*this, activation);
+}
+
+void TReteNetwork::Deactivate(TActivation& activation) {
+  const std::unique_ptr<TActivation> kept = engine_.RemoveActivation(activation);
+  if (OnDeactivation) OnDeactivation(*this, activation);
+}
+
+void TReteNetwork::RuleFired(TActivation& activation) {
+  const std::unique_ptr<TActivation> kept = engine_.RuleFired(activation);
+  if (OnRuleFired) OnRuleFired(*this, activation);
+}
+
+}  // namespace reasoner

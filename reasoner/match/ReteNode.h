@@ -1,0 +1,69 @@
+// The nodes of the match network and what they have in common.
+//
+// Tokens enter at the roots and flow along edges. Every node that a token passes decides by itself what to do and calls
+// its children at once, in the order in which its edges were added: the network is walked depth first, and the whole of
+// it within the call that brought the token in. A token's tag says what happens (add, remove, clear); the edge says by
+// which input it comes.
+
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "reasoner/functions/Context.h"
+#include "reasoner/match/Token.h"
+
+namespace reasoner {
+
+class TReteNetwork;
+class TReteNode;
+
+struct TReteEdge {
+  TReteNode* to;
+  TCallType call_type;
+};
+
+// The network owns its nodes. A node outlives the edges that lead to it.
+class TReteNode : public TObject {
+ public:
+  explicit TReteNode(TReteNetwork& rete);
+  ~TReteNode() override;
+
+  TReteNetwork& GetRete() const noexcept { return rete_; }
+  const std::string& GetName() const noexcept { return name_; }
+  // How many rules use the node, each use counting.
+  std::int32_t GetRuleUseCount() const noexcept { return rule_use_count_; }
+  void SetRuleUseCount(std::int32_t count) noexcept { rule_use_count_ = count < 0 ? 0 : count; }
+  TKBContext& GetContext() noexcept { return context_; }
+
+  const std::vector<TReteEdge>& GetEdges() const noexcept { return edges_; }
+  std::int32_t GetInDegree() const noexcept { return static_cast<std::int32_t>(parents_.size()); }
+  void AddEdge(TReteNode& to, TCallType call_type);
+
+  // The one entry of every node.
+  virtual bool CallNode(const Ref<TKBToken>& token, TCallType call_type) = 0;
+  // Calls each child in the order of the edges.
+  void CallChildren(const Ref<TKBToken>& token);
+
+  // True while the node is one of the network's roots: it has no edge that leads to it.
+  bool IsRoot() const noexcept { return root_number_ != 0; }
+  std::uint64_t GetRootNumber() const noexcept { return root_number_; }
+
+  // The name, the degrees and the use count; nodes of each kind append their own.
+  std::string ToString() const override;
+
+ private:
+  friend class ReteCompiler;
+  friend class TReteNetwork;
+
+  TReteNetwork& rete_;
+  std::string name_;
+  std::vector<TReteEdge> edges_;
+  std::vector<TReteNode*> parents_;  // a parent with two edges stands twice
+  std::int32_t rule_use_count_ = 1;
+  std::uint64_t root_number_ = 0;
+  TKBContext context_;
+};
+
+}  // namespace reasoner

@@ -1,0 +1,130 @@
+// TRule: a left side of patterns, a right side of calls, and the bindings that tie the two together.
+//
+// Adding a pattern rewrites it and fills the binding table: when the network compiles the rule, every variable has a
+// place in the match, a fact's index, a slot and a sub-index. Firing reads those places from the token, binds the
+// values in a new frame and runs the actions.
+
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "reasoner/functions/Context.h"
+#include "reasoner/match/Pattern.h"
+#include "reasoner/match/Token.h"
+#include "reasoner/support/Component.h"
+
+namespace reasoner {
+
+// A rule made with an engine as owner is known to that engine, but matches nothing before the engine's rules hold it.
+// A host may own it as a plain object: when it dies it leaves the engine.
+class TRule final : public TComponent {
+ public:
+  explicit TRule(TComponent* owner = nullptr);
+  ~TRule() override;
+
+  std::int32_t GetRuleId() const noexcept { return rule_id_; }
+  const TKBName& GetRuleName() const noexcept { return rule_name_; }
+  // Moves a registered rule to the new name. Raises for a forbidden character, or when the name is taken.
+  void SetRuleName(std::string_view name);
+  IReasoner* GetEngine() const noexcept { return engine_ ? engine_->engine : nullptr; }
+  // Leaves the old engine's rules and joins the new one's, with a new id.
+  void SetEngine(IReasoner* engine);
+
+  std::string Comment;
+  bool OneShot = false;  // once fired, no more activations until the next reset
+  bool Enabled = true;   // a disabled rule gets no activations
+  std::string CompileTrace;
+  // Runs when the bindings are there, before the actions.
+  std::function<void(TRule& sender, TKBContext& context)> OnFire;
+  std::function<void(TRule& sender)> OnChange;
+
+  std::int32_t GetSalience() const noexcept { return salience_; }
+  const Ref<IKBValue>& GetSalienceValue() const noexcept { return salience_value_; }
+  // A number, or a variable or call that is evaluated at once. Recompiles a registered rule when the number changes.
+  void SetSalience(const Ref<IKBValue>& value);
+  void SetSalience(std::int32_t value);
+  // Evaluates the salience value again and stores the number; the rule stays compiled as it is.
+  std::int32_t EvaluateSalience();
+
+  // The left side.
+  std::int32_t GetPatternCount() const noexcept { return static_cast<std::int32_t>(patterns_.size()); }
+  TKBPattern& GetPattern(std::int32_t index) const;
+  // The first pattern on that template, or -1.
+  std::int32_t IndexOfTemplate(const IFactTemplate& fact_template) const;
+  // Appends a pattern: rewrites it, binds its variables, and adds what it needs before and behind it.
+  void AddPattern(std::unique_ptr<TKBPattern> pattern);
+  void RemovePattern(std::int32_t index);
+  // Replaces the left side by clones of that of `source`.
+  void SetPatterns(const TRule& source);
+  void ClearPatterns();
+
+  // The right side.
+  std::int32_t GetActionCount() const noexcept { return static_cast<std::int32_t>(actions_.size()); }
+  const Ref<IFunCall>& GetAction(std::int32_t index) const;
+  void AddAction(const Ref<IFunCall>& action);
+  void RemoveAction(std::int32_t index);
+  void ClearActions();
+
+  // Variables, in the order of their first use.
+  const std::vector<std::unique_ptr<TBinding>>& GetBindings() const noexcept { return bindings_; }
+  TBinding* GetBindingByName(const Text& name) const;
+  // The binding that a test of the pattern with this fact index reads: one of an earlier pattern that holds a fact, or
+  // one of the pattern itself. Null when there is neither.
+  const TBinding* BindingFor(const Text& name, std::int32_t fact_index) const;
+  TBinding& AddBinding(const Text& name, std::int32_t fact_index, const Text& slot_name, std::int32_t sub_index);
+
+  void BeginUpdate() noexcept { ++update_count_; }
+  void EndUpdate();
+  // Recompiles a registered rule and tells OnChange, unless an update is open.
+  void Change();
+
+  // Binds the values of a match in the frame.
+  void Prepare(const TKBToken& token, TKBContext& context);
+  void Fire(const Ref<TKBToken>& token);
+  bool HasFired() const noexcept { return fired_; }
+  bool IsFiring() const noexcept { return firing_ > 0; }
+  // Forgets that the rule has fired.
+  void Reset() noexcept { fired_ = false; }
+
+  // Takes over a rule; one of another engine through its text.
+  void Assign(const TPersistent& source) override;
+  void Notification(TComponent& component, TOperation operation) override;
+  std::string ClassName() const override { return "TRule"; }
+  std::string ToString() const override;
+
+ private:
+  friend class TKBPattern;
+
+  using TRenames = std::vector<std::pair<Text, Text>>;
+
+  IReasoner& RequireEngine() const;
+  void PatternAdded(std::int32_t index);
+  std::int32_t FactIndexOf(std::int32_t pattern_index) const;
+  std::int32_t FactIndexOf(const TKBPattern& pattern) const;
+  // A generated name that the rule does not hold yet.
+  Text NewVariableName(std::string_view prefix) const;
+  bool IsPlainlyBound(const Text& name) const;
+  bool IsInNegatedPattern(const TBinding& binding) const;
+  void BindVariables(TKBPattern& pattern, std::int32_t fact_index, TRenames& renames);
+
+  std::int32_t rule_id_ = 0;
+  std::int32_t salience_ = 0;
+  TKBName rule_name_;
+  Ref<IKBValue> salience_value_;
+  std::vector<Ref<IFunCall>> actions_;
+  std::vector<std::unique_ptr<TKBPattern>> patterns_;
+  std::vector<std::unique_ptr<TBinding>> bindings_;
+  Ref<TReasonerLink> engine_;
+  std::int32_t update_count_ = 0;
+  std::int32_t firing_ = 0;
+  bool fired_ = false;
+  bool* destroyed_ = nullptr;  // tells a firing that its rule has ended meanwhile
+};
+
+}  // namespace reasoner

@@ -1,0 +1,155 @@
+#include "reasoner/match/SlotTest.h"
+
+#include "reasoner/match/Pattern.h"
+#include "reasoner/support/Numbers.h"
+#include "reasoner/values/Constants.h"
+
+namespace reasoner {
+
+bool TKBSlotTest::Equals(const TKBSlotTest& other) const {
+  return typeid(*this) == typeid(other) && test_type_ == other.test_type_;
+}
+
+std::string TKBSlotTest::ToString() const { return test_type_ == sttEquals ? "=" : "<>"; }
+
+TKBJoinTest::TKBJoinTest(TSlotTestType test_type, std::int32_t token_index, const Text& left,
+                         std::int32_t left_sub_index, const Text& right, std::int32_t right_sub_index)
+    : TKBSlotTest(test_type),
+      RightSubIndex(right_sub_index),
+      RightIndex(right),
+      LeftIndex(left),
+      TokenIndex(token_index),
+      LeftSubIndex(left_sub_index),
+      left_(left),
+      right_(right),
+      left_is_pattern_(left == SPatternBinding) {}
+
+// The stored cell of a slot, or one member of its list; null where there is no such place.
+static Ref<IKBValue> ValueAt(IFact& fact, const TSlotAccess& slot, std::int32_t sub_index) {
+  const std::int32_t ordinal = slot.In(*fact.GetTemplate());
+  if (ordinal < 0) return nullptr;
+  const Ref<IKBValue>& value = fact.GetValueAt(ordinal);
+  if (sub_index == NoSubIndex) return value;
+  if (value->GetDType() != dtList || sub_index >= value->GetAsList()->GetValueCount()) return nullptr;
+  return value->GetAsList()->GetItem(sub_index);
+}
+
+Ref<IKBValue> TKBJoinTest::LeftValue(IFact& fact) const { return ValueAt(fact, left_, LeftSubIndex); }
+
+Ref<IKBValue> TKBJoinTest::RightValue(IFact& fact) const { return ValueAt(fact, right_, RightSubIndex); }
+
+bool TKBJoinTest::Compare(const IMatch& token, IFact& fact) const {
+  IFact* left_fact = token.GetFacts(TokenIndex);
+  if (left_fact == nullptr) return true;
+  bool equal = false;
+  if (left_is_pattern_) {
+    // The variable stands for the whole fact: its id is compared.
+    const Ref<IKBValue> right = RightValue(fact);
+    equal = right && right->GetDType() == dtFactId && right->RawInteger() == left_fact->GetID();
+  } else if (GetJoinTestType() == tstSlot) {
+    const std::int32_t left_ordinal = left_.In(*left_fact->GetTemplate());
+    const std::int32_t right_ordinal = right_.In(*fact.GetTemplate());
+    equal = left_ordinal >= 0 && right_ordinal >= 0 &&
+            left_fact->GetValueAt(left_ordinal)->Equals(*fact.GetValueAt(right_ordinal));
+  } else {
+    const Ref<IKBValue> left = LeftValue(*left_fact);
+    const Ref<IKBValue> right = RightValue(fact);
+    equal = left && right && left->Equals(*right);
+  }
+  return equal == (test_type_ == sttEquals);
+}
+
+std::unique_ptr<TKBSlotTest> TKBJoinTest::Clone() const {
+  return std::make_unique<TKBJoinTest>(test_type_, TokenIndex, LeftIndex, LeftSubIndex, RightIndex, RightSubIndex);
+}
+
+bool TKBJoinTest::Equals(const TKBSlotTest& other) const {
+  if (!TKBSlotTest::Equals(other)) return false;
+  const auto& test = static_cast<const TKBJoinTest&>(other);
+  return TokenIndex == test.TokenIndex && LeftSubIndex == test.LeftSubIndex && RightSubIndex == test.RightSubIndex &&
+         LeftIndex == test.LeftIndex && RightIndex == test.RightIndex;
+}
+
+bool TKBJoinTest::PerformTest(TKBContext& context) {
+  if (!context.Token) return true;
+  return Compare(*context.Token, *context.Fact);
+}
+
+std::string TKBJoinTest::ToString() const {
+  const bool multi = GetJoinTestType() == tstMultiSlot;
+  std::string text = TKBSlotTest::ToString() + " " + std::string(kTemplateSlotTypeNames[GetJoinTestType()]) +
+                     " TokenIdx: " + IntegerToText(TokenIndex) + " Left: " + LeftIndex.str();
+  if (multi) text += " " + IntegerToText(LeftSubIndex);
+  text += " Right: " + RightIndex.str();
+  if (multi) text += " " + IntegerToText(RightSubIndex);
+  return text;
+}
+
+TKBPatternMatchTest::TKBPatternMatchTest(TKBPattern* pattern, TSlotTestType test_type, std::int32_t sub_index,
+                                         const Ref<IKBValue>& value)
+    : TKBSlotTest(test_type),
+      pattern_(pattern),
+      slot_value_(value ? value->Clone() : nullptr),
+      sub_index_(sub_index) {}
+
+void TKBPatternMatchTest::SetSlotTestType(TSlotTestType test_type) {
+  if (test_type == test_type_) return;
+  test_type_ = test_type;
+  if (pattern_ != nullptr) pattern_->Change();
+}
+
+void TKBPatternMatchTest::SetSlotValue(const Ref<IKBValue>& value) {
+  slot_value_ = value ? value->Clone() : nullptr;
+  if (pattern_ != nullptr) pattern_->Change();
+}
+
+void TKBPatternMatchTest::SetMultiSlotSubIndex(std::int32_t sub_index) {
+  if (sub_index == sub_index_) return;
+  sub_index_ = sub_index;
+  if (pattern_ != nullptr) pattern_->Change();
+}
+
+void TKBPatternMatchTest::SetConjunction(bool conjunction) {
+  if (conjunction == conjunction_) return;
+  conjunction_ = conjunction;
+  joined_by_and_ = conjunction;
+  if (pattern_ != nullptr) pattern_->Change();
+}
+
+void TKBPatternMatchTest::Assign(const TPersistent& source) {
+  const auto* test = dynamic_cast<const TKBPatternMatchTest*>(&source);
+  if (test == nullptr) return TKBSlotTest::Assign(source);
+  test_type_ = test->test_type_;
+  sub_index_ = test->sub_index_;
+  conjunction_ = test->conjunction_;
+  joined_by_and_ = test->joined_by_and_;
+  SetSlotValue(test->slot_value_);
+}
+
+std::unique_ptr<TKBSlotTest> TKBPatternMatchTest::Clone() const {
+  auto clone = std::make_unique<TKBPatternMatchTest>(nullptr, test_type_, sub_index_, slot_value_);
+  clone->conjunction_ = conjunction_;
+  clone->joined_by_and_ = joined_by_and_;
+  return clone;
+}
+
+bool TKBPatternMatchTest::Equals(const TKBSlotTest& other) const {
+  if (!TKBSlotTest::Equals(other)) return false;
+  const auto& test = static_cast<const TKBPatternMatchTest&>(other);
+  if (sub_index_ != test.sub_index_ || conjunction_ != test.conjunction_) return false;
+  if (slot_value_ == test.slot_value_) return true;
+  return slot_value_ && test.slot_value_ && slot_value_->Equals(*test.slot_value_);
+}
+
+bool TKBPatternMatchTest::PerformTest(TKBContext& context) {
+  const bool is_false = IsFalse(*slot_value_->Resolve(&context));
+  return is_false == (test_type_ == sttNotEquals);
+}
+
+std::string TKBPatternMatchTest::ToString() const {
+  std::string text = TKBSlotTest::ToString() + " SubIdx: " + IntegerToText(sub_index_);
+  if (slot_value_) text += " Slot: " + slot_value_->ToString();
+  return text;
+}
+
+}  // namespace reasoner

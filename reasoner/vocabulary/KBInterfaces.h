@@ -1,0 +1,220 @@
+// What the floors know of each other: the shared interfaces, and the engine as the floors below it see it.
+//
+// An interface with one implementation is that class under a second name (`IFact` is `TFact`): the names stand here,
+// the classes on their own floors. What is really abstract is declared here: the payload of a cell, a scope in which a
+// cell can be evaluated, and `IReasoner`.
+
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "reasoner/support/Ref.h"
+#include "reasoner/support/Text.h"
+#include "reasoner/vocabulary/KBConsts.h"
+
+namespace reasoner {
+
+class TActivation;
+class TBindingInfo;
+class TComponent;
+class TFact;
+class TFactSet;
+class TFactSlot;
+class TFactTemplate;
+class TFunctionCall;
+class TInterpretedFunction;
+class TKBContext;
+class TKBDefinedType;
+class TKBPattern;
+class TKBStreamToken;
+class TKBToken;
+class TKBUserFunction;
+class TKBValue;
+class TReasoner;
+class TRule;
+class TSingletonsVector;
+class TValueVector;
+
+using IFact = TFact;
+using IFactSlot = TFactSlot;
+using IFactTemplate = TFactTemplate;
+using IFunCall = TFunctionCall;
+using IInterpretedFunction = TInterpretedFunction;
+using IKBDefinedType = TKBDefinedType;
+using IKBValue = TKBValue;
+using IReteToken = TKBToken;
+using ISingletonsVector = TSingletonsVector;
+using IStreamToken = TKBStreamToken;
+using IUserFunction = TKBUserFunction;
+using IValueVector = TValueVector;
+
+// What a cell can hold by reference: something that compares, hashes and prints.
+class ICloneable : public IInterface {
+ public:
+  virtual bool Equals(const ICloneable& other) const = 0;
+  virtual std::uint32_t GetHashCode() const = 0;
+  virtual std::string ToString() const = 0;
+};
+
+// Where a cell is evaluated: what its variables mean, and which match its bindings point into.
+class IScope {
+ public:
+  // The value of a variable, or null when the name has no binding with a value.
+  virtual Ref<IKBValue> FindValue(const Text& name) = 0;
+  // What the binding points to in the current match. Raises where the match does not reach that far.
+  virtual Ref<IKBValue> ReadMatch(const TBindingInfo& info) = 0;
+
+ protected:
+  ~IScope() = default;
+};
+
+// A partial match as evaluation sees it: a chain of facts.
+class IMatch : public IInterface {
+ public:
+  virtual std::int32_t GetCount() const noexcept = 0;
+  // The fact at a place of the chain, the first at 0; the last one for a place past the end.
+  virtual IFact* GetFacts(std::int32_t index) const noexcept = 0;
+};
+
+// A payload that is evaluated: a function call.
+class ICallable : public ICloneable {
+ public:
+  virtual void Execute(IScope* scope, Ref<IKBValue>& result) = 0;
+};
+
+class IReasoner;
+
+// How objects that may outlive an engine know it: the engine's destructor empties the link.
+class TReasonerLink final : public IInterface {
+ public:
+  IReasoner* engine = nullptr;
+  // Goes up whenever a function comes, goes or changes its name: calls then look theirs up again.
+  std::uint32_t function_generation = 0;
+  // Set by a host, from any thread, that wants what runs to end with a failure.
+  std::atomic<bool> interrupt_requested{false};
+};
+
+// The functions that the engine itself calls out of patterns, whatever the registry holds under their names.
+enum TLogicFunction : std::uint8_t { lfAnd, lfOr, lfNot, lfEq, lfNeq, lfEqStar };
+inline constexpr std::size_t kLogicFunctionCount = 6;
+
+// A parser and printer of point lists.
+class ISingletonsParser {
+ public:
+  virtual std::string PrettyPrint(const ISingletonsVector& singletons) = 0;
+
+ protected:
+  ~ISingletonsParser() = default;
+};
+
+// The engine, for the floors below it. Only TReasoner implements it; it is not counted.
+class IReasoner {
+ public:
+  IReasoner(const IReasoner&) = delete;
+  IReasoner& operator=(const IReasoner&) = delete;
+
+  const Ref<TReasonerLink>& GetLink() const noexcept { return link_; }
+  virtual TComponent& AsComponent() noexcept = 0;
+  virtual TKBContext& GetContext() noexcept = 0;
+  // The value evaluated in the engine's own context.
+  virtual Ref<IKBValue> ResolveInContext(const Ref<IKBValue>& value) = 0;
+  // Raises when the host has asked for an interruption; polled at every call, loop turn and firing.
+  void CheckInterrupt() {
+    if (link_->interrupt_requested.load(std::memory_order_relaxed)) RaiseInterrupted();
+  }
+
+  // Printing.
+  virtual std::string PrettyPrint(const TFactSet& fact_set) = 0;
+  virtual std::string PrettyPrint(const IFact& fact) = 0;
+  virtual std::string PrettyPrint(const IFunCall& fun_call) = 0;
+  virtual std::string PrettyPrint(const IUserFunction& function) = 0;
+  virtual std::string PrettyPrint(const IInterpretedFunction& function) = 0;
+  virtual std::string PrettyPrint(const IKBDefinedType& type) = 0;
+  virtual std::string PrettyPrint(const IFactSlot& slot) = 0;
+  virtual std::string PrettyPrint(const IFactTemplate& fact_template) = 0;
+  virtual std::string PrettyPrint(const TRule& rule) = 0;
+  virtual std::string PrettyPrint(const TKBPattern& pattern) = 0;
+
+  // Functions.
+  virtual bool AddUserFunction(const Ref<IUserFunction>& function) = 0;
+  virtual void RemoveUserFunction(IUserFunction& function) = 0;
+  virtual bool ContainsUserFunction(std::string_view name) = 0;
+  virtual bool ContainsUserFunction(std::string_view name, Ref<IUserFunction>& function) = 0;
+  virtual Ref<IUserFunction> GetUserFunction(std::string_view name) = 0;
+  virtual void SetUserFunction(std::string_view name, const Ref<IUserFunction>& function) = 0;
+  virtual const Ref<IUserFunction>& GetLogicFunction(TLogicFunction function) = 0;
+
+  // Constructs.
+  virtual TTypeChecks GetTypeChecks() const noexcept = 0;
+  virtual std::int32_t GetNextFactId() const noexcept = 0;
+  virtual std::string GenerateSymbol(std::string_view prefix) = 0;
+  // Null for an unknown name.
+  virtual Ref<IFactTemplate> FindFactTemplate(std::string_view name) = 0;
+  // The template of that name; an unknown one is made and registered as implied.
+  virtual Ref<IFactTemplate> CreateFactTemplate(std::string_view name) = 0;
+  virtual void ChangeFactTemplateName(std::string_view old_name, std::string_view new_name) = 0;
+  virtual Ref<IKBDefinedType> FindDefinedType(std::string_view name) = 0;
+  virtual bool HasGlobalVariable(std::string_view name) const = 0;
+  virtual Ref<IFact> ParseFactText(std::string_view text) = 0;
+  virtual Ref<IKBValue> ParseSlotValueText(std::string_view text, const IFactSlot& slot) = 0;
+  virtual Ref<IFactSlot> ParseSlotText(std::string_view text) = 0;
+
+  // Constructs that have been read whole: each goes to its registry, which decides about a name in use.
+  virtual void EnterTemplate(const Ref<IFactTemplate>& fact_template) = 0;
+  virtual void EnterType(const Ref<IKBDefinedType>& type) = 0;
+  virtual void EnterFunction(const Ref<IUserFunction>& function) = 0;
+  virtual void SetGlobalVariable(std::string_view name, const Ref<IKBValue>& value) = 0;
+  virtual std::vector<std::pair<std::string, Ref<IKBValue>>> GetGlobalValues() const = 0;
+  // Asserts the fact as it is; the id, or -1.
+  virtual std::int32_t AssertFact(const Ref<IFact>& fact) = 0;
+  virtual void PrintOut(const std::string& out_id, const std::string& text) = 0;
+
+  // Fact sets.
+  virtual void EnterFactSet(TFactSet& fact_set) = 0;
+  virtual void LeaveFactSet(TFactSet& fact_set) = 0;
+  // Evaluates the fact's slots in the engine's context and asserts it; the id, or -1.
+  virtual std::int32_t AssertResolved(const Ref<IFact>& fact) = 0;
+
+  // Rules and matching.
+  virtual std::int32_t NewRuleId() = 0;
+  virtual void RenameRule(std::string_view old_name, std::string_view new_name) = 0;
+  virtual void RuleChange(TRule& rule) = 0;
+  virtual bool HoldsRule(const TRule& rule) const = 0;
+  // Takes a rule that has changed engines into the registry, or out of it.
+  virtual void EnterRule(TRule& rule) = 0;
+  virtual void LeaveRule(TRule& rule) = 0;
+  virtual const TKBPattern& GetInitialPattern() = 0;
+  virtual const Ref<IFact>& GetNotOrTestFact() const noexcept = 0;
+  // Takes ownership.
+  virtual void AddActivation(TActivation& activation) = 0;
+  // Both give the activation back when it has left the agenda and nobody else owns it.
+  virtual std::unique_ptr<TActivation> RemoveActivation(TActivation& activation) = 0;
+  virtual std::unique_ptr<TActivation> RuleFired(TActivation& activation) = 0;
+  virtual void AddPendingFact(const Ref<IFact>& fact, bool assertion) = 0;
+  // The facts of the base in order, for feeding a new rule.
+  virtual std::vector<Ref<IFact>> SnapshotFacts() = 0;
+
+ protected:
+  IReasoner();
+  ~IReasoner();
+  // Tells everyone who keeps the link that the engine is gone.
+  void CloseLink() noexcept { link_->engine = nullptr; }
+  // Takes the request back and raises EKBInterrupted.
+  [[noreturn]] void RaiseInterrupted();
+
+ private:
+  Ref<TReasonerLink> link_;
+};
+
+// Event signatures. The first argument is the object that raises; what comes by non-const reference is the handler's
+// to change. Handlers may call back into the engine. An event that is not assigned is empty.
+using TNotifyEvent = std::function<void(TComponent& sender)>;
+
+}  // namespace reasoner

@@ -1,0 +1,315 @@
+#include "reasoner/language/TokenStream.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "reasoner/functions/Context.h"
+#include "reasoner/support/Numbers.h"
+#include "reasoner/values/Constants.h"
+#include "reasoner/vocabulary/KBExceptions.h"
+
+namespace reasoner {
+namespace {
+
+class TOpenStream : public TKBClipsStream {
+ public:
+  explicit TOpenStream(const std::string& text) : TKBClipsStream(std::make_unique<TKitStringStream>(text)) {}
+  using TKBClipsStream::FinishToken;
+};
+
+// A token as its kind and what it shows: "a:word", "s:text", "i:1", "f:1.5000", "v:x", "m:x", or the punctuation.
+std::string Dump(const IStreamToken& token) {
+  switch (token.GetDataType()) {
+    case dtNone:
+      return "end";
+    case dtAtom:
+      return "a:" + token.GetText().str();
+    case dtString:
+      return "s:" + token.GetText().str();
+    case dtInteger:
+      return "i:" + token.ToString();
+    case dtFloat:
+      return "f:" + token.ToString();
+    case dtVariable:
+      return "v:" + token.GetText().str();
+    case dtMultiVariable:
+      return "m:" + token.GetText().str();
+    default:
+      return token.ToString();
+  }
+}
+
+std::string DumpAll(const std::string& text) {
+  TOpenStream stream(text);
+  std::string dump;
+  for (;;) {
+    const Ref<IStreamToken> token = stream.NextToken();
+    if (!dump.empty()) dump += ' ';
+    dump += Dump(*token);
+    if (token->IsEnd()) return dump;
+  }
+}
+
+TEST(TokenStreamTest, TextBecomesTokens) {
+  const struct {
+    const char *text, *wanted;
+  } rows[] = {
+      {"", "end"},
+      {" \t\r\n ; only a comment", "end"},
+      {"(a b)", "( a:a a:b ) end"},
+      {"x;y\nz", "a:x a:z end"},
+      {"\"a;b\"", "s:a;b end"},
+      {"a\\;b", "a:a;b end"},
+      {"a\\ b", "a:a b end"},
+      {"a[1]", "a:a [ i:1 ] end"},
+      {"a=b >= <= a==", "a:a=b a:>= a:<= a:a== end"},
+      {"=> == =", "= a:> = = = end"},
+      {"a<b", "a:a a:<b end"},
+      {"?x<-(a)", "v:x a:<- ( a:a ) end"},
+      {"?x&~b|:(f)", "v:x & ~ a:b | a:: ( a:f ) end"},
+      {"$?x ?*g* $ $x", "m:x v:*g* a:$ a:$x end"},
+      {"\"a\"b", "s:a a:b end"},
+      {"a\"b\"", "a:a s:b end"},
+      {"\"\\n \\\" \\\\\"", "s:n \" \\ end"},
+      {"\"\"", "s: end"},
+      {"\\ab a\\b", "a:\\ab a:ab end"},
+      {"a\\", "a:a end"},
+      {"é\\\u00fc", "a:éü end"},
+      // What a word could not begin with as itself.
+      {"\\( \\?x \\12 \\\\a \\\"", "a:( a:?x a:12 a:\\a a:\" end"},
+  };
+  for (const auto& row : rows) EXPECT_EQ(DumpAll(row.text), row.wanted) << row.text;
+}
+
+TEST(TokenStreamTest, WordsThatAreNumbers) {
+  const struct {
+    const char *word, *wanted;
+  } rows[] = {
+      {"12", "i:12"},
+      {"-12", "i:-12"},
+      {"+12", "i:12"},
+      {"2147483647", "i:2147483647"},
+      {"-2147483648", "i:-2147483648"},
+      {"2147483648", "f:2147483648.0000"},
+      {"12.0", "f:12.0000"},
+      {"1e3", "f:1000.0000"},
+      {".5", "f:0.5000"},
+      {"1.", "f:1.0000"},
+      {"+-1", "a:+-1"},
+      {"12abc", "a:12abc"},
+      {"0x10", "a:0x10"},
+      {"1e400", "a:1e400"},
+      {"inf", "a:inf"},
+      {"nan", "a:nan"},
+      {"-inf", "a:-inf"},
+      {"+", "a:+"},
+      {"-", "a:-"},
+      {".", "a:."},
+      {"e", "a:e"},
+      {"-a", "a:-a"},
+  };
+  for (const auto& row : rows) EXPECT_EQ(DumpAll(row.word), std::string(row.wanted) + " end") << row.word;
+}
+
+TEST(TokenStreamTest, TokensKnowTheirPlace) {
+  const struct {
+    const char *text, *wanted;  // line.column of each token
+  } rows[] = {
+      {"a b\nc", "1.1 1.3 2.1 2.2"},
+      {"a\r\nb\rc\n\rd", "1.1 2.1 3.1 5.1 5.2"},
+      {"é (ü \"x\") ;c\n  z", "1.1 1.3 1.4 1.6 1.9 2.3 2.4"},
+      {"\"a\r\nb\" c", "2.1 2.4 2.5"},
+      {";c\r\n;d\ra", "3.1 3.2"},
+      {"(a\n b)\n\n(c)", "1.1 1.2 2.2 2.3 4.1 4.2 4.3 4.4"},
+  };
+  for (const auto& row : rows) {
+    TOpenStream stream(row.text);
+    std::string places;
+    for (bool going = true; going;) {
+      const Ref<IStreamToken> token = stream.NextToken();
+      if (!places.empty()) places += ' ';
+      places += IntegerToText(token->GetLineNumber()) + "." + IntegerToText(token->GetColumn());
+      going = !token->IsEnd();
+    }
+    EXPECT_EQ(places, row.wanted) << row.text;
+  }
+}
+
+TEST(TokenStreamTest, TheEndComesForEver) {
+  TOpenStream stream("a");
+  stream.NextToken();
+  for (int i = 0; i < 3; ++i) {
+    const Ref<IStreamToken> token = stream.NextToken();
+    EXPECT_TRUE(token->IsEnd());
+    EXPECT_EQ(token->GetText().view(), "EOF");
+    EXPECT_EQ(token->Value().get(), FCEOF.get());
+  }
+}
+
+TEST(TokenStreamTest, CommentsTravelWithTheNextToken) {
+  TOpenStream stream("; one\n  ; two\n(a)");
+  EXPECT_EQ(stream.NextToken()->GetWhitespace(), "; one\n  ; two\n");
+  EXPECT_EQ(stream.NextToken()->GetWhitespace(), "");
+}
+
+TEST(TokenStreamTest, EchoShowsWhatWasReadOfTheExpression) {
+  TOpenStream stream("(first) (a \"b\"\n 1.5 ?x)");
+  for (int i = 0; i < 3; ++i) stream.NextToken();
+  EXPECT_EQ(stream.ToString(), "( first ) ");
+  std::vector<Ref<IStreamToken>> tokens;
+  for (int i = 0; i < 5; ++i) tokens.push_back(stream.NextToken());
+  EXPECT_EQ(stream.ToString(), "( a \\\"b\"\\ \n1.5000 ?x ");
+  // Putting back takes the line break along, and reading again adds none: the last token is on that line.
+  stream.PutBackToken(tokens[4]);
+  stream.PutBackToken(tokens[3]);
+  EXPECT_EQ(stream.ToString(), "( a \\\"b\"\\ ");
+  EXPECT_EQ(stream.NextToken(), tokens[3]);
+  EXPECT_EQ(stream.ToString(), "( a \\\"b\"\\ 1.5000 ");
+  for (int i = 3; i >= 0; --i) stream.PutBackToken(tokens[static_cast<std::size_t>(i)]);
+  EXPECT_EQ(stream.ToString(), " ");
+  stream.NextToken();
+  EXPECT_EQ(stream.ToString(), " ( ");
+  stream.Clear();
+  EXPECT_EQ(stream.ToString(), "");
+}
+
+TEST(TokenStreamTest, HeadLeavesTheParenthesis) {
+  const struct {
+    const char *text, *head, *next;
+  } rows[] = {
+      {"(defrule r)", "defrule", "("}, {"(= a)", "=", "("},     {"(?defrule)", "", "("},
+      {"(\"defrule\")", "", "("},      {"((a) b)", "", "("},    {"(1)", "", "("},
+      {"word (a)", "", "("},           {"() a", "", "("},
+  };
+  for (const auto& row : rows) {
+    TOpenStream stream(row.text);
+    EXPECT_EQ(stream.Head(), row.head) << row.text;
+    EXPECT_EQ(stream.NextToken()->ToString(), row.next) << row.text;
+  }
+}
+
+TEST(TokenStreamTest, SkippingGoesToTheEndOfTheExpression) {
+  TOpenStream stream("(a (b c) d) e )  (f)");
+  for (int i = 0; i < 4; ++i) stream.NextToken();
+  stream.MoveToNextConstruct();
+  EXPECT_EQ(Dump(*stream.NextToken()), "a:e");
+  EXPECT_EQ(Dump(*stream.NextToken()), ")");
+  stream.MoveToNextConstruct();  // nothing was open
+  EXPECT_EQ(Dump(*stream.NextToken()), "(");
+  stream.MoveToNextConstruct();
+  EXPECT_EQ(Dump(*stream.NextToken()), "end");
+}
+
+TEST(TokenStreamTest, DiscardingStopsAtTheLineOfTheToken) {
+  TOpenStream stream("12 rest of it\n34\n(a b\nc) d\n56 ; x\r\n7");
+  const auto read = [&stream] {
+    const std::string dump = Dump(*stream.NextToken());
+    stream.DiscardUntilEOL();
+    return dump;
+  };
+  EXPECT_EQ(read(), "i:12");
+  EXPECT_EQ(read(), "i:34");  // its separator was the line end
+  EXPECT_EQ(read(), "(");     // drops a and b, which were read ahead
+  EXPECT_EQ(read(), "a:c");   // drops the parenthesis and d
+  EXPECT_EQ(read(), "i:56");
+  EXPECT_EQ(read(), "i:7");
+  EXPECT_EQ(read(), "end");
+}
+
+TEST(TokenStreamTest, LinesCanBeReadBetweenTokens) {
+  TOpenStream stream("a\r\nline two\r\nb c\nlast");
+  EXPECT_EQ(Dump(*stream.NextToken()), "a:a");
+  EXPECT_EQ(stream.GetLine(), "line two");
+  EXPECT_EQ(Dump(*stream.NextToken()), "a:b");
+  EXPECT_EQ(stream.GetLine(), "c");
+  EXPECT_EQ(stream.GetLine(), "last");
+  EXPECT_TRUE(stream.AtEnd());
+}
+
+TEST(TokenStreamTest, AnOpenStringFailsBeforeItsExpressionIsSeen) {
+  TOpenStream stream("(ok)\n(a \"b\nc)");
+  stream.SetFileName("rules.clp");
+  for (int i = 0; i < 3; ++i) stream.NextToken();
+  try {
+    stream.NextToken();
+    FAIL();
+  } catch (const EKBParseException& failure) {
+    EXPECT_STREQ(failure.what(), "Invalid string value, string was not terminated");
+    EXPECT_EQ(failure.File, "rules.clp");
+    EXPECT_EQ(failure.LineNumber, 2);
+    EXPECT_EQ(failure.Column, 4);
+  }
+  EXPECT_EQ(Dump(*stream.NextToken()), "end");  // nothing of the failed expression is left
+}
+
+TEST(TokenStreamTest, UnknownHintsAreRefused) {
+  TOpenStream stream("");
+  EXPECT_EQ(Dump(*stream.FinishToken(13, "")), "a:CRLF");
+  try {
+    stream.FinishToken(65, "A");
+    FAIL();
+  } catch (const EKBParseException& failure) {
+    EXPECT_STREQ(failure.what(), "Invalid Token hint for parsing token: 65");
+  }
+}
+
+TEST(TokenStreamTest, TokensYieldValues) {
+  const auto value = [](std::int32_t type, const char* text) { return TKBStreamToken(type, text).Value(); };
+  EXPECT_EQ(value(dtAtom, "TRUE").get(), FCTrue.get());
+  EXPECT_EQ(value(dtAtom, "FALSE").get(), FCFalse.get());
+  EXPECT_EQ(value(dtAtom, "NiL").get(), FCNil.get());
+  EXPECT_TRUE(value(dtAtom, "true")->Equals(*NewAtom("true")));
+  EXPECT_TRUE(value(dtString, "x")->Equals(*NewString("x")));
+  EXPECT_TRUE(value('&', "&")->Equals(*NewString("38")));
+  TKBStreamToken token;
+  for (const Ref<IKBValue>& original : {NewFloat(1.5), NewInteger(-3), NewString("s"), NewFactId(7)}) {
+    token.SetValue(*original);
+    EXPECT_TRUE(token.Value()->Equals(*original)) << original->ToString();
+  }
+}
+
+TEST(TokenStreamTest, VariablesAreLookedUpInAContext) {
+  TKBContext context(nullptr, nullptr);
+  context.AddLocalBinding("x", NewInteger(1));
+  EXPECT_EQ(TKBStreamToken(dtVariable, "x").Value(&context)->ToString(), "1");
+  EXPECT_EQ(TKBStreamToken(dtVariable, "x").Value(nullptr)->ToString(), "?x");
+  const auto failure = [&context](const char* name) -> std::string {
+    try {
+      TKBStreamToken(dtVariable, name).Value(&context);
+    } catch (const EKBException& raised) {
+      return raised.what();
+    }
+    return "";
+  };
+  EXPECT_EQ(failure("y"), "Unknown variable name: y");
+  EXPECT_EQ(failure("?"), "Unknown variable name: ?");
+  EXPECT_EQ(failure("???"), "Invalid variable name, ???.  Possible encoding error");
+}
+
+TEST(TokenStreamTest, AtomsWrittenAsSourceReadBack) {
+  for (const char* text : {"a", "a b", " a", "(", "a(b", ";", "a;b", "\"", "?x", "?", "$?x", "$x", "12", "-1.5", "-",
+                           "\\", "\\a", "a\\", "\\(", "\\5", "=", "a=b", "<-", "a<b", "[", "|", "é ü", "a\nb", "1e400"}) {
+    const std::string source = AtomToSource(text);
+    TOpenStream stream(source + " next");
+    const Ref<IStreamToken> token = stream.NextToken();
+    EXPECT_EQ(Dump(*token), std::string("a:") + text) << source;
+    EXPECT_EQ(Dump(*stream.NextToken()), "a:next") << source;
+  }
+  EXPECT_EQ(AtomToSource(""), "nil");
+}
+
+// One expression may be as large and as deep as memory allows.
+TEST(TokenStreamTest, HugeExpressionsAreReadInOneGo) {
+  const std::size_t depth = 300000;
+  TOpenStream stream(std::string(depth, '(') + std::string(depth, ')'));
+  std::size_t tokens = 0;
+  while (!stream.NextToken()->IsEnd()) ++tokens;
+  EXPECT_EQ(tokens, 2 * depth);
+}
+
+}  // namespace
+}  // namespace reasoner

@@ -1,0 +1,135 @@
+#include <gtest/gtest.h>
+
+#include "tests/support/EngineFixture.h"
+
+namespace reasoner {
+namespace {
+
+class MathFunctionsTest : public EngineTest {};
+
+TEST_F(MathFunctionsTest, IntegersUntilAFloatTakesPart) {
+  ExpectShown({
+      {"(+)", "0"},
+      {"(*)", "1"},
+      {"(+ 1 2)", "3"},
+      {"(+ 1 2.5)", "3.5000"},
+      {"(+ 0.5 0.5)", "1.0000"},
+      {"(- 5)", "5"},
+      {"(- 5 2 1)", "2"},
+      {"(- 5 1.5)", "3.5000"},
+      {"(* 2 3 4)", "24"},
+      {"(* 2 0.5)", "1.0000"},
+      {"(+ \"1\" 2)", "3"},
+      // Halves to even: texts are numbers with fractions and no floats.
+      {"(+ \"2.5\")", "2"},
+      {"(+ \"3.5\")", "4"},
+  });
+  ExpectError("(+ 1 a)", "Value (a) is a dtAtom type");
+}
+
+TEST_F(MathFunctionsTest, BeyondThirtyTwoBits) {
+  ExpectShown({
+      {"(+ 2147483647 1)", "2147483648.0000"},
+      {"(- -2147483648 1)", "-2147483649.0000"},
+      {"(* 65536 65536)", "4294967296.0000"},
+      {"(* 65536 65536 0)", "0"},
+      {"(mod -2147483648 -1)", "0"},
+  });
+  ExpectError("(div -2147483648 -1)", "Integer overflow in div function call: 2147483648");
+  ExpectError("(max \"3000000000\")", "Integer overflow in max function call: 3000000000.0000");
+  ExpectError("(round 3e9)", "Integer overflow in round function call: 3000000000.0000");
+  ExpectError("(abs -2147483648)", "Integer overflow in abs function call: 2147483648");
+}
+
+TEST_F(MathFunctionsTest, Division) {
+  ExpectShown({
+      {"(/ 4 2)", "2.0000"},
+      {"(/ 8 2 2)", "2.0000"},
+      {"(/ 5)", "5.0000"},
+      {"(div 7 2)", "3"},
+      {"(div -7 2)", "-3"},
+      {"(div 100 5 2.9)", "10"},
+      {"(mod 7 3)", "1"},
+      {"(mod -7 2)", "-1"},
+      {"(mod 7 -2)", "1"},
+  });
+  ExpectError("(/ 1 0)", "Division by zero in / function call");
+  ExpectError("(/ 1 0.0)", "Division by zero in / function call");
+  ExpectError("(div 1 2 0)", "Division by zero in div function call");
+  ExpectError("(mod 1 0)", "Division by zero in mod function call");
+}
+
+TEST_F(MathFunctionsTest, LargestAndSmallest) {
+  ExpectShown({
+      {"(max 1 3 2)", "3"},
+      {"(min 3 1 2)", "1"},
+      {"(max 1 2.5)", "2.5000"},
+      // On a tie the earlier stays, and a float that does not win leaves no trace.
+      {"(max 1 1.0)", "1"},
+      {"(max 1.0 1)", "1.0000"},
+      {"(max 2 1.5)", "2"},
+      // A float that has won once makes the result a float.
+      {"(max 1.5 2)", "2.0000"},
+      {"(min 1.5 1)", "1.0000"},
+  });
+}
+
+TEST_F(MathFunctionsTest, OneNumber) {
+  ExpectShown({
+      {"(abs -3)", "3"},
+      {"(abs -3.5)", "3.5000"},
+      {"(round 2.5)", "2"},
+      {"(round 3.5)", "4"},
+      {"(round -2.6)", "-3"},
+      {"(integer -2.6)", "-2"},
+      {"(float 2)", "2.0000"},
+      {"(sqrt 9)", "3.0000"},
+      {"(exp 0)", "1.0000"},
+      {"(log (exp 2))", "2.0000"},
+      {"(log10 1000)", "3.0000"},
+      {"(** 2 10)", "1024.0000"},
+      {"(PI)", "3.1416"},
+  });
+  ExpectError("(abs a)", "Expected numeric argument to abs function call");
+}
+
+TEST_F(MathFunctionsTest, RandomNumbersLieInTheirRangeAndFollowTheSeed) {
+  for (int i = 0; i < 200; ++i) {
+    const std::int32_t number = engine.ParseNExecuteFunCall("(random 5 10)")->GetAsInteger();
+    ASSERT_GE(number, 5);
+    ASSERT_LT(number, 15);
+    const std::int32_t bounded = engine.ParseNExecuteFunCall("(random 3)")->GetAsInteger();
+    ASSERT_GE(bounded, 0);
+    ASSERT_LT(bounded, 3);
+  }
+  ExpectShown({{"(random 7 0)", "7"}, {"(randomize 42)", "TRUE"}});
+  const std::string first = Show("(random)") + Show("(random)");
+  Load("(seed 42)");
+  EXPECT_EQ(Show("(random)") + Show("(random)"), first);
+}
+
+TEST_F(MathFunctionsTest, Predicates) {
+  ExpectShown({
+      {"(get-type 1.0)", "dtFloat"},
+      {"(evenp 3)", "FALSE"},
+      {"(evenp -2)", "TRUE"},
+      {"(oddp -3)", "TRUE"},
+      {"(lexemep \"x\")", "TRUE"},
+      {"(lexemep x)", "TRUE"},
+      {"(lexemep 1)", "FALSE"},
+      {"(numberp 1)", "TRUE"},
+      {"(numberp x)", "FALSE"},
+      {"(floatp 1)", "FALSE"},
+      {"(integerp 1)", "TRUE"},
+      {"(stringp x)", "FALSE"},
+      {"(symbolp x)", "TRUE"},
+      {"(multifieldp (create$))", "TRUE"},
+      {"(objectp x)", "FALSE"},
+  });
+  EXPECT_EQ(engine.GetUserFunction("lexemep")->GetComment(),
+            "Returns TRUE if the argument is of the following type(s): Atom, String.  If the "
+            "argument is any other type, FALSE is returned");
+}
+
+}  // namespace
+}  // namespace reasoner

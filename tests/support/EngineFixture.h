@@ -1,0 +1,75 @@
+// A fixture for tests that speak to an engine in the rule language.
+
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <exception>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "reasoner/engine/Reasoner.h"
+#include "reasoner/support/Exception.h"
+
+namespace reasoner {
+
+// What an engine prints on the terminal is collected in `output`, the calls of OnPrintOut one by
+// one in `printed`.
+class EngineTest : public ::testing::Test {
+ protected:
+  struct TShown {
+    std::string call;
+    std::string shown;
+  };
+
+  EngineTest() {
+    engine.OnPrintOut = [this](TReasoner&, const std::string& out_id, const std::string& text) {
+      printed.emplace_back(out_id, text);
+      output += text;
+    };
+  }
+
+  // The value of a call, as it prints.
+  std::string Show(const std::string& call) {
+    return engine.ParseNExecuteFunCall(call)->ToString();
+  }
+
+  // Defines constructs and runs top-level calls; what they print is dropped.
+  void Load(const std::string& text) {
+    engine.Parse(text, true);
+    TakeOutput();
+  }
+
+  void ExpectShown(const std::vector<TShown>& rows) {
+    for (const TShown& row : rows) {
+      try {
+        EXPECT_EQ(Show(row.call), row.shown) << row.call;
+      } catch (const std::exception& failure) {
+        ADD_FAILURE() << row.call << " raised: " << failure.what();
+      }
+    }
+  }
+
+  // The call fails, and the failure's message holds `message`.
+  void ExpectError(const std::string& call, const std::string& message) {
+    try {
+      ADD_FAILURE() << call << " gave " << Show(call) << " instead of: " << message;
+    } catch (const std::exception& failure) {
+      EXPECT_NE(std::string(failure.what()).find(message), std::string::npos)
+          << call << " raised: " << failure.what() << "\n  instead of: " << message;
+    }
+  }
+
+  // What has been printed since the last time.
+  std::string TakeOutput() {
+    printed.clear();
+    return std::exchange(output, "");
+  }
+
+  TReasoner engine;
+  std::string output;
+  std::vector<std::pair<std::string, std::string>> printed;
+};
+
+}  // namespace reasoner
