@@ -9,7 +9,8 @@ namespace console {
 
 const char* const kUsage =
     "Usage: reasoner [OPTION]... [FILE]...\n"
-    "Loads each FILE of rules in the order given. Without a FILE or a TEXT the program is read from\n"
+    "Loads each FILE of rules in the order given. Without a FILE or a TEXT the program is read "
+    "from\n"
     "standard input, at a prompt when that is a terminal.\n"
     "\n"
     "  -e TEXT           parses and executes TEXT, in its place among the files\n"
@@ -27,8 +28,12 @@ const char* const kUsage =
 static reasoner::TConstructWatches ReadWatches(const std::string& list) {
   using namespace reasoner;
   static constexpr std::pair<std::string_view, TConstructWatches> kWords[] = {
-      {"facts", cwFact},           {"rules", cwRule},           {"activations", cwActivation},
-      {"compilations", cwCompilation}, {"statistics", cwStatistics}, {"all", kAllWatches}};
+      {"facts", cwFact},
+      {"rules", cwRule},
+      {"activations", cwActivation},
+      {"compilations", cwCompilation},
+      {"statistics", cwStatistics},
+      {"all", kAllWatches}};
   TConstructWatches watches;
   std::size_t begin = 0;
   while (begin <= list.size()) {
@@ -54,7 +59,8 @@ static reasoner::TSearchStrategy ReadStrategy(const std::string& name) {
 
 static std::int32_t ReadLimit(const std::string& text) {
   const std::optional<std::int32_t> limit = reasoner::TextToInteger(text);
-  if (!limit || *limit < 0) throw std::invalid_argument("--limit wants a number from 0 on, not '" + text + "'");
+  if (!limit || *limit < 0)
+    throw std::invalid_argument("--limit wants a number from 0 on, not '" + text + "'");
   return *limit;
 }
 

@@ -19,7 +19,8 @@ bool Terminal::ReadLine(std::string& line) {
   if (input_ended_) return false;
   std::fflush(stdout);
   int character = 0;
-  while ((character = std::fgetc(stdin)) != EOF && character != '\n') line += static_cast<char>(character);
+  while ((character = std::fgetc(stdin)) != EOF && character != '\n')
+    line += static_cast<char>(character);
   if (!line.empty() && line.back() == '\r') line.pop_back();
   line = CleanUtf8(line, true);
   return character != EOF || !line.empty();
@@ -35,7 +36,9 @@ std::string Terminal::ReadAll() {
 }
 
 void Terminal::Attach(TReasoner& engine) {
-  engine.OnPrintOut = [this](TReasoner&, const std::string&, const std::string& text) { Print(text); };
+  engine.OnPrintOut = [this](TReasoner&, const std::string&, const std::string& text) {
+    Print(text);
+  };
   engine.OnReadLine = [this](TReasoner&, const std::string&, std::string& text) { ReadLine(text); };
   engine.OnReadToken = [this](TReasoner& sender, const std::string&, Ref<IStreamToken>& token) {
     // The first token of the next line that has one; the rest of the line is dropped.

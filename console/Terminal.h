@@ -1,4 +1,5 @@
-// The terminal of an engine: its text goes to standard output, what it reads comes from standard input.
+// The terminal of an engine: its text goes to standard output, what it reads comes from standard
+// input.
 
 #pragma once
 

@@ -39,7 +39,8 @@ void TActivationAgenda::Clear() {
 
 std::string TActivationAgenda::ToString() const {
   std::string text;
-  for (const TActivation* item = entries_.First(); item != nullptr; item = CountedSequence<TActivation>::Next(*item)) {
+  for (const TActivation* item = entries_.First(); item != nullptr;
+       item = CountedSequence<TActivation>::Next(*item)) {
     text += item->GetEntryText();
     text += NewLineString;
   }

@@ -13,7 +13,8 @@ namespace reasoner {
 
 class TReasoner;
 
-// A list of activations that owns them. Without an engine entries stay in the order of their adding.
+// A list of activations that owns them. Without an engine entries stay in the order of their
+// adding.
 class TActivationAgenda : public TPersistent {
  public:
   ~TActivationAgenda() override;

@@ -10,8 +10,9 @@ namespace reasoner {
 
 void TReasoner::DropPending(const IFactTemplate& fact_template) {
   const auto drop = [&fact_template](std::deque<Ref<IFact>>& facts) {
-    facts.erase(std::remove_if(facts.begin(), facts.end(),
-                               [&](const Ref<IFact>& fact) { return fact->GetTemplate() == &fact_template; }),
+    facts.erase(std::remove_if(
+                    facts.begin(), facts.end(),
+                    [&](const Ref<IFact>& fact) { return fact->GetTemplate() == &fact_template; }),
                 facts.end());
   };
   drop(pending_assertions_);
@@ -54,7 +55,8 @@ void TReasoner::RemoveDependencies() {
 void TReasoner::RemoveDependencies(const IKBDefinedType& type) {
   const std::vector<Ref<IFactTemplate>> templates = fact_templates_->GetItems();
   for (auto item = templates.rbegin(); item != templates.rend(); ++item) {
-    if ((*item)->FindSlotOfType(type) != nullptr) fact_templates_->Remove((*item)->GetTemplateName());
+    if ((*item)->FindSlotOfType(type) != nullptr)
+      fact_templates_->Remove((*item)->GetTemplateName());
   }
 }
 
@@ -69,7 +71,8 @@ bool TReasoner::IsDependent(const TRule& rule, const IFactTemplate& fact_templat
 bool TReasoner::IsDependent(const IFunCall& fun_call, const IFactTemplate& fact_template) const {
   const DepthGuard guard("function call");
   for (std::int32_t i = 0; i < fun_call.GetArgumentCount(); ++i) {
-    if (fun_call.GetArgument(i) && IsDependent(*fun_call.GetArgument(i), fact_template)) return true;
+    if (fun_call.GetArgument(i) && IsDependent(*fun_call.GetArgument(i), fact_template))
+      return true;
   }
   return false;
 }
@@ -111,7 +114,8 @@ static Ref<IFact> Refitted(IFact& fact, const Ref<IFactTemplate>& fact_template)
   return fitted;
 }
 
-void TReasoner::ReplaceTemplate(const Ref<IFactTemplate>& old, const Ref<IFactTemplate>& fact_template) {
+void TReasoner::ReplaceTemplate(const Ref<IFactTemplate>& old,
+                                const Ref<IFactTemplate>& fact_template) {
   if (old->GetTemplateName() != fact_template->GetTemplateName()) return RemoveDependencies(*old);
   DropPending(*old);
   std::vector<Ref<IFact>> kept;
@@ -155,7 +159,8 @@ void TReasoner::ReplaceTemplate(const Ref<IFactTemplate>& old, const Ref<IFactTe
   parser_->ErrorHandling = handling;
 }
 
-void TReasoner::ReplaceDefinedType(const Ref<IKBDefinedType>& old, const Ref<IKBDefinedType>& type) {
+void TReasoner::ReplaceDefinedType(const Ref<IKBDefinedType>& old,
+                                   const Ref<IKBDefinedType>& type) {
   if (old->GetName() != type->GetName()) return RemoveDependencies(*old);
   const std::vector<Ref<IFactTemplate>> templates = fact_templates_->GetItems();
   for (auto item = templates.rbegin(); item != templates.rend(); ++item) {

@@ -35,8 +35,13 @@ TFacts::Entry* TFacts::FindEntry(const IFact& fact) const noexcept {
   for (Entry* entry = ids_.Chain(key); entry != nullptr; entry = entry->id_next) {
     if (entry->fact == &fact) return entry;
   }
-  if (fact.GetID() != -1 && engine_ != nullptr) return nullptr;
-  for (Entry* entry = entries_.First(); entry != nullptr; entry = CountedSequence<Entry>::Next(*entry)) {
+  return nullptr;
+}
+
+TFacts::Entry* TFacts::SearchEntry(const IFact& fact) const noexcept {
+  if (Entry* entry = FindEntry(fact)) return entry;
+  for (Entry* entry = entries_.First(); entry != nullptr;
+       entry = CountedSequence<Entry>::Next(*entry)) {
     if (entry->fact == &fact) return entry;
   }
   return nullptr;
@@ -49,14 +54,17 @@ TFacts::Entry* TFacts::FindEqual(const IFact& fact, std::uint32_t hash) const {
     }
     return nullptr;
   }
-  for (Entry* entry = entries_.First(); entry != nullptr; entry = CountedSequence<Entry>::Next(*entry)) {
+  for (Entry* entry = entries_.First(); entry != nullptr;
+       entry = CountedSequence<Entry>::Next(*entry)) {
     if (!entry->leaving && entry->fact->EqualsFact(fact)) return entry;
   }
   return nullptr;
 }
 
 static std::int32_t IndexOrNone(const TFacts::Entry* entry) {
-  return entry == nullptr ? -1 : static_cast<std::int32_t>(CountedSequence<TFacts::Entry>::IndexOf(*entry));
+  return entry == nullptr
+             ? -1
+             : static_cast<std::int32_t>(CountedSequence<TFacts::Entry>::IndexOf(*entry));
 }
 
 Ref<IFact> TFacts::GetFactByID(std::int32_t id) const {
@@ -66,11 +74,13 @@ Ref<IFact> TFacts::GetFactByID(std::int32_t id) const {
 
 std::int32_t TFacts::FindFact(std::int32_t id) const { return IndexOrNone(FindEntry(id)); }
 
-std::int32_t TFacts::FindFact(const IFact& fact) const { return IndexOrNone(FindEqual(fact, HashOf(fact))); }
+std::int32_t TFacts::FindFact(const IFact& fact) const {
+  return IndexOrNone(FindEqual(fact, HashOf(fact)));
+}
 
 std::int32_t TFacts::IndexOf(const IFact& fact) const {
   if (GetCount() >= kSearchByIdFrom && fact.GetID() != -1) return FindFact(fact.GetID());
-  return IndexOrNone(FindEntry(fact));
+  return IndexOrNone(SearchEntry(fact));
 }
 
 void TFacts::InsertDirect(std::int32_t index, const Ref<IFact>& fact, std::uint32_t hash) {
@@ -167,7 +177,8 @@ void TFacts::SetCacheHashCodes(bool value) {
   if (value == cache_hash_codes_) return;
   cache_hash_codes_ = value;
   hashes_.Clear();
-  for (Entry* entry = entries_.First(); entry != nullptr; entry = CountedSequence<Entry>::Next(*entry)) {
+  for (Entry* entry = entries_.First(); entry != nullptr;
+       entry = CountedSequence<Entry>::Next(*entry)) {
     entry->hash_next = nullptr;
     entry->hashed = value && !entry->leaving;
     if (!entry->hashed) continue;
@@ -186,7 +197,8 @@ void TFacts::Assign(const TPersistent& source) {
     if (engine_ != nullptr && own && own->GetReasoner() != engine_) {
       own = engine_->FindFactTemplate(fact->GetTemplate()->GetTemplateName());
       if (own && !own->Equals(*fact->GetTemplate())) {
-        Raise(SFactTemplatesDifferent, own->GetTemplateName(), fact->GetTemplate()->GetTemplateName());
+        Raise(SFactTemplatesDifferent, own->GetTemplateName(),
+              fact->GetTemplate()->GetTemplateName());
       }
       const Ref<IFact> crossing = Make<TFact>(own);
       crossing->Assign(*fact);
@@ -199,7 +211,8 @@ void TFacts::Assign(const TPersistent& source) {
 
 std::string TFacts::ToString() const {
   std::string text;
-  for (const Entry* entry = entries_.First(); entry != nullptr; entry = CountedSequence<Entry>::Next(*entry)) {
+  for (const Entry* entry = entries_.First(); entry != nullptr;
+       entry = CountedSequence<Entry>::Next(*entry)) {
     if (!text.empty()) text += NewLineString;
     text += entry->fact->ToString();
   }
@@ -208,7 +221,8 @@ std::string TFacts::ToString() const {
 
 std::string TFacts::GetToIDString() const {
   std::string text;
-  for (const Entry* entry = entries_.First(); entry != nullptr; entry = CountedSequence<Entry>::Next(*entry)) {
+  for (const Entry* entry = entries_.First(); entry != nullptr;
+       entry = CountedSequence<Entry>::Next(*entry)) {
     if (!text.empty()) text += NewLineString;
     text += entry->fact->ToIDString();
   }
@@ -218,7 +232,8 @@ std::string TFacts::GetToIDString() const {
 std::vector<Ref<IFact>> TFacts::Snapshot() const {
   std::vector<Ref<IFact>> facts;
   facts.reserve(static_cast<std::size_t>(GetCount()));
-  for (const Entry* entry = entries_.First(); entry != nullptr; entry = CountedSequence<Entry>::Next(*entry)) {
+  for (const Entry* entry = entries_.First(); entry != nullptr;
+       entry = CountedSequence<Entry>::Next(*entry)) {
     if (!entry->leaving) facts.push_back(entry->fact);
   }
   return facts;

@@ -1,8 +1,9 @@
 // TFacts: the list of asserted facts in the order of their assertion.
 //
-// A host may change the list: each change goes through the engine, which matches the fact, unless the engine itself is
-// at work. Facts stand in a counted tree, so that an index leads to a fact and a fact to its index at O(log n); ids are
-// found by a table, equal facts by their hash codes, which a comparison confirms.
+// A host may change the list: each change goes through the engine, which matches the fact, unless
+// the engine itself is at work. Facts stand in a counted tree, so that an index leads to a fact and
+// a fact to its index at O(log n); ids are found by a table, equal facts by their hash codes, which
+// a comparison confirms.
 
 #pragma once
 
@@ -37,12 +38,12 @@ class TFacts : public TPersistent {
   };
 
   std::int32_t GetCount() const noexcept { return static_cast<std::int32_t>(entries_.size()); }
-  const Ref<IFact>& Get(std::int32_t index) const;  // raises "List index out of bounds (%d)"
+  const Ref<IFact>& Get(std::int32_t index) const;       // raises "List index out of bounds (%d)"
   void Put(std::int32_t index, const Ref<IFact>& fact);  // plain replacement
   // Null for an unknown id.
   Ref<IFact> GetFactByID(std::int32_t id) const;
-  std::int32_t FindFact(std::int32_t id) const;      // by id: the index, or -1
-  std::int32_t FindFact(const IFact& fact) const;    // by content
+  std::int32_t FindFact(std::int32_t id) const;    // by id: the index, or -1
+  std::int32_t FindFact(const IFact& fact) const;  // by content
   // By identity. With five or more facts, and for a fact with an id, by that id.
   std::int32_t IndexOf(const IFact& fact) const;
   // Whether this very object is listed.
@@ -73,10 +74,15 @@ class TFacts : public TPersistent {
 
   Entry& At(std::int32_t index) const;
   Entry* FindEntry(std::int32_t id) const noexcept;
-  Entry* FindEntry(const IFact& fact) const noexcept;  // this very object, leaving or not
+  // The entry of this very object under the id that it has, leaving or not.
+  Entry* FindEntry(const IFact& fact) const noexcept;
+  // The same for a fact that a host has given another id meanwhile: a walk.
+  Entry* SearchEntry(const IFact& fact) const noexcept;
   // One with equal content. `hash` is the fact's, while the list files facts by it.
   Entry* FindEqual(const IFact& fact, std::uint32_t hash) const;
-  std::uint32_t HashOf(const IFact& fact) const { return cache_hash_codes_ ? fact.GetHashCode() : 0; }
+  std::uint32_t HashOf(const IFact& fact) const {
+    return cache_hash_codes_ ? fact.GetHashCode() : 0;
+  }
   void InsertDirect(std::int32_t index, const Ref<IFact>& fact, std::uint32_t hash);
   void DeleteDirect(Entry& entry);
   void MarkLeaving(Entry& entry);

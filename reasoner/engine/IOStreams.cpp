@@ -27,7 +27,8 @@ void TIOStreams::Remove(std::string_view name) {
 void TIOStreams::Clear() { table_.Clear(); }
 
 void TIOStreams::Flush() {
-  table_.ForEach([](const std::string&, const std::unique_ptr<TGTextStream>& stream) { stream->Flush(); });
+  table_.ForEach(
+      [](const std::string&, const std::unique_ptr<TGTextStream>& stream) { stream->Flush(); });
 }
 
 }  // namespace reasoner

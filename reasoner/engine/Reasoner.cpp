@@ -1,4 +1,5 @@
-// The engine's life: how it is made, cleared, reset and ended, its settings, and what ties its parts together.
+// The engine's life: how it is made, cleared, reset and ended, its settings, and what ties its
+// parts together.
 
 #include "reasoner/engine/Reasoner.h"
 
@@ -13,8 +14,9 @@
 namespace reasoner {
 
 // The packages in the order in which they are made.
-static constexpr TFunctionPackage kPackageOrder[] = {pStandard, pMiscellaneous,  pPredicate, pMath,      pString,
-                                                     pObject,   pTrigonometry,   pBusiness,  pFuzzyLogic};
+static constexpr TFunctionPackage kPackageOrder[] = {pStandard,     pMiscellaneous, pPredicate,
+                                                     pMath,         pString,        pObject,
+                                                     pTrigonometry, pBusiness,      pFuzzyLogic};
 
 static std::unique_ptr<TObject> MakeDefaultPart(TReasoner& engine, TKBObjectType type) {
   switch (type) {
@@ -65,8 +67,8 @@ TReasoner::TReasoner(TComponent* owner, TKBObjectFactory factory) : TComponent(o
   Assert(SInitialFact);
 }
 
-// The order is the order of dependence: the template registry stands before the two implied templates, the packages
-// before the first parse.
+// The order is the order of dependence: the template registry stands before the two implied
+// templates, the packages before the first parse.
 void TReasoner::MakeParts(const TKBObjectFactory& factory) {
   context_ = std::make_unique<TKBContext>(nullptr, this);
   io_streams_ = MakePart<TIOStreams>(factory, otIOStreams);
@@ -85,14 +87,16 @@ void TReasoner::MakeParts(const TKBObjectFactory& factory) {
 }
 
 void TReasoner::MakeImplied() {
-  initial_pattern_ =
-      std::make_unique<TKBPattern>(nullptr, SInitialFactPattern, CreateFactTemplate(SInitialFactPattern), 0);
+  initial_pattern_ = std::make_unique<TKBPattern>(nullptr, SInitialFactPattern,
+                                                  CreateFactTemplate(SInitialFactPattern), 0);
   not_or_test_fact_ = Make<TFact>(CreateFactTemplate(SNullFact));
 }
 
-// What patterns call is the engine's own, whatever a knowledge base does to the functions of these names.
+// What patterns call is the engine's own, whatever a knowledge base does to the functions of these
+// names.
 void TReasoner::MakeLogicFunctions() {
-  static constexpr std::string_view kNames[kLogicFunctionCount] = {"and", "or", "not", "eq", "neq", "eq*"};
+  static constexpr std::string_view kNames[kLogicFunctionCount] = {"and", "or",  "not",
+                                                                   "eq",  "neq", "eq*"};
   const std::unique_ptr<TUserPackage> package(MakePackage(pStandard, nullptr));
   for (std::size_t i = 0; i < kLogicFunctionCount; ++i) {
     logic_functions_[i] = package->GetFunctions().GetItem(package->IndexOf(kNames[i]));
@@ -108,8 +112,8 @@ void TReasoner::AddDefaultPackages() {
 
 TReasoner::~TReasoner() {
   // Nothing below reaches the host.
-  OnAddDefaultPackages = OnClear = OnClearDefinedTypes = OnClearFactTemplates = OnClearRules = OnClearFacts = OnReset =
-      OnStartInference = nullptr;
+  OnAddDefaultPackages = OnClear = OnClearDefinedTypes = OnClearFactTemplates = OnClearRules =
+      OnClearFacts = OnReset = OnStartInference = nullptr;
   OnAddActivation = OnRemoveActivation = nullptr;
   OnAddDefinedType = OnRemoveDefinedType = nullptr;
   OnNewFactTemplate = OnRemoveFactTemplate = nullptr;
@@ -213,7 +217,8 @@ void TReasoner::RequireIdleNetwork(const char* doing) const {
   if (in_network_ > 0) Raise(SNetworkBusy, doing);
 }
 
-// --- Settings ----------------------------------------------------------------------------------------------------
+// --- Settings
+// ----------------------------------------------------------------------------------------------------
 
 void TReasoner::SetFactDuplication(bool value) {
   if (value == fact_duplication_) return;
@@ -277,9 +282,12 @@ std::string TReasoner::GenerateSymbol(std::string_view prefix) {
   return std::string(prefix) + IntegerToText(symbol_index_++);
 }
 
-// --- Constructs --------------------------------------------------------------------------------------------------
+// --- Constructs
+// --------------------------------------------------------------------------------------------------
 
-Ref<IFactTemplate> TReasoner::FindFactTemplate(std::string_view name) { return fact_templates_->Find(name); }
+Ref<IFactTemplate> TReasoner::FindFactTemplate(std::string_view name) {
+  return fact_templates_->Find(name);
+}
 
 Ref<IFactTemplate> TReasoner::CreateFactTemplate(std::string_view name) {
   if (Ref<IFactTemplate> known = fact_templates_->Find(name)) return known;
@@ -288,11 +296,17 @@ Ref<IFactTemplate> TReasoner::CreateFactTemplate(std::string_view name) {
   return made;
 }
 
-Ref<IKBDefinedType> TReasoner::FindDefinedType(std::string_view name) { return defined_types_->Find(name); }
+Ref<IKBDefinedType> TReasoner::FindDefinedType(std::string_view name) {
+  return defined_types_->Find(name);
+}
 
-void TReasoner::EnterTemplate(const Ref<IFactTemplate>& fact_template) { fact_templates_->Add(fact_template); }
+void TReasoner::EnterTemplate(const Ref<IFactTemplate>& fact_template) {
+  fact_templates_->Add(fact_template);
+}
 void TReasoner::EnterType(const Ref<IKBDefinedType>& type) { defined_types_->Add(type); }
-void TReasoner::EnterFunction(const Ref<IUserFunction>& function) { user_functions_->Add(function); }
+void TReasoner::EnterFunction(const Ref<IUserFunction>& function) {
+  user_functions_->Add(function);
+}
 void TReasoner::EnterFactSet(TFactSet& fact_set) { fact_sets_->Add(fact_set); }
 void TReasoner::LeaveFactSet(TFactSet& fact_set) {
   if (fact_sets_) fact_sets_->Leave(fact_set);
@@ -311,7 +325,9 @@ std::vector<std::pair<std::string, Ref<IKBValue>>> TReasoner::GetGlobalValues() 
   return values;
 }
 
-bool TReasoner::HasGlobalVariable(std::string_view name) const { return global_variables_->ContainsKey(name); }
+bool TReasoner::HasGlobalVariable(std::string_view name) const {
+  return global_variables_->ContainsKey(name);
+}
 
 bool TReasoner::AddUserFunction(const Ref<IUserFunction>& function) {
   user_functions_->Add(function);
@@ -326,22 +342,29 @@ void TReasoner::RemoveUserFunction(IUserFunction& function) {
   }
 }
 
-bool TReasoner::ContainsUserFunction(std::string_view name) { return user_functions_->ContainsKey(name); }
+bool TReasoner::ContainsUserFunction(std::string_view name) {
+  return user_functions_->ContainsKey(name);
+}
 
 bool TReasoner::ContainsUserFunction(std::string_view name, Ref<IUserFunction>& function) {
   function = user_functions_->Find(name);
   return function.get() != nullptr;
 }
 
-Ref<IUserFunction> TReasoner::GetUserFunction(std::string_view name) { return user_functions_->Find(name); }
+Ref<IUserFunction> TReasoner::GetUserFunction(std::string_view name) {
+  return user_functions_->Find(name);
+}
 
 void TReasoner::SetUserFunction(std::string_view name, const Ref<IUserFunction>& function) {
   user_functions_->Put(name, function);
 }
 
-const Ref<IUserFunction>& TReasoner::GetLogicFunction(TLogicFunction function) { return logic_functions_[function]; }
+const Ref<IUserFunction>& TReasoner::GetLogicFunction(TLogicFunction function) {
+  return logic_functions_[function];
+}
 
-// --- Rules -------------------------------------------------------------------------------------------------------
+// --- Rules
+// -------------------------------------------------------------------------------------------------------
 
 bool TReasoner::HoldsRule(const TRule& rule) const {
   return rules_ && rules_->Find(rule.GetRuleName()) == &rule;

@@ -1,17 +1,18 @@
 // TReasoner: the engine.
 //
-// One object owns everything: the registries of constructs, the fact base, the agenda, the network, the parser and the
-// bottom frame of evaluation. A host gives it knowledge as rule-language text or through the classes, drives it with
-// Reset and Run, and sees what happens through the events and the logical streams:
+// One object owns everything: the registries of constructs, the fact base, the agenda, the network,
+// the parser and the bottom frame of evaluation. A host gives it knowledge as rule-language text or
+// through the classes, drives it with Reset and Run, and sees what happens through the events and
+// the logical streams:
 //
 //   TReasoner engine;
-//   engine.OnPrintOut = [](TReasoner&, const std::string&, const std::string& text) { std::fputs(text.c_str(), stdout); };
-//   engine.LoadFromFile("animals.clp");
-//   engine.Reset();
+//   engine.OnPrintOut = [](TReasoner&, const std::string&, const std::string& text) {
+//   std::fputs(text.c_str(), stdout); }; engine.LoadFromFile("animals.clp"); engine.Reset();
 //   engine.Run();
 //
-// An engine belongs to one thread at a time. A host with threads calls Lock and Unlock around what it does while Run is
-// at work on another thread: Run holds the lock for one firing at a time. Different engines share nothing.
+// An engine belongs to one thread at a time. A host with threads calls Lock and Unlock around what
+// it does while Run is at work on another thread: Run holds the lock for one firing at a time.
+// Different engines share nothing.
 
 #pragma once
 
@@ -63,36 +64,48 @@ enum TKBObjectType : std::uint8_t {
   otReteNetwork
 };
 
-// Makes a part of an engine: a descendant of the class that the engine would make itself, or null for that one.
-using TKBObjectFactory = std::function<std::unique_ptr<TObject>(TReasoner& engine, TKBObjectType type)>;
+// Makes a part of an engine: a descendant of the class that the engine would make itself, or null
+// for that one.
+using TKBObjectFactory =
+    std::function<std::unique_ptr<TObject>(TReasoner& engine, TKBObjectType type)>;
 // Makes a parser for an engine.
 using TKBParserFactory = std::function<std::unique_ptr<TKBParser>(TReasoner& engine)>;
 
-using TPrintOutEvent = std::function<void(TReasoner& sender, const std::string& out_id, const std::string& text)>;
-using TReadLineEvent = std::function<void(TReasoner& sender, const std::string& in_id, std::string& text)>;
-using TReadTokenEvent = std::function<void(TReasoner& sender, const std::string& in_id, Ref<IStreamToken>& token)>;
+using TPrintOutEvent =
+    std::function<void(TReasoner& sender, const std::string& out_id, const std::string& text)>;
+using TReadLineEvent =
+    std::function<void(TReasoner& sender, const std::string& in_id, std::string& text)>;
+using TReadTokenEvent =
+    std::function<void(TReasoner& sender, const std::string& in_id, Ref<IStreamToken>& token)>;
 using TReasonerEvent = std::function<void(TReasoner& sender)>;
 using TInferenceEvent = std::function<void(TReasoner& sender, std::int32_t rules_fired)>;
-using TAgendaEvent = std::function<void(TReasoner& sender, std::int32_t index, TActivation& activation)>;
+using TAgendaEvent =
+    std::function<void(TReasoner& sender, std::int32_t index, TActivation& activation)>;
 using TFactEvent = std::function<void(TReasoner& sender, const Ref<IFact>& fact)>;
-using TFactTemplateEvent = std::function<void(TReasoner& sender, const Ref<IFactTemplate>& fact_template)>;
+using TFactTemplateEvent =
+    std::function<void(TReasoner& sender, const Ref<IFactTemplate>& fact_template)>;
 using TRuleEvent = std::function<void(TReasoner& sender, TRule& rule)>;
-using TUserFunctionEvent = std::function<void(TReasoner& sender, const Ref<IUserFunction>& function)>;
+using TUserFunctionEvent =
+    std::function<void(TReasoner& sender, const Ref<IUserFunction>& function)>;
 using TKBDefinedTypeEvent = std::function<void(TReasoner& sender, const Ref<IKBDefinedType>& type)>;
 
 class TReasoner : public TComponent, public IReasoner, public ISingletonsParser {
  public:
-  // A new engine holds the packages' functions, the two implied templates and the fact (Initial-Fact) with id 0.
-  // A factory whose object is no descendant of the class told for its type raises EKBException.
+  // A new engine holds the packages' functions, the two implied templates and the fact
+  // (Initial-Fact) with id 0. A factory whose object is no descendant of the class told for its
+  // type raises EKBException.
   explicit TReasoner(TComponent* owner = nullptr, TKBObjectFactory factory = nullptr);
   ~TReasoner() override;
   std::string ClassName() const override { return "TReasoner"; }
 
-  // --- Knowledge as text -------------------------------------------------------------------------------------------
-  // Reads all expressions of a text. With `execute` top-level calls run, else they are parsed only. Failures raise
-  // EKBParseException for the text, EKBException for what runs; what came before stays.
+  // --- Knowledge as text
+  // -------------------------------------------------------------------------------------------
+  // Reads all expressions of a text. With `execute` top-level calls run, else they are parsed only.
+  // Failures raise EKBParseException for the text, EKBException for what runs; what came before
+  // stays.
   bool Parse(std::string_view text, bool execute);
-  // A new cell of the type from text, as told for each type; point lists, objects and the like raise.
+  // A new cell of the type from text, as told for each type; point lists, objects and the like
+  // raise.
   Ref<IKBValue> Parse(std::string_view text, TKBType type);
   Ref<IKBDefinedType> ParseDefinedType(std::string_view text);
   Ref<IFact> ParseFact(std::string_view text);
@@ -112,24 +125,25 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   Ref<IKBValue> ParseValue(std::string_view text, const IFactSlot& slot);
   Ref<IKBValue> ParseValue(std::string_view text, TKBTypes types, const Ref<IKBDefinedType>& type);
 
-  // Definitions meet those already there under DuplicateConstructs; nothing is cleared or reset. A file that cannot be
-  // read raises EKitException.
+  // Definitions meet those already there under DuplicateConstructs; nothing is cleared or reset. A
+  // file that cannot be read raises EKitException.
   void LoadFromStream(TStream& stream, const TEncoding* encoding = nullptr);
   void LoadFromFile(const std::string& file_name, const TEncoding* encoding = nullptr);
   // Reads a sequence of facts and asserts each, evaluated.
   void LoadFacts(TStream& stream, const TEncoding* encoding = nullptr);
   void LoadFacts(const std::string& file_name, const TEncoding* encoding = nullptr);
 
-  // --- Facts -------------------------------------------------------------------------------------------------------
-  // The id of the new fact, or -1 for a refused duplicate. The match is done when the call returns; inside the network
-  // the fact waits for its turn.
+  // --- Facts
+  // -------------------------------------------------------------------------------------------------------
+  // The id of the new fact, or -1 for a refused duplicate. The match is done when the call returns;
+  // inside the network the fact waits for its turn.
   std::int32_t Assert(const Ref<IFact>& fact, bool unconditional = false);
   std::int32_t Assert(std::string_view text);
   // Nothing happens for an unknown id or fact.
   void Retract(std::int32_t id);
   void Retract(const Ref<IFact>& fact);  // by content
   void Retract(std::string_view text);
-  virtual void RetractFact(std::int32_t index);
+  void RetractFact(std::int32_t index);
   void RetractFact(const Ref<IFact>& fact);  // by identity; raises for a fact that is not listed
   // Empties the network; the list is not touched.
   virtual void RetractFacts();
@@ -138,15 +152,21 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   virtual std::int32_t EndFactModify(const Ref<IFact>& fact);
   void AddPendingFact(const Ref<IFact>& fact, bool assertion) override;
   void ProcessPendingFacts();
-  const std::deque<Ref<IFact>>& GetFactPendingAssertions() const noexcept { return pending_assertions_; }
-  const std::deque<Ref<IFact>>& GetFactPendingRetractions() const noexcept { return pending_retractions_; }
+  const std::deque<Ref<IFact>>& GetFactPendingAssertions() const noexcept {
+    return pending_assertions_;
+  }
+  const std::deque<Ref<IFact>>& GetFactPendingRetractions() const noexcept {
+    return pending_retractions_;
+  }
   std::int32_t NewFactId();  // raises at the end of the range
 
-  // --- Running -----------------------------------------------------------------------------------------------------
-  // Fires until the agenda is empty, `max_rules` have fired, or the engine is halted. Gives how many fired. Inside a
-  // firing, or while a token is in the network, it answers 0 and does nothing.
+  // --- Running
+  // -----------------------------------------------------------------------------------------------------
+  // Fires until the agenda is empty, `max_rules` have fired, or the engine is halted. Gives how
+  // many fired. Inside a firing, or while a token is in the network, it answers 0 and does nothing.
   std::int32_t Run(std::int32_t max_rules = 2147483647);
-  // Empties the running state, asserts the initial fact as fact 0, rebinds globals, asserts the fact sets.
+  // Empties the running state, asserts the initial fact as fact 0, rebinds globals, asserts the
+  // fact sets.
   virtual void Reset();
   // Empties the knowledge base and keeps the settings.
   virtual void Clear();
@@ -155,12 +175,15 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   std::int32_t GetRulesFired() const noexcept { return rules_fired_; }
   TActivation* GetCurrentActivation() const noexcept { return current_activation_; }
   // Asks what runs to end with EKBInterrupted; may be called from any thread.
-  void RequestInterrupt() noexcept { GetLink()->interrupt_requested.store(true, std::memory_order_relaxed); }
+  void RequestInterrupt() noexcept {
+    GetLink()->interrupt_requested.store(true, std::memory_order_relaxed);
+  }
   // Held by Run around each firing; re-entrant.
   void Lock() { lock_.lock(); }
   void Unlock() { lock_.unlock(); }
 
-  // --- Agenda ------------------------------------------------------------------------------------------------------
+  // --- Agenda
+  // ------------------------------------------------------------------------------------------------------
   void AddActivation(TActivation& activation) override;  // takes ownership
   std::unique_ptr<TActivation> RemoveActivation(TActivation& activation) override;
   virtual std::unique_ptr<TActivation> RemoveActivation(std::int32_t index);
@@ -170,7 +193,8 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   TActivation& GetActivation(std::int32_t index) const { return agenda_->GetActivation(index); }
   std::unique_ptr<TActivation> RuleFired(TActivation& activation) override;
 
-  // --- The parts ---------------------------------------------------------------------------------------------------
+  // --- The parts
+  // ---------------------------------------------------------------------------------------------------
   TFacts& GetFacts() noexcept { return *facts_; }
   TKBAgenda& GetAgenda() noexcept { return *agenda_; }
   TFactTemplates& GetFactTemplates() noexcept { return *fact_templates_; }
@@ -185,7 +209,8 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   TKBParser& GetParser() noexcept { return *parser_; }
   TKBContext& GetContext() noexcept override { return *context_; }
 
-  // --- Settings ----------------------------------------------------------------------------------------------------
+  // --- Settings
+  // ----------------------------------------------------------------------------------------------------
   TDuplicateConstructs DuplicateConstructs = dcOverwrite;
   bool ResetGlobals = true;
   TConstructWatches Watch;
@@ -204,20 +229,23 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   std::int32_t GetParserMaxErrors() const noexcept { return parser_max_errors_; }
   void SetParserMaxErrors(std::int32_t value);
   std::int32_t GetSymbolIndex() const noexcept { return symbol_index_; }
-  void SetSymbolIndex(std::int32_t value);  // a value that is not above the present one adds 1 to that
+  void SetSymbolIndex(
+      std::int32_t value);  // a value that is not above the present one adds 1 to that
   float GetMinActivationStrength() const noexcept { return min_activation_strength_; }
   void SetMinActivationStrength(float value);  // clamped to 0..1
   float GetVersion() const noexcept { return version_; }
   // How deep text, calls, printing and values may nest, the stack permitting.
   std::int32_t GetMaxDepth() const noexcept { return max_depth_; }
   void SetMaxDepth(std::int32_t value) noexcept { max_depth_ = value < 1 ? 1 : value; }
-  // Replaces the parser; one that is at work lives until its parse ends. The new one starts without events.
+  // Replaces the parser; one that is at work lives until its parse ends. The new one starts without
+  // events.
   void SetParserType(TKBParserFactory factory);
 
-  // --- Logical streams ---------------------------------------------------------------------------------------------
+  // --- Logical streams
+  // ---------------------------------------------------------------------------------------------
   void PrintOut(const std::string& text) { PrintOut("", text); }
-  // "t" and the empty name are the terminal: OnPrintOut. Other names are streams; an unknown one loses the text, or
-  // raises when there is no OnPrintOut.
+  // "t" and the empty name are the terminal: OnPrintOut. Other names are streams; an unknown one
+  // loses the text, or raises when there is no OnPrintOut.
   void PrintOut(const std::string& out_id, const std::string& text) override;
   std::string ReadLine(const std::string& in_id);
   Ref<IStreamToken> ReadToken(const std::string& in_id);
@@ -226,7 +254,8 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   const TFailurePlace& GetFailurePlace() const noexcept { return failure_place_; }
   void ClearFailurePlace() { failure_place_ = TFailurePlace(); }
 
-  // --- Small services ----------------------------------------------------------------------------------------------
+  // --- Small services
+  // ----------------------------------------------------------------------------------------------
   std::int32_t GetNextFactId() const noexcept override { return next_fact_id_; }
   std::int32_t NewRuleId() override { return next_rule_id_++; }
   std::string GenerateSymbol(std::string_view prefix) override;
@@ -256,13 +285,15 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   std::string PrettyPrint(const TKBPattern& pattern) override;
   std::string PrettyPrint(const ISingletonsVector& singletons) override;
 
-  // --- Dependencies ------------------------------------------------------------------------------------------------
+  // --- Dependencies
+  // ------------------------------------------------------------------------------------------------
   // Removes what depends on a template, on a type, on anything.
   virtual void RemoveDependencies(const IFactTemplate& fact_template);
   virtual void RemoveDependencies(const IKBDefinedType& type);
   virtual void RemoveDependencies();
   // Rebuilds from its text what depends on the old construct.
-  virtual void ReplaceTemplate(const Ref<IFactTemplate>& old, const Ref<IFactTemplate>& fact_template);
+  virtual void ReplaceTemplate(const Ref<IFactTemplate>& old,
+                               const Ref<IFactTemplate>& fact_template);
   virtual void ReplaceDefinedType(const Ref<IKBDefinedType>& old, const Ref<IKBDefinedType>& type);
   bool IsDependent(const TRule& rule, const IFactTemplate& fact_template) const;
   bool IsDependent(const IFunCall& fun_call, const IFactTemplate& fact_template) const;
@@ -275,7 +306,8 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
 
   void Notification(TComponent& component, TOperation operation) override;
 
-  // --- Events ------------------------------------------------------------------------------------------------------
+  // --- Events
+  // ------------------------------------------------------------------------------------------------------
   TReasonerEvent OnAddDefaultPackages;  // when the packages have been made
   TAgendaEvent OnAddActivation;         // after the activation has entered the agenda
   TAgendaEvent OnRemoveActivation;      // before it leaves
@@ -333,7 +365,9 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   std::int32_t AssertResolved(const Ref<IFact>& fact) override;
   Ref<IFact> ParseFactText(std::string_view text) override { return ParseFact(text); }
   Ref<IKBValue> ParseSlotValueText(std::string_view text, const IFactSlot& slot) override;
-  Ref<IFactSlot> ParseSlotText(std::string_view text) override { return ParseFactTemplateSlot(text); }
+  Ref<IFactSlot> ParseSlotText(std::string_view text) override {
+    return ParseFactTemplateSlot(text);
+  }
   bool HoldsRule(const TRule& rule) const override;
   void EnterRule(TRule& rule) override;
   void LeaveRule(TRule& rule) override;
@@ -351,6 +385,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   void DrainWork();
   void DoWork(const TNetworkWork& work);
   void RetractEntry(TFacts::Entry& entry);
+  void RetractListed(TFacts::Entry& entry);
   void RequireIdleNetwork(const char* doing) const;
   void RunStep();
   void RebuildAgenda();
@@ -366,7 +401,8 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   template <class TOperation>
   auto WithText(std::string_view text, TOperation operation);
   template <class TOperation>
-  auto WithStream(TStream& stream, const TEncoding* encoding, const std::string& file_name, TOperation operation);
+  auto WithStream(TStream& stream, const TEncoding* encoding, const std::string& file_name,
+                  TOperation operation);
 
   std::recursive_mutex lock_;
   std::array<Ref<IUserFunction>, kLogicFunctionCount> logic_functions_;
@@ -398,7 +434,8 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   std::vector<TRule*> doomed_rules_;
   std::vector<TFactSet*> doomed_fact_sets_;
   std::int32_t resetting_ = 0;
-  std::deque<TActivation*> rebuilding_;  // off the agenda until they are placed anew; null where one was withdrawn
+  std::deque<TActivation*>
+      rebuilding_;  // off the agenda until they are placed anew; null where one was withdrawn
 
   TKBParserFactory parser_factory_;
   std::unique_ptr<TKBParser> parser_;

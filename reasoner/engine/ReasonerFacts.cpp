@@ -1,8 +1,8 @@
 // Facts: the road of a fact from its assertion through the network, and back.
 //
-// While a token is inside the network a fact that is asserted gets its id and its place in the list at once, but its
-// token waits in a queue; a retraction waits likewise, and its fact is no longer found. The outermost call works the
-// queue off, each entry whole: token, pending goals, event.
+// While a token is inside the network a fact that is asserted gets its id and its place in the list
+// at once, but its token waits in a queue; a retraction waits likewise, and its fact is no longer
+// found. The outermost call works the queue off, each entry whole: token, pending goals, event.
 
 #include <algorithm>
 #include <limits>
@@ -106,29 +106,27 @@ void TReasoner::RetractEntry(TFacts::Entry& listed) {
   ProcessPendingFacts();
 }
 
-void TReasoner::RetractFact(std::int32_t index) {
+void TReasoner::RetractListed(TFacts::Entry& entry) {
   const ScopedMaxDepth depth(max_depth_);
-  TFacts::Entry& entry = facts_->At(index);
   if (in_network_ == 0) return RetractEntry(entry);
   if (entry.leaving) return;
   facts_->MarkLeaving(entry);
   PostWork(TNetworkWork{TNetworkWork::kRetraction, entry.fact});
 }
 
+void TReasoner::RetractFact(std::int32_t index) { RetractListed(facts_->At(index)); }
+
 void TReasoner::RetractFact(const Ref<IFact>& fact) {
-  const TFacts::Entry* entry = facts_->FindEntry(*fact);
-  RetractFact(entry == nullptr ? facts_->IndexOf(*fact)
-                               : static_cast<std::int32_t>(CountedSequence<TFacts::Entry>::IndexOf(*entry)));
+  if (TFacts::Entry* entry = facts_->FindEntry(*fact)) return RetractListed(*entry);
+  RetractFact(facts_->IndexOf(*fact));
 }
 
 void TReasoner::Retract(std::int32_t id) {
-  const std::int32_t index = facts_->FindFact(id);
-  if (index >= 0) RetractFact(index);
+  if (TFacts::Entry* entry = facts_->FindEntry(id)) RetractListed(*entry);
 }
 
 void TReasoner::Retract(const Ref<IFact>& fact) {
-  const std::int32_t index = facts_->FindFact(*fact);
-  if (index >= 0) RetractFact(index);
+  if (TFacts::Entry* entry = facts_->FindEqual(*fact, facts_->HashOf(*fact))) RetractListed(*entry);
 }
 
 void TReasoner::Retract(std::string_view text) {

@@ -19,13 +19,17 @@ static double Tick() {
   return std::floor(duration<double, std::milli>(steady_clock::now().time_since_epoch()).count());
 }
 
-// --- Agenda ------------------------------------------------------------------------------------------------------
+// --- Agenda
+// ------------------------------------------------------------------------------------------------------
 
-// Salience first; among equal ones the newest in front at the top of the agenda for depth first, the oldest in front
-// at its bottom for breadth first; inside the agenda in front of the entry that the search lands on.
+// Salience first; among equal ones the newest in front at the top of the agenda for depth first,
+// the oldest in front at its bottom for breadth first; inside the agenda in front of the entry that
+// the search lands on.
 std::int32_t TReasoner::SearchSalience(std::int32_t salience) const {
   if (agenda_->IsEmpty()) return -1;
-  const auto salience_at = [this](std::int32_t index) { return agenda_->GetActivation(index).GetRule().GetSalience(); };
+  const auto salience_at = [this](std::int32_t index) {
+    return agenda_->GetActivation(index).GetRule().GetSalience();
+  };
   const std::int32_t last = agenda_->GetCount() - 1;
   if (strategy_ == ssDepthFirst) {
     if (salience >= salience_at(0)) return 0;
@@ -55,14 +59,17 @@ void TReasoner::PlaceActivation(std::unique_ptr<TActivation> owned) {
     // A salience that cannot be evaluated takes the activation with it, off its node too.
     activation.GetRule().EvaluateSalience();
     const std::int32_t index = agenda_->Add(std::move(owned));
-    if (Watches(cwActivation)) PrintOut("==> Activation: " + activation.ToString() + std::string(NewLineString));
+    if (Watches(cwActivation))
+      PrintOut("==> Activation: " + activation.ToString() + std::string(NewLineString));
     if (OnAddActivation && agenda_->Holds(activation)) OnAddActivation(*this, index, activation);
   } catch (const EAbort&) {
     // A host's silent refusal ends here: the match goes on.
   }
 }
 
-void TReasoner::AddActivation(TActivation& activation) { PlaceActivation(std::unique_ptr<TActivation>(&activation)); }
+void TReasoner::AddActivation(TActivation& activation) {
+  PlaceActivation(std::unique_ptr<TActivation>(&activation));
+}
 
 std::unique_ptr<TActivation> TReasoner::RemoveActivation(TActivation& activation) {
   if (!agenda_) return nullptr;
@@ -93,7 +100,8 @@ std::unique_ptr<TActivation> TReasoner::RemoveActivation(std::int32_t index) {
   try {
     if (OnRemoveActivation) OnRemoveActivation(*this, index, activation);
     if (Watches(cwActivation)) {
-      const std::string name = activation.HasRule() ? activation.GetRule().GetRuleName() : std::string();
+      const std::string name =
+          activation.HasRule() ? activation.GetRule().GetRuleName() : std::string();
       PrintOut("<== Activation: " + name + " : " + activation.GetToken()->GetToFactsString() +
                std::string(NewLineString));
     }
@@ -138,7 +146,8 @@ void TReasoner::RebuildAgenda() {
   if (first_failure) std::rethrow_exception(first_failure);
 }
 
-// --- Run loop ----------------------------------------------------------------------------------------------------
+// --- Run loop
+// ----------------------------------------------------------------------------------------------------
 
 std::int32_t TReasoner::Run(std::int32_t max_rules) {
   if (running_ || in_network_ > 0 || current_activation_ != nullptr) return 0;
@@ -177,7 +186,8 @@ void TReasoner::RunStep() {
   } firing{*this};
   try {
     if (Watches(cwRule)) {
-      PrintOut("FIRE " + IntegerToText(rules_fired_) + " " + current_activation_->GetRule().GetRuleName() + " " +
+      PrintOut("FIRE " + IntegerToText(rules_fired_) + " " +
+               current_activation_->GetRule().GetRuleName() + " " +
                current_activation_->GetToken()->GetToFactsString() + std::string(NewLineString));
     }
     current_activation_->Fire();
@@ -185,7 +195,8 @@ void TReasoner::RunStep() {
     // A firing that failed is withdrawn, and reported as usual.
     const std::exception_ptr failure = std::current_exception();
     try {
-      if (current_activation_->HasRule()) failure_place_.rule = current_activation_->GetRule().GetRuleName();
+      if (current_activation_->HasRule())
+        failure_place_.rule = current_activation_->GetRule().GetRuleName();
       if (agenda_->Holds(*current_activation_)) RemoveActivation(*current_activation_);
     } catch (...) {
       // The first failure is the one that counts.
@@ -220,12 +231,15 @@ void TReasoner::EndInference() {
       activation_sum_ /= static_cast<float>(rules_fired_);
     }
     if (rules_fired_ >= 1 && OnPrintOut) {
-      const auto line = [this](const std::string& text) { PrintOut(text + std::string(NewLineString)); };
+      const auto line = [this](const std::string& text) {
+        PrintOut(text + std::string(NewLineString));
+      };
       line(FormatText("%d rules fired.     Run time is %.4f seconds", {rules_fired_, run_time_}));
       line(run_time_ == 0 ? FormatText("%d rules per second", {rules_fired_})
                           : FormatText("%.4f rules per second", {rules_fired_ / run_time_}));
       line(FormatText("%.4f mean number of facts (%d maximum)", {double{fact_sum_}, max_facts_}));
-      line(FormatText("%.4f mean number of activations (%d maximum)", {double{activation_sum_}, max_activations_}));
+      line(FormatText("%.4f mean number of activations (%d maximum)",
+                      {double{activation_sum_}, max_activations_}));
     }
   }
   if (OnEndInference) OnEndInference(*this, rules_fired_);

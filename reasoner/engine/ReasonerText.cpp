@@ -1,8 +1,8 @@
 // Text in and out: parsing, printing, loading and the logical streams.
 
-#include "reasoner/engine/Reasoner.h"
-
 #include <exception>
+
+#include "reasoner/engine/Reasoner.h"
 #include "reasoner/language/PrettyPrint.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
@@ -10,12 +10,15 @@
 
 namespace reasoner {
 
-// Gives the parser a stream for the length of one text; the old one comes back on every way out, so that a function
-// that runs while a text is being read may have another one read.
+// Gives the parser a stream for the length of one text; the old one comes back on every way out, so
+// that a function that runs while a text is being read may have another one read.
 class TReasoner::ScopedTokenizer {
  public:
   ScopedTokenizer(TReasoner& engine, TKBClipsStream& tokenizer)
-      : engine_(engine), parser_(*engine.parser_), tokenizer_(tokenizer), old_(parser_.GetTokenizer()) {
+      : engine_(engine),
+        parser_(*engine.parser_),
+        tokenizer_(tokenizer),
+        old_(parser_.GetTokenizer()) {
     parser_.SetStream(&tokenizer);
     ++engine_.parses_;
   }
@@ -24,7 +27,8 @@ class TReasoner::ScopedTokenizer {
       // The place of the outermost text that failed stays: that is the one a host has given.
       const IStreamToken* token = tokenizer_.GetLastToken();
       engine_.failure_place_.file = tokenizer_.GetFileName();
-      engine_.failure_place_.line = token == nullptr ? tokenizer_.GetLineNumber() : token->GetLineNumber();
+      engine_.failure_place_.line =
+          token == nullptr ? tokenizer_.GetLineNumber() : token->GetLineNumber();
       engine_.failure_place_.column = token == nullptr ? 0 : token->GetColumn();
     }
     parser_.SetStream(old_);
@@ -110,7 +114,8 @@ Ref<IKBValue> TReasoner::Parse(std::string_view text, TKBType type) {
       return list->GetValueCount() == 0 ? Ref<IKBValue>(FCNilList) : NewList(list);
     }
     default:
-      if (type >= kKBTypeCount) Raise(SParseTypeError, FillMessage(SUnknownType, std::int32_t{type}));
+      if (type >= kKBTypeCount)
+        Raise(SParseTypeError, FillMessage(SUnknownType, std::int32_t{type}));
       Raise(SParseTypeError, GetKBTypeName(type));
   }
   return value;
@@ -188,7 +193,8 @@ Ref<IKBValue> TReasoner::ParseSlotValueText(std::string_view text, const IFactSl
   return ParseValue(text, slot);
 }
 
-Ref<IKBValue> TReasoner::ParseValue(std::string_view text, TKBTypes types, const Ref<IKBDefinedType>& type) {
+Ref<IKBValue> TReasoner::ParseValue(std::string_view text, TKBTypes types,
+                                    const Ref<IKBDefinedType>& type) {
   return WithText(text, [&](TKBParser& parser) { return parser.ParseValue(types, type); });
 }
 
@@ -210,7 +216,8 @@ void TReasoner::LoadFacts(const std::string& file_name, const TEncoding* encodin
   WithStream(stream, encoding, file_name, [](TKBParser& parser) { return parser.LoadFacts(); });
 }
 
-// --- Logical streams ---------------------------------------------------------------------------------------------
+// --- Logical streams
+// ---------------------------------------------------------------------------------------------
 
 static bool IsTerminal(const std::string& name) { return name.empty() || name == "t"; }
 
@@ -228,7 +235,8 @@ void TReasoner::PrintOut(const std::string& out_id, const std::string& text) {
 
 std::string TReasoner::ReadLine(const std::string& in_id) {
   if (!IsTerminal(in_id)) {
-    if (TGTextStream* stream = io_streams_->Find(in_id)) return stream->AtEnd() ? std::string() : stream->GetLine();
+    if (TGTextStream* stream = io_streams_->Find(in_id))
+      return stream->AtEnd() ? std::string() : stream->GetLine();
   }
   if (!OnReadLine) Raise(SNoReadFunctionWarning, "readline");
   std::string text;
@@ -253,19 +261,36 @@ Ref<IStreamToken> TReasoner::ReadToken(const std::string& in_id) {
   return token ? token : Make<TKBStreamToken>(std::int32_t{dtNone}, Text("EOF"));
 }
 
-// --- Printing ----------------------------------------------------------------------------------------------------
+// --- Printing
+// ----------------------------------------------------------------------------------------------------
 
-std::string TReasoner::PrettyPrint(const TFactSet& fact_set) { return parser_->PrettyPrint(fact_set); }
+std::string TReasoner::PrettyPrint(const TFactSet& fact_set) {
+  return parser_->PrettyPrint(fact_set);
+}
 std::string TReasoner::PrettyPrint(const IFact& fact) { return parser_->PrettyPrint(fact); }
-std::string TReasoner::PrettyPrint(const IFunCall& fun_call) { return parser_->PrettyPrint(fun_call); }
-std::string TReasoner::PrettyPrint(const IUserFunction& function) { return parser_->PrettyPrint(function); }
-std::string TReasoner::PrettyPrint(const IInterpretedFunction& function) { return parser_->PrettyPrint(function); }
-std::string TReasoner::PrettyPrint(const IKBDefinedType& type) { return parser_->PrettyPrint(type); }
+std::string TReasoner::PrettyPrint(const IFunCall& fun_call) {
+  return parser_->PrettyPrint(fun_call);
+}
+std::string TReasoner::PrettyPrint(const IUserFunction& function) {
+  return parser_->PrettyPrint(function);
+}
+std::string TReasoner::PrettyPrint(const IInterpretedFunction& function) {
+  return parser_->PrettyPrint(function);
+}
+std::string TReasoner::PrettyPrint(const IKBDefinedType& type) {
+  return parser_->PrettyPrint(type);
+}
 std::string TReasoner::PrettyPrint(const IFactSlot& slot) { return parser_->PrettyPrint(slot); }
-std::string TReasoner::PrettyPrint(const IFactTemplate& fact_template) { return parser_->PrettyPrint(fact_template); }
+std::string TReasoner::PrettyPrint(const IFactTemplate& fact_template) {
+  return parser_->PrettyPrint(fact_template);
+}
 std::string TReasoner::PrettyPrint(const TRule& rule) { return parser_->PrettyPrint(rule); }
-std::string TReasoner::PrettyPrint(const TKBPattern& pattern) { return parser_->PrettyPrint(pattern); }
-std::string TReasoner::PrettyPrint(const ISingletonsVector& singletons) { return parser_->PrettyPrint(singletons); }
+std::string TReasoner::PrettyPrint(const TKBPattern& pattern) {
+  return parser_->PrettyPrint(pattern);
+}
+std::string TReasoner::PrettyPrint(const ISingletonsVector& singletons) {
+  return parser_->PrettyPrint(singletons);
+}
 std::string TReasoner::PrettyPrintVariable(std::string_view name, const IKBValue& value) {
   return parser_->PrettyPrint(name, value);
 }

@@ -12,7 +12,8 @@ namespace reasoner {
 
 // The items' texts with every item behind its parent, if that is among them. A circle raises.
 template <class TItem, class TParent, TLiteral literal>
-static std::string ParentsFirst(const std::vector<TItem>& items, TParent parent_of, TMessage<literal> circle) {
+static std::string ParentsFirst(const std::vector<TItem>& items, TParent parent_of,
+                                TMessage<literal> circle) {
   std::string text;
   const auto print = [&text](const TItem& item) {
     text += item->ToString();
@@ -29,13 +30,15 @@ static std::string ParentsFirst(const std::vector<TItem>& items, TParent parent_
     }
   }
   const auto is_listed = [&items](const void* parent) {
-    return std::any_of(items.begin(), items.end(), [parent](const TItem& item) { return item.get() == parent; });
+    return std::any_of(items.begin(), items.end(),
+                       [parent](const TItem& item) { return item.get() == parent; });
   };
   while (!waiting.empty()) {
     std::vector<TItem> later;
     for (const TItem& item : waiting) {
       const void* parent = parent_of(*item);
-      const bool ready = !is_listed(parent) || std::find(printed.begin(), printed.end(), parent) != printed.end();
+      const bool ready =
+          !is_listed(parent) || std::find(printed.begin(), printed.end(), parent) != printed.end();
       if (ready) {
         print(item);
         printed.push_back(item.get());
@@ -49,7 +52,8 @@ static std::string ParentsFirst(const std::vector<TItem>& items, TParent parent_
   return text;
 }
 
-// --- Templates ---------------------------------------------------------------------------------------------------
+// --- Templates
+// ---------------------------------------------------------------------------------------------------
 
 static void GiveImpliedSlot(IFactTemplate& fact_template) {
   if (fact_template.GetSlotCount() == 0) fact_template.AddMultiSlot(SDefaultSlotName, FCNilList);
@@ -68,7 +72,8 @@ void TFactTemplates::PutValue(std::string_view name, const Ref<IFactTemplate>& f
   if (engine_.OnNewFactTemplate) engine_.OnNewFactTemplate(engine_, fact_template);
 }
 
-Ref<IFactTemplate> TFactTemplates::Replace(const Ref<IFactTemplate>& old, const Ref<IFactTemplate>& fact_template) {
+Ref<IFactTemplate> TFactTemplates::Replace(const Ref<IFactTemplate>& old,
+                                           const Ref<IFactTemplate>& fact_template) {
   engine_.RequireIdleNetwork("redefining a template");
   GiveImpliedSlot(*fact_template);
   if (old) {
@@ -86,7 +91,8 @@ void TFactTemplates::Remove(std::string_view name) {
   engine_.RequireIdleNetwork("removing a template");
   if (engine_.OnRemoveFactTemplate) engine_.OnRemoveFactTemplate(engine_, fact_template);
   engine_.RemoveDependencies(*fact_template);
-  if (Find(fact_template->GetTemplateName()) == fact_template) table_.Take(fact_template->GetTemplateName());
+  if (Find(fact_template->GetTemplateName()) == fact_template)
+    table_.Take(fact_template->GetTemplateName());
 }
 
 void TFactTemplates::Clear() {
@@ -97,10 +103,12 @@ void TFactTemplates::Clear() {
 
 std::string TFactTemplates::ToString() const {
   return ParentsFirst(
-      GetItems(), [](const IFactTemplate& item) { return item.GetParent().get(); }, SFactTemplateInheritanceCorrupt);
+      GetItems(), [](const IFactTemplate& item) { return item.GetParent().get(); },
+      SFactTemplateInheritanceCorrupt);
 }
 
-// --- Types -------------------------------------------------------------------------------------------------------
+// --- Types
+// -------------------------------------------------------------------------------------------------------
 
 void TKBDefinedTypes::PutValue(std::string_view name, const Ref<IKBDefinedType>& type) {
   if (type->GetReasoner() != &engine_) type->SetReasoner(&engine_);
@@ -116,7 +124,8 @@ void TKBDefinedTypes::PutValue(std::string_view name, const Ref<IKBDefinedType>&
   if (engine_.OnAddDefinedType) engine_.OnAddDefinedType(engine_, type);
 }
 
-Ref<IKBDefinedType> TKBDefinedTypes::Replace(const Ref<IKBDefinedType>& old, const Ref<IKBDefinedType>& type) {
+Ref<IKBDefinedType> TKBDefinedTypes::Replace(const Ref<IKBDefinedType>& old,
+                                             const Ref<IKBDefinedType>& type) {
   engine_.RequireIdleNetwork("redefining a type");
   if (old) {
     if (engine_.OnRemoveDefinedType) engine_.OnRemoveDefinedType(engine_, old);
@@ -149,10 +158,12 @@ void TKBDefinedTypes::Clear() {
 
 std::string TKBDefinedTypes::ToString() const {
   return ParentsFirst(
-      GetItems(), [](const IKBDefinedType& item) { return item.GetAncestor().get(); }, STypeInheritanceCorrupt);
+      GetItems(), [](const IKBDefinedType& item) { return item.GetAncestor().get(); },
+      STypeInheritanceCorrupt);
 }
 
-// --- Functions ---------------------------------------------------------------------------------------------------
+// --- Functions
+// ---------------------------------------------------------------------------------------------------
 
 static IInterpretedFunction* AsInterpreted(IUserFunction& function) {
   return dynamic_cast<IInterpretedFunction*>(&function);
@@ -208,7 +219,8 @@ std::string TUserFunctions::ToString() const {
   return text;
 }
 
-// --- Rules -------------------------------------------------------------------------------------------------------
+// --- Rules
+// -------------------------------------------------------------------------------------------------------
 
 void TRules::PutValue(std::string_view name, TRule* const& rule) {
   if (rule == nullptr) {
@@ -226,7 +238,8 @@ void TRules::PutValue(std::string_view name, TRule* const& rule) {
   // The rule is compiled before it is in the table: a failure leaves no trace of it.
   engine_.CompileRule(*rule);
   table_.Put(name, rule);
-  if (engine_.Watches(cwCompilation)) engine_.PrintOut(rule->CompileTrace + std::string(NewLineString));
+  if (engine_.Watches(cwCompilation))
+    engine_.PrintOut(rule->CompileTrace + std::string(NewLineString));
   if (engine_.OnAddRule) engine_.OnAddRule(engine_, *rule);
 }
 
@@ -238,7 +251,9 @@ bool TRules::Remove(std::string_view name) {
   return true;
 }
 
-bool TRules::Remove(std::string_view name, const TRule& rule) { return Find(name) == &rule && Remove(name); }
+bool TRules::Remove(std::string_view name, const TRule& rule) {
+  return Find(name) == &rule && Remove(name);
+}
 
 void TRules::Clear() {
   const std::vector<TRule*> rules = GetItems();
@@ -250,14 +265,16 @@ void TRules::Clear() {
 
 std::string TRules::ToString() const {
   std::vector<std::string> texts;
-  for (const TRule* rule : GetItems()) texts.push_back(rule->ToString() + std::string(NewLineString));
+  for (const TRule* rule : GetItems())
+    texts.push_back(rule->ToString() + std::string(NewLineString));
   if (SortedOutput) std::sort(texts.begin(), texts.end());
   std::string text;
   for (const std::string& item : texts) text += item;
   return text;
 }
 
-// --- Variables ---------------------------------------------------------------------------------------------------
+// --- Variables
+// ---------------------------------------------------------------------------------------------------
 
 std::string TEngineVariables::ToString() const {
   std::string text;
@@ -279,7 +296,8 @@ void TGlobalVariables::Clear() {
   engine_.GetContext().Clear();
 }
 
-// --- Fact sets ---------------------------------------------------------------------------------------------------
+// --- Fact sets
+// ---------------------------------------------------------------------------------------------------
 
 TFactSet& TFactSets::GetItem(std::int32_t index) const {
   if (index < 0 || index >= GetCount()) Raise(SListIndexError, index);

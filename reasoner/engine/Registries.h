@@ -1,8 +1,9 @@
 // The registries of an engine: its constructs by name.
 //
-// Each is a table in the order in which the names came. A second construct of a name is dealt with by the engine's
-// DuplicateConstructs: it takes the first one's place, is passed over, or raises. The very same object is no duplicate.
-// Every insertion comes through PutValue, so that no road passes the policy by.
+// Each is a table in the order in which the names came. A second construct of a name is dealt with
+// by the engine's DuplicateConstructs: it takes the first one's place, is passed over, or raises.
+// The very same object is no duplicate. Every insertion comes through PutValue, so that no road
+// passes the policy by.
 
 #pragma once
 
@@ -53,10 +54,14 @@ class TRegistry : public TPersistent {
 class TFactTemplates : public TRegistry<Ref<IFactTemplate>> {
  public:
   explicit TFactTemplates(TReasoner& engine) : TRegistry(engine) {}
-  void Add(const Ref<IFactTemplate>& fact_template) { Put(fact_template->GetTemplateName(), fact_template); }
+  void Add(const Ref<IFactTemplate>& fact_template) {
+    Put(fact_template->GetTemplateName(), fact_template);
+  }
   // Puts `fact_template` in the place of `old`, which may be null, and rebuilds what depends on it.
-  Ref<IFactTemplate> Replace(const Ref<IFactTemplate>& old, const Ref<IFactTemplate>& fact_template);
-  // Removes the template with its facts and the rules that have a pattern on it. An unknown name is nothing.
+  Ref<IFactTemplate> Replace(const Ref<IFactTemplate>& old,
+                             const Ref<IFactTemplate>& fact_template);
+  // Removes the template with its facts and the rules that have a pattern on it. An unknown name is
+  // nothing.
   void Remove(std::string_view name);
   void Clear();
   // Parents before their children. Raises for a circle of parents.
@@ -107,8 +112,8 @@ class TRules : public TRegistry<TRule*> {
  public:
   explicit TRules(TReasoner& engine) : TRegistry(engine) {}
   void Add(TRule& rule) { Put(rule.GetRuleName(), &rule); }
-  // Takes the rule out of registry and network; the engine's own is freed, a host's stays alive. Gives whether it was
-  // there.
+  // Takes the rule out of registry and network; the engine's own is freed, a host's stays alive.
+  // Gives whether it was there.
   bool Remove(std::string_view name);
   bool Remove(std::string_view name, const TRule& rule);  // only if the name is this very rule's
   void Clear();
@@ -133,7 +138,8 @@ class TEngineVariables : public TValueHashTable {
   TReasoner& engine_;
 };
 
-// The globals with the values that they are defined with: a global is bound as soon as it is defined.
+// The globals with the values that they are defined with: a global is bound as soon as it is
+// defined.
 class TGlobalVariables final : public TEngineVariables {
  public:
   using TEngineVariables::TEngineVariables;

@@ -11,15 +11,17 @@
 
 namespace reasoner {
 
-bool FloatEquals(double a, double b, double tolerance) { return a == b || std::fabs(a - b) <= tolerance; }
+bool FloatEquals(double a, double b, double tolerance) {
+  return a == b || std::fabs(a - b) <= tolerance;
+}
 
 std::string UpperTypeNames(TKBTypes types, std::string_view separator) {
   return AsciiUpper(SetToString(types, separator, false));
 }
 
 Ref<IKBValue> CreateEmptyValue(TKBTypes types) {
-  for (const TKBType type : {dtAtom, dtString, dtInteger, dtFloat, dtObject, dtExternalAddress, dtFuzzy, dtFactId,
-                             dtFact, dtDescriptor, dtClass}) {
+  for (const TKBType type : {dtAtom, dtString, dtInteger, dtFloat, dtObject, dtExternalAddress,
+                             dtFuzzy, dtFactId, dtFact, dtDescriptor, dtClass}) {
     if (!types.Has(type)) continue;
     switch (type) {
       case dtAtom:
@@ -68,7 +70,9 @@ void TKBDefinedType::SetName(const std::string& name) { REASONER_SET(name_, name
 void TKBDefinedType::SetComment(const std::string& comment) { REASONER_SET(comment_, comment); }
 void TKBDefinedType::SetUnits(const std::string& units) { REASONER_SET(units_, units); }
 void TKBDefinedType::SetRangeLimited(bool limited) { REASONER_SET(range_limited_, limited); }
-void TKBDefinedType::SetCardinalityLimited(bool limited) { REASONER_SET(cardinality_limited_, limited); }
+void TKBDefinedType::SetCardinalityLimited(bool limited) {
+  REASONER_SET(cardinality_limited_, limited);
+}
 void TKBDefinedType::SetImplicit(bool implicit) { REASONER_SET(implicit_, implicit); }
 
 #undef REASONER_SET
@@ -147,7 +151,8 @@ std::optional<TValueConstraint> TKBDefinedType::KindOf(const IKBValue& value) co
 
 TValueConstraint TKBDefinedType::KindOrRaise(const IKBValue& value) const {
   const std::optional<TValueConstraint> kind = KindOf(value);
-  if (!kind || !constraints_.Has(*kind)) Raise(SInvalidConstraint, name_, GetKBTypeName(value.GetDType()).substr(2));
+  if (!kind || !constraints_.Has(*kind))
+    Raise(SInvalidConstraint, name_, GetKBTypeName(value.GetDType()).substr(2));
   return *kind;
 }
 
@@ -160,14 +165,17 @@ std::int32_t TKBDefinedType::IndexOfAllowed(const IKBValue& value, TValueConstra
     case vcAtom:
       return place(atoms_, [&value](const std::string& text) { return text == value.TextView(); });
     case vcString:
-      return place(strings_, [&value](const std::string& text) { return text == value.TextView(); });
+      return place(strings_,
+                   [&value](const std::string& text) { return text == value.TextView(); });
     case vcInteger: {
       const double number = value.GetAsNumeric();
       return place(integers_, [number](std::int32_t allowed) { return allowed == number; });
     }
     case vcFloat: {
       const double number = value.GetAsNumeric();
-      return place(floats_, [number](const Ref<IKBValue>& allowed) { return allowed->GetAsFloat() == number; });
+      return place(floats_, [number](const Ref<IKBValue>& allowed) {
+        return allowed->GetAsFloat() == number;
+      });
     }
   }
   return -1;
@@ -266,8 +274,9 @@ void TKBDefinedType::ClearConstraints(TValueConstraints kinds) {
 }
 
 bool TKBDefinedType::ConstraintsEqual(const TKBDefinedType& other) const {
-  if (!(constraints_ == other.constraints_) || atoms_ != other.atoms_ || strings_ != other.strings_ ||
-      integers_ != other.integers_ || floats_.size() != other.floats_.size()) {
+  if (!(constraints_ == other.constraints_) || atoms_ != other.atoms_ ||
+      strings_ != other.strings_ || integers_ != other.integers_ ||
+      floats_.size() != other.floats_.size()) {
     return false;
   }
   for (std::size_t i = 0; i < floats_.size(); ++i) {
@@ -278,7 +287,9 @@ bool TKBDefinedType::ConstraintsEqual(const TKBDefinedType& other) const {
 
 static bool IsFuzzyAccepted(TKBType type) {
   // Terms, numbers, points and what will yield one of them; evaluated later.
-  return TKBTypes{dtAtom, dtString, dtInteger, dtVariable, dtFloat, dtFunCall, dtSingletons, dtMultiVariable}.Has(type);
+  return TKBTypes{dtAtom,  dtString,  dtInteger,    dtVariable,
+                  dtFloat, dtFunCall, dtSingletons, dtMultiVariable}
+      .Has(type);
 }
 
 bool TKBDefinedType::IsValid(const IKBValue& value) const {
@@ -296,7 +307,8 @@ bool TKBDefinedType::IsValid(const IKBValue& value) const {
   if (base_types_.Has(dtFuzzy)) return IsFuzzyAccepted(type);
   if (!(base_types_ + KBAlwaysValidTypes).Has(type)) return false;
   TValueConstraint kind = vcAtom;
-  if (const auto own = KindOf(value); own && constraints_.Has(*own) && !IsConstraint(value, kind)) return false;
+  if (const auto own = KindOf(value); own && constraints_.Has(*own) && !IsConstraint(value, kind))
+    return false;
   if (range_limited_ && KBNumericTypes.Has(type)) {
     const double number = value.GetAsNumeric();
     if (number < min_range_ || number > max_range_) return false;
@@ -323,8 +335,8 @@ std::string TKBDefinedType::GetInvalidValueString(const IKBValue& value) const {
   }
   if (base_types_.Has(dtFuzzy)) return Wrapped(value, std::string(SInvalidFuzzyValue.kFormat));
   if (!(base_types_ + KBAlwaysValidTypes).Has(type)) {
-    return Wrapped(value, FillMessage(SNotCorrectType, UpperTypeNames(base_types_, ", "), value.ToString(),
-                                      GetKBTypeName(type)));
+    return Wrapped(value, FillMessage(SNotCorrectType, UpperTypeNames(base_types_, ", "),
+                                      value.ToString(), GetKBTypeName(type)));
   }
   TValueConstraint kind = vcAtom;
   if (const auto own = KindOf(value); own && constraints_.Has(*own) && !IsConstraint(value, kind)) {
@@ -357,7 +369,8 @@ Ref<IKBValue> TKBDefinedType::CreateValidDefault(bool is_multi) const {
       if (!strings_.empty()) value->SetAsString(strings_.front());
       break;
     case dtInteger:
-      value->SetAsInteger(integers_.empty() ? TruncateToInteger(in_range()).value_or(0) : integers_.front());
+      value->SetAsInteger(integers_.empty() ? TruncateToInteger(in_range()).value_or(0)
+                                            : integers_.front());
       break;
     case dtFloat:
       value->SetAsFloat(floats_.empty() ? in_range() : floats_.front()->GetAsFloat());
@@ -404,8 +417,8 @@ bool TKBDefinedType::Equals(const ICloneable& other) const {
   if (type == nullptr || name_ != type->name_ || !(base_types_ == type->base_types_)) return false;
   return FloatEquals(min_range_, type->min_range_) && FloatEquals(max_range_, type->max_range_) &&
          min_cardinality_ == type->min_cardinality_ && max_cardinality_ == type->max_cardinality_ &&
-         range_limited_ == type->range_limited_ && cardinality_limited_ == type->cardinality_limited_ &&
-         ConstraintsEqual(*type);
+         range_limited_ == type->range_limited_ &&
+         cardinality_limited_ == type->cardinality_limited_ && ConstraintsEqual(*type);
 }
 
 std::string TKBDefinedType::ToString() const {

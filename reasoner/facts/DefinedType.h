@@ -1,8 +1,9 @@
 // TKBDefinedType: what values a slot may hold.
 //
-// The object behind `deftype` and behind the facets written inside a slot: primitive types, allowed values, a range, and
-// how many members a multislot may have. A slot that has facets of its own holds an anonymous type named "implicit";
-// named types live in the engine's registry and are shared by the slots that name them.
+// The object behind `deftype` and behind the facets written inside a slot: primitive types, allowed
+// values, a range, and how many members a multislot may have. A slot that has facets of its own
+// holds an anonymous type named "implicit"; named types live in the engine's registry and are
+// shared by the slots that name them.
 
 #pragma once
 
@@ -69,10 +70,18 @@ class TKBDefinedType final : public ICloneable {
   void DeleteConstraint(std::int32_t index, TValueConstraint kind);
   // True when the value is among the allowed ones of its kind, which is given.
   bool IsConstraint(const IKBValue& value, TValueConstraint& kind) const;
-  std::int32_t GetConstraintAtomsCount() const noexcept { return static_cast<std::int32_t>(atoms_.size()); }
-  std::int32_t GetConstraintStringsCount() const noexcept { return static_cast<std::int32_t>(strings_.size()); }
-  std::int32_t GetConstraintIntegersCount() const noexcept { return static_cast<std::int32_t>(integers_.size()); }
-  std::int32_t GetConstraintFloatsCount() const noexcept { return static_cast<std::int32_t>(floats_.size()); }
+  std::int32_t GetConstraintAtomsCount() const noexcept {
+    return static_cast<std::int32_t>(atoms_.size());
+  }
+  std::int32_t GetConstraintStringsCount() const noexcept {
+    return static_cast<std::int32_t>(strings_.size());
+  }
+  std::int32_t GetConstraintIntegersCount() const noexcept {
+    return static_cast<std::int32_t>(integers_.size());
+  }
+  std::int32_t GetConstraintFloatsCount() const noexcept {
+    return static_cast<std::int32_t>(floats_.size());
+  }
   const std::string& GetConstraintAtom(std::int32_t index) const;
   const std::string& GetConstraintString(std::int32_t index) const;
   std::int32_t GetConstraintInteger(std::int32_t index) const;
@@ -82,7 +91,8 @@ class TKBDefinedType final : public ICloneable {
   bool IsValid(const IKBValue& value) const;
   // Why the value is not valid; empty for a valid one.
   std::string GetInvalidValueString(const IKBValue& value) const;
-  // A value that is valid: the first allowed one, or one within the range, or an empty one of the first type.
+  // A value that is valid: the first allowed one, or one within the range, or an empty one of the
+  // first type.
   Ref<IKBValue> CreateValidDefault(bool is_multi) const;
 
   void BeginUpdate() { ++update_count_; }
@@ -132,7 +142,8 @@ class TKBDefinedType final : public ICloneable {
 
 // The upper-case names of types, as reasons and printed type clauses show them.
 std::string UpperTypeNames(TKBTypes types, std::string_view separator);
-// A new cell with an empty value of the first type of the set, in the order in which defaults are looked for.
+// A new cell with an empty value of the first type of the set, in the order in which defaults are
+// looked for.
 Ref<IKBValue> CreateEmptyValue(TKBTypes types);
 
 }  // namespace reasoner

@@ -21,7 +21,8 @@ static Ref<IKBValue> OwnCopy(const IKBValue& value) {
   return copy;
 }
 
-TFact::TFact(Ref<IFactTemplate> fact_template, const TFact* source) : template_(std::move(fact_template)) {
+TFact::TFact(Ref<IFactTemplate> fact_template, const TFact* source)
+    : template_(std::move(fact_template)) {
   if (source == nullptr) return;
   for (std::int32_t i = 0; template_ && i < source->capacity_; ++i) {
     if (!source->values_[i]) continue;
@@ -40,13 +41,14 @@ void TFact::ClearValues() noexcept {
   values_ = nullptr;
   capacity_ = 0;
   for (std::int32_t i = 0; i < capacity; ++i) values[i].~Ref();
-  if (values != nullptr) PoolFree(values, static_cast<std::size_t>(capacity) * sizeof(Ref<IKBValue>));
+  if (values != nullptr)
+    PoolFree(values, static_cast<std::size_t>(capacity) * sizeof(Ref<IKBValue>));
 }
 
 void TFact::Grow(std::int32_t count) {
   if (count <= capacity_) return;
-  auto* values =
-      static_cast<Ref<IKBValue>*>(PoolAllocate(static_cast<std::size_t>(count) * sizeof(Ref<IKBValue>)));
+  auto* values = static_cast<Ref<IKBValue>*>(
+      PoolAllocate(static_cast<std::size_t>(count) * sizeof(Ref<IKBValue>)));
   for (std::int32_t i = 0; i < count; ++i) {
     new (values + i) Ref<IKBValue>(i < capacity_ ? std::move(values_[i]) : Ref<IKBValue>());
   }
@@ -66,7 +68,9 @@ std::int32_t TFact::RequireOrdinal(std::string_view name) const {
   return ordinal;
 }
 
-const Ref<IKBValue>& TFact::GetValue(std::string_view name) { return GetValueAt(RequireOrdinal(name)); }
+const Ref<IKBValue>& TFact::GetValue(std::string_view name) {
+  return GetValueAt(RequireOrdinal(name));
+}
 
 const Ref<IKBValue>& TFact::GetValueAt(std::int32_t ordinal) {
   if (!HasValueAt(ordinal)) {
@@ -130,7 +134,8 @@ void TFact::SetTemplate(const Ref<IFactTemplate>& fact_template) {
   if (!template_) return;
   Grow(template_->GetOrdinalCount());
   for (auto& [name, value] : kept) {
-    if (const std::int32_t ordinal = template_->OrdinalOf(name); ordinal >= 0) values_[ordinal] = std::move(value);
+    if (const std::int32_t ordinal = template_->OrdinalOf(name); ordinal >= 0)
+      values_[ordinal] = std::move(value);
   }
   for (const std::int32_t ordinal : template_->SortedOrdinals()) GetValueAt(ordinal);
 }
@@ -138,7 +143,8 @@ void TFact::SetTemplate(const Ref<IFactTemplate>& fact_template) {
 void TFact::AssignValues(TFact& source) {
   if (!template_ || !source.template_) Raise(SNoTemplate);
   if (template_ != source.template_) {
-    Raise(SFactTemplatesDifferent, template_->GetTemplateName(), source.template_->GetTemplateName());
+    Raise(SFactTemplatesDifferent, template_->GetTemplateName(),
+          source.template_->GetTemplateName());
   }
   if (&source == this) return;
   ClearValues();
@@ -197,7 +203,8 @@ bool TFact::EqualsFact(const TFact& other) const {
   return true;
 }
 
-// The printed form of a value goes into the hash in pieces; only what prints by a longer road is built first.
+// The printed form of a value goes into the hash in pieces; only what prints by a longer road is
+// built first.
 static void HashText(TextHasher& hasher, const IKBValue& value) {
   switch (value.GetDType()) {
     case dtNone:

@@ -1,7 +1,7 @@
 // TFact: one record of working memory: a template, a value a slot, and an id.
 //
-// Values lie in an array by slot ordinal. A slot that was never written reads as its default: reading through GetValue
-// stores a clone of the default in the fact, comparing and hashing do not.
+// Values lie in an array by slot ordinal. A slot that was never written reads as its default:
+// reading through GetValue stores a clone of the default in the fact, comparing and hashing do not.
 
 #pragma once
 
@@ -27,16 +27,17 @@ class TFact final : public ICloneable, public Pooled {
   void SetTag(std::int32_t tag) noexcept { tag_ = tag; }
 
   const Ref<IFactTemplate>& GetTemplate() const noexcept { return template_; }
-  // Keeps the values of slots that both templates have, fills the others with defaults. Null empties the fact.
+  // Keeps the values of slots that both templates have, fills the others with defaults. Null
+  // empties the fact.
   void SetTemplate(const Ref<IFactTemplate>& fact_template);
 
-  // The stored cell; a slot not written yet gets a clone of its default first. Raises without a template or for an
-  // unknown name.
+  // The stored cell; a slot not written yet gets a clone of its default first. Raises without a
+  // template or for an unknown name.
   const Ref<IKBValue>& GetValue(std::string_view name);
   // The stored cell, or a filled-in default; null for a slot that the template lacks.
   Ref<IKBValue> ContainsKey(std::string_view name);
-  // Stores the cell itself, null as FCNil. With dynamic checks an integer becomes a float, in the given cell, where the
-  // slot wants one; any other invalid value raises with the slot's reason.
+  // Stores the cell itself, null as FCNil. With dynamic checks an integer becomes a float, in the
+  // given cell, where the slot wants one; any other invalid value raises with the slot's reason.
   void SetValue(std::string_view name, const Ref<IKBValue>& value);
 
   const Ref<IKBValue>& GetValueAt(std::int32_t ordinal);
@@ -54,7 +55,8 @@ class TFact final : public ICloneable, public Pooled {
   // Takes over content, id and tag of a fact of the same engine or without one.
   void Assign(TFact& source);
   Ref<IFact> Clone();
-  // A fact with this one's id and cells, shared, but for one slot: for the network, which changes no cell.
+  // A fact with this one's id and cells, shared, but for one slot: for the network, which changes
+  // no cell.
   Ref<IFact> CloneWith(std::int32_t ordinal, Ref<IKBValue> value);
 
   // The same template and strictly equal values, fuzzy slots apart. Ids take no part.

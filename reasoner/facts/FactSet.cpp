@@ -35,7 +35,8 @@ void TFactSet::SetEngine(TComponent* engine) {
   SetEngineNoParse(engine);
   if (IReasoner* reasoner = Reasoner()) {
     reasoner->EnterFactSet(*this);
-    for (std::int32_t i = 0; i < GetCount(); ++i) LineAt(i).fact = reasoner->ParseFactText(LineAt(i).text);
+    for (std::int32_t i = 0; i < GetCount(); ++i)
+      LineAt(i).fact = reasoner->ParseFactText(LineAt(i).text);
   } else {
     for (TLine& line : lines_) line.fact = nullptr;
   }
@@ -65,7 +66,8 @@ void TFactSet::SetFacts(const std::vector<std::string>& texts) {
   std::vector<TLine> lines;
   IReasoner* reasoner = Reasoner();
   for (const std::string& text : texts) {
-    lines.push_back(TLine{text, reasoner == nullptr ? Ref<IFact>() : reasoner->ParseFactText(text)});
+    lines.push_back(
+        TLine{text, reasoner == nullptr ? Ref<IFact>() : reasoner->ParseFactText(text)});
   }
   lines_.swap(lines);
 }

@@ -13,8 +13,8 @@
 
 namespace reasoner {
 
-// A line is the text of one fact, with the parsed fact beside it once there is an engine. A host may own a set as a
-// plain object; it leaves its engine when it dies.
+// A line is the text of one fact, with the parsed fact beside it once there is an engine. A host
+// may own a set as a plain object; it leaves its engine when it dies.
 class TFactSet : public TComponent {
  public:
   struct TLine {
@@ -32,8 +32,8 @@ class TFactSet : public TComponent {
   std::string Comment;
 
   TComponent* GetEngine() const noexcept { return engine_; }
-  // Joins the engine's fact sets, where a set of the same name gives way, and parses each line there. A line that does
-  // not parse raises. Null leaves the engine.
+  // Joins the engine's fact sets, where a set of the same name gives way, and parses each line
+  // there. A line that does not parse raises. Null leaves the engine.
   void SetEngine(TComponent* engine);
   // The same without joining and without parsing.
   void SetEngineNoParse(TComponent* engine);
@@ -44,14 +44,15 @@ class TFactSet : public TComponent {
   // The fact of a line, parsed now if it was not; null without an engine.
   Ref<IFact> GetFact(std::int32_t index);
   void SetFact(std::int32_t index, const Ref<IFact>& fact);  // leaves the text
-  // Replaces all lines; with an engine each is parsed, and one that does not parse raises before anything changes.
+  // Replaces all lines; with an engine each is parsed, and one that does not parse raises before
+  // anything changes.
   void SetFacts(const std::vector<std::string>& texts);
   std::int32_t IndexOf(const IFact& fact) const;  // by identity, or -1
   std::int32_t Remove(const IFact& fact);         // the line's index, or -1
   void Clear() { lines_.clear(); }
 
-  // Asserts a clone of each fact, evaluated anew. A line that does not parse is passed over; a call that fails raises,
-  // and the message ends with the set's name.
+  // Asserts a clone of each fact, evaluated anew. A line that does not parse is passed over; a call
+  // that fails raises, and the message ends with the set's name.
   void Reset();
 
   void Assign(const TPersistent& source) override;

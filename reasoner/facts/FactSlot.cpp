@@ -13,7 +13,9 @@ TFactSlot::~TFactSlot() {
   if (slot_default_ && !slot_default_->IsConstant()) slot_default_->SetOnChange(nullptr);
 }
 
-std::string TFactSlot::GetTemplateName() const { return template_ == nullptr ? "" : template_->GetTemplateName(); }
+std::string TFactSlot::GetTemplateName() const {
+  return template_ == nullptr ? "" : template_->GetTemplateName();
+}
 
 IReasoner* TFactSlot::DynamicChecker() const {
   IReasoner* reasoner = template_ == nullptr ? nullptr : template_->GetReasoner();
@@ -28,7 +30,8 @@ void TFactSlot::SetName(const Text& name) {
 }
 
 void TFactSlot::SetSlotDefault(const Ref<IKBValue>& value) {
-  if (value && DynamicChecker() != nullptr && !IsValid(value.get())) Raise(SInvalidSlotDefault, value->ToString());
+  if (value && DynamicChecker() != nullptr && !IsValid(value.get()))
+    Raise(SInvalidSlotDefault, value->ToString());
   Ref<IKBValue> taken = value && !IsValueConstant(*value) ? value->Clone() : value;
   if (slot_default_ && !slot_default_->IsConstant()) slot_default_->SetOnChange(nullptr);
   slot_default_ = std::move(taken);
@@ -36,18 +39,21 @@ void TFactSlot::SetSlotDefault(const Ref<IKBValue>& value) {
 }
 
 void TFactSlot::ValueChanged(const Ref<IKBValue>& value) {
-  if (DynamicChecker() != nullptr && !IsValid(value.get())) Raise(SInvalidValue, value->ToString(), name_.view());
+  if (DynamicChecker() != nullptr && !IsValid(value.get()))
+    Raise(SInvalidValue, value->ToString(), name_.view());
 }
 
 void TFactSlot::SetSlotType(TKBTypes types) {
   if (types == slot_type_) return;
-  if (types.Has(dtFuzzy) && !(types - KBMultiSlotTypes == TKBTypes{dtFuzzy})) Raise(SCannotMixFuzzy);
+  if (types.Has(dtFuzzy) && !(types - KBMultiSlotTypes == TKBTypes{dtFuzzy}))
+    Raise(SCannotMixFuzzy);
   if (template_ != nullptr) template_->SlotTypeChanged();
   slot_type_ = types;
   if (extended_type_info_ && extended_type_info_->IsImplicit()) {
     extended_type_info_->SetBaseTypes(types - KBMultiSlotTypes);
   }
-  if (!slot_default_ || !IsValid(slot_default_.get())) SetSlotDefault(CreateValidDefault(IsMulti()));
+  if (!slot_default_ || !IsValid(slot_default_.get()))
+    SetSlotDefault(CreateValidDefault(IsMulti()));
 }
 
 void TFactSlot::SetExtendedTypeInfo(const Ref<IKBDefinedType>& type) {
@@ -80,7 +86,8 @@ bool TFactSlot::IsValid(const IKBValue* value) const {
 
 std::string TFactSlot::GetInvalidValueString(const IKBValue& value) const {
   if (extended_type_info_) {
-    return FillMessage(SInvalidSlotValue, extended_type_info_->GetInvalidValueString(value), name_.view());
+    return FillMessage(SInvalidSlotValue, extended_type_info_->GetInvalidValueString(value),
+                       name_.view());
   }
   const std::string names = UpperTypeNames(slot_type_, ", ");
   if (!(slot_type_ + TKBTypes{dtVariable, dtFunCall, dtMultiVariable}).Has(value.GetDType())) {
@@ -91,8 +98,10 @@ std::string TFactSlot::GetInvalidValueString(const IKBValue& value) const {
   if (value.GetDType() != dtList) return "";
   for (const Ref<IKBValue>& member : *value.GetAsList()) {
     if (!member || TypesAllow(slot_type_, *member)) continue;
-    const std::string kind = std::string(GetKBTypeName(member->GetDType())) + " (" + member->ToString() + ")";
-    return FillMessage(SInvalidSlotValue, FillMessage(SNotCorrectType, names, value.ToString(), kind), name_.view());
+    const std::string kind =
+        std::string(GetKBTypeName(member->GetDType())) + " (" + member->ToString() + ")";
+    return FillMessage(SInvalidSlotValue,
+                       FillMessage(SNotCorrectType, names, value.ToString(), kind), name_.view());
   }
   return "";
 }
@@ -110,11 +119,14 @@ void TFactSlot::Assign(const TFactSlot& source) {
   default_dynamic_ = source.default_dynamic_;
   tag_ = source.tag_;
   IReasoner* reasoner = template_ == nullptr ? nullptr : template_->GetReasoner();
-  IReasoner* source_reasoner = source.template_ == nullptr ? nullptr : source.template_->GetReasoner();
+  IReasoner* source_reasoner =
+      source.template_ == nullptr ? nullptr : source.template_->GetReasoner();
   if (source.extended_type_info_ && reasoner != nullptr && source.template_ != nullptr &&
       source_reasoner != reasoner) {
-    if (const Ref<IKBDefinedType> own = reasoner->FindDefinedType(source.extended_type_info_->GetName())) {
-      // The type of that name in this engine, and a default that is read anew where it is bound to an engine.
+    if (const Ref<IKBDefinedType> own =
+            reasoner->FindDefinedType(source.extended_type_info_->GetName())) {
+      // The type of that name in this engine, and a default that is read anew where it is bound to
+      // an engine.
       SetExtendedTypeInfo(own);
       SetSlotType(source.slot_type_);
       const Ref<IKBValue>& value = source.slot_default_;
@@ -144,7 +156,8 @@ bool TFactSlot::Equals(const ICloneable& other) const {
   if (slot == nullptr || !(name_ == slot->name_) || !(slot_type_ == slot->slot_type_)) return false;
   const IKBDefinedType* a_type = extended_type_info_.get();
   const IKBDefinedType* b_type = slot->extended_type_info_.get();
-  if (a_type != b_type && (a_type == nullptr || b_type == nullptr || !a_type->Equals(*b_type))) return false;
+  if (a_type != b_type && (a_type == nullptr || b_type == nullptr || !a_type->Equals(*b_type)))
+    return false;
   const IKBValue* a = slot_default_.get();
   const IKBValue* b = slot->slot_default_.get();
   if (a == b) return true;

@@ -12,8 +12,8 @@
 
 namespace reasoner {
 
-// A slot enters its template by being named. The template keeps its slots alive; a slot that has left its template, or
-// whose template has ended, has none.
+// A slot enters its template by being named. The template keeps its slots alive; a slot that has
+// left its template, or whose template has ended, has none.
 class TFactSlot final : public ICloneable, private IKBValueListener {
  public:
   explicit TFactSlot(TFactTemplate* fact_template = nullptr);
@@ -29,7 +29,8 @@ class TFactSlot final : public ICloneable, private IKBValueListener {
   IFactTemplate* GetTemplate() const noexcept { return template_; }
   std::string GetTemplateName() const;
 
-  // Raises for a name that the language could not read back; else the slot enters its template under it.
+  // Raises for a name that the language could not read back; else the slot enters its template
+  // under it.
   void SetName(const Text& name);
   // Takes a clone of the value. With dynamic checks an invalid one raises.
   void SetSlotDefault(const Ref<IKBValue>& value);

@@ -16,7 +16,8 @@ static std::uint64_t NewLayout() {
   return last.fetch_add(1, std::memory_order_relaxed) + 1;
 }
 
-// Names sort without case, those that differ in case alone by their exact text: a stable order for every table.
+// Names sort without case, those that differ in case alone by their exact text: a stable order for
+// every table.
 static bool NameLess(std::string_view a, std::string_view b) {
   const std::string folded_a = AsciiLower(a);
   const std::string folded_b = AsciiLower(b);
@@ -60,7 +61,8 @@ void TFactTemplate::SetTemplateName(std::string_view name) {
 }
 
 void TFactTemplate::SetParent(const Ref<IFactTemplate>& parent) {
-  for (const TFactTemplate* ancestor = parent.get(); ancestor != nullptr; ancestor = ancestor->parent_.get()) {
+  for (const TFactTemplate* ancestor = parent.get(); ancestor != nullptr;
+       ancestor = ancestor->parent_.get()) {
     if (ancestor == this) Raise(SFactTemplateInheritanceCorrupt);
   }
   parent_ = parent;
@@ -68,7 +70,8 @@ void TFactTemplate::SetParent(const Ref<IFactTemplate>& parent) {
 }
 
 bool TFactTemplate::DescendsFrom(std::string_view name) const {
-  for (const TFactTemplate* ancestor = this; ancestor != nullptr; ancestor = ancestor->parent_.get()) {
+  for (const TFactTemplate* ancestor = this; ancestor != nullptr;
+       ancestor = ancestor->parent_.get()) {
     if (ancestor->template_name_ == name) return true;
   }
   return false;
@@ -122,7 +125,8 @@ void TFactTemplate::RemoveOrdinal(std::int32_t ordinal) {
   slot->template_ = nullptr;
 }
 
-// Enters a slot under its new name. The slot itself stores the name afterwards, so it is set here for the sorting.
+// Enters a slot under its new name. The slot itself stores the name afterwards, so it is set here
+// for the sorting.
 void TFactTemplate::NewSlotName(IFactSlot& slot, const Text& name) {
   const Ref<IFactSlot> kept(&slot);
   std::int32_t ordinal = -1;
@@ -165,7 +169,8 @@ void TFactTemplate::SetSlot(std::string_view name, const Ref<IFactSlot>& slot) {
   LayoutChanged();
 }
 
-void TFactTemplate::AddCheckedSlot(std::string_view name, const Ref<IKBValue>& slot_default, TKBTypes types) {
+void TFactTemplate::AddCheckedSlot(std::string_view name, const Ref<IKBValue>& slot_default,
+                                   TKBTypes types) {
   const Ref<IFactSlot> slot = Make<TFactSlot>(this);
   slot->SetSlotType(types);
   slot->SetSlotDefault(slot_default);
@@ -264,7 +269,8 @@ void TFactTemplate::Assign(const TFactTemplate& source) {
   backward_chaining_ = source.backward_chaining_;
   comment_ = source.comment_;
   SetTemplateName(source.template_name_);
-  parent_ = source.parent_ && source.parent_->GetOwner() == GetOwner() ? source.parent_ : Ref<IFactTemplate>();
+  parent_ = source.parent_ && source.parent_->GetOwner() == GetOwner() ? source.parent_
+                                                                       : Ref<IFactTemplate>();
   ClearSlots();
   for (const Ref<IFactSlot>& slot : source.GetSlots()) AddSlot(*slot);
   ordered_ = source.ordered_;

@@ -1,11 +1,13 @@
 // A fact template: the named set of slots that every fact of one kind has.
 //
-// The sorted order of the slot names is the order of filling, printing, hashing and comparing facts. Beside it each
-// slot has an ordinal, its place in a fact's array of values: it is given when the slot comes and never used again when
-// the slot goes, so that a fact made before a change reads right after it. `GetLayout()` is a number that no other
-// layout of any template ever has: nodes and bindings keep it beside an ordinal that they have looked up.
+// The sorted order of the slot names is the order of filling, printing, hashing and comparing
+// facts. Beside it each slot has an ordinal, its place in a fact's array of values: it is given
+// when the slot comes and never used again when the slot goes, so that a fact made before a change
+// reads right after it. `GetLayout()` is a number that no other layout of any template ever has:
+// nodes and bindings keep it beside an ordinal that they have looked up.
 //
-// Templates form chains by GetParent(): a fact matches the patterns of its template and of each ancestor.
+// Templates form chains by GetParent(): a fact matches the patterns of its template and of each
+// ancestor.
 
 #pragma once
 
@@ -21,10 +23,10 @@ namespace reasoner {
 
 class TFactTemplate final : public ICloneable {
  public:
-  // The owner is an engine as a rule, else any component, which must outlive the template, or null. The name is taken
-  // unchecked. With a parent its slots are copied first.
-  explicit TFactTemplate(TComponent* owner, std::string_view name = {}, std::string_view comment = {},
-                         const Ref<IFactTemplate>& parent = nullptr);
+  // The owner is an engine as a rule, else any component, which must outlive the template, or null.
+  // The name is taken unchecked. With a parent its slots are copied first.
+  explicit TFactTemplate(TComponent* owner, std::string_view name = {},
+                         std::string_view comment = {}, const Ref<IFactTemplate>& parent = nullptr);
 
   const std::string& GetTemplateName() const noexcept { return template_name_; }
   const std::string& GetComment() const noexcept { return comment_; }
@@ -51,7 +53,8 @@ class TFactTemplate final : public ICloneable {
   IFactSlot* FindSlot(std::string_view name) const;
   // Raises "No such slot name: "%s"".
   const Ref<IFactSlot>& GetSlot(std::string_view name) const;
-  void SetSlot(std::string_view name, const Ref<IFactSlot>& slot);  // the slot's name must be this name
+  void SetSlot(std::string_view name,
+               const Ref<IFactSlot>& slot);  // the slot's name must be this name
   void AddSlot(std::string_view name, const Ref<IKBValue>& slot_default);
   void AddMultiSlot(std::string_view name, const Ref<IKBValue>& slot_default);
   void AddSlot(const IFactSlot& slot);  // adds a copy
@@ -66,7 +69,9 @@ class TFactTemplate final : public ICloneable {
   // Slots by ordinal.
   std::int32_t OrdinalOf(std::string_view name) const noexcept;  // -1 for an unknown name
   std::int32_t GetOrdinalCount() const noexcept { return static_cast<std::int32_t>(slots_.size()); }
-  IFactSlot* SlotAt(std::int32_t ordinal) const noexcept { return slots_[static_cast<std::size_t>(ordinal)].get(); }
+  IFactSlot* SlotAt(std::int32_t ordinal) const noexcept {
+    return slots_[static_cast<std::size_t>(ordinal)].get();
+  }
   const std::vector<std::int32_t>& SortedOrdinals() const noexcept { return sorted_; }
   std::uint64_t GetLayout() const noexcept { return layout_; }
 
@@ -78,11 +83,13 @@ class TFactTemplate final : public ICloneable {
   // Puts a copy of each default, dynamic ones evaluated, into the fact.
   void FillFactWithDefaults(IFact& fact);
 
-  // Takes over everything; the parent only if it has this template's owner. The name goes through SetTemplateName.
+  // Takes over everything; the parent only if it has this template's owner. The name goes through
+  // SetTemplateName.
   void Assign(const TFactTemplate& source);
   Ref<IFactTemplate> Clone() const;
   Ref<IFactTemplate> Clone(TComponent* owner) const;
-  // The same name, and each of this template's slots has its equal there; more slots there do not count.
+  // The same name, and each of this template's slots has its equal there; more slots there do not
+  // count.
   bool Equals(const ICloneable& other) const override;
   std::uint32_t GetHashCode() const override;
   std::string ToString() const override;
@@ -97,7 +104,9 @@ class TFactTemplate final : public ICloneable {
   void AddCheckedSlot(std::string_view name, const Ref<IKBValue>& slot_default, TKBTypes types);
   void RemoveOrdinal(std::int32_t ordinal);
   void InsertSorted(std::int32_t ordinal);
-  bool OwnedAlike(const TFactTemplate& other) const noexcept { return GetOwner() == other.GetOwner(); }
+  bool OwnedAlike(const TFactTemplate& other) const noexcept {
+    return GetOwner() == other.GetOwner();
+  }
 
   bool backward_chaining_ = false;
   bool ordered_ = false;

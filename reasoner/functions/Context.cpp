@@ -64,11 +64,13 @@ const Ref<IKBValue>& TKBContext::GetVariable(const Text& name) const {
 TBinding& TKBContext::Put(std::unique_ptr<TBinding> binding) {
   TBinding& added = *binding;
   if (TBinding* old = FindOwnBinding(added.GetName())) {
-    const auto place = std::find_if(bindings_.begin(), bindings_.end(),
-                                    [old](const std::unique_ptr<TBinding>& item) { return item.get() == old; });
+    const auto place =
+        std::find_if(bindings_.begin(), bindings_.end(),
+                     [old](const std::unique_ptr<TBinding>& item) { return item.get() == old; });
     if (index_) index_->erase(old->GetName().view());
     std::swap(*place, binding);
-    if (index_) index_->emplace(added.GetName().view(), static_cast<std::size_t>(place - bindings_.begin()));
+    if (index_)
+      index_->emplace(added.GetName().view(), static_cast<std::size_t>(place - bindings_.begin()));
     return added;
   }
   bindings_.push_back(std::move(binding));
@@ -76,7 +78,8 @@ TBinding& TKBContext::Put(std::unique_ptr<TBinding> binding) {
     index_->emplace(added.GetName().view(), bindings_.size() - 1);
   } else if (bindings_.size() > kIndexedFrom) {
     index_ = std::make_unique<std::unordered_map<std::string_view, std::size_t>>();
-    for (std::size_t i = 0; i < bindings_.size(); ++i) index_->emplace(bindings_[i]->GetName().view(), i);
+    for (std::size_t i = 0; i < bindings_.size(); ++i)
+      index_->emplace(bindings_[i]->GetName().view(), i);
   }
   return added;
 }
@@ -115,13 +118,15 @@ void TKBContext::SetVariable(const Text& name, const Ref<IKBValue>& value) {
 bool TKBContext::RemoveBinding(const Text& name) {
   const TBinding* binding = FindOwnBinding(name);
   if (binding == nullptr) return false;
-  const auto place = std::find_if(bindings_.begin(), bindings_.end(),
-                                  [binding](const std::unique_ptr<TBinding>& item) { return item.get() == binding; });
+  const auto place = std::find_if(
+      bindings_.begin(), bindings_.end(),
+      [binding](const std::unique_ptr<TBinding>& item) { return item.get() == binding; });
   const std::unique_ptr<TBinding> doomed = std::move(*place);
   bindings_.erase(place);
   if (index_) {
     index_->clear();
-    for (std::size_t i = 0; i < bindings_.size(); ++i) index_->emplace(bindings_[i]->GetName().view(), i);
+    for (std::size_t i = 0; i < bindings_.size(); ++i)
+      index_->emplace(bindings_[i]->GetName().view(), i);
   }
   return true;
 }
@@ -148,7 +153,9 @@ void TKBContext::RestoreReturnValue(bool flag, const Ref<IKBValue>& value) {
   return_value_ = value;
 }
 
-std::unique_ptr<TKBContext> TKBContext::Push() { return std::make_unique<TKBContext>(this, engine_); }
+std::unique_ptr<TKBContext> TKBContext::Push() {
+  return std::make_unique<TKBContext>(this, engine_);
+}
 
 TKBContext& TKBContext::Pop() {
   if (parent_ == nullptr) return *this;

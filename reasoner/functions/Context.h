@@ -1,8 +1,9 @@
 // TKBContext: one frame of evaluation.
 //
-// A frame gives variables their values, tells which fact and token a pattern's variable refers to, and carries a
-// function's return value. Frames form a stack by their parent links; the bottom frame holds the global variables and
-// belongs to the engine. Names are shared texts, so that finding one is as a rule a comparison of pointers.
+// A frame gives variables their values, tells which fact and token a pattern's variable refers to,
+// and carries a function's return value. Frames form a stack by their parent links; the bottom
+// frame holds the global variables and belongs to the engine. Names are shared texts, so that
+// finding one is as a rule a comparison of pointers.
 
 #pragma once
 
@@ -54,7 +55,8 @@ class TKBContext : public TObject, public IScope {
   Ref<IFact> Fact;
   Ref<const IMatch> Token;
 
-  // The first binding of the name from this frame down to the bottom, or null. Valid until that frame's names change.
+  // The first binding of the name from this frame down to the bottom, or null. Valid until that
+  // frame's names change.
   TBinding* FindBinding(const Text& name) const;
   TBinding* FindOwnBinding(const Text& name) const;
   TBinding* FindGlobalBinding(const Text& name) const;
@@ -66,7 +68,8 @@ class TKBContext : public TObject, public IScope {
   // Replaces the value of the name wherever it is bound, else binds it here.
   void AddBinding(const Text& name, const Ref<IKBValue>& value);
   // Binds the name here to a place in the match.
-  void AddBinding(const Text& name, std::int32_t fact_index, const Text& slot_index, std::int32_t sub_index);
+  void AddBinding(const Text& name, std::int32_t fact_index, const Text& slot_index,
+                  std::int32_t sub_index);
   // Binds the name here, hiding outer ones.
   void AddLocalBinding(const Text& name, const Ref<IKBValue>& value);
   // Binds the name at the bottom.
@@ -89,11 +92,13 @@ class TKBContext : public TObject, public IScope {
   // Hands the return flag and value down; gives the frame below, or this one at the bottom.
   TKBContext& Pop();
 
-  // A new flat list: each member evaluated, nested lists and multifield variables spliced in at every level.
+  // A new flat list: each member evaluated, nested lists and multifield variables spliced in at
+  // every level.
   Ref<IValueVector> ExpandList(const IValueVector& list);
   // A new flat list with nothing evaluated.
   static Ref<IValueVector> FlattenList(const IValueVector& list);
-  // Evaluates the slots of a fact in place, in the order of the names. The fact gets cells of its own.
+  // Evaluates the slots of a fact in place, in the order of the names. The fact gets cells of its
+  // own.
   void Resolve(IFact& fact);
 
   // IScope

@@ -33,9 +33,13 @@ std::int32_t TFunctionCall::AddArgument(const Ref<IFunCall>& fun_call) {
   return AddArgument(NewFunCallValue(fun_call));
 }
 
-std::int32_t TFunctionCall::AddArgument(const Ref<IFact>& fact) { return AddArgument(NewFactValue(fact)); }
+std::int32_t TFunctionCall::AddArgument(const Ref<IFact>& fact) {
+  return AddArgument(NewFactValue(fact));
+}
 
-std::int32_t TFunctionCall::AddArgument(const Ref<IValueVector>& list) { return AddArgument(NewList(list)); }
+std::int32_t TFunctionCall::AddArgument(const Ref<IValueVector>& list) {
+  return AddArgument(NewList(list));
+}
 
 std::int32_t TFunctionCall::AddArgument(const Text& text, TKBType type) {
   if (!KBStringTypes.Has(type)) Raise(SNotCorrectType, "String", text.view(), GetKBTypeName(type));
@@ -132,7 +136,8 @@ Ref<IFunCall> TFunctionCall::Clone() const {
 bool TFunctionCall::Equals(const ICloneable& other) const {
   if (this == &other) return true;
   const auto* call = dynamic_cast<const TFunctionCall*>(&other);
-  if (call == nullptr || !(name_ == call->name_) || arguments_.size() != call->arguments_.size()) return false;
+  if (call == nullptr || !(name_ == call->name_) || arguments_.size() != call->arguments_.size())
+    return false;
   for (std::size_t i = 0; i < arguments_.size(); ++i) {
     const IKBValue* a = arguments_[i].get();
     const IKBValue* b = call->arguments_[i].get();
@@ -169,7 +174,9 @@ std::string TFunctionCall::ToString() const {
 
 // The cell's side of calls: it holds them, and this floor knows what they are.
 
-IFunCall* TKBValue::GetAsFunCall() const { return static_cast<IFunCall*>(SharedOf(dtFunCall, "function call")); }
+IFunCall* TKBValue::GetAsFunCall() const {
+  return static_cast<IFunCall*>(SharedOf(dtFunCall, "function call"));
+}
 
 void TKBValue::SetAsFunCall(const Ref<IFunCall>& fun_call) { SetShared(fun_call, dtFunCall); }
 

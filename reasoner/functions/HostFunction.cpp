@@ -36,20 +36,22 @@ void TCustomUserFunction::SetEngine(IReasoner* engine) {
   if (!function_->GetFunctionName().empty()) function_->AddReasoner(*engine);
 }
 
-void TCustomUserFunction::Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) {
+void TCustomUserFunction::Call(const IFunCall& fun_call, TKBContext& context,
+                               Ref<IKBValue>& result) {
   result = FCNil;
   if (OnCall) OnCall(*this, fun_call, context, result);
 }
 
 void TCustomUserFunction::Notification(TComponent& component, TOperation operation) {
   TComponent::Notification(component, operation);
-  if (operation == opRemove && engine_ != nullptr && &engine_->AsComponent() == &component) SetEngine(nullptr);
+  if (operation == opRemove && engine_ != nullptr && &engine_->AsComponent() == &component)
+    SetEngine(nullptr);
 }
 
 void TCustomUserFunction::BoundsChanged() {
-  function_->SetArgumentString(CreateArgumentExpressions(function_->GetArgumentString(),
-                                                         function_->GetMinArgumentCount(),
-                                                         function_->GetMaxArgumentCount(), kShownArguments));
+  function_->SetArgumentString(
+      CreateArgumentExpressions(function_->GetArgumentString(), function_->GetMinArgumentCount(),
+                                function_->GetMaxArgumentCount(), kShownArguments));
 }
 
 void TUserFunction::SetFunctionName(std::string_view name) {

@@ -1,7 +1,7 @@
 // TUserFunction: a function that a host supplies through an event.
 //
-// The component may be a plain object of the host. Calls hold its inner function, which outlives it and then raises
-// "Function is unimplemented or unassigned: %s".
+// The component may be a plain object of the host. Calls hold its inner function, which outlives it
+// and then raises "Function is unimplemented or unassigned: %s".
 
 #pragma once
 
@@ -17,8 +17,8 @@ namespace reasoner {
 
 // `result` is nil when the handler leaves it alone. Arguments are evaluated by the handler:
 // fun_call.GetArgument(i)->Resolve(&context).
-using TCallEvent =
-    std::function<void(TObject& sender, const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result)>;
+using TCallEvent = std::function<void(TObject& sender, const IFunCall& fun_call,
+                                      TKBContext& context, Ref<IKBValue>& result)>;
 
 class TCustomUserFunction;
 
@@ -76,8 +76,9 @@ class TUserFunction final : public TCustomUserFunction {
   void SetMaxArgumentCount(std::int32_t count);
 };
 
-// The argument text for bounds: the "<...>" of `source` one after the other, " <expression>" where there is none, what
-// may be left out in brackets, at most `limit` arguments. "<a> <b>" with 1 and 3 gives "<a>[ <b>[ <expression>]]".
+// The argument text for bounds: the "<...>" of `source` one after the other, " <expression>" where
+// there is none, what may be left out in brackets, at most `limit` arguments. "<a> <b>" with 1 and
+// 3 gives "<a>[ <b>[ <expression>]]".
 std::string CreateArgumentExpressions(std::string_view source, std::int32_t min, std::int32_t max,
                                       std::int32_t limit);
 

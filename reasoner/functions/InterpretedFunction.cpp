@@ -14,18 +14,23 @@ void TInterpretedFunction::AddArgument(const Text& name, TKBType type) {
   arguments_->Add(Make<TKBValue>(name, type));
 }
 
-void TInterpretedFunction::AddStatement(const Ref<IFunCall>& fun_call) { statements_->Add(NewFunCallValue(fun_call)); }
+void TInterpretedFunction::AddStatement(const Ref<IFunCall>& fun_call) {
+  statements_->Add(NewFunCallValue(fun_call));
+}
 
 void TInterpretedFunction::AddStatement(const Ref<IKBValue>& value) { statements_->Add(value); }
 
-std::int32_t TInterpretedFunction::GetMinArgumentCount() const noexcept { return arguments_->GetValueCount(); }
+std::int32_t TInterpretedFunction::GetMinArgumentCount() const noexcept {
+  return arguments_->GetValueCount();
+}
 
 std::int32_t TInterpretedFunction::GetMaxArgumentCount() const noexcept {
   const std::int32_t count = arguments_->GetValueCount();
   return count > 0 && arguments_->Last()->GetDType() == dtMultiVariable ? kNoArgumentLimit : count;
 }
 
-// Arguments are evaluated in the new frame, one after the other, each after the formals before it are bound.
+// Arguments are evaluated in the new frame, one after the other, each after the formals before it
+// are bound.
 void TInterpretedFunction::BindFormals(const IFunCall& fun_call, TKBContext& frame) const {
   const std::int32_t given = fun_call.GetArgumentCount();
   for (std::int32_t i = 0; i < GetArgumentCount(); ++i) {
@@ -34,7 +39,8 @@ void TInterpretedFunction::BindFormals(const IFunCall& fun_call, TKBContext& fra
     switch (formal.GetDType()) {
       case dtMultiVariable: {
         const Ref<IValueVector> rest = NewVector();
-        for (std::int32_t j = i; j < given; ++j) rest->Add(fun_call.GetArgument(j)->Resolve(&frame));
+        for (std::int32_t j = i; j < given; ++j)
+          rest->Add(fun_call.GetArgument(j)->Resolve(&frame));
         frame.AddLocalBinding(name, NewList(rest));
         break;
       }
@@ -48,12 +54,14 @@ void TInterpretedFunction::BindFormals(const IFunCall& fun_call, TKBContext& fra
   }
 }
 
-void TInterpretedFunction::Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) {
+void TInterpretedFunction::Call(const IFunCall& fun_call, TKBContext& context,
+                                Ref<IKBValue>& result) {
   std::int32_t wanted = 0;
-  for (const Ref<IKBValue>& formal : *arguments_) wanted += formal->GetDType() == dtMultiVariable ? 0 : 1;
+  for (const Ref<IKBValue>& formal : *arguments_)
+    wanted += formal->GetDType() == dtMultiVariable ? 0 : 1;
   if (fun_call.GetArgumentCount() < wanted) Raise(STooFewArgs, GetFunctionName().view());
-  // The frame lives and ends here: a `return` in the body is this call's alone, and a `return` that is pending in the
-  // caller is not touched.
+  // The frame lives and ends here: a `return` in the body is this call's alone, and a `return` that
+  // is pending in the caller is not touched.
   TKBContext frame(&context, context.GetEngine());
   BindFormals(fun_call, frame);
   const Ref<IValueVector> statements = statements_;

@@ -23,16 +23,20 @@ class TInterpretedFunction final : public TKBUserFunction {
   std::int32_t GetArgumentCount() const noexcept { return arguments_->GetValueCount(); }
   const Ref<IKBValue>& GetArgument(std::int32_t index) const { return arguments_->GetItem(index); }
   std::int32_t GetStatementCount() const noexcept { return statements_->GetValueCount(); }
-  const Ref<IKBValue>& GetStatement(std::int32_t index) const { return statements_->GetItem(index); }
+  const Ref<IKBValue>& GetStatement(std::int32_t index) const {
+    return statements_->GetItem(index);
+  }
 
   // The number of formals; no limit when the last one takes many.
   std::int32_t GetMinArgumentCount() const noexcept override;
   std::int32_t GetMaxArgumentCount() const noexcept override;
-  // The place in the sequence of definitions, which is kept when functions are copied to another engine.
+  // The place in the sequence of definitions, which is kept when functions are copied to another
+  // engine.
   std::int32_t GetOrder() const noexcept { return order_; }
   void SetOrder(std::int32_t order) noexcept { order_ = order; }
 
-  // Binds the formals in a new frame, runs the statements, and answers the last one's value or what `return` gave.
+  // Binds the formals in a new frame, runs the statements, and answers the last one's value or what
+  // `return` gave.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override;
   void Execute(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) {
     Call(fun_call, context, result);

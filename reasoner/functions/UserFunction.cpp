@@ -79,8 +79,12 @@ void TKBUserFunction::Invoke(const IFunCall& fun_call, TKBContext& context, Ref<
   Call(fun_call, context, result);
 }
 
-void TKBUserFunction::Call(const IFunCall&, TKBContext&, Ref<IKBValue>& result) { result = nullptr; }
+void TKBUserFunction::Call(const IFunCall&, TKBContext&, Ref<IKBValue>& result) {
+  result = nullptr;
+}
 
-std::string TKBUserFunction::ToString(IReasoner& reasoner) const { return reasoner.PrettyPrint(*this); }
+std::string TKBUserFunction::ToString(IReasoner& reasoner) const {
+  return reasoner.PrettyPrint(*this);
+}
 
 }  // namespace reasoner

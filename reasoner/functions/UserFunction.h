@@ -1,8 +1,9 @@
 // TKBUserFunction: what the rule language calls.
 //
-// The base of every built-in, interpreted and host function: its name, its words for the help, the bounds of its
-// argument count, and the engines that know it. No argument is evaluated before the function asks for it. A function
-// has no state of a call, so that one object serves several engines and any depth of recursion.
+// The base of every built-in, interpreted and host function: its name, its words for the help, the
+// bounds of its argument count, and the engines that know it. No argument is evaluated before the
+// function asks for it. A function has no state of a call, so that one object serves several
+// engines and any depth of recursion.
 
 #pragma once
 
@@ -36,8 +37,11 @@ class TKBUserFunction : public IInterface {
   virtual void SetMinArgumentCount(std::int32_t count);
   virtual void SetMaxArgumentCount(std::int32_t count);
 
-  // The engines that know the function. Adding one registers the function there, taking it off removes it.
-  std::int32_t GetReasonerCount() const noexcept { return static_cast<std::int32_t>(reasoners_.size()); }
+  // The engines that know the function. Adding one registers the function there, taking it off
+  // removes it.
+  std::int32_t GetReasonerCount() const noexcept {
+    return static_cast<std::int32_t>(reasoners_.size());
+  }
   IReasoner* GetReasoner(std::int32_t index) const;
   std::int32_t IndexOfReasoner(const IReasoner& reasoner) const;
   void AddReasoner(IReasoner& reasoner);

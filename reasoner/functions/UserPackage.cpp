@@ -37,8 +37,9 @@ std::int32_t TUserFunctionList::Remove(const IUserFunction& function) {
 }
 
 std::int32_t TUserFunctionList::IndexOf(const IUserFunction& function) const {
-  const auto found = std::find_if(items_.begin(), items_.end(),
-                                  [&function](const Ref<IUserFunction>& item) { return item == &function; });
+  const auto found =
+      std::find_if(items_.begin(), items_.end(),
+                   [&function](const Ref<IUserFunction>& item) { return item == &function; });
   return found == items_.end() ? -1 : static_cast<std::int32_t>(found - items_.begin());
 }
 
@@ -133,7 +134,8 @@ void TUserPackage::Assign(const TPersistent& source) {
 
 void TUserPackage::Notification(TComponent& component, TOperation operation) {
   TCustomReasonerOwner::Notification(component, operation);
-  if (operation == opRemove && engine_ != nullptr && &engine_->AsComponent() == &component) engine_ = nullptr;
+  if (operation == opRemove && engine_ != nullptr && &engine_->AsComponent() == &component)
+    engine_ = nullptr;
 }
 
 void TUserPackage::ReasonerNotification(IReasoner& reasoner, TListNotification action) {

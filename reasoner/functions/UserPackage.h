@@ -1,7 +1,7 @@
 // TUserPackage: functions that come and go together, tied to any number of engines.
 //
-// The wiring works both ways: a function added to the package is registered with each of its engines, and an engine
-// added to the package gets each of its functions.
+// The wiring works both ways: a function added to the package is registered with each of its
+// engines, and an engine added to the package gets each of its functions.
 
 #pragma once
 
@@ -25,7 +25,8 @@ class TUserFunctionList {
 
   std::int32_t GetCount() const noexcept { return static_cast<std::int32_t>(items_.size()); }
   const Ref<IUserFunction>& GetItem(std::int32_t index) const;
-  std::int32_t Add(const Ref<IUserFunction>& function);  // the index; one that is there already stays where it is
+  std::int32_t Add(const Ref<IUserFunction>&
+                       function);  // the index; one that is there already stays where it is
   void Insert(std::int32_t index, const Ref<IUserFunction>& function);
   std::int32_t Remove(const IUserFunction& function);  // the index, or -1
   std::int32_t IndexOf(const IUserFunction& function) const;
@@ -50,7 +51,9 @@ class TCustomReasonerOwner : public TComponent {
  public:
   explicit TCustomReasonerOwner(TComponent* owner = nullptr) : TComponent(owner) {}
 
-  std::int32_t GetReasonerCount() const noexcept { return static_cast<std::int32_t>(reasoners_.size()); }
+  std::int32_t GetReasonerCount() const noexcept {
+    return static_cast<std::int32_t>(reasoners_.size());
+  }
   IReasoner& GetReasoner(std::int32_t index) const;
   std::int32_t IndexOfReasoner(const IReasoner& reasoner) const;
   void AddReasoner(IReasoner& reasoner);
@@ -66,8 +69,9 @@ class TCustomReasonerOwner : public TComponent {
   std::vector<IReasoner*> reasoners_;  // watched as components
 };
 
-// A host derives from it and overrides CreateFunctions, or assigns OnCreateFunctions and then calls Rebuild.
-// A derived class that overrides CreateFunctions calls Rebuild at the end of its constructor.
+// A host derives from it and overrides CreateFunctions, or assigns OnCreateFunctions and then calls
+// Rebuild. A derived class that overrides CreateFunctions calls Rebuild at the end of its
+// constructor.
 class TUserPackage : public TCustomReasonerOwner {
  public:
   // An engine as owner is one of the package's engines from the start.
@@ -103,7 +107,8 @@ class TUserPackage : public TCustomReasonerOwner {
   IReasoner* engine_ = nullptr;
 };
 
-// The engine's own packages: declared here, defined where the functions are. The package belongs to `engine`.
+// The engine's own packages: declared here, defined where the functions are. The package belongs to
+// `engine`.
 TUserPackage* MakePackage(TFunctionPackage package, TComponent* engine);
 
 }  // namespace reasoner

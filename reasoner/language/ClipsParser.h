@@ -1,7 +1,8 @@
 // TKBClipsParser: the parser of the rule language, a hand-written recursive descent.
 //
-// It reads tokens and puts them back; it never looks at characters. The productions stand in the Parse*.cpp files by
-// family: frame and errors, values and calls, templates and facts, facets of slots and types, rules, functions.
+// It reads tokens and puts them back; it never looks at characters. The productions stand in the
+// Parse*.cpp files by family: frame and errors, values and calls, templates and facts, facets of
+// slots and types, rules, functions.
 
 #pragma once
 
@@ -27,8 +28,8 @@ class TKBClipsParser : public TKBParser {
   TKBClipsStream* GetStream() const noexcept { return clips_stream_; }
   void SetStream(TKBTokenizerStream* stream) override;
 
-  // Functions whose parenthesised arguments are no calls. With start 0 each is a fact; else those at the positions
-  // from start to end, counted from 1, are slots with their values.
+  // Functions whose parenthesised arguments are no calls. With start 0 each is a fact; else those
+  // at the positions from start to end, counted from 1, are slots with their values.
   void AddSlotFunction(std::string_view name, std::int32_t start, std::int32_t end);
   bool IsSlotFunction(std::string_view name) const { return FindSlotFunction(name) != nullptr; }
   // -1 for an unknown name.
@@ -40,26 +41,29 @@ class TKBClipsParser : public TKBParser {
 
   void Clear() override;
   std::string GenerateSymbol(std::string_view prefix) override;
-  Ref<IKBValue> GenerateVariable(const TVariableTable* variables, const IFactTemplate& fact_template, bool unique,
+  Ref<IKBValue> GenerateVariable(const TVariableTable* variables,
+                                 const IFactTemplate& fact_template, bool unique,
                                  std::string_view slot_name) override;
-  Ref<IKBValue> GenerateVariable(const TVariableTable* variables, const IFactTemplate& fact_template, bool unique,
+  Ref<IKBValue> GenerateVariable(const TVariableTable* variables,
+                                 const IFactTemplate& fact_template, bool unique,
                                  std::string_view slot_name, std::string_view prefix) override;
   // The prefix, the slot's name if there is a slot, and the index if it is above 0.
-  virtual void GenerateVarName(std::int32_t index, const IFactTemplate& fact_template, std::string& name,
-                               const IFactSlot* slot, std::string_view prefix);
+  virtual void GenerateVarName(std::int32_t index, const IFactTemplate& fact_template,
+                               std::string& name, const IFactSlot* slot, std::string_view prefix);
   std::string GetSyntaxStatement(const IUserFunction& function) override;
 
   bool Parse(bool execute) override;
   bool ParseExpression(bool execute) override;
   bool LoadFacts() override;
-  // What the expression that the token begins is. Looks ahead, and leaves the stream at the expression's start when
-  // that is a parenthesis.
+  // What the expression that the token begins is. Looks ahead, and leaves the stream at the
+  // expression's start when that is a parenthesis.
   virtual TParsedType GetConstructType(const Ref<IStreamToken>& token);
-  // Raises EKBParseException "Parsing Error, MESSAGE in LOCATION at line N: " with what was read of the expression.
-  // An override has to raise as well.
+  // Raises EKBParseException "Parsing Error, MESSAGE in LOCATION at line N: " with what was read of
+  // the expression. An override has to raise as well.
   virtual void ParseError(std::string_view location, std::string_view message);
   template <TLiteral literal, class... TArgs>
-  [[noreturn]] void ParseError(std::string_view location, TMessage<literal> message, const TArgs&... args) {
+  [[noreturn]] void ParseError(std::string_view location, TMessage<literal> message,
+                               const TArgs&... args) {
     const std::string text = FillMessage(message, args...);
     ParseError(location, std::string_view(text));
     throw EKBParseException(text);
@@ -77,7 +81,8 @@ class TKBClipsParser : public TKBParser {
   bool ParseGlobalVariables() override;
   Ref<IValueVector> ParseList() override;
   Ref<IKBValue> ParseNExecuteFunCall() override;
-  std::unique_ptr<TKBPattern> ParsePattern(std::int32_t negated_count, TVariableTable& variables) override;
+  std::unique_ptr<TKBPattern> ParsePattern(std::int32_t negated_count,
+                                           TVariableTable& variables) override;
   std::unique_ptr<TRule> ParseRule() override;
   void ParseRuleActions(TRule& rule, TVariableTable& variables) override;
   void ParseRulePatterns(TRule& rule, TVariableTable& variables) override;
@@ -90,8 +95,10 @@ class TKBClipsParser : public TKBParser {
   std::string PrettyPrint(const TFactSet& fact_set) override;
   std::string PrettyPrint(const IFact& fact) override;
   std::string PrettyPrint(const IFact& fact, std::string_view slot_name) override;
-  std::string PrettyPrint(const IFact& fact, std::string_view slot_name, const IKBValue& value) override;
-  std::string PrettyPrint(const IFact& fact, std::string_view slot_name, std::string_view text) override;
+  std::string PrettyPrint(const IFact& fact, std::string_view slot_name,
+                          const IKBValue& value) override;
+  std::string PrettyPrint(const IFact& fact, std::string_view slot_name,
+                          std::string_view text) override;
   std::string PrettyPrint(const IFactSlot& slot) override;
   std::string PrettyPrint(const IFactTemplate& fact_template) override;
   std::string PrettyPrint(const IFunCall& fun_call) override;
@@ -112,9 +119,10 @@ class TKBClipsParser : public TKBParser {
     Ref<IStreamToken> token;  // the one behind the header
   };
   // "( KEYWORD NAME" and, with `has_comment`, a string that may be left out.
-  virtual THeader ParseHeader(std::string_view error_message, std::string_view location, std::string_view keyword,
-                              bool has_comment);
-  // The words of a type clause, up to but without its `)`. A named type goes to `defined_type`; two raise.
+  virtual THeader ParseHeader(std::string_view error_message, std::string_view location,
+                              std::string_view keyword, bool has_comment);
+  // The words of a type clause, up to but without its `)`. A named type goes to `defined_type`; two
+  // raise.
   virtual TKBTypes ParseSlotTypes(Ref<IKBDefinedType>& defined_type);
 
  private:
@@ -165,19 +173,21 @@ class TKBClipsParser : public TKBParser {
   Ref<IKBValue> ParseListedValue(const Ref<IStreamToken>& token);
   Ref<IKBValue> ParseCoordinate();
   Ref<IKBValue> ParseSlotValue(TKBTypes types);
-  void ParseArgument(IFunCall& fun_call, const Ref<IStreamToken>& token, const TSlotFunction* slot_function);
+  void ParseArgument(IFunCall& fun_call, const Ref<IStreamToken>& token,
+                     const TSlotFunction* slot_function);
   void CheckValue(Ref<IKBValue>& value, TKBTypes types, const IKBDefinedType* defined_type);
   Ref<IKBValue> ResolveToken(const IStreamToken& token);
 
   void ParseQualifier(IFactSlot& slot, TKBTypes& types, Ref<IKBDefinedType>& defined_type,
                       Ref<IKBValue>& slot_default);
   void FinishDefault(IFactSlot& slot, Ref<IKBValue> slot_default);
-  void AddSlotType(const Ref<IStreamToken>& token, TKBTypes& types, Ref<IKBDefinedType>& defined_type);
+  void AddSlotType(const Ref<IStreamToken>& token, TKBTypes& types,
+                   Ref<IKBDefinedType>& defined_type);
   IKBDefinedType& ImplicitType(IFactSlot& slot);
-  void ParseFacet(IKBDefinedType& type, const Ref<IStreamToken>& open, const Ref<IStreamToken>& word,
-                  TWordCase word_case, Ref<IStreamToken>& last);
-  void ParseRangeAndCardinality(IKBDefinedType& type, bool allow_variable, bool is_cardinality, TWordCase word_case,
-                                Ref<IStreamToken>& last);
+  void ParseFacet(IKBDefinedType& type, const Ref<IStreamToken>& open,
+                  const Ref<IStreamToken>& word, TWordCase word_case, Ref<IStreamToken>& last);
+  void ParseRangeAndCardinality(IKBDefinedType& type, bool allow_variable, bool is_cardinality,
+                                TWordCase word_case, Ref<IStreamToken>& last);
   Ref<IKBValue> ParseBound(const Ref<IStreamToken>& token, bool allow_variable);
   void ParseAllowedEnumerations(IKBDefinedType& type, TWordCase word_case, Ref<IStreamToken>& last);
   std::string ParseUnits();

@@ -70,11 +70,13 @@ const TAllowedWord kAllowedWords[] = {
 
 }  // namespace
 
-void TKBClipsParser::ParseQualifier(IFactSlot& slot, TKBTypes& types, Ref<IKBDefinedType>& defined_type,
+void TKBClipsParser::ParseQualifier(IFactSlot& slot, TKBTypes& types,
+                                    Ref<IKBDefinedType>& defined_type,
                                     Ref<IKBValue>& slot_default) {
   const Ref<IStreamToken> open = Stream().GetCurrentToken();
   const Ref<IStreamToken> word = Next();
-  if (!word->Is(dtAtom)) ParseError("ParseFactTemplateSlot", SInvalidSlotQualifier, word->ToString());
+  if (!word->Is(dtAtom))
+    ParseError("ParseFactTemplateSlot", SInvalidSlotQualifier, word->ToString());
   const std::string_view text = word->GetText();
   const bool is_dynamic = EqualsIgnoreCase(text, "default-dynamic");
   if (is_dynamic || EqualsIgnoreCase(text, "default")) {
@@ -120,8 +122,9 @@ IKBDefinedType& TKBClipsParser::ImplicitType(IFactSlot& slot) {
 }
 
 // A facet from its parenthesis and word on; `last` is its closing parenthesis.
-void TKBClipsParser::ParseFacet(IKBDefinedType& type, const Ref<IStreamToken>& open, const Ref<IStreamToken>& word,
-                                TWordCase word_case, Ref<IStreamToken>& last) {
+void TKBClipsParser::ParseFacet(IKBDefinedType& type, const Ref<IStreamToken>& open,
+                                const Ref<IStreamToken>& word, TWordCase word_case,
+                                Ref<IStreamToken>& last) {
   const bool any_case = word_case == kAnyCaseWords;
   const std::string_view text = word->GetText();
   if (SameWord(text, "units", any_case)) {
@@ -197,12 +200,14 @@ Ref<IKBValue> TKBClipsParser::ParseBound(const Ref<IStreamToken>& token, bool al
   }
 }
 
-void TKBClipsParser::ParseRangeAndCardinality(IKBDefinedType& type, bool allow_variable, bool is_cardinality,
-                                              TWordCase word_case, Ref<IStreamToken>& last) {
+void TKBClipsParser::ParseRangeAndCardinality(IKBDefinedType& type, bool allow_variable,
+                                              bool is_cardinality, TWordCase word_case,
+                                              Ref<IStreamToken>& last) {
   const Ref<IKBDefinedType> kept(&type);
   Expect('(', kLocation);
   const Ref<IStreamToken> word = Next();
-  if (!word->Is(dtAtom) || (!is_cardinality && !SameWord(word->GetText(), "range", word_case == kAnyCaseWords))) {
+  if (!word->Is(dtAtom) ||
+      (!is_cardinality && !SameWord(word->GetText(), "range", word_case == kAnyCaseWords))) {
     ParseError(kLocation, SMissingRange);
   }
   if (is_cardinality) {
@@ -235,13 +240,15 @@ void TKBClipsParser::ParseRangeAndCardinality(IKBDefinedType& type, bool allow_v
   RequireClose(*last, kLocation);
 }
 
-void TKBClipsParser::ParseAllowedEnumerations(IKBDefinedType& type, TWordCase word_case, Ref<IStreamToken>& last) {
+void TKBClipsParser::ParseAllowedEnumerations(IKBDefinedType& type, TWordCase word_case,
+                                              Ref<IStreamToken>& last) {
   const Ref<IKBDefinedType> kept(&type);
   Expect('(', kLocation);
   const Ref<IStreamToken> word = Next();
   const TAllowedWord* clause = nullptr;
   for (const TAllowedWord& row : kAllowedWords) {
-    if (word->Is(dtAtom) && SameWord(word->GetText(), row.word, word_case == kAnyCaseWords)) clause = &row;
+    if (word->Is(dtAtom) && SameWord(word->GetText(), row.word, word_case == kAnyCaseWords))
+      clause = &row;
   }
   if (clause == nullptr) ParseError(kLocation, SMissingAllowedEnumeration, word->GetText().view());
   type.SetConstraints(type.GetConstraints() + clause->kinds);

@@ -33,7 +33,8 @@ class ScopedTopLevel {
   TKBContext& context_;
 };
 
-// Learns that a component has ended while others had it: handlers of the engine's events may end it.
+// Learns that a component has ended while others had it: handlers of the engine's events may end
+// it.
 class DeathWatch final : public TComponent {
  public:
   explicit DeathWatch(TComponent& watched) : watched_(&watched) { watched.FreeNotification(*this); }
@@ -68,7 +69,8 @@ TKBClipsParser::TKBClipsParser(IReasoner& engine, TKBClipsStream* stream)
 
 void TKBClipsParser::Assign(const TPersistent& source) {
   TKBParser::Assign(source);
-  if (const auto* other = dynamic_cast<const TKBClipsParser*>(&source)) slot_functions_ = other->slot_functions_;
+  if (const auto* other = dynamic_cast<const TKBClipsParser*>(&source))
+    slot_functions_ = other->slot_functions_;
 }
 
 void TKBClipsParser::SetStream(TKBTokenizerStream* stream) {
@@ -87,7 +89,9 @@ void TKBClipsParser::Clear() {
   if (clips_stream_ != nullptr) clips_stream_->Clear();
 }
 
-std::string TKBClipsParser::GenerateSymbol(std::string_view prefix) { return engine_.GenerateSymbol(prefix); }
+std::string TKBClipsParser::GenerateSymbol(std::string_view prefix) {
+  return engine_.GenerateSymbol(prefix);
+}
 
 std::string TKBClipsParser::GetSyntaxStatement(const IUserFunction& function) {
   return reasoner::GetSyntaxStatement(function);
@@ -96,8 +100,9 @@ std::string TKBClipsParser::GetSyntaxStatement(const IUserFunction& function) {
 // Functions with facts or slots as arguments.
 
 TKBClipsParser::TSlotFunction* TKBClipsParser::FindSlotFunction(std::string_view name) const {
-  const auto found = std::find_if(slot_functions_.begin(), slot_functions_.end(),
-                                  [name](const TSlotFunction& entry) { return entry.name == name; });
+  const auto found =
+      std::find_if(slot_functions_.begin(), slot_functions_.end(),
+                   [name](const TSlotFunction& entry) { return entry.name == name; });
   return found == slot_functions_.end() ? nullptr : &*found;
 }
 
@@ -134,9 +139,9 @@ void TKBClipsParser::SetSlotFunctionEnd(std::string_view name, std::int32_t end)
 void TKBClipsParser::ParseError(std::string_view location, std::string_view message) {
   const Ref<IStreamToken> token = Stream().GetCurrentToken();
   const std::int32_t line = token->GetLineNumber();
-  throw EKBParseException(
-      FillMessage(SParseError, message, location, IntegerToText(line), ShortenEcho(Stream().ToString())),
-      Stream().GetFileName(), line, token->GetColumn());
+  throw EKBParseException(FillMessage(SParseError, message, location, IntegerToText(line),
+                                      ShortenEcho(Stream().ToString())),
+                          Stream().GetFileName(), line, token->GetColumn());
 }
 
 TKBClipsParser::NestingGuard::NestingGuard(TKBClipsParser& parser, std::string_view location) try
@@ -328,7 +333,8 @@ bool TKBClipsParser::LoadFacts() {
   return true;
 }
 
-TKBClipsParser::THeader TKBClipsParser::ParseHeader(std::string_view error_message, std::string_view location,
+TKBClipsParser::THeader TKBClipsParser::ParseHeader(std::string_view error_message,
+                                                    std::string_view location,
                                                     std::string_view keyword, bool has_comment) {
   const Ref<IStreamToken> open = Next();
   const Ref<IStreamToken> word = Next();
@@ -345,40 +351,54 @@ TKBClipsParser::THeader TKBClipsParser::ParseHeader(std::string_view error_messa
 
 // Printing.
 
-std::string TKBClipsParser::PrettyPrint(const TFactSet& fact_set) { return reasoner::PrettyPrint(fact_set); }
+std::string TKBClipsParser::PrettyPrint(const TFactSet& fact_set) {
+  return reasoner::PrettyPrint(fact_set);
+}
 std::string TKBClipsParser::PrettyPrint(const IFact& fact) { return reasoner::PrettyPrint(fact); }
 std::string TKBClipsParser::PrettyPrint(const IFact& fact, std::string_view slot_name) {
   return reasoner::PrettyPrint(fact, slot_name);
 }
-std::string TKBClipsParser::PrettyPrint(const IFact& fact, std::string_view slot_name, const IKBValue& value) {
+std::string TKBClipsParser::PrettyPrint(const IFact& fact, std::string_view slot_name,
+                                        const IKBValue& value) {
   return reasoner::PrettyPrint(fact, slot_name, value);
 }
-std::string TKBClipsParser::PrettyPrint(const IFact& fact, std::string_view slot_name, std::string_view text) {
+std::string TKBClipsParser::PrettyPrint(const IFact& fact, std::string_view slot_name,
+                                        std::string_view text) {
   return reasoner::PrettyPrint(fact, slot_name, text);
 }
-std::string TKBClipsParser::PrettyPrint(const IFactSlot& slot) { return reasoner::PrettyPrint(slot); }
+std::string TKBClipsParser::PrettyPrint(const IFactSlot& slot) {
+  return reasoner::PrettyPrint(slot);
+}
 std::string TKBClipsParser::PrettyPrint(const IFactTemplate& fact_template) {
   return reasoner::PrettyPrint(fact_template);
 }
-std::string TKBClipsParser::PrettyPrint(const IFunCall& fun_call) { return reasoner::PrettyPrint(fun_call); }
+std::string TKBClipsParser::PrettyPrint(const IFunCall& fun_call) {
+  return reasoner::PrettyPrint(fun_call);
+}
 std::string TKBClipsParser::PrettyPrint(const TRule& rule) { return reasoner::PrettyPrint(rule); }
 std::string TKBClipsParser::PrettyPrint(const TRule& rule, TRuleConstruct construct) {
   return reasoner::PrettyPrint(rule, construct);
 }
-std::string TKBClipsParser::PrettyPrint(const TKBPattern& pattern) { return reasoner::PrettyPrint(pattern); }
+std::string TKBClipsParser::PrettyPrint(const TKBPattern& pattern) {
+  return reasoner::PrettyPrint(pattern);
+}
 std::string TKBClipsParser::PrettyPrint(std::string_view variable_name, const IKBValue& value) {
   return reasoner::PrettyPrint(variable_name, value);
 }
 std::string TKBClipsParser::PrettyPrint(const ISingletonsVector& singletons) {
   return reasoner::PrettyPrint(singletons);
 }
-std::string TKBClipsParser::PrettyPrint(const IUserFunction& function) { return reasoner::PrettyPrint(function); }
+std::string TKBClipsParser::PrettyPrint(const IUserFunction& function) {
+  return reasoner::PrettyPrint(function);
+}
 std::string TKBClipsParser::PrettyPrint(const IInterpretedFunction& function) {
   return reasoner::PrettyPrint(function);
 }
 std::string TKBClipsParser::PrettyPrint(const IKBDefinedType& defined_type) {
   return reasoner::PrettyPrint(defined_type);
 }
-std::string TKBClipsParser::PrettyPrint(const TValueHashTable& variables) { return reasoner::PrettyPrint(variables); }
+std::string TKBClipsParser::PrettyPrint(const TValueHashTable& variables) {
+  return reasoner::PrettyPrint(variables);
+}
 
 }  // namespace reasoner

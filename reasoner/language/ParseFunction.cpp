@@ -41,7 +41,8 @@ Ref<IUserFunction> TKBClipsParser::ParseFunction() {
 bool TKBClipsParser::ParseGlobalVariables() {
   const Ref<IStreamToken> open = Next();
   const Ref<IStreamToken> word = Next();
-  if (!open->Is('(') || !(word->GetText() == "defglobal")) ParseError("ParseGlobalVariables", SExpectedDefGlobal);
+  if (!open->Is('(') || !(word->GetText() == "defglobal"))
+    ParseError("ParseGlobalVariables", SExpectedDefGlobal);
   for (Ref<IStreamToken> token = Next(); !token->Is(')'); token = Next()) {
     PutBack(token);
     std::string name;

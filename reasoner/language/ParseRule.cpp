@@ -43,7 +43,8 @@ void TKBClipsParser::ParseDeclare(TRule& rule, Ref<IStreamToken>& token) {
     const Ref<IStreamToken> property = Next();
     const bool is_salience = property->IsWord("salience");
     const bool is_one_shot = property->IsWord("oneshot");
-    if (!is_salience && !is_one_shot && !property->IsWord("enabled")) ParseError(kLocation, SExpectedRuleProperty);
+    if (!is_salience && !is_one_shot && !property->IsWord("enabled"))
+      ParseError(kLocation, SExpectedRuleProperty);
     token = Next();
     if (is_salience) {
       Ref<IKBValue> salience;
@@ -85,7 +86,8 @@ void TKBClipsParser::ParseRulePatterns(TRule& rule, TVariableTable& variables) {
     }
     std::unique_ptr<TKBPattern> pattern = ParsePattern(0, variables);
     if (is_bound) {
-      if (pattern->GetNegatedCount() > 0 || pattern->IsTest()) ParseError(kLocation, SInvalidTestBinding);
+      if (pattern->GetNegatedCount() > 0 || pattern->IsTest())
+        ParseError(kLocation, SInvalidTestBinding);
       pattern->SetBoundName(token->GetText());
     }
     rule.AddPattern(std::move(pattern));
@@ -93,7 +95,8 @@ void TKBClipsParser::ParseRulePatterns(TRule& rule, TVariableTable& variables) {
   PutBack(token);
 }
 
-std::unique_ptr<TKBPattern> TKBClipsParser::ParsePattern(std::int32_t negated_count, TVariableTable& variables) {
+std::unique_ptr<TKBPattern> TKBClipsParser::ParsePattern(std::int32_t negated_count,
+                                                         TVariableTable& variables) {
   static constexpr std::string_view kLocation = "ParsePattern";
   const NestingGuard guard(*this, kLocation);
   const Ref<IStreamToken> open = Next();
@@ -118,13 +121,15 @@ std::unique_ptr<TKBPattern> TKBClipsParser::ParsePattern(std::int32_t negated_co
 }
 
 std::unique_ptr<TKBPattern> TKBClipsParser::ParseTest(std::int32_t negated_count) {
-  auto pattern = std::make_unique<TKBPattern>(nullptr, STestCE, engine_.CreateFactTemplate(STestCE));
+  auto pattern =
+      std::make_unique<TKBPattern>(nullptr, STestCE, engine_.CreateFactTemplate(STestCE));
   pattern->AddTest(SDefaultSlotName, ParseCallValue(), NoSubIndex, negated_count % 2 == 1, true);
   Expect(')', "ParsePattern");
   return pattern;
 }
 
-std::unique_ptr<TKBPattern> TKBClipsParser::ParsePlainPattern(std::string_view name, std::int32_t negated_count,
+std::unique_ptr<TKBPattern> TKBClipsParser::ParsePlainPattern(std::string_view name,
+                                                              std::int32_t negated_count,
                                                               TVariableTable& variables) {
   const Ref<IFactTemplate> fact_template = engine_.CreateFactTemplate(name);
   auto pattern = std::make_unique<TKBPattern>(nullptr, name, fact_template, negated_count);
@@ -139,7 +144,8 @@ std::unique_ptr<TKBPattern> TKBClipsParser::ParsePlainPattern(std::string_view n
 }
 
 // The fields of a slot; `token` becomes the parenthesis behind the last one.
-void TKBClipsParser::ParsePatternSlot(TKBPattern& pattern, TVariableTable& variables, Ref<IStreamToken>& token) {
+void TKBClipsParser::ParsePatternSlot(TKBPattern& pattern, TVariableTable& variables,
+                                      Ref<IStreamToken>& token) {
   const Ref<IFactTemplate> fact_template = pattern.GetFactTemplate();
   Text name = SDefaultSlotName;
   if (!fact_template->IsOrdered()) {
@@ -190,7 +196,8 @@ void TKBClipsParser::ParseConstraint(TField& field, Ref<IStreamToken> token) {
     AddTest(field, ParseCallValue(), negated);
   } else if (is_variable) {
     // A name keeps the form of its first use.
-    const TKBType kind = field.variables.Enter(token->GetText(), static_cast<TKBType>(token->GetDataType()));
+    const TKBType kind =
+        field.variables.Enter(token->GetText(), static_cast<TKBType>(token->GetDataType()));
     if (kind == dtMultiVariable && !field.slot.IsMulti()) {
       ParseError("ParsePattern", SNotMultiSlot, field.slot.GetName().view());
     }
@@ -209,7 +216,8 @@ void TKBClipsParser::AddReturnValueTests(const TField& field, bool negated) {
   const Ref<IFunCall> fun_call = ParseFunCall();
   const Ref<IFunCall> comparison = Make<TFunctionCall>(&engine_, "eq*");
   comparison->BindLogicFunction(engine_.GetLogicFunction(lfEqStar));
-  const Ref<IKBValue> variable = Make<TKBValue>(Text(engine_.GenerateSymbol(SEqStarPrefix)), dtVariable);
+  const Ref<IKBValue> variable =
+      Make<TKBValue>(Text(engine_.GenerateSymbol(SEqStarPrefix)), dtVariable);
   AddTest(field, variable, false);
   comparison->AddArgument(variable->Clone());
   comparison->AddArgument(fun_call);
@@ -236,17 +244,23 @@ void TKBClipsParser::GenerateVarName(std::int32_t index, const IFactTemplate&, s
   if (index > 0) name += IntegerToText(index);
 }
 
-Ref<IKBValue> TKBClipsParser::GenerateVariable(const TVariableTable* variables, const IFactTemplate& fact_template,
-                                               bool unique, std::string_view slot_name) {
-  return GenerateVariable(variables, fact_template, unique, slot_name, fact_template.GetTemplateName());
+Ref<IKBValue> TKBClipsParser::GenerateVariable(const TVariableTable* variables,
+                                               const IFactTemplate& fact_template, bool unique,
+                                               std::string_view slot_name) {
+  return GenerateVariable(variables, fact_template, unique, slot_name,
+                          fact_template.GetTemplateName());
 }
 
-Ref<IKBValue> TKBClipsParser::GenerateVariable(const TVariableTable* variables, const IFactTemplate& fact_template,
-                                               bool unique, std::string_view slot_name, std::string_view prefix) {
-  const Ref<IFactSlot> slot = slot_name.empty() ? Ref<IFactSlot>() : fact_template.GetSlot(slot_name);
+Ref<IKBValue> TKBClipsParser::GenerateVariable(const TVariableTable* variables,
+                                               const IFactTemplate& fact_template, bool unique,
+                                               std::string_view slot_name,
+                                               std::string_view prefix) {
+  const Ref<IFactSlot> slot =
+      slot_name.empty() ? Ref<IFactSlot>() : fact_template.GetSlot(slot_name);
   std::string name;
   GenerateVarName(0, fact_template, name, slot.get(), prefix);
-  for (std::int32_t index = 1; unique && variables != nullptr && variables->Contains(name); ++index) {
+  for (std::int32_t index = 1; unique && variables != nullptr && variables->Contains(name);
+       ++index) {
     GenerateVarName(index, fact_template, name, slot.get(), fact_template.GetTemplateName());
   }
   return Make<TKBValue>(Text(name), dtVariable);

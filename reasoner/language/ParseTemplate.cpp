@@ -87,11 +87,13 @@ void TKBClipsParser::FinishDefault(IFactSlot& slot, Ref<IKBValue> slot_default) 
     if (StaticChecks && !(slot_default == FCNil) && !(slot_default == FCNilList)) {
       ConvertIntegers(slot_default, slot.GetSlotType());
       if (!slot.IsValid(slot_default.get())) {
-        ParseError("ParseFactTemplateSlot", std::string_view(slot.GetInvalidValueString(*slot_default)));
+        ParseError("ParseFactTemplateSlot",
+                   std::string_view(slot.GetInvalidValueString(*slot_default)));
       }
     }
     slot.SetSlotDefault(slot_default);
-  } else if ((StaticChecks || slot.IsMulti()) && !IsDefaultValid(slot, slot.GetSlotDefault().get())) {
+  } else if ((StaticChecks || slot.IsMulti()) &&
+             !IsDefaultValid(slot, slot.GetSlotDefault().get())) {
     slot.SetSlotDefault(slot.CreateValidDefault(slot.GetSlotType().Has(dtList)));
   }
 }
@@ -163,7 +165,8 @@ std::unique_ptr<TFactSet> TKBClipsParser::ParseFactSet() {
   }
   RequireClose(*token, kLocation);
   fact_set->SetFacts(texts);
-  for (std::size_t i = 0; i < facts.size(); ++i) fact_set->SetFact(static_cast<std::int32_t>(i), facts[i]);
+  for (std::size_t i = 0; i < facts.size(); ++i)
+    fact_set->SetFact(static_cast<std::int32_t>(i), facts[i]);
   if (OnParseFactSet) OnParseFactSet(*this, *fact_set);
   return fact_set;
 }

@@ -15,7 +15,8 @@ void ConvertIntegers(Ref<IKBValue>& value, TKBTypes types) {
     IValueVector& list = *value->GetAsList();
     for (std::int32_t i = 0; i < list.GetValueCount(); ++i) {
       const Ref<IKBValue>& member = list.GetItem(i);
-      if (member && member->GetDType() == dtInteger) list.SetItem(i, NewFloat(member->GetAsNumeric()));
+      if (member && member->GetDType() == dtInteger)
+        list.SetItem(i, NewFloat(member->GetAsNumeric()));
     }
   }
 }
@@ -78,7 +79,8 @@ Ref<IValueVector> TKBClipsParser::ParseList() {
   const Ref<IValueVector> list = NewVector();
   Ref<IStreamToken> token = Next();
   for (; !token->IsEnd() && !token->Is(')'); token = Next()) {
-    Ref<IKBValue> value = token->Is('=') ? ParseCallAfterEqualSign("ParseList") : ParseListedValue(token);
+    Ref<IKBValue> value =
+        token->Is('=') ? ParseCallAfterEqualSign("ParseList") : ParseListedValue(token);
     if (!value) ParseError("ParseList", SBadSlotValue, token->ToString());
     list->Add(value);
   }
@@ -97,7 +99,8 @@ Ref<IKBValue> TKBClipsParser::ParseSlotValue(TKBTypes types) {
   return ParseCallValue();
 }
 
-void TKBClipsParser::CheckValue(Ref<IKBValue>& value, TKBTypes types, const IKBDefinedType* defined_type) {
+void TKBClipsParser::CheckValue(Ref<IKBValue>& value, TKBTypes types,
+                                const IKBDefinedType* defined_type) {
   if (value == FCNil || value == FCNilList) return;
   if (KBAlwaysValidTypes.Has(value->GetDType())) return;
   static constexpr std::string_view kLocation = "ParseValue(SlotTypes)";
@@ -114,8 +117,8 @@ void TKBClipsParser::CheckValue(Ref<IKBValue>& value, TKBTypes types, const IKBD
     value = NewInteger(value->GetAsInteger());
     return;
   }
-  const std::string reason =
-      FillMessage(SNotCorrectType, UpperTypeNames(types, ", "), value->ToString(), GetKBTypeName(type));
+  const std::string reason = FillMessage(SNotCorrectType, UpperTypeNames(types, ", "),
+                                         value->ToString(), GetKBTypeName(type));
   ParseError(kLocation, SInvalidSlotValue, reason, "ParseValue");
 }
 
@@ -192,7 +195,8 @@ void TKBClipsParser::ParseArgument(IFunCall& fun_call, const Ref<IStreamToken>& 
     return;
   }
   const std::int32_t position = fun_call.GetArgumentCount() + 1;
-  if (slot_function != nullptr && position >= slot_function->start && position <= slot_function->end) {
+  if (slot_function != nullptr && position >= slot_function->start &&
+      position <= slot_function->end) {
     PutBack(token);
     fun_call.AddArgument(ParseValuePair());
     return;

@@ -1,9 +1,10 @@
 // TKBParser: what an engine asks of a parser, and the events that tell a host what was read.
 //
-// Each production of the language is one virtual operation, called with the stream at the first token of the production
-// and leaving it behind the last one. Constructs go to the engine when they are complete; a construct that fails leaves
-// nothing behind. One parser serves one engine; the engine swaps its stream for the length of each text that it reads,
-// so that a function that runs while a file is being read may itself have text parsed.
+// Each production of the language is one virtual operation, called with the stream at the first
+// token of the production and leaving it behind the last one. Constructs go to the engine when they
+// are complete; a construct that fails leaves nothing behind. One parser serves one engine; the
+// engine swaps its stream for the length of each text that it reads, so that a function that runs
+// while a file is being read may itself have text parsed.
 
 #pragma once
 
@@ -38,22 +39,27 @@ class TVariableTable {
 
 class TKBParser;
 
-// Called when the object is complete and, constructs, before the engine has taken it. A handler may change the object.
+// Called when the object is complete and, constructs, before the engine has taken it. A handler may
+// change the object.
 using TParseFactEvent = std::function<void(TKBParser& sender, const Ref<IFact>& fact)>;
 using TParseFactSetEvent = std::function<void(TKBParser& sender, TFactSet& fact_set)>;
-using TParseFactTemplateEvent = std::function<void(TKBParser& sender, const Ref<IFactTemplate>& fact_template)>;
+using TParseFactTemplateEvent =
+    std::function<void(TKBParser& sender, const Ref<IFactTemplate>& fact_template)>;
 using TParseFunCallEvent = std::function<void(TKBParser& sender, const Ref<IFunCall>& fun_call)>;
-using TParseFunctionEvent = std::function<void(TKBParser& sender, const Ref<IUserFunction>& function)>;
+using TParseFunctionEvent =
+    std::function<void(TKBParser& sender, const Ref<IUserFunction>& function)>;
 using TParseVariableEvent =
     std::function<void(TKBParser& sender, const std::string& var_name, const Ref<IKBValue>& value)>;
 using TParsePatternEvent = std::function<void(TKBParser& sender, TKBPattern& pattern)>;
 using TParseRuleEvent = std::function<void(TKBParser& sender, TRule& rule)>;
-using TParseDefinedTypeEvent = std::function<void(TKBParser& sender, const Ref<IKBDefinedType>& defined_type)>;
-using TParseSingletonsEvent = std::function<void(TKBParser& sender, const Ref<ISingletonsVector>& singletons)>;
-// After a top-level expression has been dealt with. Constructs report ptNone; a rule or a fact set that the engine has
-// kept comes as the object, anything else as the interface.
-using TParseEvent =
-    std::function<void(TKBParser& sender, TParsedType parsed_type, TObject* object, IInterface* interface)>;
+using TParseDefinedTypeEvent =
+    std::function<void(TKBParser& sender, const Ref<IKBDefinedType>& defined_type)>;
+using TParseSingletonsEvent =
+    std::function<void(TKBParser& sender, const Ref<ISingletonsVector>& singletons)>;
+// After a top-level expression has been dealt with. Constructs report ptNone; a rule or a fact set
+// that the engine has kept comes as the object, anything else as the interface.
+using TParseEvent = std::function<void(TKBParser& sender, TParsedType parsed_type, TObject* object,
+                                       IInterface* interface)>;
 
 class TKBParser : public TPersistent {
  public:
@@ -88,17 +94,20 @@ class TKBParser : public TPersistent {
   // Drops the tokens that wait in the stream.
   virtual void Clear() = 0;
   virtual std::string GenerateSymbol(std::string_view prefix) = 0;
-  // A variable named after a slot, with the prefix (the template's name without one). With `unique` the name is none
-  // of `variables`, which may be null.
-  virtual Ref<IKBValue> GenerateVariable(const TVariableTable* variables, const IFactTemplate& fact_template,
-                                         bool unique, std::string_view slot_name) = 0;
-  virtual Ref<IKBValue> GenerateVariable(const TVariableTable* variables, const IFactTemplate& fact_template,
-                                         bool unique, std::string_view slot_name, std::string_view prefix) = 0;
+  // A variable named after a slot, with the prefix (the template's name without one). With `unique`
+  // the name is none of `variables`, which may be null.
+  virtual Ref<IKBValue> GenerateVariable(const TVariableTable* variables,
+                                         const IFactTemplate& fact_template, bool unique,
+                                         std::string_view slot_name) = 0;
+  virtual Ref<IKBValue> GenerateVariable(const TVariableTable* variables,
+                                         const IFactTemplate& fact_template, bool unique,
+                                         std::string_view slot_name, std::string_view prefix) = 0;
   virtual std::string GetSyntaxStatement(const IUserFunction& function) = 0;
 
   // Reads the stream to its end; true, or raises.
   virtual bool Parse(bool execute) = 0;
-  // Reads one top-level expression; false at the end of the stream. Without `execute` calls are read only.
+  // Reads one top-level expression; false at the end of the stream. Without `execute` calls are
+  // read only.
   virtual bool ParseExpression(bool execute) = 0;
   // Asserts the facts of a stream that holds nothing else.
   virtual bool LoadFacts() = 0;
@@ -117,7 +126,8 @@ class TKBParser : public TPersistent {
   virtual Ref<IValueVector> ParseList() = 0;
   // The call's value in the engine's own context.
   virtual Ref<IKBValue> ParseNExecuteFunCall() = 0;
-  virtual std::unique_ptr<TKBPattern> ParsePattern(std::int32_t negated_count, TVariableTable& variables) = 0;
+  virtual std::unique_ptr<TKBPattern> ParsePattern(std::int32_t negated_count,
+                                                   TVariableTable& variables) = 0;
   virtual std::unique_ptr<TRule> ParseRule() = 0;
   virtual void ParseRuleActions(TRule& rule, TVariableTable& variables) = 0;
   virtual void ParseRulePatterns(TRule& rule, TVariableTable& variables) = 0;
@@ -133,8 +143,10 @@ class TKBParser : public TPersistent {
   virtual std::string PrettyPrint(const TFactSet& fact_set) = 0;
   virtual std::string PrettyPrint(const IFact& fact) = 0;
   virtual std::string PrettyPrint(const IFact& fact, std::string_view slot_name) = 0;
-  virtual std::string PrettyPrint(const IFact& fact, std::string_view slot_name, const IKBValue& value) = 0;
-  virtual std::string PrettyPrint(const IFact& fact, std::string_view slot_name, std::string_view text) = 0;
+  virtual std::string PrettyPrint(const IFact& fact, std::string_view slot_name,
+                                  const IKBValue& value) = 0;
+  virtual std::string PrettyPrint(const IFact& fact, std::string_view slot_name,
+                                  std::string_view text) = 0;
   virtual std::string PrettyPrint(const IFactSlot& slot) = 0;
   virtual std::string PrettyPrint(const IFactTemplate& fact_template) = 0;
   virtual std::string PrettyPrint(const IFunCall& fun_call) = 0;

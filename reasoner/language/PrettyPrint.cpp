@@ -106,7 +106,8 @@ void AppendSource(std::string& source, const IKBValue& value) {
       source += FloatToSource(value.RawFloat());
       return;
     case dtFactId:
-      source += IntegerToText(value.RawInteger());  // facts are named by their number where text is read
+      source +=
+          IntegerToText(value.RawInteger());  // facts are named by their number where text is read
       return;
     case dtList: {
       const DepthGuard guard("value");
@@ -114,13 +115,15 @@ void AppendSource(std::string& source, const IKBValue& value) {
       return;
     }
     case dtFunCall:
-      if (const IFunCall* const call = value.GetAsFunCall()) AppendCallSource(source, *call, TakesPairs(*call));
+      if (const IFunCall* const call = value.GetAsFunCall())
+        AppendCallSource(source, *call, TakesPairs(*call));
       return;
     case dtFact:
       if (const IFact* const fact = value.GetAsFact()) AppendFactSource(source, *fact, true);
       return;
     case dtSingletons:
-      if (const ISingletonsVector* const points = value.GetAsSingletons()) source += PrettyPrint(*points);
+      if (const ISingletonsVector* const points = value.GetAsSingletons())
+        source += PrettyPrint(*points);
       return;
     default:
       value.AppendTo(source);
@@ -174,7 +177,9 @@ std::string PrettyPrint(const IFunCall& fun_call, bool pairs) {
   return source;
 }
 
-std::string PrettyPrint(const IFunCall& fun_call) { return PrettyPrint(fun_call, TakesPairs(fun_call)); }
+std::string PrettyPrint(const IFunCall& fun_call) {
+  return PrettyPrint(fun_call, TakesPairs(fun_call));
+}
 
 // Facts.
 
@@ -314,7 +319,8 @@ std::string PrettyPrint(const IUserFunction& function) {
   const std::string line_start = ";; " + std::string(IndentString);
   std::string text = ";; " + function.GetFunctionName().str() + " function";
   text += NewLineString;
-  return text + line_start + ReplaceAll(description, NewLineString, std::string(NewLineString) + line_start);
+  return text + line_start +
+         ReplaceAll(description, NewLineString, std::string(NewLineString) + line_start);
 }
 
 // Patterns and rules.
@@ -322,7 +328,7 @@ std::string PrettyPrint(const IUserFunction& function) {
 static void AppendTests(std::string& text, const TKBPattern& pattern, std::int32_t slot) {
   const std::int32_t count = pattern.GetSlotTestCount(slot);
   if (count == 0) {
-    if (!pattern.HasTestList(slot)) return;
+    if (!pattern.HasTestList(slot) || pattern.GetSlotLength(slot) == 0) return;
     const std::vector<Ref<IFactSlot>> slots = pattern.GetFactTemplate()->GetSlots();
     const bool is_multi = !slots.empty() && slots.front()->IsMulti();
     const std::string prefix(is_multi ? SMultiSlotVar : SSlotVar);
@@ -360,7 +366,8 @@ std::string PrettyPrint(const TKBPattern& pattern) {
     }
   } else {
     for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
-      if (pattern.GetSlotTestCount(slot) == 0) continue;
+      // A multislot without fields wants an empty list.
+      if (pattern.GetSlotTestCount(slot) == 0 && pattern.GetSlotLength(slot) != 0) continue;
       text += '(';
       AppendAtomSource(text, pattern.GetSlotName(slot));
       text += ' ';
@@ -369,7 +376,9 @@ std::string PrettyPrint(const TKBPattern& pattern) {
     }
   }
   text += ')';
-  const auto wrap = [&text](std::string_view head) { text = "(" + std::string(head) + " " + text + ")"; };
+  const auto wrap = [&text](std::string_view head) {
+    text = "(" + std::string(head) + " " + text + ")";
+  };
   if (pattern.IsUnique()) wrap("unique");
   if (pattern.IsExplicit()) wrap("explicit");
   if (negations == 1) wrap("not");

@@ -1,8 +1,9 @@
 // Constructs as text of the rule language.
 //
-// What is printed reads back as an equal construct: words are escaped where they must be, an empty atom stands as `nil`,
-// and a float shows as many digits as it needs. A fact by itself is printed for people, as it is shown everywhere: a
-// slot without text is left out. Facts inside constructs show exactly the slots that were written.
+// What is printed reads back as an equal construct: words are escaped where they must be, an empty
+// atom stands as `nil`, and a float shows as many digits as it needs. A fact by itself is printed
+// for people, as it is shown everywhere: a slot without text is left out. Facts inside constructs
+// show exactly the slots that were written.
 
 #pragma once
 
@@ -49,7 +50,8 @@ std::string ValueToSource(const IKBValue& value);
 std::string FactToSource(const IFact& fact, bool written_slots_alone);
 // A text in double quotes.
 std::string QuoteText(std::string_view text);
-// Moves a text right by one step: blanks behind each line break that is no character of a string or a word.
+// Moves a text right by one step: blanks behind each line break that is no character of a string or
+// a word.
 std::string IndentSource(std::string_view source);
 
 }  // namespace reasoner

@@ -76,8 +76,8 @@ void AppendAllowed(std::string& text, const IKBDefinedType& type, TValueConstrai
 
 // A clause for two kinds, under the word for both or for the one that there is.
 std::string AllowedPair(const IKBDefinedType& type, TValueConstraint first, TValueConstraint second,
-                        std::string_view both_word, std::string_view first_word, std::string_view second_word,
-                        std::string_view closing) {
+                        std::string_view both_word, std::string_view first_word,
+                        std::string_view second_word, std::string_view closing) {
   const TValueConstraints kinds = type.GetConstraints();
   if (!kinds.Has(first) && !kinds.Has(second)) return "";
   std::string text = "(allowed-";
@@ -91,17 +91,19 @@ std::string AllowedPair(const IKBDefinedType& type, TValueConstraint first, TVal
 std::string AllowedClause(const IKBDefinedType& type) {
   if (type.GetConstraints() == TValueConstraints{vcAtom, vcString, vcInteger, vcFloat}) {
     std::string text = "(allowed-values ";
-    for (const TValueConstraint kind : {vcAtom, vcString, vcInteger, vcFloat}) AppendAllowed(text, type, kind);
+    for (const TValueConstraint kind : {vcAtom, vcString, vcInteger, vcFloat})
+      AppendAllowed(text, type, kind);
     return Clause(text + ")");
   }
   return AllowedPair(type, vcInteger, vcFloat, "numbers", "integers", "floats", ") ") +
          AllowedPair(type, vcAtom, vcString, "lexemes", "symbols", "strings", ")");
 }
 
-// What a type has beyond its ancestor. An implicit type is not read together with one: it shows all that it has.
+// What a type has beyond its ancestor. An implicit type is not read together with one: it shows all
+// that it has.
 std::string Facets(const IKBDefinedType& type) {
-  static constexpr std::string (*kClauses[])(const IKBDefinedType&) = {RangeClause, UnitsClause, CardinalityClause,
-                                                                       AllowedClause};
+  static constexpr std::string (*kClauses[])(const IKBDefinedType&) = {
+      RangeClause, UnitsClause, CardinalityClause, AllowedClause};
   const IKBDefinedType* const ancestor = type.IsImplicit() ? nullptr : type.GetAncestor().get();
   std::string text;
   for (const auto clause : kClauses) {
@@ -138,7 +140,8 @@ std::string PrettyPrint(const IFactSlot& slot) {
   const std::string indent = std::string(IndentString) + std::string(IndentString);
   const TKBTypes types = slot.GetSlotType();
   if (const IKBDefinedType* const type = slot.GetExtendedTypeInfo().get()) {
-    text += type->IsImplicit() ? PrettyPrint(*type) : "(type " + AtomToSource(type->GetName()) + ")";
+    text +=
+        type->IsImplicit() ? PrettyPrint(*type) : "(type " + AtomToSource(type->GetName()) + ")";
     if (!default_clause.empty()) text += indent + default_clause;
   } else if (types == KBSlotTypes || types == KBSlotTypes + KBMultiSlotTypes) {
     text += default_clause;
@@ -190,7 +193,8 @@ std::string PrettyPrint(const IKBDefinedType& defined_type) {
   }
   const std::string line_start = std::string(NewLineString) + std::string(IndentString);
   std::string text = "(deftype " + AtomToSource(defined_type.GetName()) + " ";
-  if (!defined_type.GetComment().empty()) text += line_start + QuoteText(defined_type.GetComment()) + line_start;
+  if (!defined_type.GetComment().empty())
+    text += line_start + QuoteText(defined_type.GetComment()) + line_start;
   text += "extends (type ";
   TKBTypes types = defined_type.GetBaseTypes();
   if (const Ref<IKBDefinedType>& ancestor = defined_type.GetAncestor()) {

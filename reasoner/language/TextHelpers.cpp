@@ -77,8 +77,10 @@ std::string CLIPSFormat(std::string_view format, const IValueVector& args) {
       AppendSpare(spare, *arg);
       continue;
     }
-    const std::size_t letter = std::min(format.find_first_not_of("%-0123456789.", 1), format.size() - 1);
-    if (letter > 0 && AppendConverted(text, format.substr(0, letter + 1), *arg)) format.remove_prefix(letter + 1);
+    const std::size_t letter =
+        std::min(format.find_first_not_of("%-0123456789.", 1), format.size() - 1);
+    if (letter > 0 && AppendConverted(text, format.substr(0, letter + 1), *arg))
+      format.remove_prefix(letter + 1);
   }
   text += ReplaceAll(format, "%n", NewLineString);
   return text + spare;
@@ -95,7 +97,8 @@ std::string GetSyntaxStatement(const IUserFunction& function) {
 }
 
 std::string KBStringToString(std::string_view text) {
-  if (text.size() >= 2 && text.front() == '"' && text.back() == '"') text = text.substr(1, text.size() - 2);
+  if (text.size() >= 2 && text.front() == '"' && text.back() == '"')
+    text = text.substr(1, text.size() - 2);
   return std::string(text);
 }
 
@@ -127,8 +130,8 @@ std::int32_t ContainsCharacters(std::string_view text, std::string_view characte
   return 0;
 }
 
-std::string SetToString(std::uint32_t bits, std::span<const std::string_view> names, std::string_view separator,
-                        bool brackets, std::size_t prefix_length) {
+std::string SetToString(std::uint32_t bits, std::span<const std::string_view> names,
+                        std::string_view separator, bool brackets, std::size_t prefix_length) {
   std::string text = brackets ? "[" : "";
   bool first = true;
   for (std::size_t i = 0; i < names.size(); ++i) {
@@ -141,7 +144,8 @@ std::string SetToString(std::uint32_t bits, std::span<const std::string_view> na
   return text;
 }
 
-std::uint32_t StringToSet(std::string_view text, std::span<const std::string_view> names, std::string_view prefix) {
+std::uint32_t StringToSet(std::string_view text, std::span<const std::string_view> names,
+                          std::string_view prefix) {
   static constexpr std::string_view kSeparators = "[], ";
   std::uint32_t bits = 0;
   for (text = Trim(text); !text.empty();) {

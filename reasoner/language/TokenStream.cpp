@@ -400,7 +400,8 @@ Ref<IStreamToken> TKBClipsStream::FinishToken(std::int32_t hint, std::string_vie
       break;
     default:
       if (hint < 0 || hint > 127 || !Has(hint, kPunctuation)) {
-        throw EKBParseException(FillMessage(SInvalidTokenHint, IntegerToText(hint)), file_name_, line_number_, token_column_);
+        throw EKBParseException(FillMessage(SInvalidTokenHint, IntegerToText(hint)), file_name_,
+                                line_number_, token_column_);
       }
       token->SetDataType(hint);
       token->SetText(text.size() == 1 && text.front() == hint ? PunctuationText(hint) : Text(text));

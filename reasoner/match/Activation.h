@@ -14,8 +14,8 @@ namespace reasoner {
 
 class TPatternMatchTerminalNode;
 
-// The agenda owns its activations, and the terminal node that made one finds it when its match is withdrawn. While one
-// is being fired it may be off the agenda already: the run loop owns it then.
+// The agenda owns its activations, and the terminal node that made one finds it when its match is
+// withdrawn. While one is being fired it may be off the agenda already: the run loop owns it then.
 class TActivation final : public TPersistent, public CountedNode, public Pooled {
  public:
   TActivation(TRule& rule, Ref<TKBToken> token, TPatternMatchTerminalNode* node, float strength);

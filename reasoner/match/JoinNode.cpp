@@ -8,7 +8,8 @@
 
 namespace reasoner {
 
-// --- Test node ---------------------------------------------------------------------------------------------------
+// --- Test node
+// ---------------------------------------------------------------------------------------------------
 
 void TTestNode::AddTest(TSlotTestType test_type, const Ref<IKBValue>& call) {
   tests_.push_back(std::make_unique<TKBPatternMatchTest>(nullptr, test_type, NoSubIndex, call));
@@ -38,9 +39,11 @@ std::string TTestNode::ToString() const {
   return text;
 }
 
-// --- Join --------------------------------------------------------------------------------------------------------
+// --- Join
+// --------------------------------------------------------------------------------------------------------
 
-TJoinNode::TJoinNode(TReteNetwork& rete, bool negated, bool unique, bool asks_for_goals, std::int32_t hash_key)
+TJoinNode::TJoinNode(TReteNetwork& rete, bool negated, bool unique, bool asks_for_goals,
+                     std::int32_t hash_key)
     : TTestNode(rete),
       negated_(negated),
       unique_(unique),
@@ -54,9 +57,10 @@ TJoinNode::TJoinNode(TReteNetwork& rete, const TJoinNode& source)
 }
 
 void TJoinNode::AddJoinTest(TSlotTestType test_type, std::int32_t token_index, const Text& left,
-                            std::int32_t left_sub_index, const Text& right, std::int32_t right_sub_index) {
-  tests_.push_back(
-      std::make_unique<TKBJoinTest>(test_type, token_index, left, left_sub_index, right, right_sub_index));
+                            std::int32_t left_sub_index, const Text& right,
+                            std::int32_t right_sub_index) {
+  tests_.push_back(std::make_unique<TKBJoinTest>(test_type, token_index, left, left_sub_index,
+                                                 right, right_sub_index));
 }
 
 void TJoinNode::PrepareShortCut() {
@@ -82,9 +86,9 @@ void TJoinNode::ClearMemory() {
     left_->Clear();
   } else {
     const Text slot = short_cut_ == nullptr ? Text() : short_cut_->LeftIndex;
-    left_ = std::make_unique<TKBTokenTree>(hash_key_, short_cut_ == nullptr ? -1 : short_cut_->TokenIndex,
-                                           short_cut_ == nullptr ? NoSubIndex : short_cut_->LeftSubIndex, slot,
-                                           short_cut_ == nullptr);
+    left_ = std::make_unique<TKBTokenTree>(
+        hash_key_, short_cut_ == nullptr ? -1 : short_cut_->TokenIndex,
+        short_cut_ == nullptr ? NoSubIndex : short_cut_->LeftSubIndex, slot, short_cut_ == nullptr);
   }
   if (right_) {
     right_->Clear();
@@ -96,14 +100,17 @@ void TJoinNode::ClearMemory() {
 }
 
 bool TJoinNode::Serves(const TJoinNode& other) const {
-  if (negated_ || other.negated_ || unique_ != other.unique_ || asks_for_goals_ != other.asks_for_goals_ ||
-      has_calls_ || other.has_calls_ || tests_.size() != other.tests_.size()) {
+  if (negated_ || other.negated_ || unique_ != other.unique_ ||
+      asks_for_goals_ != other.asks_for_goals_ || has_calls_ || other.has_calls_ ||
+      tests_.size() != other.tests_.size()) {
     return false;
   }
-  return std::all_of(tests_.begin(), tests_.end(), [&other](const std::unique_ptr<TKBSlotTest>& test) {
-    return std::any_of(other.tests_.begin(), other.tests_.end(),
-                       [&test](const std::unique_ptr<TKBSlotTest>& wanted) { return test->Equals(*wanted); });
-  });
+  return std::all_of(
+      tests_.begin(), tests_.end(), [&other](const std::unique_ptr<TKBSlotTest>& test) {
+        return std::any_of(
+            other.tests_.begin(), other.tests_.end(),
+            [&test](const std::unique_ptr<TKBSlotTest>& wanted) { return test->Equals(*wanted); });
+      });
 }
 
 bool TJoinNode::RunTests(const TKBToken& left, const Ref<IFact>& right, bool with_calls) {
@@ -118,20 +125,23 @@ bool TJoinNode::RunTests(const TKBToken& left, const Ref<IFact>& right, bool wit
   return true;
 }
 
-// Calls visit(entry) for each right token that the tests may allow with a left one, in the order of the memory, until
-// it answers false. The memory does not change meanwhile.
+// Calls visit(entry) for each right token that the tests may allow with a left one, in the order of
+// the memory, until it answers false. The memory does not change meanwhile.
 template <class TVisit>
 void TJoinNode::VisitRight(const TKBToken& left, TVisit visit) {
   if (use_short_cut_) {
     IFact* fact = left.GetFacts(short_cut_->TokenIndex);
     const Ref<IKBValue> value = fact == nullptr ? Ref<IKBValue>() : short_cut_->LeftValue(*fact);
-    for (Entry* entry = right_->FirstWithKey(TokenKeyOf(value.get())); entry != nullptr; entry = entry->group_next) {
+    for (Entry* entry = right_->FirstWithKey(TokenKeyOf(value.get())); entry != nullptr;
+         entry = entry->group_next) {
       if (!visit(*entry)) return;
     }
     return;
   }
-  for (std::int32_t bucket = right_->GetLowestBucket(); bucket <= right_->GetHighestBucket(); ++bucket) {
-    for (Entry* entry = right_->FirstInBucket(bucket); entry != nullptr; entry = entry->bucket_next) {
+  for (std::int32_t bucket = right_->GetLowestBucket(); bucket <= right_->GetHighestBucket();
+       ++bucket) {
+    for (Entry* entry = right_->FirstInBucket(bucket); entry != nullptr;
+         entry = entry->bucket_next) {
       if (!visit(*entry)) return;
     }
   }
@@ -142,13 +152,16 @@ void TJoinNode::VisitLeft(const TKBToken& right, TVisit visit) {
   if (use_short_cut_) {
     IFact* fact = right.GetFacts(0);
     const Ref<IKBValue> value = fact == nullptr ? Ref<IKBValue>() : short_cut_->RightValue(*fact);
-    for (Entry* entry = left_->FirstWithKey(TokenKeyOf(value.get())); entry != nullptr; entry = entry->group_next) {
+    for (Entry* entry = left_->FirstWithKey(TokenKeyOf(value.get())); entry != nullptr;
+         entry = entry->group_next) {
       visit(*entry);
     }
     return;
   }
-  for (std::int32_t bucket = left_->GetLowestBucket(); bucket <= left_->GetHighestBucket(); ++bucket) {
-    for (Entry* entry = left_->FirstInBucket(bucket); entry != nullptr; entry = entry->bucket_next) visit(*entry);
+  for (std::int32_t bucket = left_->GetLowestBucket(); bucket <= left_->GetHighestBucket();
+       ++bucket) {
+    for (Entry* entry = left_->FirstInBucket(bucket); entry != nullptr; entry = entry->bucket_next)
+      visit(*entry);
   }
 }
 

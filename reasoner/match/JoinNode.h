@@ -6,9 +6,9 @@
 //                      |
 //                 extended tokens
 //
-// A join stores every token that arrives, compares it with the tokens of the other memory that its tests allow, and
-// passes on extended tokens. A negated join counts matches instead, and passes a left token on, with the marker fact in
-// the pattern's place, exactly while it has none.
+// A join stores every token that arrives, compares it with the tokens of the other memory that its
+// tests allow, and passes on extended tokens. A negated join counts matches instead, and passes a
+// left token on, with the marker fact in the pattern's place, exactly while it has none.
 
 #pragma once
 
@@ -31,7 +31,9 @@ class TTestNode : public TReteNode {
   // A test of a function call. A node without tests passes everything.
   void AddTest(TSlotTestType test_type, const Ref<IKBValue>& call);
   std::int32_t GetTestCount() const noexcept { return static_cast<std::int32_t>(tests_.size()); }
-  const TKBSlotTest& GetTest(std::int32_t index) const { return *tests_.at(static_cast<std::size_t>(index)); }
+  const TKBSlotTest& GetTest(std::int32_t index) const {
+    return *tests_.at(static_cast<std::size_t>(index));
+  }
 
   bool CallNode(const Ref<TKBToken>& token, TCallType call_type) override;
   std::string ClassName() const override { return "TTestNode"; }
@@ -46,7 +48,8 @@ class TTestNode : public TReteNode {
 
 class TJoinNode final : public TTestNode {
  public:
-  TJoinNode(TReteNetwork& rete, bool negated, bool unique, bool asks_for_goals, std::int32_t hash_key);
+  TJoinNode(TReteNetwork& rete, bool negated, bool unique, bool asks_for_goals,
+            std::int32_t hash_key);
   // An empty node with the settings and tests of `source`.
   TJoinNode(TReteNetwork& rete, const TJoinNode& source);
 
@@ -57,12 +60,13 @@ class TJoinNode final : public TTestNode {
   std::int32_t GetPassCount() const noexcept { return pass_count_; }
 
   using TTestNode::AddTest;
-  void AddJoinTest(TSlotTestType test_type, std::int32_t token_index, const Text& left, std::int32_t left_sub_index,
-                   const Text& right, std::int32_t right_sub_index);
+  void AddJoinTest(TSlotTestType test_type, std::int32_t token_index, const Text& left,
+                   std::int32_t left_sub_index, const Text& right, std::int32_t right_sub_index);
   // Chooses an equality to hash on, once all tests are there.
   void PrepareShortCut();
   bool UsesShortCut() const noexcept { return use_short_cut_; }
-  // Whether the node can serve a rule that wants `other`: the same tests in any order, none of them a call.
+  // Whether the node can serve a rule that wants `other`: the same tests in any order, none of them
+  // a call.
   bool Serves(const TJoinNode& other) const;
 
   bool CallNode(const Ref<TKBToken>& token, TCallType call_type) override;

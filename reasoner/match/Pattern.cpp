@@ -14,7 +14,8 @@ TKBPattern::TKBPattern(TRule* owner, std::string_view name, const Ref<IFactTempl
   EnterSlots();
 }
 
-TKBPattern::TKBPattern(TRule* owner, const TKBPattern& source, std::string_view name, std::int32_t negated_count)
+TKBPattern::TKBPattern(TRule* owner, const TKBPattern& source, std::string_view name,
+                       std::int32_t negated_count)
     : TKBPattern(owner, name, source.fact_template_, negated_count) {
   for (const Slot& slot : source.slots_) {
     Slot& own = SlotFor(slot.name);
@@ -113,7 +114,8 @@ std::int32_t TKBPattern::IndexOfSlotName(std::string_view name) const noexcept {
   return -1;
 }
 
-// A template that has got a slot since the pattern was made: the slot is entered where its name belongs.
+// A template that has got a slot since the pattern was made: the slot is entered where its name
+// belongs.
 TKBPattern::Slot& TKBPattern::SlotFor(std::string_view name) {
   const std::int32_t index = IndexOfSlotName(name);
   if (index >= 0) return slots_[static_cast<std::size_t>(index)];
@@ -131,32 +133,34 @@ void TKBPattern::SetSlotLength(std::int32_t slot, std::int32_t length) {
   Slot& changed = slots_[Checked(slot)];
   if (changed.length == length) return;
   changed.length = length;
-  changed.has_list = true;
   Change();
 }
 
 TKBPatternMatchTest& TKBPattern::GetSlotTest(std::int32_t slot, std::int32_t test) const {
   const Slot& asked = slots_[Checked(slot)];
-  if (test < 0 || static_cast<std::size_t>(test) >= asked.tests.size()) Raise(SListIndexError, test);
+  if (test < 0 || static_cast<std::size_t>(test) >= asked.tests.size())
+    Raise(SListIndexError, test);
   return *asked.tests[static_cast<std::size_t>(test)];
 }
 
-void TKBPattern::SetSlotTest(std::int32_t slot, std::int32_t test, std::unique_ptr<TKBPatternMatchTest> value) {
+void TKBPattern::SetSlotTest(std::int32_t slot, std::int32_t test,
+                             std::unique_ptr<TKBPatternMatchTest> value) {
   if (GetSlotTest(slot, test).Equals(*value)) return;
   value->pattern_ = this;
   slots_[Checked(slot)].tests[static_cast<std::size_t>(test)] = std::move(value);
   Change();
 }
 
-void TKBPattern::AddTest(std::string_view slot_name, const Ref<IKBValue>& value, std::int32_t sub_index,
-                         bool negated, bool conjunction) {
+void TKBPattern::AddTest(std::string_view slot_name, const Ref<IKBValue>& value,
+                         std::int32_t sub_index, bool negated, bool conjunction) {
   AddTest(slot_name, value, sub_index, negated, conjunction, conjunction);
 }
 
-void TKBPattern::AddTest(std::string_view slot_name, const Ref<IKBValue>& value, std::int32_t sub_index,
-                         bool negated, bool conjunction, bool joined_by_and) {
-  auto test =
-      std::make_unique<TKBPatternMatchTest>(nullptr, negated ? sttNotEquals : sttEquals, sub_index, value);
+void TKBPattern::AddTest(std::string_view slot_name, const Ref<IKBValue>& value,
+                         std::int32_t sub_index, bool negated, bool conjunction,
+                         bool joined_by_and) {
+  auto test = std::make_unique<TKBPatternMatchTest>(nullptr, negated ? sttNotEquals : sttEquals,
+                                                    sub_index, value);
   test->conjunction_ = conjunction;
   test->joined_by_and_ = joined_by_and;
   AddTest(slot_name, std::move(test));
@@ -203,8 +207,8 @@ void TKBPattern::FixSlot(std::int32_t slot_index) {
   const bool any_or = std::any_of(slot.tests.begin(), slot.tests.end(),
                                   [](const auto& test) { return !test->IsConjunction(); });
   if (!any_or) return;
-  const auto add = [this](std::vector<std::unique_ptr<TKBPatternMatchTest>>& tests, const Ref<IKBValue>& value,
-                          std::int32_t sub_index) {
+  const auto add = [this](std::vector<std::unique_ptr<TKBPatternMatchTest>>& tests,
+                          const Ref<IKBValue>& value, std::int32_t sub_index) {
     tests.push_back(std::make_unique<TKBPatternMatchTest>(this, sttEquals, sub_index, value));
   };
   std::vector<std::unique_ptr<TKBPatternMatchTest>> fixed;

@@ -1,7 +1,9 @@
 // TKBPattern: one element of a rule's left side, held as data.
 //
-// For each slot of its template a pattern has a list of tests. `(not P)` is P with one level of negation more,
-// `(exists P)` with two; `(test F)` is a pattern on the template "test" with one test that holds the call.
+// For each slot of its template a pattern has a list of tests. `(not P)` is P with one level of
+// negation more,
+// `(exists P)` with two; `(test F)` is a pattern on the template "test" with one test that holds
+// the call.
 
 #pragma once
 
@@ -19,11 +21,13 @@ namespace reasoner {
 
 class TKBPattern final : public TPersistent {
  public:
-  // Every slot of the template is entered without tests. The rule, once there is one, outlives the pattern.
+  // Every slot of the template is entered without tests. The rule, once there is one, outlives the
+  // pattern.
   TKBPattern(TRule* owner, std::string_view name, const Ref<IFactTemplate>& fact_template,
              std::int32_t negated_count = 0);
   // A pattern on the template of `source` with its tests; wildcards get fresh names.
-  TKBPattern(TRule* owner, const TKBPattern& source, std::string_view name, std::int32_t negated_count);
+  TKBPattern(TRule* owner, const TKBPattern& source, std::string_view name,
+             std::int32_t negated_count);
   ~TKBPattern() override;
 
   // What the network matches: normally the template's name.
@@ -60,14 +64,15 @@ class TKBPattern final : public TPersistent {
     return static_cast<std::int32_t>(slots_[Checked(slot)].tests.size());
   }
   TKBPatternMatchTest& GetSlotTest(std::int32_t slot, std::int32_t test) const;
-  void SetSlotTest(std::int32_t slot, std::int32_t test, std::unique_ptr<TKBPatternMatchTest> value);
+  void SetSlotTest(std::int32_t slot, std::int32_t test,
+                   std::unique_ptr<TKBPatternMatchTest> value);
 
-  // Appends a test; raises for a slot that the template lacks. `joined_by_and` tells `&` from `|` where both stand in
-  // one field; without it, it is as `conjunction`.
-  void AddTest(std::string_view slot_name, const Ref<IKBValue>& value, std::int32_t sub_index, bool negated,
-               bool conjunction);
-  void AddTest(std::string_view slot_name, const Ref<IKBValue>& value, std::int32_t sub_index, bool negated,
-               bool conjunction, bool joined_by_and);
+  // Appends a test; raises for a slot that the template lacks. `joined_by_and` tells `&` from `|`
+  // where both stand in one field; without it, it is as `conjunction`.
+  void AddTest(std::string_view slot_name, const Ref<IKBValue>& value, std::int32_t sub_index,
+               bool negated, bool conjunction);
+  void AddTest(std::string_view slot_name, const Ref<IKBValue>& value, std::int32_t sub_index,
+               bool negated, bool conjunction, bool joined_by_and);
   void AddTest(std::string_view slot_name, std::unique_ptr<TKBPatternMatchTest> test);
   void RemoveTest(std::int32_t slot, std::int32_t test);
 
@@ -80,7 +85,8 @@ class TKBPattern final : public TPersistent {
   void Change();
 
   void Assign(const TPersistent& source) override;
-  // A copy without owner; in another engine on the template of that name there, which is made if it is missing.
+  // A copy without owner; in another engine on the template of that name there, which is made if it
+  // is missing.
   std::unique_ptr<TKBPattern> Clone(IReasoner* engine) const;
   std::string ClassName() const override { return "TKBPattern"; }
   std::string ToString() const override;

@@ -35,7 +35,8 @@ std::string_view GetPatternMatchTestName(TPatternMatchTest test) {
   return "";
 }
 
-TPatternMatchNode::TPatternMatchNode(TReteNetwork& rete, TPatternMatchTest test, Ref<IKBValue> value, TNodeArgs args)
+TPatternMatchNode::TPatternMatchNode(TReteNetwork& rete, TPatternMatchTest test,
+                                     Ref<IKBValue> value, TNodeArgs args)
     : TReteNode(rete),
       test_(test),
       value_(std::move(value)),
@@ -43,12 +44,14 @@ TPatternMatchNode::TPatternMatchNode(TReteNetwork& rete, TPatternMatchTest test,
       first_slot_(args_.first_slot),
       second_slot_(args_.second_slot) {}
 
-Ref<IKBValue> TPatternMatchNode::PlaceIn(IFact& fact, const TSlotAccess& slot, std::int32_t sub_index) const {
+Ref<IKBValue> TPatternMatchNode::PlaceIn(IFact& fact, const TSlotAccess& slot,
+                                         std::int32_t sub_index) const {
   const std::int32_t ordinal = slot.In(*fact.GetTemplate());
   if (ordinal < 0) return nullptr;
   const Ref<IKBValue>& value = fact.GetValueAt(ordinal);
   if (sub_index == NoSubIndex) return value;
-  if (value->GetDType() != dtList || sub_index >= value->GetAsList()->GetValueCount()) return nullptr;
+  if (value->GetDType() != dtList || sub_index >= value->GetAsList()->GetValueCount())
+    return nullptr;
   return value->GetAsList()->GetItem(sub_index);
 }
 
@@ -85,7 +88,8 @@ bool TPatternMatchNode::Passes(const Ref<TKBToken>& token) {
     }
     case pmtTestMultiSlotLength: {
       const Ref<IKBValue> place = PlaceIn(fact, first_slot_, NoSubIndex);
-      return place && place->GetDType() == dtList && place->GetAsList()->GetValueCount() == args_.first;
+      return place && place->GetDType() == dtList &&
+             place->GetAsList()->GetValueCount() == args_.first;
     }
     case pmtTestMultiSlotMultiField:
       break;
@@ -114,7 +118,8 @@ bool TPatternMatchNode::Expand(const Ref<TKBToken>& token) {
     for (std::int32_t i = place; i < place + span; ++i) inner->Add(list->GetItem(i));
     expanded->Add(NewList(inner));
     for (std::int32_t i = place + span; i < length; ++i) expanded->Add(list->GetItem(i));
-    const Ref<TKBToken> split = Make<TKBToken>(token->GetTag(), fact.CloneWith(ordinal, NewList(expanded)));
+    const Ref<TKBToken> split =
+        Make<TKBToken>(token->GetTag(), fact.CloneWith(ordinal, NewList(expanded)));
     split->SetStrength(token->GetStrength());
     CallChildren(split);
   }
@@ -142,7 +147,8 @@ bool TPatternMatchNode::CallNode(const Ref<TKBToken>& token, TCallType) {
   return true;
 }
 
-bool TPatternMatchNode::Serves(TPatternMatchTest test, const IKBValue* value, const TNodeArgs& args) const {
+bool TPatternMatchNode::Serves(TPatternMatchTest test, const IKBValue* value,
+                               const TNodeArgs& args) const {
   if (test != test_ || !(args == args_)) return false;
   if (value == nullptr || !value_) return value == nullptr && !value_;
   return value->Equals(*value_);
@@ -163,8 +169,8 @@ std::string TPatternMatchNode::ToString() const {
       break;
     case pmtTestSlotValueEqual:
     case pmtTestSlotValueNotEqual:
-      args = args_.first_slot.str() + ", " + args_.second_slot.str() + ", " + number(args_.first) + ", " +
-             number(args_.second);
+      args = args_.first_slot.str() + ", " + args_.second_slot.str() + ", " + number(args_.first) +
+             ", " + number(args_.second);
       break;
     case pmtTestMultiSlotLength:
     case pmtTestMultiSlotMultiField:

@@ -1,7 +1,8 @@
 // TPatternMatchNode: one test of one fact.
 //
-// Pattern nodes keep no memory. They copy a token only for the expansion of a `$?` field, which turns a fact into one
-// fact per possible span of the field, the span standing as one nested list, so that all nodes behind see fixed fields.
+// Pattern nodes keep no memory. They copy a token only for the expansion of a `$?` field, which
+// turns a fact into one fact per possible span of the field, the span standing as one nested list,
+// so that all nodes behind see fixed fields.
 
 #pragma once
 
@@ -14,17 +15,17 @@
 namespace reasoner {
 
 enum TPatternMatchTest : std::uint8_t {
-  pmtUnknown,                 // passes nothing; the root of a `test` pattern
-  pmtTestClassType,           // the fact's template is the value's or descends from it
-  pmtTestEqual,               // the slot equals the value, or the value's call does not yield FALSE
-  pmtTestNotEqual,            // the opposite
-  pmtTestSlotValueEqual,      // two places of the fact are equal
-  pmtTestSlotValueNotEqual,   // two places differ
-  pmtTestMultiSlotEqual,      // as pmtTestEqual for one field of a multislot
-  pmtTestMultiSlotNotEqual,   // the opposite
-  pmtTestMultiSlotLength,     // the multislot has exactly so many fields
-  pmtTestMultiSlotMultiField, // expands a `$?` field
-  pmtFailTest                 // passes nothing
+  pmtUnknown,                // passes nothing; the root of a `test` pattern
+  pmtTestClassType,          // the fact's template is the value's or descends from it
+  pmtTestEqual,              // the slot equals the value, or the value's call does not yield FALSE
+  pmtTestNotEqual,           // the opposite
+  pmtTestSlotValueEqual,     // two places of the fact are equal
+  pmtTestSlotValueNotEqual,  // two places differ
+  pmtTestMultiSlotEqual,     // as pmtTestEqual for one field of a multislot
+  pmtTestMultiSlotNotEqual,  // the opposite
+  pmtTestMultiSlotLength,    // the multislot has exactly so many fields
+  pmtTestMultiSlotMultiField,  // expands a `$?` field
+  pmtFailTest                  // passes nothing
 };
 std::string_view GetPatternMatchTestName(TPatternMatchTest test);
 
@@ -43,7 +44,8 @@ struct TNodeArgs {
 
 class TPatternMatchNode final : public TReteNode {
  public:
-  TPatternMatchNode(TReteNetwork& rete, TPatternMatchTest test, Ref<IKBValue> value, TNodeArgs args);
+  TPatternMatchNode(TReteNetwork& rete, TPatternMatchTest test, Ref<IKBValue> value,
+                    TNodeArgs args);
 
   TPatternMatchTest GetPatternMatchTest() const noexcept { return test_; }
   const Ref<IKBValue>& GetValue() const noexcept { return value_; }

@@ -1,12 +1,13 @@
 // The compiler: from a rule to nodes, in four passes.
 //
-//   1  each pattern's chain: expansions of `$?`, lengths of multislots, literals and calls of the pattern alone
-//   2  comparisons between places of one pattern that hold the same variable
-//   3  the joins, with the comparisons and calls that reach across patterns; negation and tests
-//   4  the terminal node; then the new nodes are fed with the facts that are there
+//   1  each pattern's chain: expansions of `$?`, lengths of multislots, literals and calls of the
+//   pattern alone 2  comparisons between places of one pattern that hold the same variable 3  the
+//   joins, with the comparisons and calls that reach across patterns; negation and tests 4  the
+//   terminal node; then the new nodes are fed with the facts that are there
 //
-// A new rule's facts go to new nodes only: where its chain uses nodes of older rules, throw-away copies of these take
-// the facts, so that older rules see nothing and the new nodes get what they would have got from the start.
+// A new rule's facts go to new nodes only: where its chain uses nodes of older rules, throw-away
+// copies of these take the facts, so that older rules see nothing and the new nodes get what they
+// would have got from the start.
 
 #include <algorithm>
 #include <unordered_map>
@@ -40,7 +41,8 @@ class ReteCompiler {
   void BuildTerminal();
 
   std::int32_t FactIndex(std::int32_t pattern) const;
-  TReteNode& Successor(TReteNode* parent, TPatternMatchTest test, const Ref<IKBValue>& value, const TNodeArgs& args);
+  TReteNode& Successor(TReteNode* parent, TPatternMatchTest test, const Ref<IKBValue>& value,
+                       const TNodeArgs& args);
   void LinkNodes(TReteNode& from, TReteNode& to, TCallType call_type, bool is_new);
   void Use(TReteNode& node) { rule_nodes_.push_back(&node); }
   void Trace(std::string_view code) { rule_.CompileTrace += code; }
@@ -79,8 +81,8 @@ void ReteCompiler::LinkNodes(TReteNode& from, TReteNode& to, TCallType call_type
   if (!known) links_.push_back(Link{&from, &to, call_type});
 }
 
-TReteNode& ReteCompiler::Successor(TReteNode* parent, TPatternMatchTest test, const Ref<IKBValue>& value,
-                                   const TNodeArgs& args) {
+TReteNode& ReteCompiler::Successor(TReteNode* parent, TPatternMatchTest test,
+                                   const Ref<IKBValue>& value, const TNodeArgs& args) {
   if (value && value->GetDType() == dtFunCall) PointAtOnlyFact(*value->GetAsFunCall());
   const auto serves = [&](TReteNode* node) {
     const auto* pattern_node = dynamic_cast<const TPatternMatchNode*>(node);
@@ -127,7 +129,8 @@ Ref<IFunCall> ReteCompiler::CompileCall(const IFunCall& fun_call, std::int32_t f
       const Text name = argument->GetAsVariable();
       if (const TBinding* binding = rule_.BindingFor(name, fact_index)) {
         const Ref<IKBValue> place = Make<TKBValue>();
-        place->SetAsOwnedObject(new TBindingInfo(binding->FactIndex, binding->SlotIndex, binding->SubIndex));
+        place->SetAsOwnedObject(
+            new TBindingInfo(binding->FactIndex, binding->SlotIndex, binding->SubIndex));
         compiled->SetArgument(i, place);
       } else if (!network_.GetEngine().HasGlobalVariable(name)) {
         Raise(SUnknownVariable, name.view());
@@ -138,21 +141,24 @@ Ref<IFunCall> ReteCompiler::CompileCall(const IFunCall& fun_call, std::int32_t f
 }
 
 // The comparison of a place with the value of a global.
-Ref<IFunCall> ReteCompiler::GlobalTest(const IKBValue& variable, const TKBPattern& pattern, std::int32_t slot,
-                                       const TKBPatternMatchTest& test, std::int32_t fact_index) const {
+Ref<IFunCall> ReteCompiler::GlobalTest(const IKBValue& variable, const TKBPattern& pattern,
+                                       std::int32_t slot, const TKBPatternMatchTest& test,
+                                       std::int32_t fact_index) const {
   IReasoner& engine = network_.GetEngine();
   const bool equals = test.GetSlotTestType() == sttEquals;
   Ref<IFunCall> comparison = Make<TFunctionCall>(&engine, equals ? "eq" : "neq");
   comparison->BindLogicFunction(engine.GetLogicFunction(equals ? lfEq : lfNeq));
   comparison->AddArgument(variable.Clone());
   const Ref<IKBValue> place = Make<TKBValue>();
-  place->SetAsOwnedObject(new TBindingInfo(fact_index, pattern.GetSlotName(slot), test.GetMultiSlotSubIndex()));
+  place->SetAsOwnedObject(
+      new TBindingInfo(fact_index, pattern.GetSlotName(slot), test.GetMultiSlotSubIndex()));
   comparison->AddArgument(place);
   return comparison;
 }
 
 static const TBindingInfo* PlaceOf(const IKBValue& value) {
-  return value.GetDType() == dtObject ? dynamic_cast<const TBindingInfo*>(value.GetAsObject()) : nullptr;
+  return value.GetDType() == dtObject ? dynamic_cast<const TBindingInfo*>(value.GetAsObject())
+                                      : nullptr;
 }
 
 // True when the call, at any depth, reads another fact than the one at `index`.
@@ -161,7 +167,8 @@ bool ReteCompiler::ReachesBeyond(const IFunCall& fun_call, std::int32_t index) c
   for (std::int32_t i = 0; i < fun_call.GetArgumentCount(); ++i) {
     const Ref<IKBValue>& argument = fun_call.GetArgument(i);
     if (!argument) continue;
-    if (argument->GetDType() == dtFunCall && ReachesBeyond(*argument->GetAsFunCall(), index)) return true;
+    if (argument->GetDType() == dtFunCall && ReachesBeyond(*argument->GetAsFunCall(), index))
+      return true;
     const TBindingInfo* place = PlaceOf(*argument);
     if (place != nullptr && place->FactIndex != index) return true;
   }
@@ -190,7 +197,8 @@ void ReteCompiler::BuildPatternChains() {
   for (std::int32_t i = 0; i < rule_.GetPatternCount(); ++i) {
     TKBPattern& pattern = rule_.GetPattern(i);
     const Ref<IKBValue> name = NewAtom(pattern.GetName());
-    TReteNode* node = &Successor(nullptr, pattern.IsTest() ? pmtUnknown : pmtTestClassType, name, TNodeArgs{});
+    TReteNode* node =
+        &Successor(nullptr, pattern.IsTest() ? pmtUnknown : pmtTestClassType, name, TNodeArgs{});
     roots_.push_back(node);
     if (pattern.IsTest()) {
       tails_.push_back(node);
@@ -214,16 +222,21 @@ void ReteCompiler::BuildPatternChains() {
       for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t) {
         const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, t);
         const Ref<IKBValue>& value = test.GetSlotValue();
-        const TNodeArgs args{pattern.GetSlotName(slot), {}, test.GetMultiSlotSubIndex(), NoSubIndex};
+        const TNodeArgs args{
+            pattern.GetSlotName(slot), {}, test.GetMultiSlotSubIndex(), NoSubIndex};
         if (KBVariableTypes.Has(value->GetDType())) {
           const Text variable = value->GetAsVariable();
           if (rule_.BindingFor(variable, fact_index) != nullptr ||
               !network_.GetEngine().HasGlobalVariable(variable)) {
             continue;
           }
-          // A call that yields FALSE fails the test, so the comparison carries the sense and the node does not.
-          const TPatternMatchTest kind = args.first == NoSubIndex ? pmtTestEqual : pmtTestMultiSlotEqual;
-          node = &Successor(node, kind, NewFunCallValue(GlobalTest(*value, pattern, slot, test, fact_index)), args);
+          // A call that yields FALSE fails the test, so the comparison carries the sense and the
+          // node does not.
+          const TPatternMatchTest kind =
+              args.first == NoSubIndex ? pmtTestEqual : pmtTestMultiSlotEqual;
+          node = &Successor(node, kind,
+                            NewFunCallValue(GlobalTest(*value, pattern, slot, test, fact_index)),
+                            args);
         } else if (value->GetDType() == dtFunCall) {
           const Ref<IFunCall> call = CompileCall(*value->GetAsFunCall(), fact_index);
           if (ReachesBeyond(*call, i)) continue;
@@ -244,7 +257,8 @@ struct TOccurrence {
 };
 
 // The variables of a pattern in the order of their first occurrence, each with all its occurrences.
-static std::vector<std::pair<Text, std::vector<TOccurrence>>> VariablesOf(const TKBPattern& pattern) {
+static std::vector<std::pair<Text, std::vector<TOccurrence>>> VariablesOf(
+    const TKBPattern& pattern) {
   std::vector<std::pair<Text, std::vector<TOccurrence>>> variables;
   for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
     for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t) {
@@ -260,12 +274,13 @@ static std::vector<std::pair<Text, std::vector<TOccurrence>>> VariablesOf(const 
   return variables;
 }
 
-// The occurrence that the others of the pattern are compared with: where the variable is bound, else its first plain
-// one. Null when all are negated.
+// The occurrence that the others of the pattern are compared with: where the variable is bound,
+// else its first plain one. Null when all are negated.
 static const TOccurrence* BaseOf(const std::vector<TOccurrence>& occurrences) {
-  const auto base = std::find_if(occurrences.begin(), occurrences.end(), [](const TOccurrence& occurrence) {
-    return occurrence.test->GetSlotTestType() == sttEquals;
-  });
+  const auto base =
+      std::find_if(occurrences.begin(), occurrences.end(), [](const TOccurrence& occurrence) {
+        return occurrence.test->GetSlotTestType() == sttEquals;
+      });
   return base == occurrences.end() ? nullptr : &*base;
 }
 
@@ -276,13 +291,16 @@ void ReteCompiler::BuildPlaceTests() {
     for (const auto& [name, occurrences] : VariablesOf(pattern)) {
       const TOccurrence* base = BaseOf(occurrences);
       if (base == nullptr) continue;
-      if (rule_.BindingFor(name, FactIndex(i)) == nullptr) continue;  // a global: each place is tested by itself
+      if (rule_.BindingFor(name, FactIndex(i)) == nullptr)
+        continue;  // a global: each place is tested by itself
       for (const TOccurrence& other : occurrences) {
         if (&other == base) continue;
         const TNodeArgs args{pattern.GetSlotName(base->slot), pattern.GetSlotName(other.slot),
-                             base->test->GetMultiSlotSubIndex(), other.test->GetMultiSlotSubIndex()};
-        const TPatternMatchTest kind =
-            other.test->GetSlotTestType() == sttEquals ? pmtTestSlotValueEqual : pmtTestSlotValueNotEqual;
+                             base->test->GetMultiSlotSubIndex(),
+                             other.test->GetMultiSlotSubIndex()};
+        const TPatternMatchTest kind = other.test->GetSlotTestType() == sttEquals
+                                           ? pmtTestSlotValueEqual
+                                           : pmtTestSlotValueNotEqual;
         TReteNode*& tail = tails_[static_cast<std::size_t>(i)];
         tail = &Successor(tail, kind, nullptr, args);
       }
@@ -304,8 +322,9 @@ void ReteCompiler::AddJoinTests(TTestNode& node, TJoinNode* join, std::int32_t p
       const TOccurrence* base = BaseOf(occurrences);
       for (const TOccurrence& occurrence : occurrences) {
         if (base != nullptr && &occurrence != base) continue;
-        join->AddJoinTest(occurrence.test->GetSlotTestType(), binding->FactIndex, binding->SlotIndex,
-                          binding->SubIndex, pattern.GetSlotName(occurrence.slot),
+        join->AddJoinTest(occurrence.test->GetSlotTestType(), binding->FactIndex,
+                          binding->SlotIndex, binding->SubIndex,
+                          pattern.GetSlotName(occurrence.slot),
                           occurrence.test->GetMultiSlotSubIndex());
       }
     }
@@ -314,7 +333,8 @@ void ReteCompiler::AddJoinTests(TTestNode& node, TJoinNode* join, std::int32_t p
     for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t) {
       const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, t);
       if (test.GetSlotValue()->GetDType() != dtFunCall) continue;
-      if (pattern.GetFactTemplate()->IsBackwardChaining()) Raise(SBackChainFuncallPatterns, pattern.GetName());
+      if (pattern.GetFactTemplate()->IsBackwardChaining())
+        Raise(SBackChainFuncallPatterns, pattern.GetName());
       const Ref<IFunCall> call = CompileCall(*test.GetSlotValue()->GetAsFunCall(), fact_index);
       if (join == nullptr || ReachesBeyond(*call, pattern_index)) {
         node.AddTest(test.GetSlotTestType(), NewFunCallValue(call));
@@ -341,7 +361,8 @@ void ReteCompiler::BuildJoins() {
         throw;
       }
     } else {
-      auto& join = network_.NewNode<TJoinNode>(negations > 0, pattern.IsUnique(), asks, network_.GetHashKey());
+      auto& join = network_.NewNode<TJoinNode>(negations > 0, pattern.IsUnique(), asks,
+                                               network_.GetHashKey());
       node = &join;
       try {
         AddJoinTests(join, &join, i);
@@ -355,9 +376,10 @@ void ReteCompiler::BuildJoins() {
         if (shared != nullptr || edge.call_type != ctLeft) continue;
         auto* candidate = dynamic_cast<TJoinNode*>(edge.to);
         if (candidate == nullptr || negations > 0 || !candidate->Serves(join)) continue;
-        const bool meets = std::any_of(right->GetEdges().begin(), right->GetEdges().end(), [&](const TReteEdge& other) {
-          return other.to == candidate && other.call_type == ctRight;
-        });
+        const bool meets = std::any_of(right->GetEdges().begin(), right->GetEdges().end(),
+                                       [&](const TReteEdge& other) {
+                                         return other.to == candidate && other.call_type == ctRight;
+                                       });
         if (meets) shared = candidate;
       }
       if (shared != nullptr) {
@@ -435,14 +457,16 @@ void ReteCompiler::Feed() {
     ~Unlink() { compiler.UnlinkCopies(); }
   } unlink{*this};
   for (const Link& link : links_) {
-    if (new_nodes_.count(link.from) == 0) FeedNode(*link.from).AddEdge(FeedNode(*link.to), link.call_type);
+    if (new_nodes_.count(link.from) == 0)
+      FeedNode(*link.from).AddEdge(FeedNode(*link.to), link.call_type);
   }
   const std::vector<Ref<IFact>> facts = network_.GetEngine().SnapshotFacts();
   for (const Ref<IFact>& fact : facts) {
     const Ref<TKBToken> token = Make<TKBToken>(taAdd, fact);
     for (TReteNode* root : roots) root->CallNode(token, ctSingle);
   }
-  if (auto* terminal = dynamic_cast<TPatternMatchTerminalNode*>(rule_nodes_.back())) terminal->SetInitialized();
+  if (auto* terminal = dynamic_cast<TPatternMatchTerminalNode*>(rule_nodes_.back()))
+    terminal->SetInitialized();
 }
 
 void ReteCompiler::UnlinkCopies() {

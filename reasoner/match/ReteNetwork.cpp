@@ -8,7 +8,8 @@
 
 namespace reasoner {
 
-// --- Nodes -------------------------------------------------------------------------------------------------------
+// --- Nodes
+// -------------------------------------------------------------------------------------------------------
 
 TReteNode::TReteNode(TReteNetwork& rete)
     : rete_(rete),
@@ -34,10 +35,12 @@ void TReteNode::CallChildren(const Ref<TKBToken>& token) {
 
 std::string TReteNode::ToString() const {
   return name_ + " In/Out#: " + IntegerToText(GetInDegree()) + "/" +
-         IntegerToText(static_cast<std::int64_t>(edges_.size())) + " RuleUse: " + IntegerToText(rule_use_count_);
+         IntegerToText(static_cast<std::int64_t>(edges_.size())) +
+         " RuleUse: " + IntegerToText(rule_use_count_);
 }
 
-// --- Network -----------------------------------------------------------------------------------------------------
+// --- Network
+// -----------------------------------------------------------------------------------------------------
 
 TReteNetwork::TReteNetwork(IReasoner& engine) : engine_(engine) {}
 
@@ -70,7 +73,8 @@ static std::string_view RootName(const TReteNode& node) {
 void TReteNetwork::BecomeRoot(TReteNode& node) {
   node.root_number_ = ++root_count_;
   roots_.push_back(&node);
-  if (const std::string_view name = RootName(node); !name.empty()) named_roots_[name].push_back(&node);
+  if (const std::string_view name = RootName(node); !name.empty())
+    named_roots_[name].push_back(&node);
   template_roots_.clear();
 }
 
@@ -98,7 +102,8 @@ void TReteNetwork::FreeNode(TReteNode& node) {
   LeaveRoots(node);
   for (TReteNode* parent : node.parents_) {
     std::vector<TReteEdge>& edges = parent->edges_;
-    edges.erase(std::remove_if(edges.begin(), edges.end(), [&node](const TReteEdge& edge) { return edge.to == &node; }),
+    edges.erase(std::remove_if(edges.begin(), edges.end(),
+                               [&node](const TReteEdge& edge) { return edge.to == &node; }),
                 edges.end());
   }
   for (const TReteEdge& edge : node.edges_) {
@@ -123,16 +128,19 @@ const std::vector<TReteNode*>& TReteNetwork::RootsOf(const IFactTemplate& fact_t
   if (found != template_roots_.end() && is_current(found->second)) return found->second.roots;
   if (template_roots_.size() > 4096) template_roots_.clear();  // layouts that are gone
   TTemplateRoots known;
-  for (const IFactTemplate* item = &fact_template; item != nullptr; item = item->GetParent().get()) {
+  for (const IFactTemplate* item = &fact_template; item != nullptr;
+       item = item->GetParent().get()) {
     known.layouts.push_back(item->GetLayout());
     const auto named = named_roots_.find(item->GetTemplateName());
     if (named == named_roots_.end()) continue;
     for (TReteNode* root : named->second) {
-      if (std::find(known.roots.begin(), known.roots.end(), root) == known.roots.end()) known.roots.push_back(root);
+      if (std::find(known.roots.begin(), known.roots.end(), root) == known.roots.end())
+        known.roots.push_back(root);
     }
   }
-  std::sort(known.roots.begin(), known.roots.end(),
-            [](const TReteNode* a, const TReteNode* b) { return a->GetRootNumber() < b->GetRootNumber(); });
+  std::sort(known.roots.begin(), known.roots.end(), [](const TReteNode* a, const TReteNode* b) {
+    return a->GetRootNumber() < b->GetRootNumber();
+  });
   return (template_roots_[fact_template.GetLayout()] = std::move(known)).roots;
 }
 
@@ -140,7 +148,8 @@ bool TReteNetwork::ProcessToken(const Ref<TKBToken>& token) {
   const TTokenAction tag = token->GetTag();
   if (!enabled_ && (tag == taAdd || tag == taUpdate)) return false;
   bool passed = false;
-  const std::vector<TReteNode*> roots = tag == taClear ? roots_ : RootsOf(*token->GetFact()->GetTemplate());
+  const std::vector<TReteNode*> roots =
+      tag == taClear ? roots_ : RootsOf(*token->GetFact()->GetTemplate());
   for (TReteNode* root : roots) passed = root->CallNode(token, ctSingle) || passed;
   return passed;
 }

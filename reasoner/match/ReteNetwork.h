@@ -1,8 +1,10 @@
-// TReteNetwork: the graph of all nodes; it compiles rules into nodes and is the door of all matching.
+// TReteNetwork: the graph of all nodes; it compiles rules into nodes and is the door of all
+// matching.
 //
-// The compiled form of a rule is a left-deep chain. Each pattern gets a chain of pattern nodes that starts at a root;
-// the chain of the first pattern and that of the second meet in a join, that join and the third chain in the next one,
-// and the last node leads to a terminal node. Nodes that other rules have built already are shared.
+// The compiled form of a rule is a left-deep chain. Each pattern gets a chain of pattern nodes that
+// starts at a root; the chain of the first pattern and that of the second meet in a join, that join
+// and the third chain in the next one, and the last node leads to a terminal node. Nodes that other
+// rules have built already are shared.
 //
 //   roots:      (a ...)        (b ...)        (c ...)
 //                  |              |              |
@@ -43,8 +45,8 @@ class TReteNetwork : public TPersistent {
 
   IReasoner& GetEngine() const noexcept { return engine_; }
 
-  // Compiles the rule and feeds it with the facts that are there. All or nothing: a failure leaves no trace.
-  // A rule without patterns gets the initial one.
+  // Compiles the rule and feeds it with the facts that are there. All or nothing: a failure leaves
+  // no trace. A rule without patterns gets the initial one.
   void AddRule(TRule& rule);
   void RemoveRule(TRule& rule);
   bool HasRule(const TRule& rule) const { return rule_nodes_.find(&rule) != rule_nodes_.end(); }
@@ -65,7 +67,8 @@ class TReteNetwork : public TPersistent {
 
   // Nodes without incoming edges, in the order in which they became so.
   const std::vector<TReteNode*>& GetRoots() const noexcept { return roots_; }
-  // Every node that the rule uses, once a use, in order; null if the network does not know the rule.
+  // Every node that the rule uses, once a use, in order; null if the network does not know the
+  // rule.
   const std::vector<TReteNode*>* GetRuleNodes(const TRule& rule) const;
   std::size_t GetNodeCount() const noexcept { return nodes_.size(); }
   const std::unordered_set<TReteNode*>& GetNodes() const noexcept { return nodes_; }
@@ -99,8 +102,8 @@ class TReteNetwork : public TPersistent {
   std::unordered_set<TReteNode*> nodes_;  // owned
   std::vector<TReteNode*> roots_;
   std::uint64_t root_count_ = 0;
-  // Roots by the name of the template that they take, and the roots of each template with its ancestors', looked up
-  // once a layout. The second is dropped whenever a root comes or goes.
+  // Roots by the name of the template that they take, and the roots of each template with its
+  // ancestors', looked up once a layout. The second is dropped whenever a root comes or goes.
   std::unordered_map<std::string_view, std::vector<TReteNode*>> named_roots_;
   struct TTemplateRoots {
     std::vector<std::uint64_t> layouts;  // of the template and its ancestors, as they were

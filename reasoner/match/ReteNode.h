@@ -1,9 +1,9 @@
 // The nodes of the match network and what they have in common.
 //
-// Tokens enter at the roots and flow along edges. Every node that a token passes decides by itself what to do and calls
-// its children at once, in the order in which its edges were added: the network is walked depth first, and the whole of
-// it within the call that brought the token in. A token's tag says what happens (add, remove, clear); the edge says by
-// which input it comes.
+// Tokens enter at the roots and flow along edges. Every node that a token passes decides by itself
+// what to do and calls its children at once, in the order in which its edges were added: the
+// network is walked depth first, and the whole of it within the call that brought the token in. A
+// token's tag says what happens (add, remove, clear); the edge says by which input it comes.
 
 #pragma once
 

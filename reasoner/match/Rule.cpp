@@ -55,7 +55,8 @@ void TRule::SetEngine(IReasoner* engine) {
 
 void TRule::Notification(TComponent& component, TOperation operation) {
   TComponent::Notification(component, operation);
-  if (operation == opRemove && GetEngine() != nullptr && &GetEngine()->AsComponent() == &component) {
+  if (operation == opRemove && GetEngine() != nullptr &&
+      &GetEngine()->AsComponent() == &component) {
     engine_ = nullptr;
   }
 }
@@ -70,7 +71,8 @@ void TRule::Change() {
   if (OnChange) OnChange(*this);
 }
 
-// --- Salience ----------------------------------------------------------------------------------------------------
+// --- Salience
+// ----------------------------------------------------------------------------------------------------
 
 void TRule::SetSalience(const Ref<IKBValue>& value) {
   const std::int32_t old = salience_;
@@ -91,7 +93,8 @@ std::int32_t TRule::EvaluateSalience() {
   return salience_ = salience_value_->Resolve(&frame)->GetAsInteger();
 }
 
-// --- Patterns ----------------------------------------------------------------------------------------------------
+// --- Patterns
+// ----------------------------------------------------------------------------------------------------
 
 TKBPattern& TRule::GetPattern(std::int32_t index) const {
   if (index < 0 || index >= GetPatternCount()) Raise(SListIndexError, index);
@@ -142,7 +145,8 @@ void TRule::SetPatterns(const TRule& source) {
   bindings_.clear();
   patterns_.clear();
   for (std::int32_t i = 0; i < source.GetPatternCount(); ++i) {
-    // Behind a goal stands its negated companion, which AddPattern makes anew; the initial pattern likewise.
+    // Behind a goal stands its negated companion, which AddPattern makes anew; the initial pattern
+    // likewise.
     if (i > 0 && source.GetPattern(i - 1).GetName().starts_with(SBackChainPrefix)) continue;
     AddPattern(source.GetPattern(i).Clone(GetEngine()));
   }
@@ -173,8 +177,10 @@ Text TRule::NewVariableName(std::string_view prefix) const {
   return name;
 }
 
-// A copy of the call in which every variable that has been renamed has its new name. Other patterns may share the call.
-static Ref<IFunCall> Renamed(const IFunCall& fun_call, const std::vector<std::pair<Text, Text>>& renames) {
+// A copy of the call in which every variable that has been renamed has its new name. Other patterns
+// may share the call.
+static Ref<IFunCall> Renamed(const IFunCall& fun_call,
+                             const std::vector<std::pair<Text, Text>>& renames) {
   const DepthGuard guard("function call");
   Ref<IFunCall> copy = fun_call.Clone();
   for (std::int32_t i = 0; i < copy->GetArgumentCount(); ++i) {
@@ -194,11 +200,13 @@ static Ref<IFunCall> Renamed(const IFunCall& fun_call, const std::vector<std::pa
   return copy;
 }
 
-// True when the name has a binding that a later pattern can read: one in a negated pattern holds no fact.
+// True when the name has a binding that a later pattern can read: one in a negated pattern holds no
+// fact.
 bool TRule::IsPlainlyBound(const Text& name) const {
-  return std::any_of(bindings_.begin(), bindings_.end(), [this, &name](const std::unique_ptr<TBinding>& binding) {
-    return binding->GetName() == name && !IsInNegatedPattern(*binding);
-  });
+  return std::any_of(bindings_.begin(), bindings_.end(),
+                     [this, &name](const std::unique_ptr<TBinding>& binding) {
+                       return binding->GetName() == name && !IsInNegatedPattern(*binding);
+                     });
 }
 
 bool TRule::IsInNegatedPattern(const TBinding& binding) const {
@@ -213,9 +221,10 @@ bool TRule::IsInNegatedPattern(const TBinding& binding) const {
 
 void TRule::BindVariables(TKBPattern& pattern, std::int32_t fact_index, TRenames& renames) {
   const auto bound_here = [this, fact_index](const Text& name) {
-    return std::any_of(bindings_.begin(), bindings_.end(), [&](const std::unique_ptr<TBinding>& binding) {
-      return binding->GetName() == name && binding->FactIndex == fact_index;
-    });
+    return std::any_of(bindings_.begin(), bindings_.end(),
+                       [&](const std::unique_ptr<TBinding>& binding) {
+                         return binding->GetName() == name && binding->FactIndex == fact_index;
+                       });
   };
   std::vector<Text> negated_first;
   for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
@@ -282,7 +291,8 @@ void TRule::PatternAdded(std::int32_t index) {
   PatternAdded(GetPatternCount() - 1);
 }
 
-// --- Actions -----------------------------------------------------------------------------------------------------
+// --- Actions
+// -----------------------------------------------------------------------------------------------------
 
 const Ref<IFunCall>& TRule::GetAction(std::int32_t index) const {
   if (index < 0 || index >= GetActionCount()) Raise(SListIndexError, index);
@@ -306,7 +316,8 @@ void TRule::ClearActions() {
   Change();
 }
 
-// --- Bindings ----------------------------------------------------------------------------------------------------
+// --- Bindings
+// ----------------------------------------------------------------------------------------------------
 
 TBinding* TRule::GetBindingByName(const Text& name) const {
   // A binding in a negated pattern gives way to a later one that holds a fact.
@@ -339,7 +350,8 @@ TBinding& TRule::AddBinding(const Text& name, std::int32_t fact_index, const Tex
   return *bindings_.back();
 }
 
-// --- Firing ------------------------------------------------------------------------------------------------------
+// --- Firing
+// ------------------------------------------------------------------------------------------------------
 
 void TRule::Prepare(const TKBToken& token, TKBContext& context) {
   const Ref<IFact>& no_fact = RequireEngine().GetNotOrTestFact();
@@ -347,7 +359,8 @@ void TRule::Prepare(const TKBToken& token, TKBContext& context) {
     if (binding->SlotIndex == SLocalBinding) continue;
     IFact* fact = token.GetFacts(binding->FactIndex);
     // The marker stands where a negated pattern has no fact.
-    if (fact == nullptr || fact == no_fact.get() || fact->GetTemplate() == no_fact->GetTemplate()) continue;
+    if (fact == nullptr || fact == no_fact.get() || fact->GetTemplate() == no_fact->GetTemplate())
+      continue;
     Ref<IKBValue> value;
     if (binding->SlotIndex == SPatternBinding) {
       value = NewFactId(fact->GetID());

@@ -1,8 +1,9 @@
-// TRule: a left side of patterns, a right side of calls, and the bindings that tie the two together.
+// TRule: a left side of patterns, a right side of calls, and the bindings that tie the two
+// together.
 //
-// Adding a pattern rewrites it and fills the binding table: when the network compiles the rule, every variable has a
-// place in the match, a fact's index, a slot and a sub-index. Firing reads those places from the token, binds the
-// values in a new frame and runs the actions.
+// Adding a pattern rewrites it and fills the binding table: when the network compiles the rule,
+// every variable has a place in the match, a fact's index, a slot and a sub-index. Firing reads
+// those places from the token, binds the values in a new frame and runs the actions.
 
 #pragma once
 
@@ -21,8 +22,8 @@
 
 namespace reasoner {
 
-// A rule made with an engine as owner is known to that engine, but matches nothing before the engine's rules hold it.
-// A host may own it as a plain object: when it dies it leaves the engine.
+// A rule made with an engine as owner is known to that engine, but matches nothing before the
+// engine's rules hold it. A host may own it as a plain object: when it dies it leaves the engine.
 class TRule final : public TComponent {
  public:
   explicit TRule(TComponent* owner = nullptr);
@@ -30,7 +31,8 @@ class TRule final : public TComponent {
 
   std::int32_t GetRuleId() const noexcept { return rule_id_; }
   const TKBName& GetRuleName() const noexcept { return rule_name_; }
-  // Moves a registered rule to the new name. Raises for a forbidden character, or when the name is taken.
+  // Moves a registered rule to the new name. Raises for a forbidden character, or when the name is
+  // taken.
   void SetRuleName(std::string_view name);
   IReasoner* GetEngine() const noexcept { return engine_ ? engine_->engine : nullptr; }
   // Leaves the old engine's rules and joins the new one's, with a new id.
@@ -46,18 +48,22 @@ class TRule final : public TComponent {
 
   std::int32_t GetSalience() const noexcept { return salience_; }
   const Ref<IKBValue>& GetSalienceValue() const noexcept { return salience_value_; }
-  // A number, or a variable or call that is evaluated at once. Recompiles a registered rule when the number changes.
+  // A number, or a variable or call that is evaluated at once. Recompiles a registered rule when
+  // the number changes.
   void SetSalience(const Ref<IKBValue>& value);
   void SetSalience(std::int32_t value);
   // Evaluates the salience value again and stores the number; the rule stays compiled as it is.
   std::int32_t EvaluateSalience();
 
   // The left side.
-  std::int32_t GetPatternCount() const noexcept { return static_cast<std::int32_t>(patterns_.size()); }
+  std::int32_t GetPatternCount() const noexcept {
+    return static_cast<std::int32_t>(patterns_.size());
+  }
   TKBPattern& GetPattern(std::int32_t index) const;
   // The first pattern on that template, or -1.
   std::int32_t IndexOfTemplate(const IFactTemplate& fact_template) const;
-  // Appends a pattern: rewrites it, binds its variables, and adds what it needs before and behind it.
+  // Appends a pattern: rewrites it, binds its variables, and adds what it needs before and behind
+  // it.
   void AddPattern(std::unique_ptr<TKBPattern> pattern);
   void RemovePattern(std::int32_t index);
   // Replaces the left side by clones of that of `source`.
@@ -65,7 +71,9 @@ class TRule final : public TComponent {
   void ClearPatterns();
 
   // The right side.
-  std::int32_t GetActionCount() const noexcept { return static_cast<std::int32_t>(actions_.size()); }
+  std::int32_t GetActionCount() const noexcept {
+    return static_cast<std::int32_t>(actions_.size());
+  }
   const Ref<IFunCall>& GetAction(std::int32_t index) const;
   void AddAction(const Ref<IFunCall>& action);
   void RemoveAction(std::int32_t index);
@@ -74,10 +82,11 @@ class TRule final : public TComponent {
   // Variables, in the order of their first use.
   const std::vector<std::unique_ptr<TBinding>>& GetBindings() const noexcept { return bindings_; }
   TBinding* GetBindingByName(const Text& name) const;
-  // The binding that a test of the pattern with this fact index reads: one of an earlier pattern that holds a fact, or
-  // one of the pattern itself. Null when there is neither.
+  // The binding that a test of the pattern with this fact index reads: one of an earlier pattern
+  // that holds a fact, or one of the pattern itself. Null when there is neither.
   const TBinding* BindingFor(const Text& name, std::int32_t fact_index) const;
-  TBinding& AddBinding(const Text& name, std::int32_t fact_index, const Text& slot_name, std::int32_t sub_index);
+  TBinding& AddBinding(const Text& name, std::int32_t fact_index, const Text& slot_name,
+                       std::int32_t sub_index);
 
   void BeginUpdate() noexcept { ++update_count_; }
   void EndUpdate();

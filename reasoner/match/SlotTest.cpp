@@ -13,7 +13,8 @@ bool TKBSlotTest::Equals(const TKBSlotTest& other) const {
 std::string TKBSlotTest::ToString() const { return test_type_ == sttEquals ? "=" : "<>"; }
 
 TKBJoinTest::TKBJoinTest(TSlotTestType test_type, std::int32_t token_index, const Text& left,
-                         std::int32_t left_sub_index, const Text& right, std::int32_t right_sub_index)
+                         std::int32_t left_sub_index, const Text& right,
+                         std::int32_t right_sub_index)
     : TKBSlotTest(test_type),
       RightSubIndex(right_sub_index),
       RightIndex(right),
@@ -30,13 +31,18 @@ static Ref<IKBValue> ValueAt(IFact& fact, const TSlotAccess& slot, std::int32_t 
   if (ordinal < 0) return nullptr;
   const Ref<IKBValue>& value = fact.GetValueAt(ordinal);
   if (sub_index == NoSubIndex) return value;
-  if (value->GetDType() != dtList || sub_index >= value->GetAsList()->GetValueCount()) return nullptr;
+  if (value->GetDType() != dtList || sub_index >= value->GetAsList()->GetValueCount())
+    return nullptr;
   return value->GetAsList()->GetItem(sub_index);
 }
 
-Ref<IKBValue> TKBJoinTest::LeftValue(IFact& fact) const { return ValueAt(fact, left_, LeftSubIndex); }
+Ref<IKBValue> TKBJoinTest::LeftValue(IFact& fact) const {
+  return ValueAt(fact, left_, LeftSubIndex);
+}
 
-Ref<IKBValue> TKBJoinTest::RightValue(IFact& fact) const { return ValueAt(fact, right_, RightSubIndex); }
+Ref<IKBValue> TKBJoinTest::RightValue(IFact& fact) const {
+  return ValueAt(fact, right_, RightSubIndex);
+}
 
 bool TKBJoinTest::Compare(const IMatch& token, IFact& fact) const {
   IFact* left_fact = token.GetFacts(TokenIndex);
@@ -60,14 +66,16 @@ bool TKBJoinTest::Compare(const IMatch& token, IFact& fact) const {
 }
 
 std::unique_ptr<TKBSlotTest> TKBJoinTest::Clone() const {
-  return std::make_unique<TKBJoinTest>(test_type_, TokenIndex, LeftIndex, LeftSubIndex, RightIndex, RightSubIndex);
+  return std::make_unique<TKBJoinTest>(test_type_, TokenIndex, LeftIndex, LeftSubIndex, RightIndex,
+                                       RightSubIndex);
 }
 
 bool TKBJoinTest::Equals(const TKBSlotTest& other) const {
   if (!TKBSlotTest::Equals(other)) return false;
   const auto& test = static_cast<const TKBJoinTest&>(other);
-  return TokenIndex == test.TokenIndex && LeftSubIndex == test.LeftSubIndex && RightSubIndex == test.RightSubIndex &&
-         LeftIndex == test.LeftIndex && RightIndex == test.RightIndex;
+  return TokenIndex == test.TokenIndex && LeftSubIndex == test.LeftSubIndex &&
+         RightSubIndex == test.RightSubIndex && LeftIndex == test.LeftIndex &&
+         RightIndex == test.RightIndex;
 }
 
 bool TKBJoinTest::PerformTest(TKBContext& context) {
@@ -77,7 +85,8 @@ bool TKBJoinTest::PerformTest(TKBContext& context) {
 
 std::string TKBJoinTest::ToString() const {
   const bool multi = GetJoinTestType() == tstMultiSlot;
-  std::string text = TKBSlotTest::ToString() + " " + std::string(kTemplateSlotTypeNames[GetJoinTestType()]) +
+  std::string text = TKBSlotTest::ToString() + " " +
+                     std::string(kTemplateSlotTypeNames[GetJoinTestType()]) +
                      " TokenIdx: " + IntegerToText(TokenIndex) + " Left: " + LeftIndex.str();
   if (multi) text += " " + IntegerToText(LeftSubIndex);
   text += " Right: " + RightIndex.str();
@@ -85,8 +94,8 @@ std::string TKBJoinTest::ToString() const {
   return text;
 }
 
-TKBPatternMatchTest::TKBPatternMatchTest(TKBPattern* pattern, TSlotTestType test_type, std::int32_t sub_index,
-                                         const Ref<IKBValue>& value)
+TKBPatternMatchTest::TKBPatternMatchTest(TKBPattern* pattern, TSlotTestType test_type,
+                                         std::int32_t sub_index, const Ref<IKBValue>& value)
     : TKBSlotTest(test_type),
       pattern_(pattern),
       slot_value_(value ? value->Clone() : nullptr),

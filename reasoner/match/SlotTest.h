@@ -31,8 +31,8 @@ class TKBSlotTest : public TPersistent {
 // Compares a slot of the fact from the right with a slot of a fact earlier in the token.
 class TKBJoinTest final : public TKBSlotTest {
  public:
-  TKBJoinTest(TSlotTestType test_type, std::int32_t token_index, const Text& left, std::int32_t left_sub_index,
-              const Text& right, std::int32_t right_sub_index);
+  TKBJoinTest(TSlotTestType test_type, std::int32_t token_index, const Text& left,
+              std::int32_t left_sub_index, const Text& right, std::int32_t right_sub_index);
 
   // tstSlot when neither side has a sub-index.
   TTemplateSlotType GetJoinTestType() const noexcept {
@@ -67,7 +67,8 @@ class TKBJoinTest final : public TKBSlotTest {
 // A constant, a variable or a function call at a place of a pattern.
 class TKBPatternMatchTest final : public TKBSlotTest {
  public:
-  // Stores a clone of the value. The pattern, which owns the test, is told of changes; null for a test of a node.
+  // Stores a clone of the value. The pattern, which owns the test, is told of changes; null for a
+  // test of a node.
   TKBPatternMatchTest(TKBPattern* pattern, TSlotTestType test_type, std::int32_t sub_index,
                       const Ref<IKBValue>& value);
 

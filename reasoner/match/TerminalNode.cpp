@@ -17,8 +17,10 @@ TPatternMatchTerminalNode::~TPatternMatchTerminalNode() {
 void TPatternMatchTerminalNode::Unlist(TActivation& activation) noexcept {
   if (activation.node_ != this) return;
   chains_.Remove(activation);
-  TActivation*& before = activation.list_previous_ == nullptr ? first_ : activation.list_previous_->list_next_;
-  TActivation*& behind = activation.list_next_ == nullptr ? last_ : activation.list_next_->list_previous_;
+  TActivation*& before =
+      activation.list_previous_ == nullptr ? first_ : activation.list_previous_->list_next_;
+  TActivation*& behind =
+      activation.list_next_ == nullptr ? last_ : activation.list_next_->list_previous_;
   before = activation.list_next_;
   behind = activation.list_previous_;
   activation.list_previous_ = activation.list_next_ = nullptr;
@@ -38,7 +40,8 @@ TActivation* TPatternMatchTerminalNode::FindActivation(const TKBToken& token) co
 
 void TPatternMatchTerminalNode::AddActivation(const Ref<TKBToken>& token) {
   if (rule_ == nullptr) return;
-  if (token->GetTag() == taAdd && ((rule_->OneShot && rule_->HasFired()) || !rule_->Enabled)) return;
+  if (token->GetTag() == taAdd && ((rule_->OneShot && rule_->HasFired()) || !rule_->Enabled))
+    return;
   if (token->GetTag() == taUpdate && initialized_) return;
   auto made = std::make_unique<TActivation>(*rule_, token, this, token->GetStrength());
   TActivation& activation = *made;

@@ -11,8 +11,8 @@
 
 namespace reasoner {
 
-// Lists exactly the activations of its rule that are on the agenda or being fired, in the order of their making, and
-// finds the one of a token by hash. The activations belong to the agenda.
+// Lists exactly the activations of its rule that are on the agenda or being fired, in the order of
+// their making, and finds the one of a token by hash. The activations belong to the agenda.
 class TPatternMatchTerminalNode final : public TReteNode {
  public:
   TPatternMatchTerminalNode(TReteNetwork& rete, TRule& rule);
@@ -24,9 +24,13 @@ class TPatternMatchTerminalNode final : public TReteNode {
   // Lets nothing through any more: the rule is ending.
   void Deafen() noexcept { rule_ = nullptr; }
 
-  std::int32_t GetActivationCount() const noexcept { return static_cast<std::int32_t>(chains_.size()); }
+  std::int32_t GetActivationCount() const noexcept {
+    return static_cast<std::int32_t>(chains_.size());
+  }
   TActivation* GetFirstActivation() const noexcept { return first_; }
-  static TActivation* GetNextActivation(const TActivation& activation) noexcept { return activation.list_next_; }
+  static TActivation* GetNextActivation(const TActivation& activation) noexcept {
+    return activation.list_next_;
+  }
   bool Lists(const TActivation& activation) const noexcept { return activation.GetNode() == this; }
 
   bool CallNode(const Ref<TKBToken>& token, TCallType call_type) override;

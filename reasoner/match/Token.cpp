@@ -81,7 +81,8 @@ std::string TKBToken::ToString() const {
 
 std::string TKBToken::GetToFactsString() const {
   std::vector<const TKBToken*> chain;
-  for (const TKBToken* token = this; token != nullptr && token->count_ > 0; token = token->parent_.get()) {
+  for (const TKBToken* token = this; token != nullptr && token->count_ > 0;
+       token = token->parent_.get()) {
     chain.push_back(token);
   }
   std::string text;

@@ -1,9 +1,10 @@
 // TKBToken: a partial match, a chain of facts with what is to be done about it.
 //
-// Every fact that enters the network travels as a token, join nodes store tokens, and an activation holds the token
-// that caused it. Tokens are shared between all nodes that received them: a node that wants to change one makes a copy.
-// Two tokens are equal when they are the same chain of fact ids with the same strengths; the sort code, and a better
-// mixed hash beside it, settle most comparisons without a walk.
+// Every fact that enters the network travels as a token, join nodes store tokens, and an activation
+// holds the token that caused it. Tokens are shared between all nodes that received them: a node
+// that wants to change one makes a copy. Two tokens are equal when they are the same chain of fact
+// ids with the same strengths; the sort code, and a better mixed hash beside it, settle most
+// comparisons without a walk.
 
 #pragma once
 
@@ -50,7 +51,8 @@ class TKBToken final : public IMatch, public Pooled {
   // The same chain of ids, whatever the strengths.
   bool EqualsFacts(const TKBToken& other) const noexcept { return EqualsChain(other, false); }
 
-  // The tag's name, " cnt=" and " negcnt=" with the counts, and the facts, the last first, a line each.
+  // The tag's name, " cnt=" and " negcnt=" with the counts, and the facts, the last first, a line
+  // each.
   std::string ToString() const;
   // "f-1, f-7": the ids from first to last.
   std::string GetToFactsString() const;

@@ -16,7 +16,9 @@ TKBTokenTree::TKBTokenTree(std::int32_t hash_size, std::int32_t token_index, std
 
 TKBTokenTree::~TKBTokenTree() { Clear(); }
 
-std::uint32_t TokenKeyOf(const IKBValue* value) { return value == nullptr ? 0 : value->GetHashCode(); }
+std::uint32_t TokenKeyOf(const IKBValue* value) {
+  return value == nullptr ? 0 : value->GetHashCode();
+}
 
 std::uint32_t TKBTokenTree::KeyOf(const TKBToken& token) const {
   if (use_sort_code_) return token.GetSortCode();
@@ -100,8 +102,10 @@ void TKBTokenTree::EnterGroup(Entry& entry) {
 void TKBTokenTree::LeaveGroup(Entry& entry) noexcept {
   Group* group = entry.group;
   if (group == nullptr) return;
-  (entry.group_previous == nullptr ? group->first : entry.group_previous->group_next) = entry.group_next;
-  (entry.group_next == nullptr ? group->last : entry.group_next->group_previous) = entry.group_previous;
+  (entry.group_previous == nullptr ? group->first : entry.group_previous->group_next) =
+      entry.group_next;
+  (entry.group_next == nullptr ? group->last : entry.group_next->group_previous) =
+      entry.group_previous;
   if (group->first != nullptr) return;
   groups_.Remove(*group);
   delete group;
@@ -119,8 +123,10 @@ void TKBTokenTree::Remove(Entry& entry) noexcept {
   identities_.Remove(entry);
   LeaveGroup(entry);
   Bucket& bucket = buckets_[static_cast<std::size_t>(entry.bucket)];
-  (entry.bucket_previous == nullptr ? bucket.first : entry.bucket_previous->bucket_next) = entry.bucket_next;
-  (entry.bucket_next == nullptr ? bucket.last : entry.bucket_next->bucket_previous) = entry.bucket_previous;
+  (entry.bucket_previous == nullptr ? bucket.first : entry.bucket_previous->bucket_next) =
+      entry.bucket_next;
+  (entry.bucket_next == nullptr ? bucket.last : entry.bucket_next->bucket_previous) =
+      entry.bucket_previous;
 }
 
 bool TKBTokenTree::Remove(const TKBToken& token) {

@@ -1,12 +1,13 @@
 // TKBTokenTree: the memory of one input of a join.
 //
-// A fixed array of buckets, told apart by a hash key of the tokens: their sort code, the id of a fact, or the value of
-// a slot. Tokens of a bucket stand in the order of arrival, and that order is the order in which matches propagate. No
-// two equal tokens stand in one bucket.
+// A fixed array of buckets, told apart by a hash key of the tokens: their sort code, the id of a
+// fact, or the value of a slot. Tokens of a bucket stand in the order of arrival, and that order is
+// the order in which matches propagate. No two equal tokens stand in one bucket.
 //
-// OPTIMIZATION: same order as walking the buckets, found by hash. Beside the buckets, tokens of one exact key form a
-// group in arrival order (a join on an equal value touches its partners alone), and every token is found by the hash
-// of its chain of ids, so that adding and removing walk no bucket.
+// OPTIMIZATION: same order as walking the buckets, found by hash. Beside the buckets, tokens of one
+// exact key form a group in arrival order (a join on an equal value touches its partners alone),
+// and every token is found by the hash of its chain of ids, so that adding and removing walk no
+// bucket.
 
 #pragma once
 
@@ -44,17 +45,18 @@ class TKBTokenTree {
     Group* next = nullptr;
   };
 
-  // With `use_sort_code` the key is the token's sort code; else, with a slot name, the hash of that slot (or of an item
-  // of its list) of the token's fact at `token_index`; else that fact's id.
-  TKBTokenTree(std::int32_t hash_size, std::int32_t token_index, std::int32_t sub_index, const Text& slot_name,
-               bool use_sort_code);
+  // With `use_sort_code` the key is the token's sort code; else, with a slot name, the hash of that
+  // slot (or of an item of its list) of the token's fact at `token_index`; else that fact's id.
+  TKBTokenTree(std::int32_t hash_size, std::int32_t token_index, std::int32_t sub_index,
+               const Text& slot_name, bool use_sort_code);
   ~TKBTokenTree();
   TKBTokenTree(const TKBTokenTree&) = delete;
   TKBTokenTree& operator=(const TKBTokenTree&) = delete;
 
   // The new entry, or null when the bucket holds an equal token already.
   Entry* Add(const Ref<TKBToken>& token);
-  // The entry of an equal token, or null. A token that equals nothing held is looked up by its facts alone.
+  // The entry of an equal token, or null. A token that equals nothing held is looked up by its
+  // facts alone.
   Entry* Find(const TKBToken& token) const;
   void Remove(Entry& entry) noexcept;
   bool Remove(const TKBToken& token);
@@ -67,8 +69,11 @@ class TKBTokenTree {
   // The range of buckets used since the last Clear; above the last one and -1 when none was.
   std::int32_t GetLowestBucket() const noexcept { return lowest_; }
   std::int32_t GetHighestBucket() const noexcept { return highest_; }
-  Entry* FirstInBucket(std::int32_t bucket) const noexcept { return buckets_[static_cast<std::size_t>(bucket)].first; }
-  // The first entry with exactly this key; the rest follow by group_next. Only for trees keyed by a slot.
+  Entry* FirstInBucket(std::int32_t bucket) const noexcept {
+    return buckets_[static_cast<std::size_t>(bucket)].first;
+  }
+  // The first entry with exactly this key; the rest follow by group_next. Only for trees keyed by a
+  // slot.
   Entry* FirstWithKey(std::uint32_t key) const noexcept;
 
   // The tokens' texts, a line break behind each bucket that has ever been used.

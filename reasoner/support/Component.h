@@ -1,11 +1,13 @@
 // TComponent: ownership by a parent, a name, and word of the end.
 //
-// An owner deletes what it still owns when it dies, the last one first. A component may as well be a plain object, a
-// member or in a unique_ptr with no owner or with one: its death takes it off its owner's list.
+// An owner deletes what it still owns when it dies, the last one first. A component may as well be
+// a plain object, a member or in a unique_ptr with no owner or with one: its death takes it off its
+// owner's list.
 //
-// Whoever refers to a component that may die earlier calls its `FreeNotification(self)`; at the start of the
-// destruction `Notification(component, opRemove)` then runs on the owner and on everyone who asked. A class that others
-// recognise by its type calls `BeginDestruction()` first in its own destructor, while it still is of that type.
+// Whoever refers to a component that may die earlier calls its `FreeNotification(self)`; at the
+// start of the destruction `Notification(component, opRemove)` then runs on the owner and on
+// everyone who asked. A class that others recognise by its type calls `BeginDestruction()` first in
+// its own destructor, while it still is of that type.
 
 #pragma once
 
@@ -43,11 +45,13 @@ class TComponent : public TPersistent {
   // True from the start of the destruction on (csDestroying).
   bool IsDestroying() const noexcept { return destroying_; }
 
-  // `listener` is told when this component dies, and the other way round forgets it when it dies itself.
+  // `listener` is told when this component dies, and the other way round forgets it when it dies
+  // itself.
   void FreeNotification(TComponent& listener);
   void RemoveFreeNotification(TComponent& listener);
 
-  // A component that this one owns or watches comes or goes. Overrides call the inherited one first.
+  // A component that this one owns or watches comes or goes. Overrides call the inherited one
+  // first.
   virtual void Notification(TComponent& component, TOperation operation);
 
  protected:
@@ -61,7 +65,7 @@ class TComponent : public TPersistent {
   std::string name_;
   std::vector<TComponent*> components_;  // owned
   std::vector<TComponent*> watchers_;    // who asked for word of this one's end
-  std::vector<TComponent*> watched_;     // the other end: on whose lists of watchers this one stands
+  std::vector<TComponent*> watched_;  // the other end: on whose lists of watchers this one stands
   bool destroying_ = false;
 };
 

@@ -1,9 +1,11 @@
-// A sequence that knows positions: item at an index, index of an item, insertion and removal anywhere, each O(log n).
+// A sequence that knows positions: item at an index, index of an item, insertion and removal
+// anywhere, each O(log n).
 //
-// It is a treap over the order of its items: a binary tree in which every node counts its subtree, kept shallow by
-// random priorities. The links live in the items (`CountedNode` is their base), so an item is in one sequence at most,
-// and the sequence neither makes nor ends items. The priorities come from a fixed generator of the sequence: the same
-// operations give the same shape in every run.
+// It is a treap over the order of its items: a binary tree in which every node counts its subtree,
+// kept shallow by random priorities. The links live in the items (`CountedNode` is their base), so
+// an item is in one sequence at most, and the sequence neither makes nor ends items. The priorities
+// come from a fixed generator of the sequence: the same operations give the same shape in every
+// run.
 
 #pragma once
 

@@ -24,7 +24,8 @@ class Exception : public std::exception {
   const char* what() const noexcept override { return message_.c_str(); }
   const std::string& GetMessage() const noexcept { return message_; }
 
-  // Adds to the message while the exception is under way, so that each layer can tell where it passed.
+  // Adds to the message while the exception is under way, so that each layer can tell where it
+  // passed.
   void AppendMessage(const std::string& text) { message_ += text; }
 
  private:
@@ -41,7 +42,8 @@ class EKBException : public EKitException {
   using EKitException::EKitException;
 };
 
-// Ends what is going on without being a failure. It is no `Exception`, so that handlers of failures let it pass.
+// Ends what is going on without being a failure. It is no `Exception`, so that handlers of failures
+// let it pass.
 class EAbort : public std::exception {
  public:
   const char* what() const noexcept override { return "Operation aborted"; }

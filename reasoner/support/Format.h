@@ -12,9 +12,9 @@
 //   c       one character (messages only)
 //   %%      a per cent sign that takes no value
 //
-// Blanks pad; widths count 16-bit characters. Values never reach the C library's formats. A `%` that is the last
-// character is no conversion. Any other shape, a width or a precision above 1000, or a value of the wrong kind raises
-// EKBException "Invalid format: %s" with the format.
+// Blanks pad; widths count 16-bit characters. Values never reach the C library's formats. A `%`
+// that is the last character is no conversion. Any other shape, a width or a precision above 1000,
+// or a value of the wrong kind raises EKBException "Invalid format: %s" with the format.
 
 #pragma once
 
@@ -29,18 +29,21 @@ namespace reasoner {
 
 class FormatArg {
  public:
-  FormatArg(std::int32_t value) : value_(std::int64_t{value}) {}        // NOLINT: arguments convert freely
-  FormatArg(std::uint32_t value) : value_(std::int64_t{value}) {}       // NOLINT
-  FormatArg(std::int64_t value) : value_(value) {}                      // NOLINT
+  FormatArg(std::int32_t value)
+      : value_(std::int64_t{value}) {}  // NOLINT: arguments convert freely
+  FormatArg(std::uint32_t value) : value_(std::int64_t{value}) {}               // NOLINT
+  FormatArg(std::int64_t value) : value_(value) {}                              // NOLINT
   FormatArg(std::uint64_t value) : value_(static_cast<std::int64_t>(value)) {}  // NOLINT
-  FormatArg(double value) : value_(value) {}                            // NOLINT
-  FormatArg(char value) : value_(value) {}                              // NOLINT
-  FormatArg(std::string_view value) : value_(value) {}                  // NOLINT: must outlive the call
+  FormatArg(double value) : value_(value) {}                                    // NOLINT
+  FormatArg(char value) : value_(value) {}                                      // NOLINT
+  FormatArg(std::string_view value) : value_(value) {}  // NOLINT: must outlive the call
   FormatArg(const std::string& value) : value_(std::string_view(value)) {}  // NOLINT
-  FormatArg(const char* value) : value_(std::string_view(value)) {}     // NOLINT
-  FormatArg(const void* value) : value_(value) {}                       // NOLINT
+  FormatArg(const char* value) : value_(std::string_view(value)) {}         // NOLINT
+  FormatArg(const void* value) : value_(value) {}                           // NOLINT
 
-  const std::variant<std::int64_t, double, char, std::string_view, const void*>& Get() const { return value_; }
+  const std::variant<std::int64_t, double, char, std::string_view, const void*>& Get() const {
+    return value_;
+  }
 
  private:
   std::variant<std::int64_t, double, char, std::string_view, const void*> value_;

@@ -1,7 +1,8 @@
-// A hash table whose links lie in its items: it finds all items of a key, and neither makes nor ends any.
+// A hash table whose links lie in its items: it finds all items of a key, and neither makes nor
+// ends any.
 //
-// The key is a 32-bit hash that the item keeps; the caller compares what it stands for. Within one chain items stand in
-// the order of their insertion.
+// The key is a 32-bit hash that the item keeps; the caller compares what it stands for. Within one
+// chain items stand in the order of their insertion.
 
 #pragma once
 
@@ -15,7 +16,8 @@ namespace reasoner {
 template <class T, T* T::*next, std::uint32_t T::*key>
 class HashChains {
  public:
-  // The first item of the chain in which the items of that hash stand, or null. Others may stand between them.
+  // The first item of the chain in which the items of that hash stand, or null. Others may stand
+  // between them.
   T* Chain(std::uint32_t hash) const noexcept {
     return buckets_.empty() ? nullptr : buckets_[Bucket(hash)];
   }

@@ -1,8 +1,9 @@
 // NameTable: values by name, in the order in which the names came.
 //
-// Registries list and save in that order, so that every listing is the same in every run. Look-up, insertion and
-// removal are O(1); replacing a value keeps its place. Walking by index stays valid while entries change: re-read
-// size(), which never skips an entry that was there all the time as long as only the walked-off part shrinks.
+// Registries list and save in that order, so that every listing is the same in every run. Look-up,
+// insertion and removal are O(1); replacing a value keeps its place. Walking by index stays valid
+// while entries change: re-read size(), which never skips an entry that was there all the time as
+// long as only the walked-off part shrinks.
 
 #pragma once
 
@@ -26,7 +27,9 @@ class NameTable {
     const auto found = index_.find(name);
     return found == index_.end() ? nullptr : &entries_[found->second].value;
   }
-  const TValue* Find(std::string_view name) const { return const_cast<NameTable*>(this)->Find(name); }
+  const TValue* Find(std::string_view name) const {
+    return const_cast<NameTable*>(this)->Find(name);
+  }
   bool Contains(std::string_view name) const { return index_.find(name) != index_.end(); }
 
   // Inserts at the end, or replaces the value of a name that is there.
@@ -93,7 +96,8 @@ class NameTable {
     return values;
   }
 
-  // The entry at a position of the order, or null past the end. O(n) where entries have been taken out.
+  // The entry at a position of the order, or null past the end. O(n) where entries have been taken
+  // out.
   std::pair<const std::string*, TValue*> AtIndex(std::size_t index) {
     if (dead_ != 0) Compact();
     if (index >= entries_.size()) return {nullptr, nullptr};
@@ -116,7 +120,9 @@ class NameTable {
   };
   struct NameHash {
     using is_transparent = void;
-    std::size_t operator()(std::string_view name) const noexcept { return std::hash<std::string_view>{}(name); }
+    std::size_t operator()(std::string_view name) const noexcept {
+      return std::hash<std::string_view>{}(name);
+    }
   };
 
   void Compact() {

@@ -9,16 +9,19 @@
 
 namespace reasoner {
 
-// The whole text as a 32-bit decimal integer, with an optional sign; nothing if any of it does not convert.
+// The whole text as a 32-bit decimal integer, with an optional sign; nothing if any of it does not
+// convert.
 std::optional<std::int32_t> TextToInteger(std::string_view text) noexcept;
-// The whole text as a finite decimal number with optional sign, fraction and exponent. "inf", "nan", hexadecimal
-// forms and numbers beyond the range do not convert.
+// The whole text as a finite decimal number with optional sign, fraction and exponent. "inf",
+// "nan", hexadecimal forms and numbers beyond the range do not convert.
 std::optional<double> TextToFloat(std::string_view text) noexcept;
 
 std::string IntegerToText(std::int64_t value);
-// Four decimals, as numbers print everywhere. A negative zero prints as zero: equal numbers print alike.
+// Four decimals, as numbers print everywhere. A negative zero prints as zero: equal numbers print
+// alike.
 std::string FloatToText(double value);
-// The four decimals when they read back to the same number, else the shortest text that does and is no integer's.
+// The four decimals when they read back to the same number, else the shortest text that does and is
+// no integer's.
 std::string FloatToSource(double value);
 
 // Truncated towards zero; nothing for a NaN or beyond 32 bits.

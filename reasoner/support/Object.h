@@ -1,4 +1,5 @@
-// The plain roots of the class tree: an object that can name and print itself, and one that can take over another.
+// The plain roots of the class tree: an object that can name and print itself, and one that can
+// take over another.
 
 #pragma once
 

@@ -1,8 +1,9 @@
-// Small blocks from free lists by size class, for the objects that matching makes and ends by the million.
+// Small blocks from free lists by size class, for the objects that matching makes and ends by the
+// million.
 //
-// The lists belong to a thread; when it ends its blocks go to a common store from which other threads take. Blocks
-// larger than the largest class come from the heap. Under sanitizers every block comes from the heap, so that they see
-// each object's life.
+// The lists belong to a thread; when it ends its blocks go to a common store from which other
+// threads take. Blocks larger than the largest class come from the heap. Under sanitizers every
+// block comes from the heap, so that they see each object's life.
 
 #pragma once
 

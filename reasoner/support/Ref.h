@@ -1,11 +1,14 @@
-// Intrusive reference counting: `IInterface` is the base of everything shared, `Ref<T>` the reference that keeps.
+// Intrusive reference counting: `IInterface` is the base of everything shared, `Ref<T>` the
+// reference that keeps.
 //
-// A new object has count 0 and lives once a Ref holds it; the Ref that lets the count fall to 0 ends it. A plain
-// reference or pointer borrows and costs nothing. Long chains (a fact in a list in a fact ...) are ended one after the
-// other and not by recursion, so that no structure is too deep to be freed.
+// A new object has count 0 and lives once a Ref holds it; the Ref that lets the count fall to 0
+// ends it. A plain reference or pointer borrows and costs nothing. Long chains (a fact in a list in
+// a fact ...) are ended one after the other and not by recursion, so that no structure is too deep
+// to be freed.
 //
-// While the process has a single thread the count is changed without the bus lock, as the standard library's shared
-// pointers do; with more threads it is atomic. Nothing else about a shared object is.
+// While the process has a single thread the count is changed without the bus lock, as the standard
+// library's shared pointers do; with more threads it is atomic. Nothing else about a shared object
+// is.
 
 #pragma once
 
@@ -49,7 +52,8 @@ class IInterface {
 
   std::int32_t GetRefCount() const noexcept { return count_.load(std::memory_order_relaxed); }
 
-  // How many counted objects exist now, constants apart. Tests use it to prove that an engine leaves nothing behind.
+  // How many counted objects exist now, constants apart. Tests use it to prove that an engine
+  // leaves nothing behind.
   static std::int64_t LiveObjects() noexcept;
 
  protected:
@@ -84,7 +88,8 @@ class Ref {
     if (object_ != nullptr) object_->Release();
   }
 
-  // The new object is taken before the old one goes: the old one may be what keeps the new one alive.
+  // The new object is taken before the old one goes: the old one may be what keeps the new one
+  // alive.
   Ref& operator=(Ref other) noexcept {
     std::swap(object_, other.object_);
     return *this;
@@ -116,7 +121,7 @@ class Ref {
 template <class T, class... TArgs>
 Ref<T> Make(TArgs&&... args) {
   Ref<T> object(new T(std::forward<TArgs>(args)...));
-  if constexpr (requires(T& made) { made.AfterConstruction(); }) object->AfterConstruction();
+  if constexpr (requires(T & made) { made.AfterConstruction(); }) object->AfterConstruction();
   return object;
 }
 

@@ -35,7 +35,9 @@ class Set {
   friend constexpr bool operator==(Set a, Set b) { return a.bits_ == b.bits_; }
 
  private:
-  static constexpr std::uint32_t Bit(TEnum member) { return std::uint32_t{1} << static_cast<std::uint32_t>(member); }
+  static constexpr std::uint32_t Bit(TEnum member) {
+    return std::uint32_t{1} << static_cast<std::uint32_t>(member);
+  }
 
   std::uint32_t bits_ = 0;
 };

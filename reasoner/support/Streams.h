@@ -18,21 +18,21 @@ namespace reasoner {
 inline constexpr std::string_view NewLineString = "\n";
 inline constexpr std::string_view IndentString = "   ";
 
-// How text becomes bytes. A null pointer to an encoding means UTF-8 without preamble wherever one is taken.
-// Encodings are constants of the process.
+// How text becomes bytes. A null pointer to an encoding means UTF-8 without preamble wherever one
+// is taken. Encodings are constants of the process.
 class TEncoding {
  public:
   static const TEncoding* UTF8();        // with a preamble
   static const TEncoding* UTF8NoMark();  // without, as the null pointer
   static const TEncoding* Unicode();     // UTF-16, low byte first, with a preamble
   static const TEncoding* BigEndianUnicode();
-  static const TEncoding* Latin1();      // what it lacks is written as '?'
+  static const TEncoding* Latin1();  // what it lacks is written as '?'
 
   virtual std::string GetPreamble() const = 0;
   // Lone surrogates are written as U+FFFD.
   virtual std::string Encode(std::string_view text) const = 0;
-  // Decodes as many whole characters as `bytes` holds and takes them off its front; with `last` set, all of them.
-  // Bytes that are no text become U+FFFD.
+  // Decodes as many whole characters as `bytes` holds and takes them off its front; with `last`
+  // set, all of them. Bytes that are no text become U+FFFD.
   virtual std::string Decode(std::string& bytes, bool last) const = 0;
 
  protected:
@@ -76,8 +76,8 @@ enum TFileMode : std::uint8_t {
   fmCreate          // made, or emptied; for writing and reading
 };
 
-// A file. The constructor raises EKitException, with the file's name and the system's reason, when it cannot be opened;
-// a folder cannot.
+// A file. The constructor raises EKitException, with the file's name and the system's reason, when
+// it cannot be opened; a folder cannot.
 class TFileStream : public TStream {
  public:
   TFileStream(const std::string& file_name, TFileMode mode);
@@ -95,11 +95,15 @@ class TFileStream : public TStream {
 
   std::string file_name_;
   std::FILE* file_ = nullptr;
-  enum : std::uint8_t { kNothing, kReading, kWriting } last_ = kNothing;  // C files want a seek between the two
+  enum : std::uint8_t {
+    kNothing,
+    kReading,
+    kWriting
+  } last_ = kNothing;  // C files want a seek between the two
 };
 
-// Reads and writes text over a byte stream. Characters are the bytes of the text's UTF-8 form; a leading mark is
-// stripped. Any number of characters can be put back.
+// Reads and writes text over a byte stream. Characters are the bytes of the text's UTF-8 form; a
+// leading mark is stripped. Any number of characters can be put back.
 class TGTextStream : public TPersistent {
  public:
   static constexpr int kEnd = -1;
@@ -113,7 +117,8 @@ class TGTextStream : public TPersistent {
   virtual bool AtEnd();
   // The next character (0 to 255), or kEnd.
   virtual int GetChar();
-  // The rest of the line without its end (\n, \r or \r\n), which is consumed. Empty at the end of the stream.
+  // The rest of the line without its end (\n, \r or \r\n), which is consumed. Empty at the end of
+  // the stream.
   virtual std::string GetLine();
   void PutBack(char character);
   void PutBack(std::string_view characters);
@@ -133,10 +138,10 @@ class TGTextStream : public TPersistent {
   TStream* stream_;
   std::unique_ptr<TStream> owned_;
   const TEncoding* encoding_;
-  std::string buffer_;       // decoded text from position_ on
+  std::string buffer_;  // decoded text from position_ on
   std::size_t position_ = 0;
-  std::string bytes_;        // read, but not a whole character yet
-  bool started_ = false;     // the mark at the start has been looked at
+  std::string bytes_;     // read, but not a whole character yet
+  bool started_ = false;  // the mark at the start has been looked at
   bool ended_ = false;
 };
 

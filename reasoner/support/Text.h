@@ -1,7 +1,8 @@
 // Text: an immutable text that is shared when it is copied and keeps its hash.
 //
-// Copying costs a count, comparing two copies of one text a pointer comparison, and comparing two different texts as a
-// rule a comparison of their hashes. It is one pointer wide; the empty text is a null pointer.
+// Copying costs a count, comparing two copies of one text a pointer comparison, and comparing two
+// different texts as a rule a comparison of their hashes. It is one pointer wide; the empty text is
+// a null pointer.
 
 #pragma once
 
@@ -21,9 +22,10 @@ namespace reasoner {
 class Text {
  public:
   Text() noexcept = default;
-  Text(std::string_view text) : rep_(text.empty() ? nullptr : NewRep(text)) {}  // NOLINT: texts convert freely
-  Text(const std::string& text) : Text(std::string_view(text)) {}              // NOLINT
-  Text(const char* text) : Text(std::string_view(text)) {}                     // NOLINT
+  Text(std::string_view text)
+      : rep_(text.empty() ? nullptr : NewRep(text)) {}             // NOLINT: texts convert freely
+  Text(const std::string& text) : Text(std::string_view(text)) {}  // NOLINT
+  Text(const char* text) : Text(std::string_view(text)) {}         // NOLINT
   Text(const Text& other) noexcept : rep_(other.rep_) {
     if (rep_ != nullptr) ChangeCount(rep_->count, 1);
   }
@@ -66,7 +68,8 @@ class Text {
   struct Rep {
     std::atomic<std::int32_t> count{1};
     std::uint32_t size;
-    std::atomic<std::uint64_t> hash{0};  // with kHashKnown once it is known; two threads may both compute it
+    std::atomic<std::uint64_t> hash{
+        0};  // with kHashKnown once it is known; two threads may both compute it
   };
   static constexpr std::uint64_t kHashKnown = std::uint64_t{1} << 32;
 

@@ -12,7 +12,9 @@ void TBindingInfo::Assign(const TPersistent& source) {
   SlotIndex = other->SlotIndex;
 }
 
-std::unique_ptr<TPersistent> TBindingInfo::NewInstance() const { return std::make_unique<TBindingInfo>(); }
+std::unique_ptr<TPersistent> TBindingInfo::NewInstance() const {
+  return std::make_unique<TBindingInfo>();
+}
 
 bool TBindingInfo::Equals(const TBindingInfo& other) const {
   return FactIndex == other.FactIndex && SubIndex == other.SubIndex && SlotIndex == other.SlotIndex;

@@ -26,7 +26,8 @@ class TBindingInfo : public TPersistent {
 
   std::int32_t SubIndex = NoSubIndex;          // item of a multislot, or NoSubIndex
   std::int32_t FactIndex = LocalBindingIndex;  // which fact of the token, or LocalBindingIndex
-  Text SlotIndex = SLocalBinding;              // a slot's name, SLocalBinding, or SPatternBinding for the whole fact
+  Text SlotIndex =
+      SLocalBinding;  // a slot's name, SLocalBinding, or SPatternBinding for the whole fact
 };
 
 }  // namespace reasoner

@@ -1,6 +1,7 @@
 // The shared constant cells, one each for the life of the process.
 //
-// A constant is never changed and never ended; writing to one raises. `FCFalse` is the only false value of the language.
+// A constant is never changed and never ended; writing to one raises. `FCFalse` is the only false
+// value of the language.
 
 #pragma once
 
@@ -12,11 +13,15 @@ namespace reasoner {
 class TValueConstant {
  public:
   explicit TValueConstant(TKBValue* cell) noexcept : cell_(cell) {}
-  operator Ref<IKBValue>() const noexcept { return Ref<IKBValue>(cell_); }  // NOLINT: a constant is a value
+  operator Ref<IKBValue>() const noexcept {
+    return Ref<IKBValue>(cell_);
+  }  // NOLINT: a constant is a value
   TKBValue& operator*() const noexcept { return *cell_; }
   TKBValue* operator->() const noexcept { return cell_; }
   TKBValue* get() const noexcept { return cell_; }
-  friend bool operator==(const Ref<IKBValue>& a, const TValueConstant& b) noexcept { return a.get() == b.cell_; }
+  friend bool operator==(const Ref<IKBValue>& a, const TValueConstant& b) noexcept {
+    return a.get() == b.cell_;
+  }
 
  private:
   TKBValue* cell_;
@@ -40,8 +45,12 @@ extern const TValueConstant FCZero;  // float 0.0
 // True for the very cells above.
 inline bool IsValueConstant(const IKBValue& value) noexcept { return value.IsConstant(); }
 
-inline Ref<IKBValue> BooleanValue(bool value) { return value ? Ref<IKBValue>(FCTrue) : Ref<IKBValue>(FCFalse); }
+inline Ref<IKBValue> BooleanValue(bool value) {
+  return value ? Ref<IKBValue>(FCTrue) : Ref<IKBValue>(FCFalse);
+}
 // Only the atom FALSE is false.
-inline bool IsFalse(const IKBValue& value) { return &value == FCFalse.get() || value.Equals(*FCFalse); }
+inline bool IsFalse(const IKBValue& value) {
+  return &value == FCFalse.get() || value.Equals(*FCFalse);
+}
 
 }  // namespace reasoner

@@ -41,7 +41,9 @@ struct TKBValue::OwnedObject {
 
 void TKBValueNexus::Notification(TComponent& component, TOperation operation) {
   TComponent::Notification(component, operation);
-  if (operation == opRemove && value_.IsOwningObject() && value_.payload_.owned->object == &component) value_.Reset();
+  if (operation == opRemove && value_.IsOwningObject() &&
+      value_.payload_.owned->object == &component)
+    value_.Reset();
 }
 
 TKBValue::TKBValue(std::int32_t value, TKBType type) {
@@ -149,7 +151,9 @@ const void* TKBValue::GetAsExternalAddress() const {
   RaiseNotA("External Address");
 }
 
-IValueVector* TKBValue::GetAsList() const { return static_cast<IValueVector*>(SharedOf(dtList, "list")); }
+IValueVector* TKBValue::GetAsList() const {
+  return static_cast<IValueVector*>(SharedOf(dtList, "list"));
+}
 
 ISingletonsVector* TKBValue::GetAsSingletons() const {
   return static_cast<ISingletonsVector*>(SharedOf(dtSingletons, "singletons"));
@@ -165,9 +169,13 @@ const TClassReference* TKBValue::GetAsClass() const {
   return payload_.class_reference;
 }
 
-bool TKBValue::IsOwningObject() const noexcept { return type_ == dtObject && (flags_ & kOwnsObject) != 0; }
+bool TKBValue::IsOwningObject() const noexcept {
+  return type_ == dtObject && (flags_ & kOwnsObject) != 0;
+}
 
-bool TKBValue::IsNilLike() const noexcept { return this == FCNil.get() || (flags_ & kNilClone) != 0; }
+bool TKBValue::IsNilLike() const noexcept {
+  return this == FCNil.get() || (flags_ & kNilClone) != 0;
+}
 
 void TKBValue::MakeConstant() noexcept {
   flags_ |= kConstant;
@@ -244,9 +252,13 @@ void TKBValue::SetShared(Ref<ICloneable> object, TKBType type) {
   Changed();
 }
 
-void TKBValue::SetAsList(const Ref<IValueVector>& list) { SetShared(list ? list : NewVector(), dtList); }
+void TKBValue::SetAsList(const Ref<IValueVector>& list) {
+  SetShared(list ? list : NewVector(), dtList);
+}
 
-void TKBValue::SetAsSingletons(const Ref<ISingletonsVector>& singletons) { SetShared(singletons, dtSingletons); }
+void TKBValue::SetAsSingletons(const Ref<ISingletonsVector>& singletons) {
+  SetShared(singletons, dtSingletons);
+}
 
 void TKBValue::SetAsObject(TObject* object) {
   CheckChangeable();
@@ -293,7 +305,8 @@ static TObject* CopyOwnedObject(const TObject& source) {
   if (copy == nullptr) Raise(SUncloneableValue, source.ClassName());
   copy->Assign(*persistent);
   if (const auto* component = dynamic_cast<const TComponent*>(&source); component != nullptr) {
-    if (component->GetOwner() != nullptr) component->GetOwner()->InsertComponent(dynamic_cast<TComponent&>(*copy));
+    if (component->GetOwner() != nullptr)
+      component->GetOwner()->InsertComponent(dynamic_cast<TComponent&>(*copy));
   }
   return copy.release();
 }
@@ -525,7 +538,9 @@ void TKBValue::AppendTo(std::string& text) const {
       if (payload_.class_reference != nullptr) text += payload_.class_reference->GetClassName();
       return;
     case dtExternalAddress:
-      text += "<External-Address: " + IntegerToText(std::bit_cast<std::intptr_t>(payload_.address)) + ">";
+      text +=
+          "<External-Address: " + IntegerToText(std::bit_cast<std::intptr_t>(payload_.address)) +
+          ">";
       return;
     case dtDescriptor:
       text += "<UNKNOWN>";

@@ -1,18 +1,18 @@
 // TKBValue: the cell, the one run-time datum of the system.
 //
-// Every slot of a fact, every argument and result of a function, every binding and every constant of a construct is a
-// cell. `GetDType()` says which payload is live. Cells are counted and often shared: a constant of a rule, a slot of a
-// fact and a bound variable can be one cell, so whoever changes a cell that it has not made clones it first. Reading a
-// cell as something it cannot convert to raises EKBException and changes nothing.
+// Every slot of a fact, every argument and result of a function, every binding and every constant
+// of a construct is a cell. `GetDType()` says which payload is live. Cells are counted and often
+// shared: a constant of a rule, a slot of a fact and a bound variable can be one cell, so whoever
+// changes a cell that it has not made clones it first. Reading a cell as something it cannot
+// convert to raises EKBException and changes nothing.
 //
-//   text kinds                 a shared text            dtAtom dtString dtVariable dtMultiVariable dtSlot dtMultiSlot
-//   dtInteger dtFactId dtDescriptor   32-bit integer
-//   dtFloat                    double
-//   dtFunCall dtFact dtList dtSingletons   a counted object
-//   dtObject                   an object, borrowed or owned; null allowed
-//   dtClass dtExternalAddress  a class reference, an address; borrowed
+//   text kinds                 a shared text            dtAtom dtString dtVariable dtMultiVariable
+//   dtSlot dtMultiSlot dtInteger dtFactId dtDescriptor   32-bit integer dtFloat double dtFunCall
+//   dtFact dtList dtSingletons   a counted object dtObject                   an object, borrowed or
+//   owned; null allowed dtClass dtExternalAddress  a class reference, an address; borrowed
 //
-// A cell is 40 bytes; it lives in the pool and makes nothing beside itself unless it owns a component.
+// A cell is 40 bytes; it lives in the pool and makes nothing beside itself unless it owns a
+// component.
 
 #pragma once
 
@@ -27,7 +27,8 @@ namespace reasoner {
 
 class TObject;
 
-// A class of host objects, as rules see it. Borrowed by cells: it lives as long as its registration.
+// A class of host objects, as rules see it. Borrowed by cells: it lives as long as its
+// registration.
 class TClassReference {
  public:
   explicit TClassReference(std::string name) : name_(std::move(name)) {}
@@ -37,7 +38,8 @@ class TClassReference {
   std::string name_;
 };
 
-// Hears of every change of a cell. One listener a cell; it must outlive the cell or take itself off.
+// Hears of every change of a cell. One listener a cell; it must outlive the cell or take itself
+// off.
 class IKBValueListener {
  public:
   virtual void ValueChanged(const Ref<IKBValue>& value) = 0;
@@ -84,7 +86,8 @@ class TKBValue final : public IInterface, public Pooled {
   const TClassReference* GetAsClass() const;
   bool IsOwningObject() const noexcept;
 
-  // Writing. Each releases what the cell held, stores, and tells the listener. A shared constant raises.
+  // Writing. Each releases what the cell held, stores, and tells the listener. A shared constant
+  // raises.
   void SetAsAtom(const Text& text) { SetText(text, dtAtom); }
   void SetAsString(const Text& text) { SetText(text, dtString); }
   void SetAsVariable(const Text& text) { SetText(text, dtVariable); }
@@ -111,7 +114,8 @@ class TKBValue final : public IInterface, public Pooled {
   void Assign(const TKBValue& source);
   // The same with a list of its own.
   void AssignCopy(const TKBValue& source);
-  // A new cell by Assign: shares a list. A clone of FCNil still counts as nil where only nil is valid.
+  // A new cell by Assign: shares a list. A clone of FCNil still counts as nil where only nil is
+  // valid.
   Ref<IKBValue> Clone() const;
 
   // Strict: within one type. 1 and 1.0 differ, and so do an atom and a string.
@@ -123,7 +127,8 @@ class TKBValue final : public IInterface, public Pooled {
   // ToString appended to `text`, without a string in between where that is possible.
   void AppendTo(std::string& text) const;
 
-  // Evaluates: variables and calls yield their value, everything else itself. The result is often shared.
+  // Evaluates: variables and calls yield their value, everything else itself. The result is often
+  // shared.
   Ref<IKBValue> Resolve(IScope* scope);
 
   IKBValueListener* GetOnChange() const noexcept { return listener_; }

@@ -4,7 +4,9 @@
 
 namespace reasoner {
 
-TSingletonsVector::TSingletonsVector(IReasoner* reasoner) : x_(NewVector()), y_(NewVector()) { SetParser(reasoner); }
+TSingletonsVector::TSingletonsVector(IReasoner* reasoner) : x_(NewVector()), y_(NewVector()) {
+  SetParser(reasoner);
+}
 
 void TSingletonsVector::SetParser(IReasoner* reasoner) {
   parser_ = reasoner == nullptr ? Ref<TReasonerLink>() : reasoner->GetLink();
@@ -54,7 +56,9 @@ bool TSingletonsVector::Equals(const ICloneable& other) const {
   return vector != nullptr && x_->EqualsList(*vector->x_) && y_->EqualsList(*vector->y_);
 }
 
-std::uint32_t TSingletonsVector::GetHashCode() const { return x_->GetHashCode() + y_->GetHashCode(); }
+std::uint32_t TSingletonsVector::GetHashCode() const {
+  return x_->GetHashCode() + y_->GetHashCode();
+}
 
 std::string TSingletonsVector::ToString() const {
   std::string text;

@@ -1,4 +1,5 @@
-// TSingletonsVector: points written as pairs, the unevaluated form of a fuzzy set; the payload of a dtSingletons cell.
+// TSingletonsVector: points written as pairs, the unevaluated form of a fuzzy set; the payload of a
+// dtSingletons cell.
 
 #pragma once
 

@@ -35,7 +35,9 @@ class TValueHashTable : public TPersistent {
   std::string ToString() const override;
 
  protected:
-  virtual void PutValue(std::string_view key, const Ref<IKBValue>& value) { table_.Put(key, value); }
+  virtual void PutValue(std::string_view key, const Ref<IKBValue>& value) {
+    table_.Put(key, value);
+  }
 
  private:
   NameTable<Ref<IKBValue>> table_;

@@ -76,7 +76,8 @@ void TValueVector::Assign(const TValueVector& source) {
   CheckChangeable();
   std::vector<Ref<IKBValue>> values;
   values.reserve(source.values_.size());
-  for (const Ref<IKBValue>& value : source.values_) values.push_back(value ? value->Clone() : nullptr);
+  for (const Ref<IKBValue>& value : source.values_)
+    values.push_back(value ? value->Clone() : nullptr);
   values_.swap(values);
   tag_ = source.tag_;
 }

@@ -12,7 +12,8 @@
 
 namespace reasoner {
 
-// Members are cells; null is allowed as a member. An index outside the list raises "List index out of bounds (%d)".
+// Members are cells; null is allowed as a member. An index outside the list raises "List index out
+// of bounds (%d)".
 class TValueVector final : public ICloneable, public Pooled {
  public:
   TValueVector() = default;

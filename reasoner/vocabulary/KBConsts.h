@@ -1,5 +1,5 @@
-// The shared vocabulary: enumerations and the sets over them, with the names that messages and listings show, and the
-// names that have a fixed meaning.
+// The shared vocabulary: enumerations and the sets over them, with the names that messages and
+// listings show, and the names that have a fixed meaning.
 
 #pragma once
 
@@ -17,16 +17,18 @@ namespace reasoner {
 // The ordinals count from 0 in the order of the list.
 
 // The kinds of value that a cell can hold.
-#define REASONER_KB_TYPES(member)                                                                  \
-  member(dtNone) member(dtAtom) member(dtString) member(dtInteger) member(dtVariable)              \
-      member(dtFactId) member(dtFloat) member(dtFunCall) member(dtFact) member(dtList)             \
-          member(dtDescriptor) member(dtObject) member(dtClass) member(dtExternalAddress)          \
-              member(dtSingletons) member(dtFuzzy) member(dtMultiVariable) member(dtSlot)          \
+#define REASONER_KB_TYPES(member)                                                         \
+  member(dtNone) member(dtAtom) member(dtString) member(dtInteger) member(dtVariable)     \
+      member(dtFactId) member(dtFloat) member(dtFunCall) member(dtFact) member(dtList)    \
+          member(dtDescriptor) member(dtObject) member(dtClass) member(dtExternalAddress) \
+              member(dtSingletons) member(dtFuzzy) member(dtMultiVariable) member(dtSlot) \
                   member(dtMultiSlot)
 // What a token does as it travels the network.
-#define REASONER_TOKEN_ACTIONS(member) member(taClear) member(taAdd) member(taRemove) member(taUpdate)
+#define REASONER_TOKEN_ACTIONS(member) \
+  member(taClear) member(taAdd) member(taRemove) member(taUpdate)
 // The door by which a network node is entered.
-#define REASONER_CALL_TYPES(member) member(ctLeft) member(ctRight) member(ctSingle) member(ctActivate)
+#define REASONER_CALL_TYPES(member) \
+  member(ctLeft) member(ctRight) member(ctSingle) member(ctActivate)
 // Whether a slot holds one value or many.
 #define REASONER_SLOT_KINDS(member) member(tstSlot) member(tstMultiSlot)
 
@@ -127,23 +129,28 @@ using TValidActions = Set<TValidAction>;
 using TValidViews = Set<TValidView>;
 using TKBName = std::string;
 
-inline constexpr TConstructWatches kAllWatches{cwActivation, cwFact, cwRule, cwCompilation, cwStatistics};
-inline constexpr TFunctionPackages kAllPackages{pStandard, pPredicate,     pMath,     pMiscellaneous, pString,
-                                                pObject,   pTrigonometry, pBusiness, pFuzzyLogic};
+inline constexpr TConstructWatches kAllWatches{cwActivation, cwFact, cwRule, cwCompilation,
+                                               cwStatistics};
+inline constexpr TFunctionPackages kAllPackages{pStandard,      pPredicate, pMath,
+                                                pMiscellaneous, pString,    pObject,
+                                                pTrigonometry,  pBusiness,  pFuzzyLogic};
 
-inline constexpr TKBTypes KBStringTypes{dtAtom, dtString, dtVariable, dtMultiVariable, dtSlot, dtMultiSlot};
+inline constexpr TKBTypes KBStringTypes{dtAtom,          dtString, dtVariable,
+                                        dtMultiVariable, dtSlot,   dtMultiSlot};
 inline constexpr TKBTypes KBNumericTypes{dtInteger, dtFloat};
 inline constexpr TKBTypes KBIntegerTypes{dtInteger, dtFactId, dtDescriptor};
 inline constexpr TKBTypes KBFactTypes{dtInteger, dtFactId, dtFloat};
 inline constexpr TKBTypes KBVariableTypes{dtVariable, dtMultiVariable};
 inline constexpr TKBTypes KBAlwaysValidTypes{dtNone, dtVariable, dtFunCall, dtMultiVariable};
 inline constexpr TKBTypes KBMultiSlotTypes{dtList, dtMultiSlot};
-inline constexpr TKBTypes KBSlotTypes{dtAtom,    dtString, dtInteger,    dtVariable, dtFactId, dtFloat,
-                                      dtFunCall, dtFact,   dtDescriptor, dtObject,   dtClass,  dtExternalAddress};
+inline constexpr TKBTypes KBSlotTypes{dtAtom,       dtString, dtInteger, dtVariable,
+                                      dtFactId,     dtFloat,  dtFunCall, dtFact,
+                                      dtDescriptor, dtObject, dtClass,   dtExternalAddress};
 inline constexpr TKBTypes KBSlotTypesWithFuzzy = KBSlotTypes + TKBTypes{dtSingletons, dtFuzzy};
 inline constexpr TKBTypes KBReparseTypes{dtFunCall, dtFact, dtFuzzy};
 
-// The members' names in ordinal order without their prefix ("Atom"), joined, in square brackets if wanted.
+// The members' names in ordinal order without their prefix ("Atom"), joined, in square brackets if
+// wanted.
 std::string SetToString(TKBTypes types, std::string_view separator, bool brackets);
 
 inline constexpr std::string_view SFactPrefix = "__factidx";

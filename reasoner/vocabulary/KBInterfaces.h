@@ -1,8 +1,9 @@
-// What the floors know of each other: the shared interfaces, and the engine as the floors below it see it.
+// What the floors know of each other: the shared interfaces, and the engine as the floors below it
+// see it.
 //
-// An interface with one implementation is that class under a second name (`IFact` is `TFact`): the names stand here,
-// the classes on their own floors. What is really abstract is declared here: the payload of a cell, a scope in which a
-// cell can be evaluated, and `IReasoner`.
+// An interface with one implementation is that class under a second name (`IFact` is `TFact`): the
+// names stand here, the classes on their own floors. What is really abstract is declared here: the
+// payload of a cell, a scope in which a cell can be evaluated, and `IReasoner`.
 
 #pragma once
 
@@ -68,7 +69,8 @@ class IScope {
  public:
   // The value of a variable, or null when the name has no binding with a value.
   virtual Ref<IKBValue> FindValue(const Text& name) = 0;
-  // What the binding points to in the current match. Raises where the match does not reach that far.
+  // What the binding points to in the current match. Raises where the match does not reach that
+  // far.
   virtual Ref<IKBValue> ReadMatch(const TBindingInfo& info) = 0;
 
  protected:
@@ -101,7 +103,8 @@ class TReasonerLink final : public IInterface {
   std::atomic<bool> interrupt_requested{false};
 };
 
-// The functions that the engine itself calls out of patterns, whatever the registry holds under their names.
+// The functions that the engine itself calls out of patterns, whatever the registry holds under
+// their names.
 enum TLogicFunction : std::uint8_t { lfAnd, lfOr, lfNot, lfEq, lfNeq, lfEqStar };
 inline constexpr std::size_t kLogicFunctionCount = 6;
 
@@ -166,7 +169,8 @@ class IReasoner {
   virtual Ref<IKBValue> ParseSlotValueText(std::string_view text, const IFactSlot& slot) = 0;
   virtual Ref<IFactSlot> ParseSlotText(std::string_view text) = 0;
 
-  // Constructs that have been read whole: each goes to its registry, which decides about a name in use.
+  // Constructs that have been read whole: each goes to its registry, which decides about a name in
+  // use.
   virtual void EnterTemplate(const Ref<IFactTemplate>& fact_template) = 0;
   virtual void EnterType(const Ref<IKBDefinedType>& type) = 0;
   virtual void EnterFunction(const Ref<IUserFunction>& function) = 0;
@@ -213,8 +217,9 @@ class IReasoner {
   Ref<TReasonerLink> link_;
 };
 
-// Event signatures. The first argument is the object that raises; what comes by non-const reference is the handler's
-// to change. Handlers may call back into the engine. An event that is not assigned is empty.
+// Event signatures. The first argument is the object that raises; what comes by non-const reference
+// is the handler's to change. Handlers may call back into the engine. An event that is not assigned
+// is empty.
 using TNotifyEvent = std::function<void(TComponent& sender)>;
 
 }  // namespace reasoner

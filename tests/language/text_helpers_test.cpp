@@ -1,10 +1,9 @@
-#include "reasoner/language/TextHelpers.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
+#include "reasoner/language/TextHelpers.h"
 #include "reasoner/support/Exception.h"
 #include "reasoner/vocabulary/KBConsts.h"
 
@@ -48,7 +47,9 @@ TEST(TextHelpersTest, FormatsTakeTheirValuesInOrder) {
 TEST(TextHelpersTest, SyntaxStatementsAreCalls) {
   class TPlain final : public TKBUserFunction {
    public:
-    explicit TPlain(std::string_view arguments) : TKBUserFunction("f") { SetArgumentString(arguments); }
+    explicit TPlain(std::string_view arguments) : TKBUserFunction("f") {
+      SetArgumentString(arguments);
+    }
   };
   EXPECT_EQ(GetSyntaxStatement(*Make<TPlain>("  ")), "(f)");
   EXPECT_EQ(GetSyntaxStatement(*Make<TPlain>(" <a> %s ")), "(f <a> %s)");

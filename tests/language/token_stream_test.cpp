@@ -1,5 +1,3 @@
-#include "reasoner/language/TokenStream.h"
-
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -8,6 +6,7 @@
 #include <vector>
 
 #include "reasoner/functions/Context.h"
+#include "reasoner/language/TokenStream.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/KBExceptions.h"
@@ -17,11 +16,13 @@ namespace {
 
 class TOpenStream : public TKBClipsStream {
  public:
-  explicit TOpenStream(const std::string& text) : TKBClipsStream(std::make_unique<TKitStringStream>(text)) {}
+  explicit TOpenStream(const std::string& text)
+      : TKBClipsStream(std::make_unique<TKitStringStream>(text)) {}
   using TKBClipsStream::FinishToken;
 };
 
-// A token as its kind and what it shows: "a:word", "s:text", "i:1", "f:1.5000", "v:x", "m:x", or the punctuation.
+// A token as its kind and what it shows: "a:word", "s:text", "i:1", "f:1.5000", "v:x", "m:x", or
+// the punctuation.
 std::string Dump(const IStreamToken& token) {
   switch (token.GetDataType()) {
     case dtNone:
@@ -112,7 +113,8 @@ TEST(TokenStreamTest, WordsThatAreNumbers) {
       {"e", "a:e"},
       {"-a", "a:-a"},
   };
-  for (const auto& row : rows) EXPECT_EQ(DumpAll(row.word), std::string(row.wanted) + " end") << row.word;
+  for (const auto& row : rows)
+    EXPECT_EQ(DumpAll(row.word), std::string(row.wanted) + " end") << row.word;
 }
 
 TEST(TokenStreamTest, TokensKnowTheirPlace) {
@@ -163,7 +165,8 @@ TEST(TokenStreamTest, EchoShowsWhatWasReadOfTheExpression) {
   std::vector<Ref<IStreamToken>> tokens;
   for (int i = 0; i < 5; ++i) tokens.push_back(stream.NextToken());
   EXPECT_EQ(stream.ToString(), "( a \\\"b\"\\ \n1.5000 ?x ");
-  // Putting back takes the line break along, and reading again adds none: the last token is on that line.
+  // Putting back takes the line break along, and reading again adds none: the last token is on that
+  // line.
   stream.PutBackToken(tokens[4]);
   stream.PutBackToken(tokens[3]);
   EXPECT_EQ(stream.ToString(), "( a \\\"b\"\\ ");
@@ -181,8 +184,8 @@ TEST(TokenStreamTest, HeadLeavesTheParenthesis) {
   const struct {
     const char *text, *head, *next;
   } rows[] = {
-      {"(defrule r)", "defrule", "("}, {"(= a)", "=", "("},     {"(?defrule)", "", "("},
-      {"(\"defrule\")", "", "("},      {"((a) b)", "", "("},    {"(1)", "", "("},
+      {"(defrule r)", "defrule", "("}, {"(= a)", "=", "("},  {"(?defrule)", "", "("},
+      {"(\"defrule\")", "", "("},      {"((a) b)", "", "("}, {"(1)", "", "("},
       {"word (a)", "", "("},           {"() a", "", "("},
   };
   for (const auto& row : rows) {
@@ -258,7 +261,9 @@ TEST(TokenStreamTest, UnknownHintsAreRefused) {
 }
 
 TEST(TokenStreamTest, TokensYieldValues) {
-  const auto value = [](std::int32_t type, const char* text) { return TKBStreamToken(type, text).Value(); };
+  const auto value = [](std::int32_t type, const char* text) {
+    return TKBStreamToken(type, text).Value();
+  };
   EXPECT_EQ(value(dtAtom, "TRUE").get(), FCTrue.get());
   EXPECT_EQ(value(dtAtom, "FALSE").get(), FCFalse.get());
   EXPECT_EQ(value(dtAtom, "NiL").get(), FCNil.get());
@@ -266,7 +271,8 @@ TEST(TokenStreamTest, TokensYieldValues) {
   EXPECT_TRUE(value(dtString, "x")->Equals(*NewString("x")));
   EXPECT_TRUE(value('&', "&")->Equals(*NewString("38")));
   TKBStreamToken token;
-  for (const Ref<IKBValue>& original : {NewFloat(1.5), NewInteger(-3), NewString("s"), NewFactId(7)}) {
+  for (const Ref<IKBValue>& original :
+       {NewFloat(1.5), NewInteger(-3), NewString("s"), NewFactId(7)}) {
     token.SetValue(*original);
     EXPECT_TRUE(token.Value()->Equals(*original)) << original->ToString();
   }
@@ -291,8 +297,9 @@ TEST(TokenStreamTest, VariablesAreLookedUpInAContext) {
 }
 
 TEST(TokenStreamTest, AtomsWrittenAsSourceReadBack) {
-  for (const char* text : {"a", "a b", " a", "(", "a(b", ";", "a;b", "\"", "?x", "?", "$?x", "$x", "12", "-1.5", "-",
-                           "\\", "\\a", "a\\", "\\(", "\\5", "=", "a=b", "<-", "a<b", "[", "|", "é ü", "a\nb", "1e400"}) {
+  for (const char* text : {"a",   "a b", " a", "(",    "a(b", ";",  "a;b", "\"",   "?x",   "?",
+                           "$?x", "$x",  "12", "-1.5", "-",   "\\", "\\a", "a\\",  "\\(",  "\\5",
+                           "=",   "a=b", "<-", "a<b",  "[",   "|",  "é ü", "a\nb", "1e400"}) {
     const std::string source = AtomToSource(text);
     TOpenStream stream(source + " next");
     const Ref<IStreamToken> token = stream.NextToken();

@@ -41,7 +41,7 @@ TEST_F(ListingFunctionsTest, Agenda) {
 
 TEST_F(ListingFunctionsTest, RulesCanGoToANamedStream) {
   ExpectPrinted("(rules)", "For a total of 0 rules.\n");
-  Load("(defrule b (a) =>) (defrule a (a) =>)");
+  Load("(defrule b (a $?x) =>) (defrule a (a $?x) =>)");
   auto memory = std::make_unique<TKitStringStream>();
   TKitStringStream& stream = *memory;
   engine.GetIOStreams().Add("log", std::make_unique<TGTextStream>(std::move(memory)));

@@ -1,0 +1,210 @@
+// How rules become nodes, and what the nodes hold and let go.
+
+#include "reasoner/match/ReteNetwork.h"
+#include "tests/support/EngineFixture.h"
+
+namespace reasoner {
+namespace {
+
+class NetworkTest : public EngineTest {
+ protected:
+  TRule& Rule(const std::string& name) { return *engine.GetRules().Find(name); }
+
+  // The activations as they would fire.
+  std::vector<std::string> Agenda() {
+    std::vector<std::string> entries;
+    for (std::int32_t i = 0; i < engine.GetAgendaCount(); ++i) {
+      TActivation& activation = engine.GetActivation(i);
+      entries.push_back(activation.GetRule().GetRuleName() + " " +
+                        activation.GetToken()->GetToFactsString());
+    }
+    std::sort(entries.begin(), entries.end());
+    return entries;
+  }
+
+  // Tokens in all memories; each must be 0 once every fact is gone.
+  std::size_t StoredTokens() {
+    std::size_t count = 0;
+    for (const TReteNode* node : engine.GetReteNetwork().GetNodes()) {
+      const auto* join = dynamic_cast<const TJoinNode*>(node);
+      if (join == nullptr) continue;
+      count += join->GetLeftMemory()->GetCount() + join->GetRightMemory()->GetCount();
+    }
+    return count;
+  }
+
+  void RetractAll() {
+    while (engine.GetFacts().GetCount() > 0) {
+      engine.RetractFact(engine.GetFacts().GetCount() / 2);
+    }
+  }
+
+  using Entries = std::vector<std::string>;
+};
+
+TEST_F(NetworkTest, RulesShareRootsPatternsAndJoins) {
+  Load("(defrule one (a ?x) (b ?x) => (printout t one))");
+  EXPECT_EQ(Rule("one").CompileTrace, "one: +1+1+1+1+2+t");
+  const std::size_t nodes = engine.GetReteNetwork().GetNodeCount();
+  Load("(defrule two (a ?y) (b ?y) => (printout t two))");
+  EXPECT_EQ(Rule("two").CompileTrace, "two: =1=1=2+t");
+  EXPECT_EQ(engine.GetReteNetwork().GetNodeCount(), nodes + 1);
+  Load("(defrule three (a ?y) (not (b ?y)) => (printout t three))");
+  EXPECT_EQ(engine.GetReteNetwork().GetNodeCount(), nodes + 3) << "negated joins are never shared";
+  Load("(undefrule two) (undefrule three)");
+  EXPECT_EQ(engine.GetReteNetwork().GetNodeCount(), nodes);
+  Load("(undefrule one)");
+  EXPECT_EQ(engine.GetReteNetwork().GetNodeCount(), 0u);
+  EXPECT_TRUE(engine.GetReteNetwork().GetRoots().empty());
+}
+
+TEST_F(NetworkTest, ALateRuleMatchesTheFactsThatAreThereAndLeavesOlderRulesAlone) {
+  Load("(defrule old (a ?x) (b ?x) => ) (assert (a 1) (b 1) (a 2) (b 2))");
+  int removed = 0;
+  int added = 0;
+  engine.OnRemoveActivation = [&](TReasoner&, std::int32_t, TActivation&) { ++removed; };
+  engine.OnAddActivation = [&](TReasoner&, std::int32_t, TActivation&) { ++added; };
+  Load("(defrule young (a ?x) (b ?x) (c ?x) => ) (defrule lone (b ?x) => )");
+  EXPECT_EQ(removed, 0);
+  EXPECT_EQ(added, 2);
+  Load("(assert (c 2))");
+  EXPECT_EQ(Agenda(), (Entries{"lone f-2", "lone f-4", "old f-1, f-2", "old f-3, f-4",
+                               "young f-3, f-4, f-5"}));
+  Load("(undefrule old)");
+  EXPECT_EQ(Agenda(), (Entries{"lone f-2", "lone f-4", "young f-3, f-4, f-5"}));
+  RetractAll();
+  EXPECT_EQ(Agenda(), Entries{});
+  EXPECT_EQ(StoredTokens(), 0u);
+}
+
+TEST_F(NetworkTest, ARuleThatFailsToCompileLeavesNoTrace) {
+  Load("(defrule good (a ?x) => )");
+  const std::size_t nodes = engine.GetReteNetwork().GetNodeCount();
+  EXPECT_THROW(Load("(defrule bad (a ?x) (b ?y&:(> ?y ?unknown)) => )"), EKBException);
+  EXPECT_EQ(engine.GetReteNetwork().GetNodeCount(), nodes);
+  EXPECT_FALSE(engine.GetRules().ContainsKey("bad"));
+  Load("(assert (a 1))");
+  EXPECT_EQ(Agenda(), Entries{"good f-1"});
+}
+
+TEST_F(NetworkTest, NegationCountsWhatBlocks) {
+  Load("(defrule free (a ?x) (not (b ?x)) => )");
+  Load("(assert (a 1) (a 2) (b 1))");
+  EXPECT_EQ(Agenda(), Entries{"free f-2, f--1"});
+  Load("(assert (b 2) (b 2 again))");
+  EXPECT_EQ(Agenda(), Entries{});
+  engine.Retract("(b 1)");
+  EXPECT_EQ(Agenda(), Entries{"free f-1, f--1"});
+  engine.Retract("(a 1)");
+  EXPECT_EQ(Agenda(), Entries{});
+  RetractAll();
+  EXPECT_EQ(StoredTokens(), 0u);
+}
+
+TEST_F(NetworkTest, NegationWithACallFollowsWhoBlocks) {
+  Load("(defrule largest (n ?x) (not (n ?y&:(> ?y ?x))) => )");
+  Load("(assert (n 1) (n 3) (n 2))");
+  EXPECT_EQ(Agenda(), Entries{"largest f-2, f--1"});
+  engine.Retract("(n 3)");
+  EXPECT_EQ(Agenda(), Entries{"largest f-3, f--1"});
+  Load("(assert (n 5))");
+  EXPECT_EQ(Agenda(), Entries{"largest f-4, f--1"});
+  RetractAll();
+  EXPECT_EQ(StoredTokens(), 0u);
+}
+
+TEST_F(NetworkTest, ExistsAndNestedNegation) {
+  Load(
+      "(defrule some (exists (a ?)) => ) (defrule none (not (a ?)) => )"
+      "(defrule odd (go) (not (not (not (a ?)))) => )");
+  engine.Reset();
+  Load("(assert (go))");
+  EXPECT_EQ(Agenda(), (Entries{"none f-0, f--1", "odd f-1, f--1"}));
+  Load("(assert (a 1) (a 2))");
+  EXPECT_EQ(Agenda(), Entries{"some f-0, f--1"});
+  engine.Retract("(a 1)");
+  EXPECT_EQ(Agenda(), Entries{"some f-0, f--1"});
+  engine.Retract("(a 2)");
+  EXPECT_EQ(Agenda(), (Entries{"none f-0, f--1", "odd f-1, f--1"}));
+}
+
+TEST_F(NetworkTest, VariablesOfOnePatternAreComparedWhereverTheyStand) {
+  Load(
+      "(deftemplate p (slot x) (slot y) (multislot l))"
+      "(defrule same (p (x ?v) (y ?v)) => ) (defrule differ (p (x ?v) (y ~?v)) => )"
+      "(defrule early (p (x ~?v) (y ?v)) => ) (defrule twice (p (l ?v ?v)) => )"
+      "(assert (p (x 1) (y 1) (l a a)) (p (x 1) (y 2) (l a b)))");
+  EXPECT_EQ(Agenda(), (Entries{"differ f-2", "early f-2", "same f-1", "twice f-1"}));
+}
+
+TEST_F(NetworkTest, ADisjunctionBindsLessTightlyThanAConjunction) {
+  Load(
+      "(defrule either (c a|b&~c|d) => ) (defrule kept (c ?v&a|b) => (printout t ?v))"
+      "(assert (c a) (c b) (c c) (c d))");
+  EXPECT_EQ(Agenda(), (Entries{"either f-1", "either f-2", "either f-4", "kept f-1", "kept f-2"}));
+}
+
+TEST_F(NetworkTest, MultifieldsSplitInEveryWayThatFits) {
+  Load(
+      "(deftemplate p (multislot l))"
+      "(defrule around (p (l $?b m $?e)) => (printout t ?b \"|\" ?e crlf))"
+      "(assert (p (l a m b c)) (p (l m)) (p (l x)))");
+  engine.Run();
+  EXPECT_EQ(TakeOutput(), "()|()\n(a )|(b c )\n");
+}
+
+TEST_F(NetworkTest, PatternsTakeFactsOfDescendants) {
+  Load(
+      "(deftemplate animal (slot name)) (deftemplate dog extends animal (slot breed))"
+      "(defrule any (animal (name ?n)) => ) (defrule one (dog (name ?n)) => )"
+      "(assert (animal (name rex)) (dog (name fido) (breed mix)))");
+  EXPECT_EQ(Agenda(), (Entries{"any f-1", "any f-2", "one f-2"}));
+}
+
+TEST_F(NetworkTest, TestsAndGlobalsTakePart) {
+  Load(
+      "(defglobal ?*limit* = 2) (defrule t (a ?x) (test (> ?x ?*limit*)) (b ?y) => (printout t ?x "
+      "?y))"
+      "(defrule g (a ?*limit*) => ) (assert (a 1) (a 2) (a 3) (b z))");
+  EXPECT_EQ(Agenda(), (Entries{"g f-2", "t f-3, f-4"}));
+  engine.Run();
+  EXPECT_EQ(TakeOutput(), "3z");
+  RetractAll();
+  EXPECT_EQ(StoredTokens(), 0u);
+}
+
+TEST_F(NetworkTest, AUniquePatternMatchesOnceForANewLeftToken) {
+  Load("(defrule u (a) (unique (b ?x)) => ) (assert (b 1) (b 2) (a))");
+  EXPECT_EQ(Agenda().size(), 1u);
+  Load("(assert (b 3))");
+  EXPECT_EQ(Agenda().size(), 2u) << "a new right token is not limited";
+}
+
+TEST_F(NetworkTest, AFactBoundToAVariableIsComparedByItsId) {
+  Load(
+      "(defrule owns ?f <- (thing ?n) (owner ?f ?who) => (printout t ?who \" has \" ?n crlf))"
+      "(defrule give ?f <- (thing ?n) => (assert (owner ?f bob)))"
+      "(assert (thing cup) (thing pot) (owner 3 nobody))");
+  engine.Run();
+  EXPECT_EQ(TakeOutput(), "bob has pot\nbob has cup\n");
+}
+
+TEST_F(NetworkTest, AFailingTestTellsItsNodeAndLeavesTheEngineUsable) {
+  Load("(defrule r (a ?x&:(> ?x 1)) => )");
+  try {
+    Load("(assert (a word))");
+    FAIL() << "the comparison should have failed";
+  } catch (const EKBException& failure) {
+    EXPECT_NE(failure.GetMessage().find(
+                  "Not a numeric type.  Value (word) is a dtAtom type for pattern match = "),
+              std::string::npos)
+        << failure.GetMessage();
+  }
+  Load("(assert (a 2))");
+  EXPECT_EQ(Agenda(), Entries{"r f-2"});
+  RetractAll();
+  EXPECT_EQ(Agenda(), Entries{});
+}
+
+}  // namespace
+}  // namespace reasoner
