@@ -7,7 +7,7 @@
 (deftemplate thing
   (slot name)
   (slot at)                                   ; a place on the floor
-  (slot on (default floor))                   ; floor, shelf, or the thing that it stands on
+  (slot on (default floor))                   ; floor, shelf, wall, hand, or the thing it stands on
   (slot weight (type SYMBOL) (default light) (allowed-symbols light heavy)))
 
 (deftemplate robot
@@ -33,9 +33,9 @@
 
 (defrule look-around
   (phase look)
-  (thing (name ?name) (at ?place) (on ?on))
+  (thing (name ?name) (at ?place) (on ?on&~hand))
   =>
-  (printout t "There is the " ?name ", " ?place ", on the " ?on "." crlf))
+  (printout t "The " ?name " is on the " ?on " at the " ?place "." crlf))
 
 (defrule start-to-work
   (declare (salience -100))
@@ -77,7 +77,7 @@
   (retract ?goal)
   (modify ?robot (holds nothing))
   (modify ?thing (at ?where) (on ?where))
-  (assert (did (sym-cat puts- ?what -on-the- ?where))))
+  (assert (did (str-cat "puts the " ?what " on the " ?where))))
 
 ; --- Holding something ----------------------------------------------------------------------------
 
@@ -86,6 +86,7 @@
   (phase work)
   (goal (do hold) (what ?what))
   (robot (holds ?other&~nothing&~?what))
+  (not (goal (do put-under) (what ?other)))
   =>
   (assert (goal (do empty-hand) (what ?other))))
 
@@ -106,7 +107,7 @@
   (retract ?goal)
   (modify ?thing (on hand))
   (modify ?robot (holds ?what))
-  (assert (did (sym-cat takes-the- ?what))))
+  (assert (did (str-cat "takes the " ?what))))
 
 (defrule hold-from-the-shelf-needs-something-to-climb
   (phase work)
@@ -136,7 +137,7 @@
   (retract ?goal)
   (modify ?thing (on hand))
   (modify ?robot (holds ?what))
-  (assert (did (sym-cat takes-the- ?what -from-the-shelf))))
+  (assert (did (str-cat "takes the " ?what " from the shelf"))))
 
 (defrule empty-hand
   (phase work)
@@ -147,7 +148,7 @@
   (retract ?goal)
   (modify ?robot (holds nothing))
   (modify ?thing (at ?place) (on wall))
-  (assert (did (sym-cat hangs-the- ?what -on-the-wall))))
+  (assert (did (str-cat "hangs the " ?what " on the wall"))))
 
 ; --- Moving ---------------------------------------------------------------------------------------
 
@@ -174,7 +175,7 @@
   (retract ?goal)
   (modify ?thing (at ?place) (on floor))
   (modify ?robot (holds nothing))
-  (assert (did (sym-cat puts-the- ?what -down))))
+  (assert (did (str-cat "puts the " ?what " down"))))
 
 (defrule walk
   (phase work)
@@ -183,7 +184,7 @@
   =>
   (retract ?goal)
   (modify ?robot (at ?place))
-  (assert (did (sym-cat walks-to-the- ?place))))
+  (assert (did (str-cat "walks to the " ?place))))
 
 (defrule climb
   (phase work)
@@ -193,7 +194,7 @@
   =>
   (retract ?goal)
   (modify ?robot (on ?what))
-  (assert (did (sym-cat climbs-on-the- ?what))))
+  (assert (did (str-cat "climbs on the " ?what))))
 
 (defrule come-down
   (phase work)
@@ -202,7 +203,7 @@
   =>
   (retract ?goal)
   (modify ?robot (on floor))
-  (assert (did (sym-cat comes-down-from-the- ?what))))
+  (assert (did (str-cat "comes down from the " ?what))))
 
 ; --- Telling --------------------------------------------------------------------------------------
 

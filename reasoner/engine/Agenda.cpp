@@ -1,6 +1,7 @@
 #include "reasoner/engine/Agenda.h"
 
 #include "reasoner/engine/Reasoner.h"
+#include "reasoner/support/FirstFailure.h"
 #include "reasoner/support/Streams.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -53,11 +54,13 @@ std::int32_t TKBAgenda::FindInsertion(const TActivation& activation) const {
 }
 
 void TKBAgenda::Clear() {
-  while (!IsEmpty()) {
-    const std::int32_t count = GetCount();
-    if (engine_ != nullptr) engine_->RemoveActivation(0);
-    if (GetCount() >= count) Delete(0);  // a handler that puts an entry back does not hold us up
+  if (engine_ == nullptr) return TActivationAgenda::Clear();
+  // As many as there are now: what handlers bring meanwhile is the business of who clears.
+  FirstFailure failures;
+  for (std::int32_t count = GetCount(); count > 0 && !IsEmpty(); --count) {
+    failures.Try([this] { engine_->RemoveActivation(0); });
   }
+  failures.Raise();
 }
 
 }  // namespace reasoner

@@ -47,9 +47,11 @@ void TReasoner::RemoveDependencies(const IFactTemplate& fact_template) {
 void TReasoner::RemoveDependencies() {
   pending_assertions_.clear();
   pending_retractions_.clear();
-  if (network_) network_->Clear();
-  if (facts_) facts_->Clear();
-  if (rules_) rules_->Clear();
+  FirstFailure failures;
+  if (network_) failures.Try([this] { ClearNetwork(); });
+  if (facts_) failures.Try([this] { facts_->Clear(); });
+  if (rules_) failures.Try([this] { rules_->Clear(); });
+  failures.Raise();
 }
 
 void TReasoner::RemoveDependencies(const IKBDefinedType& type) {
@@ -197,8 +199,7 @@ void TReasoner::ChangeFactTemplateName(std::string_view old_name, std::string_vi
 
 void TReasoner::RuleChange(TRule& rule) {
   if (!network_ || !HoldsRule(rule)) return;
-  RequireIdleNetwork("changing a rule");
-  network_->RemoveRule(rule);
+  UncompileRule(rule);
   CompileRule(rule);
 }
 

@@ -153,27 +153,27 @@ void TReasoner::Clear() {
   halted_ = false;
   next_fact_id_ = 0;
   next_rule_id_ = 0;
-  agenda_->Clear();
-  network_->Clear();
-  rules_->Clear();
-  fact_templates_->Clear();
-  global_variables_->Clear();
-  defined_types_->Clear();
-  not_or_test_fact_ = nullptr;
-  fact_sets_->Clear();
-  facts_->Clear();
+  // Handlers may raise: every step is done all the same.
+  FirstFailure failures;
+  failures.Try([this] { agenda_->Clear(); });
+  failures.Try([this] { ClearNetwork(); });
+  failures.Try([this] { rules_->Clear(); });
+  failures.Try([this] { fact_templates_->Clear(); });
+  failures.Try([this] { global_variables_->Clear(); });
+  failures.Try([this] { defined_types_->Clear(); });
+  failures.Try([this] { fact_sets_->Clear(); });
+  failures.Try([this] { facts_->Clear(); });
   pending_assertions_.clear();
   pending_retractions_.clear();
   for (const Ref<IUserFunction>& function : user_functions_->GetItems()) {
-    if (dynamic_cast<IInterpretedFunction*>(function.get()) != nullptr) {
-      user_functions_->Remove(function->GetFunctionName());
-    }
+    if (dynamic_cast<IInterpretedFunction*>(function.get()) == nullptr) continue;
+    failures.Try([&] { user_functions_->Remove(function->GetFunctionName()); });
   }
-  initial_pattern_.reset();
   engine_variables_->Clear();
   io_streams_->Clear();
-  if (!IsDestroying()) MakeImplied();
-  if (OnClear) OnClear(*this);
+  if (!IsDestroying()) failures.Try([this] { MakeImplied(); });
+  if (OnClear) failures.Try([this] { OnClear(*this); });
+  failures.Raise();
 }
 
 void TReasoner::Reset() {
@@ -184,11 +184,13 @@ void TReasoner::Reset() {
     explicit Resetting(TReasoner& reset) : engine(reset) { ++engine.resetting_; }
     ~Resetting() {
       --engine.resetting_;
-      if (engine.current_activation_ == nullptr) engine.FreeDoomed();
+      engine.FreeDoomed();
     }
   } resetting(*this);
-  facts_->Clear();
+  // The ids start again before any handler can assert a fact.
+  facts_->ClearDirect();
   next_fact_id_ = 0;
+  RetractFacts();
   for (TRule* rule : rules_->GetItems()) rule->Reset();
   Assert(SInitialFact);
   if (ResetGlobals) {
@@ -217,8 +219,7 @@ void TReasoner::RequireIdleNetwork(const char* doing) const {
   if (in_network_ > 0) Raise(SNetworkBusy, doing);
 }
 
-// --- Settings
-// ----------------------------------------------------------------------------------------------------
+// Settings.
 
 void TReasoner::SetFactDuplication(bool value) {
   if (value == fact_duplication_) return;
@@ -282,8 +283,7 @@ std::string TReasoner::GenerateSymbol(std::string_view prefix) {
   return std::string(prefix) + IntegerToText(symbol_index_++);
 }
 
-// --- Constructs
-// --------------------------------------------------------------------------------------------------
+// Constructs.
 
 Ref<IFactTemplate> TReasoner::FindFactTemplate(std::string_view name) {
   return fact_templates_->Find(name);
@@ -363,8 +363,7 @@ const Ref<IUserFunction>& TReasoner::GetLogicFunction(TLogicFunction function) {
   return logic_functions_[function];
 }
 
-// --- Rules
-// -------------------------------------------------------------------------------------------------------
+// Rules.
 
 bool TReasoner::HoldsRule(const TRule& rule) const {
   return rules_ && rules_->Find(rule.GetRuleName()) == &rule;
@@ -385,30 +384,66 @@ void TReasoner::LeaveRule(TRule& rule) {
     rules_->table_.ForEach([&](const std::string& name, TRule* const& item) {
       if (item == &rule) key = name;
     });
-    if (key.empty()) return;
   }
-  rules_->table_.Take(key);
-  if (OnRemoveRule) OnRemoveRule(*this, rule);
-  network_->RemoveRule(rule);
+  // The rule ends whatever a handler thinks of it.
+  FirstFailure failures;
+  const bool was_listed = rules_->table_.Take(key) == &rule;
+  if (OnRemoveRule && was_listed) failures.Try([&] { OnRemoveRule(*this, rule); });
+  failures.Try([&] { UncompileRule(rule); });
 }
 
 void TReasoner::RemoveRule(TRule& rule) {
-  if (OnRemoveRule) OnRemoveRule(*this, rule);
-  network_->RemoveRule(rule);
+  const ScopedReport report(*this);
+  FirstFailure failures;
+  if (OnRemoveRule) failures.Try([&] { OnRemoveRule(*this, rule); });
+  failures.Try([&] { UncompileRule(rule); });
   if (!rule.IsDestroying() && rule.GetOwner() == this) FreeRule(rule);
+  failures.Raise();
+}
+
+// Whether the network knows the rule, or will as soon as it is idle.
+bool TReasoner::IsCompiled(const TRule& rule) const {
+  return in_network_ > 0 || !network_->IsEnabled() || network_->HasRule(rule);
+}
+
+// Enters a compiled rule under its name. A handler may have entered another one meanwhile: that one
+// gives way.
+void TReasoner::ClaimName(TRule& rule) {
+  TRule* other = rules_->table_.Take(rule.GetRuleName());
+  rules_->table_.Put(rule.GetRuleName(), &rule);
+  if (other != nullptr && other != &rule) RemoveRule(*other);
+}
+
+// Puts a rule in the place of another one. If feeding it fails, the old one comes back.
+void TReasoner::ReplaceRule(TRule& old, TRule& rule) {
+  const std::string name = rule.GetRuleName();
+  if (OnRemoveRule) OnRemoveRule(*this, old);
+  const auto holds_old = [&] { return rules_->Find(name) == &old; };
+  if (!holds_old()) return rules_->Put(name, &rule);  // the handler was faster
+  FirstFailure failures;
+  failures.Try([&] { UncompileRule(old); });
+  failures.Try([&] { CompileRule(rule); });
+  if (!IsCompiled(rule)) {
+    if (holds_old()) failures.Try([&] { CompileRule(old); });
+  } else if (holds_old()) {
+    rules_->table_.Put(name, &rule);
+    if (!old.IsDestroying() && old.GetOwner() == this) FreeRule(old);
+  } else {
+    failures.Try([&] { ClaimName(rule); });
+  }
+  failures.Raise();
 }
 
 void TReasoner::DropRule(TRule& rule) {
-  if (rule.GetOwner() == this) {
-    network_->RemoveRule(rule);
-    FreeRule(rule);
-  } else {
-    network_->RemoveRule(rule);
-  }
+  const ScopedReport report(*this);
+  FirstFailure failures;
+  failures.Try([&] { UncompileRule(rule); });
+  if (rule.GetOwner() == this) FreeRule(rule);
+  failures.Raise();
 }
 
 void TReasoner::FreeRule(TRule& rule) {
-  if (rule.IsFiring()) {
+  if (rule.IsFiring() || !IsIdle()) {
     doomed_rules_.push_back(&rule);
   } else {
     delete &rule;
@@ -416,21 +451,31 @@ void TReasoner::FreeRule(TRule& rule) {
 }
 
 void TReasoner::FreeDoomed() noexcept {
-  const std::vector<TRule*> rules = std::move(doomed_rules_);
-  doomed_rules_.clear();
-  for (TRule* rule : rules) delete rule;
-  if (resetting_ > 0) return;
-  const std::vector<TFactSet*> sets = std::move(doomed_fact_sets_);
-  doomed_fact_sets_.clear();
-  for (TFactSet* fact_set : sets) delete fact_set;
+  if (!IsIdle()) return;
+  while (!doomed_rules_.empty()) {
+    TRule* rule = doomed_rules_.back();
+    doomed_rules_.pop_back();
+    delete rule;
+  }
+  while (resetting_ == 0 && !doomed_fact_sets_.empty()) {
+    TFactSet* fact_set = doomed_fact_sets_.back();
+    doomed_fact_sets_.pop_back();
+    delete fact_set;
+  }
 }
 
 void TReasoner::Notification(TComponent& component, TOperation operation) {
   TComponent::Notification(component, operation);
   if (operation != opRemove) return;
   if (auto* rule = dynamic_cast<TRule*>(&component)) {
+    // Whoever else frees it was faster.
+    doomed_rules_.erase(std::remove(doomed_rules_.begin(), doomed_rules_.end(), rule),
+                        doomed_rules_.end());
     if (rules_ && rules_->Find(rule->GetRuleName()) == rule) LeaveRule(*rule);
   } else if (auto* fact_set = dynamic_cast<TFactSet*>(&component)) {
+    doomed_fact_sets_.erase(
+        std::remove(doomed_fact_sets_.begin(), doomed_fact_sets_.end(), fact_set),
+        doomed_fact_sets_.end());
     if (fact_sets_) fact_sets_->Leave(*fact_set);
   }
 }

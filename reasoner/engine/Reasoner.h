@@ -98,8 +98,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   ~TReasoner() override;
   std::string ClassName() const override { return "TReasoner"; }
 
-  // --- Knowledge as text
-  // -------------------------------------------------------------------------------------------
+  // Knowledge as text.
   // Reads all expressions of a text. With `execute` top-level calls run, else they are parsed only.
   // Failures raise EKBParseException for the text, EKBException for what runs; what came before
   // stays.
@@ -119,6 +118,8 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   Ref<IKBValue> ParseVariable(std::string_view text, std::string& name);
   Ref<IValueVector> ParseList(std::string_view text);
   Ref<IKBValue> ParseNExecuteFunCall(std::string_view text);
+  // The caller's: GetRules().Add(*rule) registers it, GetRules().Add(std::move(rule)) gives it
+  // away.
   std::unique_ptr<TRule> ParseRule(std::string_view text);
   Ref<ISingletonsVector> ParseSingletons(std::string_view text);
   Ref<IKBValue> ParseValue(std::string_view text);  // null where the text holds no value
@@ -133,8 +134,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   void LoadFacts(TStream& stream, const TEncoding* encoding = nullptr);
   void LoadFacts(const std::string& file_name, const TEncoding* encoding = nullptr);
 
-  // --- Facts
-  // -------------------------------------------------------------------------------------------------------
+  // Facts.
   // The id of the new fact, or -1 for a refused duplicate. The match is done when the call returns;
   // inside the network the fact waits for its turn.
   std::int32_t Assert(const Ref<IFact>& fact, bool unconditional = false);
@@ -160,8 +160,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   }
   std::int32_t NewFactId();  // raises at the end of the range
 
-  // --- Running
-  // -----------------------------------------------------------------------------------------------------
+  // Running.
   // Fires until the agenda is empty, `max_rules` have fired, or the engine is halted. Gives how
   // many fired. Inside a firing, or while a token is in the network, it answers 0 and does nothing.
   std::int32_t Run(std::int32_t max_rules = 2147483647);
@@ -182,8 +181,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   void Lock() { lock_.lock(); }
   void Unlock() { lock_.unlock(); }
 
-  // --- Agenda
-  // ------------------------------------------------------------------------------------------------------
+  // Agenda.
   void AddActivation(TActivation& activation) override;  // takes ownership
   std::unique_ptr<TActivation> RemoveActivation(TActivation& activation) override;
   virtual std::unique_ptr<TActivation> RemoveActivation(std::int32_t index);
@@ -193,8 +191,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   TActivation& GetActivation(std::int32_t index) const { return agenda_->GetActivation(index); }
   std::unique_ptr<TActivation> RuleFired(TActivation& activation) override;
 
-  // --- The parts
-  // ---------------------------------------------------------------------------------------------------
+  // The parts.
   TFacts& GetFacts() noexcept { return *facts_; }
   TKBAgenda& GetAgenda() noexcept { return *agenda_; }
   TFactTemplates& GetFactTemplates() noexcept { return *fact_templates_; }
@@ -209,8 +206,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   TKBParser& GetParser() noexcept { return *parser_; }
   TKBContext& GetContext() noexcept override { return *context_; }
 
-  // --- Settings
-  // ----------------------------------------------------------------------------------------------------
+  // Settings.
   TDuplicateConstructs DuplicateConstructs = dcOverwrite;
   bool ResetGlobals = true;
   TConstructWatches Watch;
@@ -241,9 +237,14 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   // events.
   void SetParserType(TKBParserFactory factory);
 
-  // --- Logical streams
-  // ---------------------------------------------------------------------------------------------
+  // Logical streams.
   void PrintOut(const std::string& text) { PrintOut("", text); }
+  // Terminal output goes to the stream from now on, and not to OnPrintOut. The engine owns the
+  // stream and closes the one that it captured to before. A file is made or emptied; False when
+  // that fails.
+  bool StartCapture(std::unique_ptr<TStream> stream, const TEncoding* encoding = nullptr);
+  bool StartCapture(const std::string& file_name, const TEncoding* encoding = nullptr);
+  bool StopCapture();
   // "t" and the empty name are the terminal: OnPrintOut. Other names are streams; an unknown one
   // loses the text, or raises when there is no OnPrintOut.
   void PrintOut(const std::string& out_id, const std::string& text) override;
@@ -254,8 +255,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   const TFailurePlace& GetFailurePlace() const noexcept { return failure_place_; }
   void ClearFailurePlace() { failure_place_ = TFailurePlace(); }
 
-  // --- Small services
-  // ----------------------------------------------------------------------------------------------
+  // Small services.
   std::int32_t GetNextFactId() const noexcept override { return next_fact_id_; }
   std::int32_t NewRuleId() override { return next_rule_id_++; }
   std::string GenerateSymbol(std::string_view prefix) override;
@@ -285,8 +285,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   std::string PrettyPrint(const TKBPattern& pattern) override;
   std::string PrettyPrint(const ISingletonsVector& singletons) override;
 
-  // --- Dependencies
-  // ------------------------------------------------------------------------------------------------
+  // Dependencies.
   // Removes what depends on a template, on a type, on anything.
   virtual void RemoveDependencies(const IFactTemplate& fact_template);
   virtual void RemoveDependencies(const IKBDefinedType& type);
@@ -306,8 +305,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
 
   void Notification(TComponent& component, TOperation operation) override;
 
-  // --- Events
-  // ------------------------------------------------------------------------------------------------------
+  // Events.
   TReasonerEvent OnAddDefaultPackages;  // when the packages have been made
   TAgendaEvent OnAddActivation;         // after the activation has entered the agenda
   TAgendaEvent OnRemoveActivation;      // before it leaves
@@ -342,12 +340,30 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   friend class TEngineVariables;
   friend class TGlobalVariables;
 
-  // What waits for the network: one fact that came or goes, or a rule that is to be compiled.
+  // What waits for the network: a fact that came or goes, a rule that is to be compiled, or the
+  // nodes of one that is gone.
   struct TNetworkWork {
-    enum Kind : std::uint8_t { kAssertion, kRetraction } kind;
+    enum Kind : std::uint8_t { kAssertion, kRetraction, kCompilation, kRelease } kind;
     Ref<IFact> fact;
+    TRule* rule = nullptr;  // taken off the queue when it goes
+    std::vector<TReteNode*> nodes;
   };
   class ScopedNetwork;
+  // Something is being reported to the host, or entered in its hearing: what it ends meanwhile is
+  // freed when that is over.
+  class ScopedReport {
+   public:
+    explicit ScopedReport(TReasoner& engine) : engine_(engine) { ++engine_.reporting_; }
+    ~ScopedReport() {
+      --engine_.reporting_;
+      engine_.FreeDoomed();
+    }
+    ScopedReport(const ScopedReport&) = delete;
+    ScopedReport& operator=(const ScopedReport&) = delete;
+
+   private:
+    TReasoner& engine_;
+  };
   class ScopedTokenizer;
 
   // IReasoner, for the floors below.
@@ -386,11 +402,26 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   void DoWork(const TNetworkWork& work);
   void RetractEntry(TFacts::Entry& entry);
   void RetractListed(TFacts::Entry& entry);
-  void RequireIdleNetwork(const char* doing) const;
-  void RunStep();
+  void RequireIdleNetwork(const char* doing) const override;
+  void ClearNetwork();
+  void RuleMarkedFired(TRule& rule) override;
+  std::int32_t NextToFire(std::int32_t max_rules) const;
+  void RunStep(std::int32_t index);
   void RebuildAgenda();
   void PlaceActivation(std::unique_ptr<TActivation> activation);
   void CompileRule(TRule& rule);
+  void UncompileRule(TRule& rule);
+  // Runs a step during which the network is busy. What handlers of activations raise meanwhile
+  // waits: the match is finished first.
+  template <class TStep>
+  void InNetwork(TStep step);
+  void FeedRule(TRule& rule);
+  void ReplaceRule(TRule& old, TRule& rule);
+  void ClaimName(TRule& rule);
+  bool IsCompiled(const TRule& rule) const;
+  bool IsIdle() const noexcept {
+    return in_network_ == 0 && reporting_ == 0 && current_activation_ == nullptr;
+  }
   void DropRule(TRule& rule);  // frees the engine's own, or takes a host's out of the network
   void FreeRule(TRule& rule);
   void FreeDoomed() noexcept;
@@ -433,7 +464,10 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   // Taken out while they were at work: freed when that has ended.
   std::vector<TRule*> doomed_rules_;
   std::vector<TFactSet*> doomed_fact_sets_;
+  FirstFailure network_failures_;
   std::int32_t resetting_ = 0;
+  std::int32_t reporting_ = 0;      // an activation's coming or going is being reported
+  TActivation* placing_ = nullptr;  // null again if it has gone meanwhile
   std::deque<TActivation*>
       rebuilding_;  // off the agenda until they are placed anew; null where one was withdrawn
 
@@ -442,6 +476,8 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   std::vector<std::unique_ptr<TKBParser>> old_parsers_;  // replaced while they were at work
   std::int32_t parses_ = 0;
   std::unique_ptr<TIOStreams> io_streams_;
+  std::unique_ptr<TStream> capture_;
+  const TEncoding* capture_encoding_ = nullptr;
   std::unique_ptr<TGlobalVariables> global_variables_;
   std::unique_ptr<TKBDefinedTypes> defined_types_;
   std::unique_ptr<TKBAgenda> agenda_;

@@ -25,6 +25,17 @@ class TReasoner::ScopedNetwork {
   TReasoner& engine_;
 };
 
+template <class TStep>
+void TReasoner::InNetwork(TStep step) {
+  FirstFailure failures;
+  {
+    const ScopedNetwork inside(*this);
+    failures.Try(step);
+  }
+  if (in_network_ == 0) network_failures_.Raise();
+  failures.Raise();
+}
+
 std::int32_t TReasoner::NewFactId() {
   if (next_fact_id_ == std::numeric_limits<std::int32_t>::max()) Raise(SFactIdsExhausted);
   return next_fact_id_++;
@@ -44,8 +55,14 @@ std::int32_t TReasoner::Assert(const Ref<IFact>& asserted, bool) {
   const std::int32_t id = NewFactId();
   fact->SetID(id);
   facts_->InsertDirect(facts_->GetCount(), fact, hash);
-  if (Watches(cwFact)) PrintOut(" ==> " + fact->ToIDString() + std::string(NewLineString));
-  PostWork(TNetworkWork{TNetworkWork::kAssertion, fact});
+  // The token waits before anyone hears of the fact: a handler that adds a rule gets it once.
+  work_.push_back(TNetworkWork{TNetworkWork::kAssertion, fact, nullptr, {}});
+  FirstFailure failures;
+  if (Watches(cwFact)) {
+    failures.Try([&] { PrintOut(" ==> " + fact->ToIDString() + std::string(NewLineString)); });
+  }
+  if (in_network_ == 0) failures.Try([&] { DrainWork(); });
+  failures.Raise();
   return id;
 }
 
@@ -66,44 +83,54 @@ void TReasoner::PostWork(TNetworkWork work) {
 }
 
 void TReasoner::DrainWork() {
-  std::exception_ptr first_failure;
+  FirstFailure failures;
   while (!work_.empty()) {
     const TNetworkWork work = std::move(work_.front());
     work_.pop_front();
-    try {
-      DoWork(work);
-    } catch (...) {
-      if (!first_failure) first_failure = std::current_exception();
-    }
+    failures.Try([&] { DoWork(work); });
   }
-  if (first_failure) std::rethrow_exception(first_failure);
+  FreeDoomed();
+  failures.Raise();
 }
 
 void TReasoner::DoWork(const TNetworkWork& work) {
-  if (work.kind == TNetworkWork::kRetraction) {
-    if (TFacts::Entry* entry = facts_->FindEntry(*work.fact)) RetractEntry(*entry);
-    return;
+  switch (work.kind) {
+    case TNetworkWork::kAssertion:
+      break;
+    case TNetworkWork::kRetraction:
+      if (TFacts::Entry* entry = facts_->FindEntry(*work.fact)) RetractEntry(*entry);
+      return;
+    case TNetworkWork::kCompilation:
+      return FeedRule(*work.rule);
+    case TNetworkWork::kRelease:
+      return network_->ReleaseNodes(work.nodes);
   }
-  {
-    const ScopedNetwork inside(*this);
-    network_->ProcessToken(Make<TKBToken>(taAdd, work.fact));
-  }
+  if (facts_->FindEntry(*work.fact) == nullptr) return;  // cleared away while it waited
+  InNetwork([&] { network_->ProcessToken(Make<TKBToken>(taAdd, work.fact)); });
   ProcessPendingFacts();
   if (OnAssertion) OnAssertion(*this, work.fact);
 }
 
 void TReasoner::RetractEntry(TFacts::Entry& listed) {
   const Ref<IFact> fact = listed.fact;
-  if (OnRetraction) OnRetraction(*this, fact);
-  if (facts_->FindEntry(*fact) == nullptr) return;  // the handler was faster
-  {
-    const ScopedNetwork inside(*this);
-    network_->ProcessToken(Make<TKBToken>(taRemove, fact));
+  // A retraction that has begun is carried through, and one that has waited has begun.
+  const bool has_waited = listed.leaving;
+  FirstFailure failures;
+  if (OnRetraction) failures.Try([&] { OnRetraction(*this, fact); });
+  if (!has_waited) failures.Raise();
+  TFacts::Entry* leaving = facts_->FindEntry(*fact);
+  if (leaving == nullptr) return failures.Raise();  // the handler was faster
+  facts_->MarkLeaving(*leaving);
+  failures.Try([&] { InNetwork([&] { network_->ProcessToken(Make<TKBToken>(taRemove, fact)); }); });
+  if (Watches(cwFact)) {
+    failures.Try([&] { PrintOut(" <== " + fact->ToIDString() + std::string(NewLineString)); });
   }
-  if (Watches(cwFact)) PrintOut(" <== " + fact->ToIDString() + std::string(NewLineString));
   if (TFacts::Entry* entry = facts_->FindEntry(*fact)) facts_->DeleteDirect(*entry);
-  if (in_network_ == 0 && !work_.empty()) DrainWork();
-  ProcessPendingFacts();
+  failures.Try([&] {
+    if (in_network_ == 0 && !work_.empty()) DrainWork();
+    ProcessPendingFacts();
+  });
+  failures.Raise();
 }
 
 void TReasoner::RetractListed(TFacts::Entry& entry) {
@@ -111,7 +138,7 @@ void TReasoner::RetractListed(TFacts::Entry& entry) {
   if (in_network_ == 0) return RetractEntry(entry);
   if (entry.leaving) return;
   facts_->MarkLeaving(entry);
-  PostWork(TNetworkWork{TNetworkWork::kRetraction, entry.fact});
+  PostWork(TNetworkWork{TNetworkWork::kRetraction, entry.fact, nullptr, {}});
 }
 
 void TReasoner::RetractFact(std::int32_t index) { RetractListed(facts_->At(index)); }
@@ -137,12 +164,13 @@ void TReasoner::Retract(std::string_view text) {
 
 void TReasoner::RetractFacts() {
   const ScopedMaxDepth depth(max_depth_);
-  {
-    const ScopedNetwork inside(*this);
-    network_->ProcessToken(Make<TKBToken>());
-  }
-  if (!work_.empty()) DrainWork();
-  if (OnClearFacts) OnClearFacts(*this);
+  FirstFailure failures;
+  failures.Try([&] { InNetwork([&] { network_->ProcessToken(Make<TKBToken>()); }); });
+  failures.Try([&] {
+    if (!work_.empty()) DrainWork();
+  });
+  if (OnClearFacts) failures.Try([&] { OnClearFacts(*this); });
+  failures.Raise();
 }
 
 void TReasoner::BeginFactModify(const Ref<IFact>& fact) {
@@ -186,15 +214,75 @@ std::vector<Ref<IFact>> TReasoner::SnapshotFacts() {
   return facts;
 }
 
+// Rules and the network.
+
+// Compiles and feeds a rule, at once or when the network is idle again.
 void TReasoner::CompileRule(TRule& rule) {
-  RequireIdleNetwork("compiling a rule");
-  const ScopedMaxDepth depth(max_depth_);
-  {
-    const ScopedNetwork inside(*this);
-    network_->AddRule(rule);
+  if (in_network_ > 0) {
+    work_.push_back(TNetworkWork{TNetworkWork::kCompilation, nullptr, &rule, {}});
+    return;
   }
-  if (!work_.empty()) DrainWork();
-  ProcessPendingFacts();
+  const ScopedMaxDepth depth(max_depth_);
+  FirstFailure failures;
+  failures.Try([&] { InNetwork([&] { network_->AddRule(rule); }); });
+  failures.Try([&] {
+    if (!work_.empty()) DrainWork();
+    ProcessPendingFacts();
+  });
+  failures.Raise();
+}
+
+// A rule that had to wait: one that cannot be compiled is no rule.
+void TReasoner::FeedRule(TRule& rule) {
+  const ScopedReport report(*this);
+  FirstFailure failures;
+  failures.Try([&] { CompileRule(rule); });
+  if (!IsCompiled(rule) && HoldsRule(rule)) {
+    failures.Try([&] { rules_->Remove(rule.GetRuleName()); });
+  }
+  failures.Raise();
+  if (HoldsRule(rule) && Watches(cwCompilation))
+    PrintOut(rule.CompileTrace + std::string(NewLineString));
+}
+
+// Takes a rule out of the network: its activations go at once, its nodes when no token is inside.
+void TReasoner::UncompileRule(TRule& rule) {
+  work_.erase(std::remove_if(work_.begin(), work_.end(),
+                             [&rule](const TNetworkWork& work) { return work.rule == &rule; }),
+              work_.end());
+  if (!network_->HasRule(rule)) return;
+  FirstFailure failures;
+  failures.Try([&] {
+    InNetwork([&] {
+      std::vector<TReteNode*> nodes = network_->CutOffRule(rule, failures);
+      work_.push_back(TNetworkWork{TNetworkWork::kRelease, nullptr, nullptr, std::move(nodes)});
+    });
+  });
+  if (in_network_ == 0) failures.Try([&] { DrainWork(); });
+  failures.Raise();
+}
+
+// Frees all nodes. Compilations that wait are for rules that are going, too.
+void TReasoner::ClearNetwork() {
+  FirstFailure failures;
+  failures.Try([this] { InNetwork([this] { network_->Clear(); }); });
+  work_.erase(std::remove_if(work_.begin(), work_.end(),
+                             [](const TNetworkWork& work) {
+                               return work.kind == TNetworkWork::kCompilation ||
+                                      work.kind == TNetworkWork::kRelease;
+                             }),
+              work_.end());
+  failures.Try([this] { DrainWork(); });
+  failures.Raise();
+}
+
+void TReasoner::RuleMarkedFired(TRule& rule) {
+  if (TPatternMatchTerminalNode* terminal = network_->GetTerminal(rule)) {
+    FirstFailure failures;
+    failures.Try([&] { InNetwork([&] { terminal->StandDown(current_activation_); }); });
+    if (in_network_ == 0) failures.Try([&] { DrainWork(); });
+    failures.Raise();
+  }
 }
 
 }  // namespace reasoner

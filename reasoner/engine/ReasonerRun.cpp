@@ -19,8 +19,7 @@ static double Tick() {
   return std::floor(duration<double, std::milli>(steady_clock::now().time_since_epoch()).count());
 }
 
-// --- Agenda
-// ------------------------------------------------------------------------------------------------------
+// Agenda.
 
 // Salience first; among equal ones the newest in front at the top of the agenda for depth first,
 // the oldest in front at its bottom for breadth first; inside the agenda in front of the entry that
@@ -55,15 +54,29 @@ std::int32_t TReasoner::SearchSalience(std::int32_t salience) const {
 
 void TReasoner::PlaceActivation(std::unique_ptr<TActivation> owned) {
   TActivation& activation = *owned;
+  const ScopedReport report(*this);
+  struct Placing {
+    TReasoner& engine;
+    std::unique_ptr<TActivation>& owned;
+    TActivation* outer;
+    ~Placing() {
+      engine.placing_ = outer;
+      // One that could not be placed ends here, but the one being fired is the run loop's.
+      if (owned.get() == engine.current_activation_) owned.release();
+    }
+  } placing{*this, owned, std::exchange(placing_, &activation)};
   try {
     // A salience that cannot be evaluated takes the activation with it, off its node too.
     activation.GetRule().EvaluateSalience();
     const std::int32_t index = agenda_->Add(std::move(owned));
     if (Watches(cwActivation))
       PrintOut("==> Activation: " + activation.ToString() + std::string(NewLineString));
-    if (OnAddActivation && agenda_->Holds(activation)) OnAddActivation(*this, index, activation);
+    if (OnAddActivation && placing_ != nullptr) OnAddActivation(*this, index, activation);
   } catch (const EAbort&) {
     // A host's silent refusal ends here: the match goes on.
+  } catch (...) {
+    if (in_network_ == 0) throw;
+    network_failures_.Keep(std::current_exception());
   }
 }
 
@@ -79,6 +92,7 @@ std::unique_ptr<TActivation> TReasoner::RemoveActivation(TActivation& activation
   for (TActivation*& waiting : rebuilding_) {
     if (waiting != &activation) continue;
     waiting = nullptr;
+    if (&activation == current_activation_) return nullptr;  // the run loop's
     return std::unique_ptr<TActivation>(&activation);
   }
   return nullptr;
@@ -90,25 +104,32 @@ std::unique_ptr<TActivation> TReasoner::RemoveActivation(std::int32_t index) {
   const auto take = [this, &activation] {
     const std::int32_t place = agenda_->IndexOf(activation);
     if (place >= 0) agenda_->Extract(place).release();
+    if (placing_ == &activation) placing_ = nullptr;
   };
+  const ScopedReport report(*this);
   if (activation.IsLeaving()) {
     // Its removal is being reported already: the report's own end frees it.
     take();
     return nullptr;
   }
   activation.SetLeaving();
+  // The line is made before the event: a handler may end the rule.
+  std::string line;
+  if (Watches(cwActivation)) {
+    line = "<== Activation: " +
+           (activation.HasRule() ? activation.GetRule().GetRuleName() : std::string()) + " : " +
+           activation.GetToken()->GetToFactsString() + std::string(NewLineString);
+  }
   try {
     if (OnRemoveActivation) OnRemoveActivation(*this, index, activation);
-    if (Watches(cwActivation)) {
-      const std::string name =
-          activation.HasRule() ? activation.GetRule().GetRuleName() : std::string();
-      PrintOut("<== Activation: " + name + " : " + activation.GetToken()->GetToFactsString() +
-               std::string(NewLineString));
-    }
+    if (!line.empty()) PrintOut(line);
   } catch (...) {
-    take();
-    if (&activation != current_activation_) delete &activation;
-    throw;
+    if (in_network_ == 0) {
+      take();
+      if (&activation != current_activation_) delete &activation;
+      throw;
+    }
+    network_failures_.Keep(std::current_exception());
   }
   take();
   if (&activation == current_activation_) return nullptr;  // the run loop's
@@ -131,47 +152,65 @@ void TReasoner::SetStrategy(TSearchStrategy value) {
 void TReasoner::RebuildAgenda() {
   const std::size_t first = rebuilding_.size();
   while (!agenda_->IsEmpty()) rebuilding_.push_back(agenda_->Extract(0).release());
-  std::exception_ptr first_failure;
+  FirstFailure failures;
   while (rebuilding_.size() > first) {
     TActivation* activation = rebuilding_[first];
     rebuilding_.erase(rebuilding_.begin() + static_cast<std::ptrdiff_t>(first));
     if (activation == nullptr) continue;
     activation->SetStrength(1.0F);
-    try {
-      PlaceActivation(std::unique_ptr<TActivation>(activation));
-    } catch (...) {
-      if (!first_failure) first_failure = std::current_exception();
-    }
+    failures.Try([&] { PlaceActivation(std::unique_ptr<TActivation>(activation)); });
   }
-  if (first_failure) std::rethrow_exception(first_failure);
+  failures.Raise();
 }
 
-// --- Run loop
-// ----------------------------------------------------------------------------------------------------
+// Run loop.
+
+// The next activation to fire, or -1. An entry whose removal is being reported fires no more.
+std::int32_t TReasoner::NextToFire(std::int32_t max_rules) const {
+  if (halted_ || rules_fired_ >= max_rules) return -1;
+  std::int32_t next = 0;
+  while (next < agenda_->GetCount() && agenda_->GetActivation(next).IsLeaving()) ++next;
+  return next < agenda_->GetCount() ? next : -1;
+}
 
 std::int32_t TReasoner::Run(std::int32_t max_rules) {
-  if (running_ || in_network_ > 0 || current_activation_ != nullptr) return 0;
-  const ScopedMaxDepth depth(max_depth_);
+  using TGuard = std::lock_guard<std::recursive_mutex>;
+  {
+    // Another thread may be at work: what it has begun is waited for.
+    const TGuard lock(lock_);
+    if (running_ || in_network_ > 0 || current_activation_ != nullptr) return 0;
+    running_ = true;
+  }
   struct Running {
-    bool& flag;
-    explicit Running(bool& running) : flag(running) { flag = true; }
-    ~Running() { flag = false; }
-  } running(running_);
-  BeginInference();
-  while (!agenda_->IsEmpty() && !halted_ && rules_fired_ < max_rules) {
-    const std::lock_guard<std::recursive_mutex> lock(lock_);
+    TReasoner& engine;
+    ~Running() {
+      const TGuard lock(engine.lock_);
+      engine.running_ = false;
+    }
+  } running{*this};
+  const ScopedMaxDepth depth(max_depth_);
+  {
+    const TGuard lock(lock_);
+    BeginInference();
+  }
+  // The lock is held for one firing at a time: between two of them other threads get in.
+  for (bool going = true; going;) {
+    const TGuard lock(lock_);
     CheckInterrupt();
-    if (agenda_->IsEmpty()) continue;  // another thread was here before the lock was ours
-    RunStep();
+    const std::int32_t next = NextToFire(max_rules);
+    going = next >= 0;
+    if (!going) continue;
+    RunStep(next);
     if (SalienceEvaluation == sEveryTime) RebuildAgenda();
   }
+  const TGuard lock(lock_);
   const std::int32_t fired = rules_fired_;
   EndInference();
   return fired;
 }
 
-void TReasoner::RunStep() {
-  current_activation_ = &agenda_->GetActivation(0);
+void TReasoner::RunStep(std::int32_t index) {
+  current_activation_ = &agenda_->GetActivation(index);
   // The order matters: what ends the activation must still see it as the current one.
   struct Firing {
     TReasoner& engine;

@@ -174,7 +174,10 @@ Ref<IKBValue> TReasoner::ParseNExecuteFunCall(std::string_view text) {
 }
 
 std::unique_ptr<TRule> TReasoner::ParseRule(std::string_view text) {
-  return WithText(text, [](TKBParser& parser) { return parser.ParseRule(); });
+  std::unique_ptr<TRule> rule =
+      WithText(text, [](TKBParser& parser) { return parser.ParseRule(); });
+  RemoveComponent(*rule);  // the caller's alone
+  return rule;
 }
 
 Ref<ISingletonsVector> TReasoner::ParseSingletons(std::string_view text) {
@@ -216,13 +219,13 @@ void TReasoner::LoadFacts(const std::string& file_name, const TEncoding* encodin
   WithStream(stream, encoding, file_name, [](TKBParser& parser) { return parser.LoadFacts(); });
 }
 
-// --- Logical streams
-// ---------------------------------------------------------------------------------------------
+// Logical streams.
 
 static bool IsTerminal(const std::string& name) { return name.empty() || name == "t"; }
 
 void TReasoner::PrintOut(const std::string& out_id, const std::string& text) {
   if (IsTerminal(out_id)) {
+    if (capture_) return WriteStringToStream(*capture_, text, capture_encoding_);
     if (OnPrintOut) OnPrintOut(*this, out_id, text);
     return;
   }
@@ -231,6 +234,27 @@ void TReasoner::PrintOut(const std::string& out_id, const std::string& text) {
   } else if (!OnPrintOut) {
     Raise(SNoSuchFunction, "printout");
   }
+}
+
+bool TReasoner::StartCapture(std::unique_ptr<TStream> stream, const TEncoding* encoding) {
+  if (!stream) return false;
+  WritePreambleToStream(*stream, encoding);
+  capture_ = std::move(stream);
+  capture_encoding_ = encoding;
+  return true;
+}
+
+bool TReasoner::StartCapture(const std::string& file_name, const TEncoding* encoding) {
+  try {
+    return StartCapture(std::make_unique<TFileStream>(file_name, fmCreate), encoding);
+  } catch (const EKitException&) {
+    return false;
+  }
+}
+
+bool TReasoner::StopCapture() {
+  capture_.reset();
+  return true;
 }
 
 std::string TReasoner::ReadLine(const std::string& in_id) {
@@ -261,8 +285,7 @@ Ref<IStreamToken> TReasoner::ReadToken(const std::string& in_id) {
   return token ? token : Make<TKBStreamToken>(std::int32_t{dtNone}, Text("EOF"));
 }
 
-// --- Printing
-// ----------------------------------------------------------------------------------------------------
+// Printing.
 
 std::string TReasoner::PrettyPrint(const TFactSet& fact_set) {
   return parser_->PrettyPrint(fact_set);

@@ -52,8 +52,7 @@ static std::string ParentsFirst(const std::vector<TItem>& items, TParent parent_
   return text;
 }
 
-// --- Templates
-// ---------------------------------------------------------------------------------------------------
+// Templates.
 
 static void GiveImpliedSlot(IFactTemplate& fact_template) {
   if (fact_template.GetSlotCount() == 0) fact_template.AddMultiSlot(SDefaultSlotName, FCNilList);
@@ -96,9 +95,13 @@ void TFactTemplates::Remove(std::string_view name) {
 }
 
 void TFactTemplates::Clear() {
-  engine_.RemoveDependencies();
+  FirstFailure failures;
+  failures.Try([this] { engine_.RemoveDependencies(); });
   table_.Clear();
-  if (engine_.OnClearFactTemplates) engine_.OnClearFactTemplates(engine_);
+  if (engine_.OnClearFactTemplates) {
+    failures.Try([this] { engine_.OnClearFactTemplates(engine_); });
+  }
+  failures.Raise();
 }
 
 std::string TFactTemplates::ToString() const {
@@ -107,8 +110,7 @@ std::string TFactTemplates::ToString() const {
       SFactTemplateInheritanceCorrupt);
 }
 
-// --- Types
-// -------------------------------------------------------------------------------------------------------
+// Types.
 
 void TKBDefinedTypes::PutValue(std::string_view name, const Ref<IKBDefinedType>& type) {
   if (type->GetReasoner() != &engine_) type->SetReasoner(&engine_);
@@ -162,8 +164,7 @@ std::string TKBDefinedTypes::ToString() const {
       STypeInheritanceCorrupt);
 }
 
-// --- Functions
-// ---------------------------------------------------------------------------------------------------
+// Functions.
 
 static IInterpretedFunction* AsInterpreted(IUserFunction& function) {
   return dynamic_cast<IInterpretedFunction*>(&function);
@@ -219,33 +220,49 @@ std::string TUserFunctions::ToString() const {
   return text;
 }
 
-// --- Rules
-// -------------------------------------------------------------------------------------------------------
+// Rules.
 
 void TRules::PutValue(std::string_view name, TRule* const& rule) {
   if (rule == nullptr) {
     Remove(name);
     return;
   }
-  TRule* old = Find(name);
+  const std::string key(name);  // a handler may rename the rule
+  TRule* old = Find(key);
   if (old == rule) return;
-  engine_.RequireIdleNetwork("defining a rule");
+  const TReasoner::ScopedReport report(engine_);
+  FirstFailure failures;  // of others, whom the rule's coming has set to work
   if (old != nullptr) {
-    if (engine_.DuplicateConstructs == dcError) Raise(SDuplicateRuleNames, name);
+    if (engine_.DuplicateConstructs == dcError) Raise(SDuplicateRuleNames, key);
     if (engine_.DuplicateConstructs == dcIgnore) return;
-    Remove(name);
+    // What cannot be compiled does not push out what is there.
+    TReteNetwork::TryRule(engine_, *rule);
+    failures.Try([&] { engine_.ReplaceRule(*old, *rule); });
+  } else {
+    // The rule is compiled before it is in the table: a failure leaves no trace of it.
+    if (engine_.in_network_ > 0) TReteNetwork::TryRule(engine_, *rule);
+    failures.Try([&] { engine_.CompileRule(*rule); });
+    if (!engine_.IsCompiled(*rule)) return failures.Raise();
+    engine_.ClaimName(*rule);
   }
-  // The rule is compiled before it is in the table: a failure leaves no trace of it.
-  engine_.CompileRule(*rule);
-  table_.Put(name, rule);
-  if (engine_.Watches(cwCompilation))
-    engine_.PrintOut(rule->CompileTrace + std::string(NewLineString));
-  if (engine_.OnAddRule) engine_.OnAddRule(engine_, *rule);
+  const auto is_held = [&] { return engine_.HoldsRule(*rule); };
+  if (engine_.in_network_ == 0 && engine_.Watches(cwCompilation) && is_held()) {
+    failures.Try([&] { engine_.PrintOut(rule->CompileTrace + std::string(NewLineString)); });
+  }
+  if (engine_.OnAddRule && is_held()) failures.Try([&] { engine_.OnAddRule(engine_, *rule); });
+  failures.Raise();
+}
+
+void TRules::Add(std::unique_ptr<TRule> rule) {
+  TRule& added = *rule;
+  Add(added);
+  if (!engine_.HoldsRule(added)) return;
+  engine_.InsertComponent(added);
+  rule.release();
 }
 
 bool TRules::Remove(std::string_view name) {
   if (!ContainsKey(name)) return false;
-  if (!engine_.updating_table_) engine_.RequireIdleNetwork("removing a rule");
   TRule* rule = table_.Take(name);
   if (!engine_.updating_table_) engine_.RemoveRule(*rule);
   return true;
@@ -258,9 +275,11 @@ bool TRules::Remove(std::string_view name, const TRule& rule) {
 void TRules::Clear() {
   const std::vector<TRule*> rules = GetItems();
   table_.Clear();
-  for (TRule* rule : rules) engine_.DropRule(*rule);
+  FirstFailure failures;
+  for (TRule* rule : rules) failures.Try([&] { engine_.DropRule(*rule); });
   engine_.next_rule_id_ = 0;
-  if (engine_.OnClearRules) engine_.OnClearRules(engine_);
+  if (engine_.OnClearRules) failures.Try([&] { engine_.OnClearRules(engine_); });
+  failures.Raise();
 }
 
 std::string TRules::ToString() const {
@@ -273,8 +292,7 @@ std::string TRules::ToString() const {
   return text;
 }
 
-// --- Variables
-// ---------------------------------------------------------------------------------------------------
+// Variables.
 
 std::string TEngineVariables::ToString() const {
   std::string text;
@@ -296,8 +314,7 @@ void TGlobalVariables::Clear() {
   engine_.GetContext().Clear();
 }
 
-// --- Fact sets
-// ---------------------------------------------------------------------------------------------------
+// Fact sets.
 
 TFactSet& TFactSets::GetItem(std::int32_t index) const {
   if (index < 0 || index >= GetCount()) Raise(SListIndexError, index);

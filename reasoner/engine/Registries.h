@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -92,7 +93,10 @@ class TKBDefinedTypes : public TRegistry<Ref<IKBDefinedType>> {
 class TUserFunctions : public TRegistry<Ref<IUserFunction>> {
  public:
   explicit TUserFunctions(TReasoner& engine) : TRegistry(engine) {}
-  void Add(const Ref<IUserFunction>& function) { Put(function->GetFunctionName(), function); }
+  // Null raises.
+  void Add(const Ref<IUserFunction>& function) {
+    Put(function ? function->GetFunctionName().view() : std::string_view(), function);
+  }
   void Remove(std::string_view name);
   // Tells every function that the engine leaves it; raises no event.
   void Clear();
@@ -112,6 +116,8 @@ class TRules : public TRegistry<TRule*> {
  public:
   explicit TRules(TReasoner& engine) : TRegistry(engine) {}
   void Add(TRule& rule) { Put(rule.GetRuleName(), &rule); }
+  // The same with a rule that the engine is to own from now on.
+  void Add(std::unique_ptr<TRule> rule);
   // Takes the rule out of registry and network; the engine's own is freed, a host's stays alive.
   // Gives whether it was there.
   bool Remove(std::string_view name);

@@ -24,6 +24,10 @@ static Ref<IKBValue> OwnCopy(const IKBValue& value) {
 TFact::TFact(Ref<IFactTemplate> fact_template, const TFact* source)
     : template_(std::move(fact_template)) {
   if (source == nullptr) return;
+  if (template_ != source->template_) {
+    Assign(*source);
+    return;
+  }
   for (std::int32_t i = 0; template_ && i < source->capacity_; ++i) {
     if (!source->values_[i]) continue;
     Grow(template_->GetOrdinalCount());
@@ -140,7 +144,7 @@ void TFact::SetTemplate(const Ref<IFactTemplate>& fact_template) {
   for (const std::int32_t ordinal : template_->SortedOrdinals()) GetValueAt(ordinal);
 }
 
-void TFact::AssignValues(TFact& source) {
+void TFact::AssignValues(const TFact& source) {
   if (!template_ || !source.template_) Raise(SNoTemplate);
   if (template_ != source.template_) {
     Raise(SFactTemplatesDifferent, template_->GetTemplateName(),
@@ -154,7 +158,7 @@ void TFact::AssignValues(TFact& source) {
   }
 }
 
-void TFact::Assign(TFact& source) {
+void TFact::Assign(const TFact& source) {
   if (&source == this) return;
   if (template_ && source.template_ && template_ != source.template_ &&
       template_->GetOwner() != source.template_->GetOwner()) {

@@ -17,7 +17,7 @@ namespace reasoner {
 
 class TFact final : public ICloneable, public Pooled {
  public:
-  // A fact with no value filled in and the id -1. With a source, its content follows.
+  // A fact with no value filled in and the id -1. With a source, its content follows: see Assign.
   explicit TFact(Ref<IFactTemplate> fact_template, const TFact* source = nullptr);
 
   // -1 until the fact base gives one.
@@ -51,9 +51,9 @@ class TFact final : public ICloneable, public Pooled {
   std::vector<Text> GetSlotNames() const;
 
   // Takes clones of all values. Both need the same template.
-  void AssignValues(TFact& source);
+  void AssignValues(const TFact& source);
   // Takes over content, id and tag of a fact of the same engine or without one.
-  void Assign(TFact& source);
+  void Assign(const TFact& source);
   Ref<IFact> Clone();
   // A fact with this one's id and cells, shared, but for one slot: for the network, which changes
   // no cell.

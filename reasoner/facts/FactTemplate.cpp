@@ -125,6 +125,10 @@ void TFactTemplate::RemoveOrdinal(std::int32_t ordinal) {
   slot->template_ = nullptr;
 }
 
+void TFactTemplate::SettleOrdered() {
+  ordered_ = sorted_.size() < 2 && ContainsSlot(SDefaultSlotName);
+}
+
 // Enters a slot under its new name. The slot itself stores the name afterwards, so it is set here
 // for the sorting.
 void TFactTemplate::NewSlotName(IFactSlot& slot, const Text& name) {
@@ -140,6 +144,7 @@ void TFactTemplate::NewSlotName(IFactSlot& slot, const Text& name) {
     if (ordinal < 0) {
       slots_[static_cast<std::size_t>(taken)] = kept;
       slot.name_ = name;
+      SettleOrdered();
       return LayoutChanged();
     }
     sorted_.erase(std::find(sorted_.begin(), sorted_.end(), taken));
@@ -153,7 +158,7 @@ void TFactTemplate::NewSlotName(IFactSlot& slot, const Text& name) {
   }
   slot.name_ = name;
   InsertSorted(ordinal);
-  ordered_ = sorted_.size() < 2 && ContainsSlot(SDefaultSlotName);
+  SettleOrdered();
   LayoutChanged();
 }
 

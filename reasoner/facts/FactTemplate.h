@@ -101,6 +101,7 @@ class TFactTemplate final : public ICloneable {
   void NewSlotName(IFactSlot& slot, const Text& name);
   void SlotTypeChanged() noexcept { fuzzy_stale_ = true; }
   void LayoutChanged();
+  void SettleOrdered();
   void AddCheckedSlot(std::string_view name, const Ref<IKBValue>& slot_default, TKBTypes types);
   void RemoveOrdinal(std::int32_t ordinal);
   void InsertSorted(std::int32_t ordinal);

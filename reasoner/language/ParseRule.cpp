@@ -152,9 +152,9 @@ void TKBClipsParser::ParsePatternSlot(TKBPattern& pattern, TVariableTable& varia
     token = Next();
     if (!token->Is(dtAtom)) ParseError("ParsePattern", SBadSlotName, token->ToString());
     name = token->GetText();
-    token = Next();
   }
   const Ref<IFactSlot> slot = fact_template->GetSlot(name);
+  if (!fact_template->IsOrdered()) token = Next();
   TField field{pattern, *slot, variables, slot->IsMulti() ? 0 : NoSubIndex};
   while (!token->Is(')')) {
     field.conjunction = true;

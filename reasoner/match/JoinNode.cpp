@@ -3,13 +3,13 @@
 #include <algorithm>
 
 #include "reasoner/match/ReteNetwork.h"
+#include "reasoner/support/FirstFailure.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
 
-// --- Test node
-// ---------------------------------------------------------------------------------------------------
+// Test node.
 
 void TTestNode::AddTest(TSlotTestType test_type, const Ref<IKBValue>& call) {
   tests_.push_back(std::make_unique<TKBPatternMatchTest>(nullptr, test_type, NoSubIndex, call));
@@ -39,8 +39,7 @@ std::string TTestNode::ToString() const {
   return text;
 }
 
-// --- Join
-// --------------------------------------------------------------------------------------------------------
+// Join.
 
 TJoinNode::TJoinNode(TReteNetwork& rete, bool negated, bool unique, bool asks_for_goals,
                      std::int32_t hash_key)
@@ -179,47 +178,59 @@ void TJoinNode::PassUnmatched(const Ref<TKBToken>& left, float strength, TTokenA
   CallChildren(unmatched);
 }
 
-// Takes the token just stored out again when the walk that follows fails.
-class ScopedStored {
- public:
-  ScopedStored(TKBTokenTree& tree, TKBTokenTree::Entry& entry) : tree_(tree), entry_(&entry) {}
-  ~ScopedStored() {
-    if (entry_ != nullptr) tree_.Remove(*entry_);
+// The entries of the other memory that the tests allow. Where a test is a call it may raise: then
+// nothing has happened yet, and the token just stored is taken out again.
+std::vector<TJoinNode::Entry*> TJoinNode::PartnersOf(const TKBToken& token, bool is_left,
+                                                     TKBTokenTree& memory, Entry& stored) {
+  std::vector<Entry*> partners;
+  try {
+    if (is_left) {
+      VisitRight(token, [&](Entry& right) {
+        if (RunTests(token, right.token->GetFact(), true)) partners.push_back(&right);
+        return partners.empty() || !unique_ || negated_;
+      });
+    } else {
+      VisitLeft(token, [&](Entry& left) {
+        if (RunTests(*left.token, token.GetFact(), true)) partners.push_back(&left);
+      });
+    }
+  } catch (...) {
+    memory.Remove(stored);
+    throw;
   }
-  void Keep() noexcept { entry_ = nullptr; }
-  ScopedStored(const ScopedStored&) = delete;
-  ScopedStored& operator=(const ScopedStored&) = delete;
-
- private:
-  TKBTokenTree& tree_;
-  TKBTokenTree::Entry* entry_;
-};
+  return partners;
+}
 
 void TJoinNode::LeftCame(const Ref<TKBToken>& token) {
   const Ref<TKBToken> stored = Make<TKBToken>(*token);
   Entry* entry = left_->Add(stored);
   if (entry == nullptr) return;
-  ScopedStored guard(*left_, *entry);
-  if (negated_) {
-    VisitRight(*token, [&](Entry& right) {
-      if (!RunTests(*token, right.token->GetFact(), true)) return true;
-      stored->SetNegatedCount(stored->GetNegatedCount() + 1);
-      if (has_calls_) entry->blockers.push_back(right.token);
-      return true;
-    });
-    if (stored->GetNegatedCount() == 0) {
-      ++pass_count_;
-      PassUnmatched(stored, 1.0F, token->GetTag());
+  // What fails further down stops nobody else: this node has done its whole work when it raises.
+  FirstFailure failures;
+  const auto pass = [&](const Entry& right) {
+    ++pass_count_;
+    failures.Try([&] { PassPair(stored, *right.token, token->GetTag()); });
+  };
+  const auto block = [&](const Entry& right) {
+    stored->SetNegatedCount(stored->GetNegatedCount() + 1);
+    if (has_calls_) entry->blockers.push_back(right.token);
+  };
+  if (has_calls_) {
+    for (const Entry* right : PartnersOf(*token, true, *left_, *entry)) {
+      negated_ ? block(*right) : pass(*right);
     }
   } else {
     VisitRight(*token, [&](Entry& right) {
-      if (!RunTests(*token, right.token->GetFact(), true)) return true;
-      ++pass_count_;
-      PassPair(stored, *right.token, token->GetTag());
-      return !unique_;
+      if (!RunTests(*token, right.token->GetFact(), false)) return true;
+      negated_ ? block(right) : pass(right);
+      return negated_ || !unique_;
     });
   }
-  guard.Keep();
+  if (negated_ && stored->GetNegatedCount() == 0) {
+    ++pass_count_;
+    failures.Try([&] { PassUnmatched(stored, 1.0F, token->GetTag()); });
+  }
+  failures.Raise();
 }
 
 void TJoinNode::LeftGoes(const Ref<TKBToken>& token) {
@@ -241,16 +252,25 @@ void TJoinNode::RightCame(const Ref<TKBToken>& token) {
   const Ref<TKBToken> stored = Make<TKBToken>(*token);
   Entry* entry = right_->Add(stored);
   if (entry == nullptr) return;
-  ScopedStored guard(*right_, *entry);
-  VisitLeft(*token, [&](Entry& left) {
-    if (!RunTests(*left.token, token->GetFact(), true)) return;
-    const Ref<TKBToken> blocked = left.token;
-    if (!negated_) return PassPair(blocked, *token, token->GetTag());
-    blocked->SetNegatedCount(blocked->GetNegatedCount() + 1);
+  FirstFailure failures;
+  const auto meet = [&](Entry& left) {
+    const Ref<TKBToken> match = left.token;
+    if (!negated_) {
+      return failures.Try([&] { PassPair(match, *token, token->GetTag()); });
+    }
+    match->SetNegatedCount(match->GetNegatedCount() + 1);
     if (has_calls_) left.blockers.push_back(stored);
-    if (blocked->GetNegatedCount() == 1) PassUnmatched(blocked, token->GetStrength(), taRemove);
-  });
-  guard.Keep();
+    if (match->GetNegatedCount() != 1) return;
+    failures.Try([&] { PassUnmatched(match, token->GetStrength(), taRemove); });
+  };
+  if (has_calls_) {
+    for (Entry* left : PartnersOf(*token, false, *right_, *entry)) meet(*left);
+  } else {
+    VisitLeft(*token, [&](Entry& left) {
+      if (RunTests(*left.token, token->GetFact(), false)) meet(left);
+    });
+  }
+  failures.Raise();
 }
 
 void TJoinNode::RightGoes(const Ref<TKBToken>& token) {

@@ -86,6 +86,8 @@ class TJoinNode final : public TTestNode {
   void VisitRight(const TKBToken& left, TVisit visit);
   template <class TVisit>
   void VisitLeft(const TKBToken& right, TVisit visit);
+  std::vector<Entry*> PartnersOf(const TKBToken& token, bool is_left, TKBTokenTree& memory,
+                                 Entry& stored);
   void LeftCame(const Ref<TKBToken>& token);
   void LeftGoes(const Ref<TKBToken>& token);
   void RightCame(const Ref<TKBToken>& token);

@@ -479,7 +479,7 @@ void ReteCompiler::UnlinkCopies() {
   feed_copies_.clear();
 }
 
-void TReteNetwork::AddRule(TRule& rule) {
+void TReteNetwork::AddRule(TRule& rule, bool feed) {
   if (!enabled_) return;
   if (rule.GetPatternCount() == 0) rule.AddPattern(engine_.GetInitialPattern().Clone(&engine_));
   if (HasRule(rule)) return;
@@ -488,12 +488,18 @@ void TReteNetwork::AddRule(TRule& rule) {
   try {
     compiler.Compile();
     rule_nodes_[&rule] = nodes;
-    compiler.Feed();
+    if (feed) compiler.Feed();
   } catch (...) {
+    // What the rule's end raises is less than why it ends.
+    FirstFailure failures;
     rule_nodes_[&rule] = nodes;
-    RemoveRule(rule);
+    ReleaseNodes(CutOffRule(rule, failures));
     throw;
   }
+}
+
+void TReteNetwork::TryRule(IReasoner& engine, TRule& rule) {
+  TReteNetwork(engine).AddRule(rule, false);
 }
 
 }  // namespace reasoner

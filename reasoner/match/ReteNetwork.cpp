@@ -8,8 +8,7 @@
 
 namespace reasoner {
 
-// --- Nodes
-// -------------------------------------------------------------------------------------------------------
+// Nodes.
 
 TReteNode::TReteNode(TReteNetwork& rete)
     : rete_(rete),
@@ -39,8 +38,7 @@ std::string TReteNode::ToString() const {
          " RuleUse: " + IntegerToText(rule_use_count_);
 }
 
-// --- Network
-// -----------------------------------------------------------------------------------------------------
+// Network.
 
 TReteNetwork::TReteNetwork(IReasoner& engine) : engine_(engine) {}
 
@@ -58,10 +56,14 @@ void TReteNetwork::Clear() {
   template_roots_.clear();
   std::unordered_set<TReteNode*> doomed;
   doomed.swap(nodes_);
+  FirstFailure failures;
   for (TReteNode* node : doomed) {
-    if (auto* terminal = dynamic_cast<TPatternMatchTerminalNode*>(node)) terminal->StandDown();
+    if (auto* terminal = dynamic_cast<TPatternMatchTerminalNode*>(node)) {
+      failures.Try([terminal] { terminal->StandDown(); });
+    }
   }
   for (TReteNode* node : doomed) delete node;
+  failures.Raise();
 }
 
 static std::string_view RootName(const TReteNode& node) {
@@ -156,6 +158,7 @@ bool TReteNetwork::ProcessToken(const Ref<TKBToken>& token) {
 
 void TReteNetwork::SetEnabled(bool enabled) {
   if (enabled == enabled_) return;
+  engine_.RequireIdleNetwork("switching the network");
   enabled_ = enabled;
   if (!enabled_) Clear();
 }
@@ -169,16 +172,39 @@ const std::vector<TReteNode*>* TReteNetwork::GetRuleNodes(const TRule& rule) con
   return found == rule_nodes_.end() ? nullptr : &found->second;
 }
 
-void TReteNetwork::RemoveRule(TRule& rule) {
+std::vector<TReteNode*> TReteNetwork::CutOffRule(TRule& rule, FirstFailure& failures) {
   const auto found = rule_nodes_.find(&rule);
-  if (found == rule_nodes_.end()) return;
-  const std::vector<TReteNode*> nodes = std::move(found->second);
+  if (found == rule_nodes_.end()) return {};
+  std::vector<TReteNode*> nodes = std::move(found->second);
   rule_nodes_.erase(found);
+  for (TReteNode* node : nodes) {
+    auto* terminal = dynamic_cast<TPatternMatchTerminalNode*>(node);
+    if (terminal == nullptr) continue;
+    terminal->Deafen();
+    failures.Try([terminal] { terminal->StandDown(); });
+  }
+  return nodes;
+}
+
+void TReteNetwork::ReleaseNodes(const std::vector<TReteNode*>& nodes) {
   // From the terminal upward: a chain is built from its root downward.
   for (auto node = nodes.rbegin(); node != nodes.rend(); ++node) {
     (*node)->SetRuleUseCount((*node)->GetRuleUseCount() - 1);
     if ((*node)->GetRuleUseCount() == 0) FreeNode(**node);
   }
+}
+
+void TReteNetwork::RemoveRule(TRule& rule) {
+  FirstFailure failures;
+  ReleaseNodes(CutOffRule(rule, failures));
+  failures.Raise();
+}
+
+TPatternMatchTerminalNode* TReteNetwork::GetTerminal(const TRule& rule) const {
+  const std::vector<TReteNode*>* nodes = GetRuleNodes(rule);
+  return nodes == nullptr || nodes->empty()
+             ? nullptr
+             : dynamic_cast<TPatternMatchTerminalNode*>(nodes->back());
 }
 
 void TReteNetwork::Activate(TActivation& activation) {

@@ -30,6 +30,7 @@
 #include "reasoner/match/JoinNode.h"
 #include "reasoner/match/PatternNode.h"
 #include "reasoner/match/TerminalNode.h"
+#include "reasoner/support/FirstFailure.h"
 #include "reasoner/support/Object.h"
 #include "reasoner/vocabulary/KBInterfaces.h"
 
@@ -47,8 +48,17 @@ class TReteNetwork : public TPersistent {
 
   // Compiles the rule and feeds it with the facts that are there. All or nothing: a failure leaves
   // no trace. A rule without patterns gets the initial one.
-  void AddRule(TRule& rule);
+  void AddRule(TRule& rule) { AddRule(rule, true); }
   void RemoveRule(TRule& rule);
+  // Compiles the rule in a network that is thrown away: raises what AddRule would raise before it
+  // feeds the rule.
+  static void TryRule(IReasoner& engine, TRule& rule);
+  // The two halves of RemoveRule, for a rule that goes while a token is inside: cut off, it hears
+  // and does nothing any more; its nodes stay until they are released.
+  std::vector<TReteNode*> CutOffRule(TRule& rule, FirstFailure& failures);
+  void ReleaseNodes(const std::vector<TReteNode*>& nodes);
+  // The rule's terminal node, or null if the network does not know the rule.
+  TPatternMatchTerminalNode* GetTerminal(const TRule& rule) const;
   bool HasRule(const TRule& rule) const { return rule_nodes_.find(&rule) != rule_nodes_.end(); }
   // Forgets all rules and frees all nodes.
   void Clear();
@@ -86,6 +96,7 @@ class TReteNetwork : public TPersistent {
   friend class TReteNode;
   friend class ReteCompiler;
 
+  void AddRule(TRule& rule, bool feed);
   // Takes ownership.
   template <class TNode, class... TArgs>
   TNode& NewNode(TArgs&&... args) {

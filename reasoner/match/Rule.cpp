@@ -71,8 +71,7 @@ void TRule::Change() {
   if (OnChange) OnChange(*this);
 }
 
-// --- Salience
-// ----------------------------------------------------------------------------------------------------
+// Salience.
 
 void TRule::SetSalience(const Ref<IKBValue>& value) {
   const std::int32_t old = salience_;
@@ -93,8 +92,7 @@ std::int32_t TRule::EvaluateSalience() {
   return salience_ = salience_value_->Resolve(&frame)->GetAsInteger();
 }
 
-// --- Patterns
-// ----------------------------------------------------------------------------------------------------
+// Patterns.
 
 TKBPattern& TRule::GetPattern(std::int32_t index) const {
   if (index < 0 || index >= GetPatternCount()) Raise(SListIndexError, index);
@@ -291,8 +289,7 @@ void TRule::PatternAdded(std::int32_t index) {
   PatternAdded(GetPatternCount() - 1);
 }
 
-// --- Actions
-// -----------------------------------------------------------------------------------------------------
+// Actions.
 
 const Ref<IFunCall>& TRule::GetAction(std::int32_t index) const {
   if (index < 0 || index >= GetActionCount()) Raise(SListIndexError, index);
@@ -316,8 +313,7 @@ void TRule::ClearActions() {
   Change();
 }
 
-// --- Bindings
-// ----------------------------------------------------------------------------------------------------
+// Bindings.
 
 TBinding* TRule::GetBindingByName(const Text& name) const {
   // A binding in a negated pattern gives way to a later one that holds a fact.
@@ -350,8 +346,7 @@ TBinding& TRule::AddBinding(const Text& name, std::int32_t fact_index, const Tex
   return *bindings_.back();
 }
 
-// --- Firing
-// ------------------------------------------------------------------------------------------------------
+// Firing.
 
 void TRule::Prepare(const TKBToken& token, TKBContext& context) {
   const Ref<IFact>& no_fact = RequireEngine().GetNotOrTestFact();
@@ -397,7 +392,8 @@ void TRule::Fire(const Ref<TKBToken>& token) {
       --rule.firing_;
     }
   } ending{*this, destroyed, outer};
-  if (OnFire) OnFire(*this, frame);
+  if (OneShot) engine.RuleMarkedFired(*this);
+  if (!destroyed && OnFire) OnFire(*this, frame);
   for (const Ref<IFunCall>& action : actions) {
     if (frame.HasReturnValue()) break;
     Ref<IKBValue> result;

@@ -4,6 +4,7 @@
 
 #include "reasoner/match/ReteNetwork.h"
 #include "reasoner/match/Rule.h"
+#include "reasoner/support/FirstFailure.h"
 
 namespace reasoner {
 
@@ -64,8 +65,15 @@ void TPatternMatchTerminalNode::StandDown(const TKBToken& token) {
   if (TActivation* activation = FindActivation(token)) Deactivate(*activation);
 }
 
-void TPatternMatchTerminalNode::StandDown() {
-  while (last_ != nullptr) Deactivate(*last_);
+void TPatternMatchTerminalNode::StandDown(const TActivation* spared) {
+  FirstFailure failures;
+  while (true) {
+    TActivation* activation = last_;
+    if (activation != nullptr && activation == spared) activation = activation->list_previous_;
+    if (activation == nullptr) break;
+    failures.Try([&] { Deactivate(*activation); });
+  }
+  failures.Raise();
 }
 
 void TPatternMatchTerminalNode::RuleFired(TActivation& activation) {

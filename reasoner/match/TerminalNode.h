@@ -36,8 +36,8 @@ class TPatternMatchTerminalNode final : public TReteNode {
   bool CallNode(const Ref<TKBToken>& token, TCallType call_type) override;
   // Takes away the first activation of an equal token.
   void StandDown(const TKBToken& token);
-  // Takes all away, the last first.
-  void StandDown();
+  // Takes all away, the last first; all but one, if given.
+  void StandDown(const TActivation* spared = nullptr);
   void Deactivate(TActivation& activation);
   // The activation has fired: it leaves list and agenda.
   void RuleFired(TActivation& activation);

@@ -353,12 +353,28 @@ void TKBValue::CopyPayload(const TKBValue& source, bool own_list) {
   type_ = type;
 }
 
+// Keeps a cell's listener off for a scope: a copy is one change, whatever it does on its way.
+class ScopedSilence {
+ public:
+  explicit ScopedSilence(TKBValue& value) : value_(value), listener_(value.GetOnChange()) {
+    value.SetOnChange(nullptr);
+  }
+  ~ScopedSilence() { value_.SetOnChange(listener_); }
+  ScopedSilence(const ScopedSilence&) = delete;
+  ScopedSilence& operator=(const ScopedSilence&) = delete;
+
+ private:
+  TKBValue& value_;
+  IKBValueListener* listener_;
+};
+
 void TKBValue::Assign(const TKBValue& source) {
   if (&source == this) return;
   CheckChangeable();
-  IKBValueListener* listener = std::exchange(listener_, nullptr);
-  CopyPayload(source, false);
-  listener_ = listener;
+  {
+    const ScopedSilence silence(*this);
+    CopyPayload(source, false);
+  }
   tag_ = source.tag_;
   Changed();
 }
@@ -366,9 +382,10 @@ void TKBValue::Assign(const TKBValue& source) {
 void TKBValue::AssignCopy(const TKBValue& source) {
   if (&source == this) return;
   CheckChangeable();
-  IKBValueListener* listener = std::exchange(listener_, nullptr);
-  CopyPayload(source, true);
-  listener_ = listener;
+  {
+    const ScopedSilence silence(*this);
+    CopyPayload(source, true);
+  }
   tag_ = source.tag_;
   Changed();
 }

@@ -201,6 +201,10 @@ class IReasoner {
   // Both give the activation back when it has left the agenda and nobody else owns it.
   virtual std::unique_ptr<TActivation> RemoveActivation(TActivation& activation) = 0;
   virtual std::unique_ptr<TActivation> RuleFired(TActivation& activation) = 0;
+  // The rule has been marked as fired: a one-shot rule's other activations stand down.
+  virtual void RuleMarkedFired(TRule& rule) = 0;
+  // Raises "Network is busy: %s" while a token is inside.
+  virtual void RequireIdleNetwork(const char* doing) const = 0;
   virtual void AddPendingFact(const Ref<IFact>& fact, bool assertion) = 0;
   // The facts of the base in order, for feeding a new rule.
   virtual std::vector<Ref<IFact>> SnapshotFacts() = 0;

@@ -1,0 +1,197 @@
+// The program: its options, its streams and its exit status.
+
+#ifdef REASONER_CONSOLE
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/console/ConsoleRun.h"
+
+namespace console_test {
+namespace {
+
+class ConsoleTest : public ::testing::Test {
+ protected:
+  ConsoleTest() {
+    std::string name = (std::filesystem::temp_directory_path() / "reasoner-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) ADD_FAILURE() << "no temporary folder";
+    folder_ = name;
+  }
+  ~ConsoleTest() override { std::filesystem::remove_all(folder_); }
+
+  // A file of that text; the answer is its path.
+  std::string Write(const std::string& name, const std::string& text) const {
+    std::string path = (folder_ / name).string();
+    std::ofstream(path) << text;
+    return path;
+  }
+
+  static TRunResult Run(std::vector<std::string> arguments, const std::string& input = "") {
+    arguments.insert(arguments.begin(), REASONER_CONSOLE);
+    return RunProgram(arguments, input);
+  }
+
+  static void ExpectOutput(const std::vector<std::string>& arguments, const std::string& output,
+                           const std::string& input = "") {
+    const TRunResult result = Run(arguments, input);
+    EXPECT_EQ(result.output, output);
+    EXPECT_EQ(result.errors, "");
+    EXPECT_EQ(result.status, 0);
+  }
+
+  std::filesystem::path folder_;
+};
+
+TEST_F(ConsoleTest, FilesAndTextsAreReadInTheirOrder) {
+  const std::string one = Write("one.clp", "(defglobal ?*trail* = one)\n");
+  const std::string two = Write("two.clp", "(bind ?*trail* (sym-cat ?*trail* -two))\n");
+  ExpectOutput({one, "-e", "(bind ?*trail* (sym-cat ?*trail* -text))", two, "-e", "?*trail*"},
+               "one-text\none-text-two\none-text-two\n");
+}
+
+TEST_F(ConsoleTest, RunResetsFirstAndFiresAfterEverythingIsLoaded) {
+  const std::string facts = Write("facts.clp", "(deffacts d (a 1))\n(assert (a 2))\n");
+  const std::string rules =
+      Write("rules.clp", "(defrule r (a ?x) => (printout t \"fired \" ?x crlf))\n");
+  ExpectOutput({"--run", facts, rules}, "<Fact-1>\nfired 1\n");
+  ExpectOutput({facts, rules}, "<Fact-1>\n");
+}
+
+TEST_F(ConsoleTest, LimitStopsTheRun) {
+  const std::string rules = Write("rules.clp",
+                                  "(deffacts d (n 1))\n"
+                                  "(defrule r (n ?x) => (printout t ?x crlf)\n"
+                                  "  (assert (n (+ ?x 1))))\n");
+  ExpectOutput({"--run", "--limit", "3", rules}, "1\n2\n3\n");
+  ExpectOutput({"--run", "--limit=1", rules}, "1\n");
+  ExpectOutput({"--run", "--limit", "0", rules}, "");
+}
+
+TEST_F(ConsoleTest, StrategyOrdersEqualSalience) {
+  const std::string rules = Write("rules.clp",
+                                  "(deffacts d (n 1) (n 2))\n"
+                                  "(defrule r (n ?x) => (printout t ?x crlf))\n");
+  ExpectOutput({"--run", "--strategy", "breadth", rules}, "1\n2\n");
+  ExpectOutput({"--run", "--strategy", "depth", rules}, "2\n1\n");
+  ExpectOutput({"--run", rules}, "2\n1\n");
+}
+
+TEST_F(ConsoleTest, WatchTellsWhatHappens) {
+  const std::string rules = Write("rules.clp", "(defrule r ?f <- (a) => (retract ?f))\n");
+  ExpectOutput({"--watch", "facts,rules", rules, "-e", "(assert (a)) (run)"},
+               " ==> f-1 (a)\n<Fact-1>\nFIRE 0 r f-1\n <== f-1 (a)\n1\n");
+  ExpectOutput({"--watch=activations", rules, "-e", "(assert (a)) (run)"},
+               "==> Activation: 0 r : f-1 (1.0000)\n<Fact-1>\n<== Activation: r : f-1\n1\n");
+}
+
+TEST_F(ConsoleTest, StandardInputIsTheProgramWhenNothingIsNamed) {
+  ExpectOutput({}, "3\n", "(+ 1 2)\n");
+  ExpectOutput({"--run"}, "fired\n",
+               "(deffacts d (a))\n(defrule r (a) => (printout t fired crlf))\n");
+  const std::string file = Write("file.clp", "(bind ?x 4)\n");
+  ExpectOutput({file, "-"}, "4\n5\n", "(+ ?x 1)\n");
+}
+
+TEST_F(ConsoleTest, ProgramsReadStandardInput) {
+  const std::string file = Write("file.clp",
+                                 "(printout t \"[\" (readline) \"]\" crlf)\n"
+                                 "(printout t \"[\" (read) \"]\" crlf)\n"
+                                 "(printout t \"[\" (readline t) \"]\" crlf)\n");
+  ExpectOutput({file}, "[two words]\n[12]\n[last]\n", "two words\n12 dropped\nlast");
+}
+
+TEST_F(ConsoleTest, ReadAtTheEndOfTheInputGivesTheWordEOF) {
+  // The program itself has used the input up.
+  ExpectOutput({}, "EOF\n2\n", "(printout t (read) crlf)\n(+ 1 1)\n");
+}
+
+TEST_F(ConsoleTest, ExitEndsWithoutAnythingThatFollows) {
+  const std::string file = Write("file.clp",
+                                 "(printout t before crlf)\n"
+                                 "(try (exit) catch (printout t caught crlf))\n"
+                                 "(printout t after crlf)\n");
+  const std::string next = Write("next.clp", "(printout t next crlf)\n");
+  ExpectOutput({"--run", file, next, "-e", "(printout t text crlf)"}, "before\n");
+
+  const std::string rules = Write("rules.clp",
+                                  "(deffacts d (a 1) (a 2))\n"
+                                  "(defrule r (a ?x) => (printout t ?x crlf) (exit))\n");
+  ExpectOutput({"--run", rules}, "2\n");
+}
+
+TEST_F(ConsoleTest, FailureNamesItsPlaceAndEndsTheLoading) {
+  const std::string bad = Write("bad.clp", "(printout t before crlf)\n(defrule r\n  (a) oops)\n");
+  const std::string next = Write("next.clp", "(printout t next crlf)\n");
+  const TRunResult result = Run({bad, next, "--run"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "before\n");
+  EXPECT_EQ(result.errors.substr(0, bad.size() + 5), bad + ":3:11") << result.errors;
+  EXPECT_NE(result.errors.find("Expected \"=>\" in ParseRule"), std::string::npos) << result.errors;
+}
+
+TEST_F(ConsoleTest, FailureOfACallHasThePlaceOfTheCall) {
+  const std::string bad = Write("bad.clp", "(+ 1 1)\n\n   (no-such-function)\n");
+  const TRunResult result = Run({bad});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "2\n");
+  EXPECT_EQ(result.errors.substr(0, bad.size() + 3), bad + ":3:") << result.errors;
+}
+
+TEST_F(ConsoleTest, FailureInARunNamesTheRule) {
+  const std::string rules =
+      Write("rules.clp", "(deffacts d (a x))\n(defrule wrong (a ?v) => (+ 1 ?v))\n");
+  const TRunResult result = Run({rules, "--run"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.errors, "rule wrong: Not a numeric type.  Value (x) is a dtAtom type\n");
+}
+
+TEST_F(ConsoleTest, FileThatCannotBeReadIsAFailure) {
+  const std::string missing = (folder_ / "missing.clp").string();
+  const TRunResult result = Run({missing, "-e", "(printout t next crlf)"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "");
+  EXPECT_NE(result.errors.find(missing), std::string::npos) << result.errors;
+}
+
+TEST_F(ConsoleTest, CommandLineThatCannotBeFollowedIsRefused) {
+  const std::vector<std::pair<std::vector<std::string>, std::string>> rows = {
+      {{"--no-such-option"}, "--no-such-option"},
+      {{"-x"}, "-x"},
+      {{"--limit", "many"}, "many"},
+      {{"--limit", "-1"}, "-1"},
+      {{"--strategy", "random"}, "random"},
+      {{"--watch", "facts,tides"}, "tides"},
+      {{"-e"}, "-e"},
+  };
+  for (const auto& [arguments, named] : rows) {
+    const TRunResult result = Run(arguments, "(printout t never crlf)");
+    EXPECT_EQ(result.status, 2) << arguments.front();
+    EXPECT_EQ(result.output, "") << arguments.front();
+    EXPECT_NE(result.errors.find(named), std::string::npos) << result.errors;
+  }
+}
+
+TEST_F(ConsoleTest, VersionAndHelpDoNothingElse) {
+  ExpectOutput({"--version", "-e", "(printout t never crlf)"}, "reasoner " REASONER_VERSION "\n");
+  const TRunResult help = Run({"--help"}, "(printout t never crlf)");
+  EXPECT_EQ(help.status, 0);
+  for (const char* option : {"-e", "--run", "--limit", "--strategy", "--watch", "--version"})
+    EXPECT_NE(help.output.find(option), std::string::npos) << option;
+  EXPECT_EQ(help.output.find("never"), std::string::npos);
+}
+
+TEST_F(ConsoleTest, TextBeyondAsciiComesThrough) {
+  const std::string file = Write("grüße.clp", "(printout t \"Grüße, 世界 🦊\" crlf)\n");
+  ExpectOutput({file}, "Grüße, 世界 🦊\n");
+}
+
+}  // namespace
+}  // namespace console_test
+
+#endif

@@ -1,0 +1,237 @@
+#include "reasoner/engine/Agenda.h"
+
+#include "reasoner/functions/HostFunction.h"
+#include "tests/support/EngineFixture.h"
+#include "tests/support/Failure.h"
+
+namespace reasoner {
+namespace {
+
+class AgendaTest : public EngineTest {
+ protected:
+  // The names and facts of the entries, first to fire first.
+  std::string Agenda() {
+    std::string text;
+    for (std::int32_t i = 0; i < engine.GetAgendaCount(); ++i) {
+      TActivation& activation = engine.GetActivation(i);
+      text += activation.GetRule().GetRuleName() + activation.GetToken()->GetToFactsString() + " ";
+    }
+    return text;
+  }
+  // Six rules of saliences 10, 5, 5, 5, 5, 0, all with an activation in this order.
+  void FillAgenda() {
+    for (const char* rule :
+         {"(defrule s10 (declare (salience 10)) (go) =>)",
+          "(defrule s5a (declare (salience 5)) (a) =>)",
+          "(defrule s5b (declare (salience 5)) (b) =>)",
+          "(defrule s5c (declare (salience 5)) (c) =>)",
+          "(defrule s5d (declare (salience 5)) (d) =>)", "(defrule s0 (z) =>)"}) {
+      Load(rule);
+    }
+    engine.SetStrategy(ssBreadthFirst);
+    for (const char* fact : {"(a)", "(b)", "(c)", "(d)", "(go)", "(z)"}) engine.Assert(fact);
+  }
+};
+
+TEST_F(AgendaTest, EqualSalienceFiresNewestFirstOrOldestFirst) {
+  Load("(defrule r (a ?x) => (printout t ?x))");
+  Load("(assert (a 1) (a 2) (a 3))");
+  engine.Run();
+  EXPECT_EQ(TakeOutput(), "321");
+  engine.SetStrategy(ssBreadthFirst);
+  Load("(assert (a 4) (a 5) (a 6))");
+  engine.Run();
+  EXPECT_EQ(TakeOutput(), "456");
+}
+
+TEST_F(AgendaTest, TheSearchStopsAtTheFirstEqualSalienceThatItMeets) {
+  FillAgenda();
+  ASSERT_EQ(engine.GetAgendaCount(), 6) << Agenda();
+  for (const TSearchStrategy strategy : {ssBreadthFirst, ssDepthFirst}) {
+    engine.SetStrategy(strategy);
+    ASSERT_EQ(engine.GetAgendaCount(), 6);
+    const std::vector<std::pair<std::int32_t, std::int32_t>> rows = {
+        {5, 2}, {11, 0}, {7, 1}, {3, 5}, {-1, -1}, {10, 0}, {0, strategy == ssDepthFirst ? 5 : -1}};
+    for (const auto& [salience, index] : rows) {
+      EXPECT_EQ(engine.SearchSalience(salience), index) << salience << " on " << Agenda();
+    }
+  }
+  engine.SetStrategy(ssDepthFirst);
+  Load("(defrule new (declare (salience 5)) (late) =>)");
+  engine.Assert("(late)");
+  EXPECT_EQ(engine.GetActivation(2).GetRule().GetRuleName(), "new") << Agenda();
+}
+
+TEST_F(AgendaTest, AnEmptyAgendaAndBothEndsUnderBothStrategies) {
+  for (const TSearchStrategy strategy : {ssDepthFirst, ssBreadthFirst}) {
+    engine.Clear();
+    engine.SetStrategy(strategy);
+    EXPECT_EQ(engine.SearchSalience(0), -1);
+    Load("(defrule m (a) =>) (assert (a))");
+    EXPECT_EQ(engine.SearchSalience(1), 0);
+    EXPECT_EQ(engine.SearchSalience(-1), -1);
+    EXPECT_EQ(engine.SearchSalience(0), strategy == ssDepthFirst ? 0 : -1);
+  }
+}
+
+TEST_F(AgendaTest, AChangeOfStrategyPlacesEveryEntryAnewAndRemovesNone) {
+  Load("(defrule r (a ?x) =>) (assert (a 1) (a 2) (a 3))");
+  EXPECT_EQ(Agenda(), "rf-3 rf-2 rf-1 ");
+  std::vector<const TActivation*> before;
+  for (std::int32_t i = 0; i < 3; ++i) before.push_back(&engine.GetActivation(i));
+  engine.GetActivation(1).SetStrength(0.25F);
+  std::vector<const TActivation*> added;
+  int removed = 0;
+  engine.OnAddActivation = [&](TReasoner&, std::int32_t index, TActivation& activation) {
+    EXPECT_EQ(&engine.GetActivation(index), &activation);
+    added.push_back(&activation);
+  };
+  engine.OnRemoveActivation = [&](TReasoner&, std::int32_t, TActivation&) { ++removed; };
+  engine.Watch = {cwActivation};
+  engine.SetStrategy(ssDepthFirst);
+  EXPECT_TRUE(added.empty());
+  engine.SetStrategy(ssBreadthFirst);
+  EXPECT_EQ(added, before) << "the activation objects stay";
+  EXPECT_EQ(removed, 0);
+  EXPECT_EQ(TakeOutput(),
+            "==> Activation: 0 r : f-3 (1.0000)\n==> Activation: 0 r : f-2 (1.0000)\n"
+            "==> Activation: 0 r : f-1 (1.0000)\n");
+  EXPECT_EQ(Agenda(), "rf-3 rf-2 rf-1 ");
+  engine.Retract(2);
+  EXPECT_EQ(Agenda(), "rf-3 rf-1 ") << "a withdrawal still reaches its entry";
+  EXPECT_EQ(removed, 1);
+}
+
+TEST_F(AgendaTest, ASalienceThatWasZeroIsEvaluatedAtEveryActivation) {
+  Load(
+      "(defglobal ?*s* = 0) (defrule r (declare (salience ?*s*)) (a ?x) =>)"
+      "(defrule other (declare (salience 3)) (b) =>) (assert (b) (a 1))");
+  EXPECT_EQ(Agenda(), "otherf-1 rf-2 ");
+  Load("(bind ?*s* 9)");
+  engine.Assert("(a 2)");
+  EXPECT_EQ(Agenda(), "rf-3 otherf-1 rf-2 ");
+  EXPECT_EQ(engine.GetAgenda().ToString(),
+            "9 r : f-3 (1.0000)\n3 other : f-1 (1.0000)\n0 r : f-2 (1.0000)\n")
+      << "an entry's text is the one of its placing";
+  EXPECT_EQ(engine.GetActivation(2).ToString(), "9 r : f-2 (1.0000)");
+  Load("(defglobal ?*t* = 4) (defrule fixed (declare (salience ?*t*)) (c) =>) (bind ?*t* 20)");
+  engine.Assert("(c)");
+  EXPECT_EQ(engine.GetRules().Find("fixed")->GetSalience(), 4) << "any other number stays";
+}
+
+TEST_F(AgendaTest, WithEvaluationEveryTimeWaitingEntriesFollowTheirRules) {
+  Load(
+      "(defglobal ?*low* = 0)"
+      "(defrule first (declare (salience 10)) (a) => (bind ?*low* 5) (printout t first \" \"))"
+      "(defrule low (declare (salience ?*low*)) (a) => (printout t low \" \"))"
+      "(defrule high (declare (salience 3)) (a) => (printout t high \" \"))");
+  engine.Assert("(a)");
+  engine.Run();
+  EXPECT_EQ(TakeOutput(), "first high low ");
+  engine.Reset();
+  engine.SalienceEvaluation = sEveryTime;
+  engine.Assert("(a)");
+  engine.Run();
+  EXPECT_EQ(TakeOutput(), "first low high ");
+}
+
+TEST_F(AgendaTest, ASalienceThatIsNoNumberFailsTheAssertionAndLeavesNoActivation) {
+  Load("(defglobal ?*s* = 0) (defrule r (declare (salience ?*s*)) (a ?x) =>) (bind ?*s* oops)");
+  EXPECT_NE(FailureOf([&] { engine.Assert("(a 1)"); }), "no failure");
+  EXPECT_EQ(engine.GetAgendaCount(), 0);
+  Load("(bind ?*s* 2)");
+  engine.Retract("(a 1)");
+  engine.Assert("(a 1)");
+  EXPECT_EQ(engine.GetAgendaCount(), 1);
+}
+
+TEST_F(AgendaTest, AStrategyThatChangesInsideAFiringWithAFailingSalienceLeavesASoundEngine) {
+  TUserFunction breadth;
+  breadth.SetFunctionName("breadth");
+  breadth.OnCall = [this](TObject&, const IFunCall&, TKBContext&, Ref<IKBValue>&) {
+    engine.SetStrategy(ssBreadthFirst);
+  };
+  breadth.SetEngine(&engine);
+  Load(
+      "(defglobal ?*s* = 0)"
+      "(defrule r (declare (salience ?*s*)) (a ?x) =>"
+      "  (bind ?*s* oops) (breadth) (printout t not reached))"
+      "(assert (a 1) (a 2))");
+  EXPECT_NE(FailureOf([&] { engine.Run(); }).find("Not a integer type"), std::string::npos);
+  EXPECT_EQ(TakeOutput(), "");
+  EXPECT_EQ(engine.GetCurrentActivation(), nullptr);
+  EXPECT_EQ(engine.GetStrategy(), ssBreadthFirst);
+  engine.Reset();
+  engine.Assert("(a 3)");
+  EXPECT_EQ(engine.GetAgendaCount(), 1);
+}
+
+TEST_F(AgendaTest, TheFiringMatchMayGoWhileAChangeOfStrategyReportsTheEntries) {
+  TUserFunction breadth;
+  breadth.SetFunctionName("breadth");
+  breadth.OnCall = [this](TObject&, const IFunCall&, TKBContext&, Ref<IKBValue>&) {
+    engine.OnAddActivation = [this](TReasoner&, std::int32_t, TActivation&) {
+      engine.GetFacts().Clear();
+    };
+    engine.SetStrategy(ssBreadthFirst);
+    engine.OnAddActivation = nullptr;
+  };
+  breadth.SetEngine(&engine);
+  Load(
+      "(defrule waits (declare (salience 9)) (late) =>)"
+      "(defrule r (a ?x) => (assert (late)) (breadth) (printout t done ?x))"
+      "(assert (a 1) (a 2))");
+  EXPECT_EQ(engine.Run(), 1);
+  EXPECT_EQ(TakeOutput(), "done2");
+  EXPECT_EQ(engine.GetAgendaCount(), 0);
+}
+
+TEST_F(AgendaTest, AHostsSilentRefusalDoesNotReachTheCaller) {
+  Load("(defrule one (a) =>) (defrule two (a) =>)");
+  engine.OnAddActivation = [](TReasoner&, std::int32_t, TActivation&) { throw EAbort(); };
+  EXPECT_EQ(engine.Assert("(a)"), 1);
+  EXPECT_EQ(engine.GetAgendaCount(), 2) << "the rest of the network is served";
+  engine.OnAddActivation = nullptr;
+  engine.Retract(1);
+  EXPECT_EQ(engine.GetAgendaCount(), 0);
+}
+
+TEST_F(AgendaTest, ARemovalIsReportedWhileTheEntryIsStillThere) {
+  Load("(defrule r (a ?x) =>) (assert (a 1) (a 2))");
+  std::vector<std::string> seen;
+  engine.OnRemoveActivation = [&](TReasoner&, std::int32_t index, TActivation& activation) {
+    EXPECT_EQ(&engine.GetActivation(index), &activation);
+    seen.push_back(activation.GetToken()->GetToFactsString());
+  };
+  engine.Watch = {cwActivation};
+  engine.Retract(1);
+  EXPECT_EQ(TakeOutput(), "<== Activation: r : f-1\n");
+  engine.RemoveActivation(0);
+  EXPECT_EQ(seen, (std::vector<std::string>{"f-1", "f-2"}));
+  EXPECT_EQ(engine.Run(), 0) << "a host may take an activation off";
+  EXPECT_EQ(FailureOf([&] { engine.GetActivation(0); }), "List index out of bounds (0)");
+  EXPECT_EQ(FailureOf([&] { engine.RemoveActivation(-1); }), "List index out of bounds (-1)");
+}
+
+TEST_F(AgendaTest, ALongAgendaKeepsItsOrder) {
+  Load("(deftemplate job (slot p) (slot n))");
+  for (int p = 0; p < 7; ++p) {
+    const std::string n = std::to_string(p);
+    Load("(defrule p" + n + " (declare (salience " + n + ")) (job (p " + n + ") (n ?n)) =>)");
+  }
+  for (int i = 0; i < 300; ++i) {
+    engine.Assert("(job (p " + std::to_string(i * 5 % 7) + ") (n " + std::to_string(i) + "))");
+    if (i % 3 == 0) engine.Retract(i / 2);
+    if (i == 150) engine.SetStrategy(ssBreadthFirst);
+  }
+  for (std::int32_t i = 1; i < engine.GetAgendaCount(); ++i) {
+    EXPECT_GE(engine.GetActivation(i - 1).GetRule().GetSalience(),
+              engine.GetActivation(i).GetRule().GetSalience());
+    EXPECT_EQ(engine.GetAgenda().IndexOf(engine.GetActivation(i)), i);
+  }
+  EXPECT_EQ(engine.GetAgendaCount(),
+            engine.GetFacts().GetCount() - (engine.GetFacts().GetFactByID(0) ? 1 : 0));
+}
+
+}  // namespace
+}  // namespace reasoner

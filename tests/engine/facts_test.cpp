@@ -1,0 +1,327 @@
+#include "reasoner/engine/Facts.h"
+
+#include <set>
+
+#include "reasoner/functions/HostFunction.h"
+#include "reasoner/values/Constants.h"
+#include "reasoner/vocabulary/Messages.h"
+#include "tests/support/EngineFixture.h"
+#include "tests/support/Failure.h"
+
+namespace reasoner {
+namespace {
+
+class FactsTest : public EngineTest {
+ protected:
+  FactsTest() { facts = &engine.GetFacts(); }
+
+  Ref<IFact> Parsed(const std::string& text) { return engine.ParseFact(text); }
+  std::string All() { return facts->GetToIDString(); }
+
+  TFacts* facts;
+};
+
+TEST_F(FactsTest, IdsAscendAndAreNotGivenTwice) {
+  EXPECT_EQ(All(), "f-0 (Initial-Fact)");
+  EXPECT_EQ(engine.Assert("(a 1)"), 1);
+  EXPECT_EQ(engine.Assert("(a 2)"), 2);
+  engine.Retract(2);
+  EXPECT_EQ(engine.Assert("(a 2)"), 3);
+  EXPECT_EQ(facts->FindFact(2), -1);
+  EXPECT_EQ(facts->FindFact(3), 2);
+  EXPECT_EQ(facts->GetFactByID(99).get(), nullptr);
+  facts->Clear();
+  EXPECT_EQ(engine.Assert("(a 2)"), 4) << "clearing the list alone goes on with the next id";
+}
+
+TEST_F(FactsTest, ADuplicateIsRefusedWithoutATrace) {
+  int events = 0;
+  engine.OnAssertion = [&events](TReasoner&, const Ref<IFact>&) { ++events; };
+  engine.Watch = {cwFact};
+  engine.Assert("(a 1)");
+  EXPECT_EQ(engine.Assert("(a 1)"), -1);
+  const Ref<IFact> listed = facts->GetFactByID(1);
+  EXPECT_EQ(engine.Assert(listed), -1) << "nor is the listed object itself asserted twice";
+  EXPECT_EQ(listed->GetID(), 1);
+  EXPECT_EQ(facts->Add(Parsed("(a 1)")), 1) << "adding answers the last index in any case";
+  EXPECT_EQ(events, 1);
+  EXPECT_EQ(TakeOutput(), " ==> f-1 (a 1 )\n");
+  EXPECT_EQ(engine.Assert("(a 1.0)"), 2);
+  EXPECT_EQ(engine.Assert("(a \"1\")"), 3);
+}
+
+TEST_F(FactsTest, EqualHashCodesAreNoEqualFacts) {
+  Load("(deftemplate cell (slot x) (slot y))");
+  std::set<std::uint32_t> hashes;
+  for (int x = 0; x < 100; ++x) {
+    for (int y = 0; y < 100; ++y) {
+      const Ref<IFact> cell = engine.FindFactTemplate("cell")->NewFact();
+      cell->SetValue("x", NewInteger(x));
+      cell->SetValue("y", NewInteger(y));
+      hashes.insert(cell->GetHashCode());
+      ASSERT_NE(engine.Assert(cell), -1) << x << " " << y;
+    }
+  }
+  EXPECT_LT(hashes.size(), 10000u) << "the board is meant to hold collisions";
+  EXPECT_EQ(facts->GetCount(), 10001);
+  EXPECT_EQ(engine.Assert("(cell (x 1) (y 23))"), -1);
+  engine.Retract("(cell (x 1) (y 23))");
+  EXPECT_EQ(facts->FindFact(*Parsed("(cell (x 1) (y 23))")), -1);
+  EXPECT_NE(facts->FindFact(*Parsed("(cell (x 12) (y 3))")), -1);
+}
+
+TEST_F(FactsTest, DuplicationIsASwitchThatMayBeTurnedAtAnyTime) {
+  engine.Assert("(a)");
+  engine.SetFactDuplication(true);
+  EXPECT_FALSE(facts->GetCacheHashCodes());
+  EXPECT_EQ(engine.Assert("(a)"), 2);
+  engine.Assert("(b)");
+  const Ref<IFact> listed = facts->GetFactByID(3);
+  EXPECT_EQ(engine.Assert(listed), 4) << "an object stands in the list once: a copy joins it";
+  EXPECT_EQ(listed->GetID(), 3);
+  engine.Retract(Parsed("(a)"));
+  EXPECT_EQ(All(), "f-0 (Initial-Fact)\nf-2 (a)\nf-3 (b)\nf-4 (b)") << "the first in the list";
+  engine.SetFactDuplication(false);
+  EXPECT_EQ(engine.Assert("(b)"), -1) << "what came in between is covered";
+  EXPECT_EQ(engine.Assert("(a)"), -1);
+  engine.Retract("(b)");
+  EXPECT_EQ(engine.Assert("(b)"), -1);
+  engine.Retract("(b)");
+  EXPECT_EQ(engine.Assert("(b)"), 5);
+}
+
+TEST_F(FactsTest, AModifiedFactComesBackUnderANewIdAtTheEnd) {
+  Load(
+      "(deftemplate item (slot n))"
+      "(assert (item (n 1)) (x) (item (n 2)) (y))");
+  const Ref<IFact> fact = facts->GetFactByID(3);
+  EXPECT_EQ(Show("(modify 3 (n 5))"), "<Fact-5>");
+  EXPECT_EQ(facts->FindFact(3), -1);
+  EXPECT_EQ(facts->Get(4).get(), fact.get()) << "the object stays the same";
+  engine.BeginFactModify(fact);
+  EXPECT_EQ(facts->IndexOf(*fact), -1);
+  fact->SetValue("n", NewInteger(1));
+  EXPECT_EQ(engine.EndFactModify(fact), -1) << "it has become equal to another one";
+  EXPECT_EQ(All(), "f-0 (Initial-Fact)\nf-1 (item (n 1))\nf-2 (x)\nf-4 (y)");
+  EXPECT_EQ(engine.Assert("(item (n 5))"), 6);
+  ExpectError("(modify 3 (n 5))", "No Such Fact with ID=3 exists");
+}
+
+TEST_F(FactsTest, AFactChangedInTheListIsStillRetractedCleanly) {
+  engine.Assert("(a 1)");
+  const Ref<IFact> fact = facts->GetFactByID(1);
+  fact->GetValue("__Data")->GetAsList()->Add(NewInteger(2));
+  engine.RetractFact(fact);
+  EXPECT_EQ(All(), "f-0 (Initial-Fact)");
+  EXPECT_EQ(engine.Assert("(a 1)"), 2);
+  EXPECT_EQ(engine.Assert("(a 1 2)"), 3);
+}
+
+TEST_F(FactsTest, SearchesGoByContentByIdOrByIdentity) {
+  engine.Assert("(a)");
+  engine.Assert("(b)");
+  const Ref<IFact> listed = facts->GetFactByID(2);
+  const Ref<IFact> same = Parsed("(b)");
+  EXPECT_EQ(facts->FindFact(*same), 2);
+  EXPECT_EQ(facts->IndexOf(*same), -1);
+  EXPECT_EQ(facts->IndexOf(*listed), 2);
+  same->SetID(1);
+  EXPECT_EQ(facts->IndexOf(*same), -1) << "few facts are searched by identity";
+  engine.Assert("(c)");
+  engine.Assert("(d)");
+  EXPECT_EQ(facts->IndexOf(*same), 1) << "five or more by the id";
+  EXPECT_FALSE(facts->Lists(*same));
+  same->SetID(-1);
+  EXPECT_EQ(facts->IndexOf(*same), -1);
+}
+
+TEST_F(FactsTest, RetractingWhatIsNotThereDoesNothingOrFails) {
+  engine.Retract(99);
+  engine.Retract(-1);
+  engine.Retract(Parsed("(a)"));
+  engine.Retract("(a)");
+  EXPECT_EQ(FailureOf([&] { engine.RetractFact(5); }), "List index out of bounds (5)");
+  EXPECT_EQ(FailureOf([&] { engine.RetractFact(Parsed("(a)")); }), "List index out of bounds (-1)");
+  EXPECT_EQ(FailureOf([&] { facts->Delete(1); }), "List index out of bounds (1)");
+  EXPECT_EQ(FailureOf([&] { facts->Insert(2, Parsed("(a)")); }), "List index out of bounds (2)");
+  EXPECT_EQ(All(), "f-0 (Initial-Fact)");
+  EXPECT_EQ(engine.GetNextFactId(), 1);
+}
+
+TEST_F(FactsTest, PreservedIdsAreKeptWhenTheyAreFree) {
+  facts->PreserveIDs = true;
+  engine.Assert("(a)");
+  engine.Assert("(b)");
+  const auto add = [this](const char* text, std::int32_t id) {
+    const Ref<IFact> fact = Parsed(text);
+    fact->SetID(id);
+    facts->Add(fact);
+    return fact->GetID();
+  };
+  EXPECT_EQ(add("(c)", 7), 7);
+  EXPECT_EQ(engine.GetNextFactId(), 8);
+  engine.Retract(2);
+  EXPECT_EQ(add("(d)", 2), 2);
+  EXPECT_EQ(engine.GetNextFactId(), 8);
+  EXPECT_EQ(add("(e)", 2), 8) << "an id in use is given anew";
+  EXPECT_EQ(add("(f)", -1), 9);
+  EXPECT_EQ(facts->GetFactByID(2)->ToString(), "(d)");
+  EXPECT_EQ(facts->GetFactByID(7)->ToString(), "(c)");
+}
+
+TEST_F(FactsTest, AnInsertedFactIsMatchedAndStandsAtItsIndex) {
+  Load("(defrule r (a ?x) =>) (assert (b) (c))");
+  facts->Insert(1, Parsed("(a 1)"));
+  facts->Insert(0, Parsed("(b)"));
+  EXPECT_EQ(All(), "f-0 (Initial-Fact)\nf-3 (a 1 )\nf-1 (b)\nf-2 (c)");
+  EXPECT_EQ(engine.GetAgendaCount(), 1);
+  EXPECT_EQ(facts->FindFact(3), 1);
+  facts->Delete(1);
+  EXPECT_EQ(engine.GetAgendaCount(), 0);
+}
+
+TEST_F(FactsTest, ClearingTheListEmptiesTheAgendaWithoutRetractions) {
+  Load("(defrule r (a ?x) =>) (assert (a 1) (a 2))");
+  int retractions = 0;
+  int removals = 0;
+  int cleared = 0;
+  engine.OnRetraction = [&](TReasoner&, const Ref<IFact>&) { ++retractions; };
+  engine.OnRemoveActivation = [&](TReasoner&, std::int32_t, TActivation&) {
+    EXPECT_EQ(facts->GetCount(), 0);
+    ++removals;
+  };
+  engine.OnClearFacts = [&](TReasoner&) { ++cleared; };
+  facts->Clear();
+  EXPECT_EQ(retractions, 0);
+  EXPECT_EQ(removals, 2);
+  EXPECT_EQ(cleared, 1);
+  engine.Assert("(a 1)");
+  EXPECT_EQ(engine.GetAgendaCount(), 1);
+}
+
+TEST_F(FactsTest, PendingFactsAreWorkedOffByTheNextAssertion) {
+  engine.Assert("(old)");
+  engine.AddPendingFact(Parsed("(new 1)"), true);
+  engine.AddPendingFact(Parsed("(old)"), false);
+  engine.Assert("(cause)");
+  EXPECT_EQ(All(), "f-0 (Initial-Fact)\nf-2 (cause)\nf-3 (new 1 )");
+  EXPECT_TRUE(engine.GetFactPendingAssertions().empty());
+  EXPECT_TRUE(engine.GetFactPendingRetractions().empty());
+}
+
+TEST_F(FactsTest, FactsOfAnotherEngineComeOverOnTheTemplatesHere) {
+  TReasoner other;
+  other.Parse("(deftemplate item (slot n)) (assert (item (n 1)) (free x y))", true);
+  Load("(deftemplate item (slot n)) (defrule r (item (n ?n)) =>) (assert (gone))");
+  facts->Assign(other.GetFacts());
+  EXPECT_EQ(facts->ToString(), other.GetFacts().ToString());
+  EXPECT_EQ(engine.GetAgendaCount(), 1);
+  other.Parse("(clear) (deftemplate item (slot k)) (assert (item (k 2)))", true);
+  EXPECT_EQ(FailureOf([&] { facts->Assign(other.GetFacts()); }),
+            "Unable to assign slot values, fact templates are different: item and item");
+}
+
+// A test of the left side asserts `next` while the token of the first fact is in the network.
+class FactsInTheNetworkTest : public FactsTest {
+ protected:
+  FactsInTheNetworkTest() {
+    host.SetFunctionName("host");
+    host.OnCall = [this](TObject&, const IFunCall&, TKBContext&, Ref<IKBValue>& result) {
+      if (inside) inside();
+      result = FCTrue;
+    };
+    host.SetEngine(&engine);
+    Load("(defrule trigger (go) (test (host)) =>) (defrule seen (next ?x) =>)");
+  }
+
+  TUserFunction host;
+  std::function<void()> inside;
+};
+
+TEST_F(FactsInTheNetworkTest, WhatIsAssertedInsideIsListedAtOnceAndMatchedAfterwards) {
+  std::int32_t agenda = -1;
+  inside = [&] {
+    EXPECT_EQ(engine.Assert("(next 1)"), 2);
+    EXPECT_EQ(engine.Assert("(next 1)"), -1);
+    EXPECT_EQ(engine.Run(), 0);
+    agenda = engine.GetAgendaCount();
+  };
+  engine.Assert("(go)");
+  EXPECT_EQ(agenda, 0);
+  EXPECT_EQ(engine.GetAgendaCount(), 2);
+  inside = [&] { engine.Retract("(next 1)"); };
+  engine.Retract("(go)");
+  engine.Assert("(go)");
+  EXPECT_EQ(engine.GetAgendaCount(), 1);
+  EXPECT_EQ(All(), "f-0 (Initial-Fact)\nf-3 (go)");
+}
+
+TEST_F(FactsInTheNetworkTest, WhatWouldPullTheNetworkFromUnderTheTokenIsRefused) {
+  engine.Assert("(a)");
+  const Ref<IFact> listed = facts->GetFactByID(1);
+  std::vector<std::string> failures;
+  inside = [&] {
+    failures = {FailureOf([&] { engine.Reset(); }), FailureOf([&] { engine.Clear(); }),
+                FailureOf([&] { facts->Clear(); }),
+                FailureOf([&] { engine.BeginFactModify(listed); })};
+  };
+  engine.Assert("(go)");
+  ASSERT_EQ(failures.size(), 4u);
+  for (const std::string& failure : failures) {
+    EXPECT_EQ(failure.substr(0, 17), "Network is busy: ") << failure;
+  }
+  EXPECT_EQ(engine.GetAgendaCount(), 1);
+}
+
+TEST_F(FactsInTheNetworkTest, AFactThatIsRetractedBeforeItsTokenCameIsNeverMatched) {
+  inside = [&] { engine.Assert("(next 1)"); };
+  engine.OnAssertion = [&](TReasoner&, const Ref<IFact>& fact) {
+    if (fact->ToString() == "(go)") engine.Retract("(next 1)");
+  };
+  engine.Assert("(go)");
+  EXPECT_EQ(All(), "f-0 (Initial-Fact)\nf-1 (go)");
+  EXPECT_EQ(engine.GetAgendaCount(), 1) << "only the trigger";
+}
+
+TEST_F(FactsInTheNetworkTest, AFactThatIsClearedBeforeItsTokenCameIsNeverMatched) {
+  inside = [&] { engine.Assert("(next 1)"); };
+  engine.OnAssertion = [&](TReasoner&, const Ref<IFact>& fact) {
+    if (fact->ToString() == "(go)") facts->Clear();
+  };
+  engine.Assert("(go)");
+  EXPECT_EQ(All(), "");
+  EXPECT_EQ(engine.GetAgendaCount(), 0);
+}
+
+TEST_F(FactsInTheNetworkTest, AFactThatIsModifiedBeforeItsTokenCameIsMatchedOnce) {
+  inside = [&] { engine.Assert("(next 1)"); };
+  engine.OnAssertion = [&](TReasoner&, const Ref<IFact>& fact) {
+    if (fact->ToString() != "(go)") return;
+    const Ref<IFact> next = facts->GetFactByID(2);
+    engine.BeginFactModify(next);
+    next->GetValue("__Data")->GetAsList()->Add(NewInteger(2));
+    engine.EndFactModify(next);
+    next->GetValue("__Data")->GetAsList()->Delete(0);
+  };
+  Load("(defrule any (next $?x) =>)");
+  engine.Assert("(go)");
+  EXPECT_EQ(facts->GetCount(), 3);
+  EXPECT_EQ(engine.GetAgendaCount(), 2) << engine.GetAgenda().ToString();
+}
+
+TEST_F(FactsInTheNetworkTest, AFailureInATestLeavesTheFactListedAndTheRestIsDone) {
+  inside = [&] {
+    engine.Assert("(next 1)");
+    Raise(SNoTemplate);
+  };
+  int events = 0;
+  engine.OnAssertion = [&](TReasoner&, const Ref<IFact>&) { ++events; };
+  EXPECT_NE(FailureOf([&] { engine.Assert("(go)"); }).find("Fact Template is missing"),
+            std::string::npos);
+  EXPECT_EQ(All(), "f-0 (Initial-Fact)\nf-1 (go)\nf-2 (next 1 )");
+  EXPECT_EQ(events, 1) << "the failed assertion is not reported, the other one is";
+  EXPECT_EQ(engine.GetAgendaCount(), 1);
+}
+
+}  // namespace
+}  // namespace reasoner

@@ -1,0 +1,161 @@
+// What a rule may do to the engine that is firing it: everything, and nothing is lost or freed too
+// early.
+
+#include "reasoner/functions/HostFunction.h"
+#include "reasoner/values/Constants.h"
+#include "tests/support/EngineFixture.h"
+
+namespace reasoner {
+namespace {
+
+class InsideFiringTest : public EngineTest {
+ protected:
+  // A function `host` that parses its text argument in the engine, from inside a firing.
+  InsideFiringTest() {
+    host.SetFunctionName("host");
+    host.OnCall = [this](TObject&, const IFunCall& call, TKBContext& context,
+                         Ref<IKBValue>& result) {
+      engine.Parse(call.GetArgument(0)->Resolve(&context)->GetAsString(), true);
+      result = FCTrue;
+    };
+    host.SetEngine(&engine);
+  }
+
+  TUserFunction host;
+};
+
+TEST_F(InsideFiringTest, ARuleRemovesItself) {
+  Load("(defrule r (a ?x) => (undefrule r) (printout t still ?x)) (assert (a 1) (a 2))");
+  EXPECT_EQ(engine.Run(), 1);
+  EXPECT_EQ(TakeOutput(), "still2");
+  EXPECT_EQ(engine.GetAgendaCount(), 0);
+  EXPECT_EQ(engine.GetRules().GetCount(), 0);
+  EXPECT_EQ(engine.GetReteNetwork().GetNodeCount(), 0u);
+}
+
+TEST_F(InsideFiringTest, ARuleRedefinesItself) {
+  Load(
+      "(defrule r (a ?x) => (host \"(defrule r (a ?x) => (printout t new ?x))\") (printout t old "
+      "?x))"
+      "(assert (a 1))");
+  EXPECT_EQ(engine.Run(), 2);
+  EXPECT_EQ(TakeOutput(), "old1new1");
+}
+
+TEST_F(InsideFiringTest, ClearEndsTheKnowledgeBaseButNotTheActions) {
+  Load(
+      "(deffunction f (?x) (clear) (printout t in ?x)) (defrule r (a ?x) (b ?x) => (f ?x) "
+      "(printout t behind ?x))"
+      "(defrule other (a ?x) => ) (assert (a 1) (b 1))");
+  engine.Run();
+  EXPECT_EQ(TakeOutput().substr(0, 10), "in1behind1");
+  EXPECT_EQ(engine.GetRules().GetCount(), 0);
+  EXPECT_EQ(engine.GetFacts().GetCount(), 0);
+  EXPECT_EQ(engine.GetFactTemplates().GetCount(), 2);
+  Load("(defrule fresh (a ?x) => (printout t fresh ?x)) (assert (a 7))");
+  engine.Run();
+  EXPECT_EQ(TakeOutput(), "fresh7");
+}
+
+TEST_F(InsideFiringTest, ResetStartsAgainAndTheActionsGoOn) {
+  Load(
+      "(defglobal ?*n* = 0) (deffacts f (a 1))"
+      "(defrule r (a ?x) => (if (< ?*n* 2) then (bind ?*n* (+ ?*n* 1)) (reset)) (printout t "
+      "?*n*))");
+  engine.ResetGlobals = false;
+  engine.Reset();
+  engine.Run();
+  EXPECT_EQ(TakeOutput(), "122");
+}
+
+TEST_F(InsideFiringTest, ARuleRetractsItsOwnMatchAndIsReportedOnce) {
+  int removed = 0;
+  int fired = 0;
+  engine.OnRemoveActivation = [&](TReasoner&, std::int32_t, TActivation&) { ++removed; };
+  engine.OnRuleFired = [&](TReasoner&, TRule&) { ++fired; };
+  Load("(defrule r ?f <- (a ?x) => (retract ?f) (printout t go ?x)) (assert (a 1))");
+  engine.Run();
+  EXPECT_EQ(TakeOutput(), "go1");
+  EXPECT_EQ(removed, 1);
+  EXPECT_EQ(fired, 1);
+}
+
+TEST_F(InsideFiringTest, TheTemplateOfTheMatchIsRedefinedAndItsFactsComeOver) {
+  Load(
+      "(deftemplate p (slot x)) (defrule r (declare (oneshot TRUE)) (p (x ?v)) =>"
+      "  (host \"(deftemplate p (slot x) (slot y (default 9)))\") (printout t done ?v))"
+      "(assert (p (x 4)) (p (x 5)))");
+  engine.Run(1);
+  EXPECT_EQ(TakeOutput(), "done5");
+  EXPECT_EQ(engine.GetFacts().ToString(), "(Initial-Fact)\n(p (x 5) (y 9))\n(p (x 4) (y 9))");
+  EXPECT_EQ(engine.GetRules().GetCount(), 1);
+}
+
+TEST_F(InsideFiringTest, RunInsideAFiringAnswersNothing) {
+  Load("(defrule r (a ?x) => (printout t (run) ?x)) (assert (a 1) (a 2))");
+  EXPECT_EQ(engine.Run(), 2);
+  EXPECT_EQ(TakeOutput(), "0201");
+}
+
+TEST_F(InsideFiringTest, AHostRuleDiesInItsOwnFiring) {
+  auto rule = std::make_unique<TRule>();
+  {
+    const std::unique_ptr<TRule> parsed =
+        engine.ParseRule("(defrule r (a ?x) => (host-kill) (printout t on ?x))");
+    rule->SetEngine(&engine);
+    rule->Assign(*parsed);
+  }
+  TUserFunction kill;
+  kill.SetFunctionName("host-kill");
+  kill.OnCall = [&](TObject&, const IFunCall&, TKBContext&, Ref<IKBValue>&) { rule.reset(); };
+  kill.SetEngine(&engine);
+  Load("(assert (a 1))");
+  EXPECT_EQ(engine.Run(), 1);
+  EXPECT_EQ(TakeOutput(), "on1");
+  EXPECT_EQ(engine.GetRules().GetCount(), 0);
+  EXPECT_EQ(engine.GetAgendaCount(), 0);
+}
+
+TEST_F(InsideFiringTest, AFunctionRedefinesItselfWhileItRuns) {
+  Load("(deffunction f (?x) (host \"(deffunction f (?x) new)\") (printout t ?x) old)");
+  EXPECT_EQ(Show("(f 1)"), "old");
+  EXPECT_EQ(Show("(f 1)"), "new");
+}
+
+// A handler that asserts and retracts while a token is inside the network: the facts wait for their
+// turn.
+TEST_F(InsideFiringTest, HandlersChangeFactsWhileATokenIsInside) {
+  Load("(defrule one (a ?x) => ) (defrule two (b ?x) => ) (defrule three (a ?x) (b ?x) => )");
+  engine.OnAddActivation = [&](TReasoner&, std::int32_t, TActivation& activation) {
+    if (activation.GetRule().GetRuleName() != "one") return;
+    const std::int32_t id = engine.Assert("(b 1)");
+    EXPECT_GT(id, 0) << "the id is there at once";
+    EXPECT_EQ(engine.Run(), 0);
+    EXPECT_THROW(engine.Reset(), EKBException);
+    engine.Retract("(a 1)");
+    EXPECT_EQ(engine.Assert("(a 1)"), id + 1) << "a leaving fact is no duplicate";
+    engine.OnAddActivation = nullptr;
+  };
+  Load("(assert (a 1))");
+  EXPECT_EQ(engine.GetFacts().ToString(), "(Initial-Fact)\n(b 1 )\n(a 1 )");
+  EXPECT_EQ(engine.GetAgendaCount(), 3);
+}
+
+TEST_F(InsideFiringTest, HandlersThatThrowLeaveASoundEngine) {
+  Load("(defrule one (a ?x) => ) (defrule two (a ?x) (not (b ?x)) => )");
+  engine.OnAddActivation = [](TReasoner&, std::int32_t, TActivation&) { throw EKBException("no"); };
+  EXPECT_THROW(Load("(assert (a 1))"), EKBException);
+  engine.OnAddActivation = nullptr;
+  engine.OnRemoveActivation = [](TReasoner&, std::int32_t, TActivation&) {
+    throw EKBException("no");
+  };
+  EXPECT_THROW(engine.Retract("(a 1)"), EKBException);
+  engine.OnRemoveActivation = nullptr;
+  engine.Reset();
+  Load("(assert (a 2))");
+  EXPECT_EQ(engine.GetAgendaCount(), 2);
+  EXPECT_EQ(engine.Run(), 2);
+}
+
+}  // namespace
+}  // namespace reasoner

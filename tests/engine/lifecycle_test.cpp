@@ -1,0 +1,174 @@
+#include "reasoner/functions/HostFunction.h"
+#include "reasoner/functions/UserPackage.h"
+#include "reasoner/values/Constants.h"
+#include "tests/support/EngineFixture.h"
+#include "tests/support/Failure.h"
+
+namespace reasoner {
+namespace {
+
+class LifecycleTest : public EngineTest {
+ protected:
+  std::string Facts() { return engine.GetFacts().GetToIDString(); }
+};
+
+TEST_F(LifecycleTest, ANewEngineHoldsTheInitialFactAndTheTwoImpliedTemplates) {
+  EXPECT_EQ(Facts(), "f-0 (Initial-Fact)");
+  EXPECT_EQ(engine.GetFactTemplates().GetNames(),
+            (std::vector<std::string>{"Initial-Fact", "__NOT-OR-TEST-CE*"}));
+  EXPECT_EQ(engine.FindFactTemplate("Initial-Fact")->GetComment(), "(Implied)");
+  EXPECT_EQ(engine.GetNextFactId(), 1);
+  EXPECT_EQ(engine.GetSymbolIndex(), 0);
+  EXPECT_EQ(engine.GetPackages(), kAllPackages);
+  EXPECT_EQ(engine.Assert("(a)"), 1);
+}
+
+TEST_F(LifecycleTest, ClearEmptiesTheKnowledgeAndKeepsTheSettings) {
+  Load(R"((deftype t extends (type INTEGER)) (deftemplate item (slot n (type INTEGER)))
+          (defglobal ?*g* = 1) (deffacts start (item (n 1))) (deffunction f () 1)
+          (defrule r (item (n ?n)) => (printout t ?n)) (assert (item (n 5))) (bind ?free 1))");
+  engine.GetEngineVariables().Put("v", NewInteger(1));
+  engine.Watch = {cwRule};
+  engine.SetStrategy(ssBreadthFirst);
+  engine.SetSymbolIndex(7);
+  int cleared = 0;
+  engine.OnClear = [&](TReasoner&) { ++cleared; };
+  engine.Clear();
+  EXPECT_EQ(cleared, 1);
+  EXPECT_EQ(Facts(), "");
+  EXPECT_EQ(engine.GetFactTemplates().GetNames(),
+            (std::vector<std::string>{"Initial-Fact", "__NOT-OR-TEST-CE*"}));
+  EXPECT_EQ(engine.GetRules().GetCount() + engine.GetFactSets().GetCount() +
+                engine.GetDefinedTypes().GetCount() + engine.GetGlobalVariables().GetCount() +
+                engine.GetEngineVariables().GetCount() + engine.GetAgendaCount() +
+                engine.GetUserFunctions().GetInterpretedCount() +
+                static_cast<std::int32_t>(engine.GetContext().GetBindings().size()),
+            0);
+  EXPECT_EQ(engine.GetReteNetwork().GetNodeCount(), 0u);
+  EXPECT_EQ(Show("(+ 1 2)"), "3");
+  ExpectError("(f)", "Function is unimplemented or unassigned: f");
+  EXPECT_EQ(engine.Watch, TConstructWatches{cwRule});
+  EXPECT_EQ(engine.GetStrategy(), ssBreadthFirst);
+  EXPECT_EQ(engine.GetSymbolIndex(), 7);
+  EXPECT_EQ(engine.Assert("(a)"), 0) << "there is no initial fact before a reset";
+  engine.Reset();
+  EXPECT_EQ(Facts(), "f-0 (Initial-Fact)");
+  Load("(defrule later (not (b)) => (printout t later))");
+  EXPECT_EQ(engine.Run(), 1) << "the new implied templates serve new rules";
+}
+
+TEST_F(LifecycleTest, ResetStartsAgainWithTheSameIds) {
+  Load(R"((deffacts one (a 1)) (deffacts two (b 2)) (defglobal ?*g* = (gensym*))
+          (defrule r (a ?x) => (assert (c ?x))) (defrule once (declare (oneshot TRUE)) (a ?) =>))");
+  engine.Reset();
+  const std::string facts = Facts();
+  EXPECT_EQ(facts, "f-0 (Initial-Fact)\nf-1 (a 1 )\nf-2 (b 2 )");
+  const std::string global = Show("(create$ ?*g*)");
+  EXPECT_EQ(engine.Run(), 2);
+  engine.Assert("(a 9)");
+  EXPECT_EQ(engine.GetAgendaCount(), 1) << "a rule that fires once has fired";
+  Load("(bind ?*g* 5)");
+  engine.ResetGlobals = false;
+  engine.Reset();
+  EXPECT_EQ(Facts(), facts);
+  EXPECT_EQ(engine.GetAgendaCount(), 2) << "and may fire again";
+  EXPECT_EQ(Show("(create$ ?*g*)"), "5 ");
+  engine.ResetGlobals = true;
+  engine.Reset();
+  engine.Reset();
+  EXPECT_EQ(Facts(), facts);
+  EXPECT_NE(Show("(create$ ?*g*)"), "5 ");
+  EXPECT_NE(Show("(create$ ?*g*)"), global) << "a call is evaluated anew";
+}
+
+TEST_F(LifecycleTest, SettingsTakeWhatIsInTheirRange) {
+  engine.SetSymbolIndex(9);
+  engine.SetSymbolIndex(5);
+  EXPECT_EQ(engine.GetSymbolIndex(), 10);
+  EXPECT_EQ(engine.GenerateSymbol("gen"), "gen10");
+  EXPECT_EQ(engine.GetSymbolIndex(), 11);
+  engine.SetMinActivationStrength(-1);
+  EXPECT_EQ(engine.GetMinActivationStrength(), 0.0F);
+  engine.SetMinActivationStrength(2);
+  EXPECT_EQ(engine.GetMinActivationStrength(), 1.0F);
+  engine.SetMaxDepth(-5);
+  EXPECT_EQ(engine.GetMaxDepth(), 1);
+}
+
+TEST_F(LifecycleTest, CellsAreMadeFromTextByType) {
+  const auto parse = [this](const char* text, TKBType type) {
+    const Ref<IKBValue> value = engine.Parse(text, type);
+    EXPECT_EQ(value->GetDType(), type);
+    return value->ToString();
+  };
+  EXPECT_EQ(parse("x", dtNone), "");
+  EXPECT_EQ(parse("a b", dtAtom), "a b");
+  EXPECT_EQ(parse("\"\"inner\"\"", dtString), "\"inner\"");
+  EXPECT_EQ(parse("12", dtInteger), "12");
+  EXPECT_EQ(parse("3", dtFactId), "<Fact-3>");
+  EXPECT_EQ(parse("2.5", dtFloat), "2.5000");
+  EXPECT_EQ(parse("x", dtMultiVariable), "$?x");
+  EXPECT_EQ(parse("(a 1)", dtFact), "(a 1 )");
+  EXPECT_EQ(parse("(f 1)", dtFunCall), "(f 1)");
+  EXPECT_EQ(FailureOf([&] { engine.Parse("x", dtObject); }),
+            "Unable to parse strings of dtObject at this time");
+}
+
+TEST_F(LifecycleTest, AFactorysPartTakesTheDefaultsPlaceAndMustBeOfItsClass) {
+  class Counting : public TKBAgenda {
+   public:
+    explicit Counting(TReasoner* owner) : TKBAgenda(owner) {}
+
+   protected:
+    std::int32_t FindInsertion(const TActivation&) const override { return -1; }
+  };
+  TReasoner other(nullptr, [](TReasoner& made, TKBObjectType type) -> std::unique_ptr<TObject> {
+    if (type == otAgenda) return std::make_unique<Counting>(&made);
+    return nullptr;
+  });
+  other.Parse("(defrule r (a ?x) =>) (assert (a 1) (a 2))", true);
+  EXPECT_EQ(other.GetActivation(0).GetToken()->GetToFactsString(), "f-1") << "in order of coming";
+  const std::int64_t before = IInterface::LiveObjects();
+  EXPECT_NE(FailureOf([] {
+              TReasoner wrong(nullptr, [](TReasoner&, TKBObjectType type) {
+                return type == otFacts ? std::make_unique<TObject>() : nullptr;
+              });
+            }),
+            "no failure");
+  EXPECT_EQ(IInterface::LiveObjects(), before);
+}
+
+TEST_F(LifecycleTest, AnOwnedEngineMayEndBeforeItsOwnerAndWhatTheHostGaveIt) {
+  TComponent form;
+  auto* owned = new TReasoner(&form);
+  TRule rule;
+  rule.SetRuleName("hosts");
+  rule.SetEngine(owned);
+  EXPECT_EQ(owned->GetRules().Find("hosts"), &rule);
+  TUserFunction function;
+  function.SetFunctionName("f");
+  function.SetEngine(owned);
+  delete owned;
+  EXPECT_EQ(form.GetComponentCount(), 0u);
+  EXPECT_EQ(rule.GetEngine(), nullptr);
+  EXPECT_EQ(function.GetEngine(), nullptr);
+}
+
+TEST_F(LifecycleTest, NothingReachesTheHostWhileAnEngineEnds) {
+  int events = 0;
+  {
+    TReasoner other;
+    other.Parse("(defrule r (a) =>) (assert (a)) (deffacts s (b)) (deffunction f () 1)", true);
+    other.Watch = kAllWatches;
+    other.OnPrintOut = [&](TReasoner&, const std::string&, const std::string&) { ++events; };
+    other.OnRemoveActivation = [&](TReasoner&, std::int32_t, TActivation&) { ++events; };
+    other.OnRetraction = [&](TReasoner&, const Ref<IFact>&) { ++events; };
+    other.OnRemoveRule = [&](TReasoner&, TRule&) { ++events; };
+    other.OnRemoveUserFunction = [&](TReasoner&, const Ref<IUserFunction>&) { ++events; };
+    other.OnClear = [&](TReasoner&) { ++events; };
+  }
+  EXPECT_EQ(events, 0);
+}
+
+}  // namespace
+}  // namespace reasoner

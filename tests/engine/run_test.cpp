@@ -1,0 +1,173 @@
+#include <atomic>
+#include <thread>
+
+#include "reasoner/functions/HostFunction.h"
+#include "tests/support/EngineFixture.h"
+#include "tests/support/Failure.h"
+
+namespace reasoner {
+namespace {
+
+class RunTest : public EngineTest {
+ protected:
+  RunTest() {
+    engine.OnStartInference = [this](TReasoner&) { events += "start "; };
+    engine.OnEndInference = [this](TReasoner&, std::int32_t fired) {
+      events += "end" + std::to_string(fired) + " ";
+    };
+  }
+  // Five activations that print their number.
+  void FillAgenda() {
+    Load("(defrule r (a ?x) => (printout t ?x)) (assert (a 5) (a 4) (a 3) (a 2) (a 1))");
+  }
+
+  struct Locked {
+    explicit Locked(TReasoner& locked) : engine(locked) { engine.Lock(); }
+    ~Locked() { engine.Unlock(); }
+    TReasoner& engine;
+  };
+
+  std::string events;
+};
+
+TEST_F(RunTest, TheLimitCountsTheFiringsOfOneRun) {
+  FillAgenda();
+  EXPECT_EQ(engine.Run(0), 0);
+  EXPECT_EQ(engine.Run(-1), 0);
+  EXPECT_EQ(engine.Run(3), 3);
+  EXPECT_EQ(engine.GetAgendaCount(), 2);
+  EXPECT_EQ(engine.GetRulesFired(), 3);
+  EXPECT_EQ(engine.Run(3), 2);
+  EXPECT_EQ(engine.Run(), 0);
+  EXPECT_EQ(TakeOutput(), "12345");
+  EXPECT_EQ(events, "start end0 start end0 start end3 start end2 start end0 ");
+}
+
+TEST_F(RunTest, HaltEndsTheRunWhenTheRuleIsDone) {
+  FillAgenda();
+  Load(
+      "(defrule stop (declare (salience 5)) (stop) => (halt) (printout t halted)) (assert (stop))");
+  EXPECT_EQ(engine.Run(), 1);
+  EXPECT_EQ(TakeOutput(), "halted");
+  EXPECT_TRUE(engine.IsHalted());
+  engine.Reset();
+  EXPECT_TRUE(engine.IsHalted()) << "a reset leaves the flag alone";
+  Load("(assert (a 1))");
+  EXPECT_EQ(engine.Run(), 1) << "a new run starts again";
+  Show("(halt)");
+  Load("(assert (a 2))");
+  EXPECT_EQ(engine.Run(), 1) << "a halt outside a run has no effect on the next one";
+}
+
+TEST_F(RunTest, AFailingActionIsTakenOffAndTheRestWaits) {
+  Load(
+      "(defrule r (a ?x) => (printout t ?x) (if (= ?x 2) then (sqrt no)) (printout t \".\"))"
+      "(assert (a 3) (a 2) (a 1))");
+  engine.Watch = {cwActivation};
+  EXPECT_NE(FailureOf([&] { engine.Run(); }).find("Not a numeric type"), std::string::npos);
+  EXPECT_EQ(TakeOutput(), "1.<== Activation: r : f-3\n2<== Activation: r : f-2\n");
+  EXPECT_EQ(events, "start ") << "the end of a failed run is not reported";
+  EXPECT_EQ(engine.GetRulesFired(), 1) << "nor is the failed firing counted";
+  EXPECT_EQ(engine.GetFailurePlace().rule, "r");
+  EXPECT_EQ(engine.GetCurrentActivation(), nullptr);
+  EXPECT_EQ(engine.GetFacts().GetCount(), 4);
+  EXPECT_EQ(engine.GetAgendaCount(), 1);
+  engine.Watch = {};
+  EXPECT_EQ(engine.Run(), 1);
+  EXPECT_EQ(TakeOutput(), "3.");
+}
+
+TEST_F(RunTest, WatchLinesStandInTheOrderOfWhatHappens) {
+  Load(
+      "(defrule chain (a ?x) => (assert (b ?x)) (printout t said \" \") (retract 1))"
+      "(defrule next (b ?x) =>)");
+  engine.Watch = {cwFact, cwActivation, cwRule};
+  engine.Assert("(a 1)");
+  EXPECT_EQ(TakeOutput(), " ==> f-1 (a 1 )\n==> Activation: 0 chain : f-1 (1.0000)\n");
+  engine.Run(1);
+  EXPECT_EQ(TakeOutput(),
+            "FIRE 0 chain f-1\n"
+            " ==> f-2 (b 1 )\n==> Activation: 0 next : f-2 (1.0000)\n"
+            "said "
+            "<== Activation: chain : f-1\n <== f-1 (a 1 )\n");
+  engine.Run();
+  EXPECT_EQ(TakeOutput(), "FIRE 0 next f-2\n<== Activation: next : f-2\n")
+      << "each run counts its firings from 0";
+  engine.Assert("(a 2)");
+  engine.Assert("(a 3)");
+  TakeOutput();
+  engine.Watch = {cwRule};
+  engine.Run();
+  EXPECT_EQ(TakeOutput(),
+            "FIRE 0 chain f-4\nsaid FIRE 1 next f-5\nFIRE 2 chain f-3\nsaid FIRE 3 next f-6\n");
+}
+
+TEST_F(RunTest, TheCompilationWatchShowsTheTraceOfEachRule) {
+  engine.Watch = {cwCompilation};
+  engine.Parse("(defrule r (a) (b) =>)", true);
+  EXPECT_EQ(TakeOutput(), engine.GetRules().Find("r")->CompileTrace + "\n");
+}
+
+TEST_F(RunTest, StatisticsAreFourLinesOfARunThatFired) {
+  FillAgenda();
+  engine.Watch = {cwStatistics};
+  engine.Run();
+  const std::string text = TakeOutput().substr(5);
+  EXPECT_EQ(text.substr(0, 32), "5 rules fired.     Run time is 0");
+  EXPECT_NE(text.find(" seconds\n"), std::string::npos);
+  EXPECT_NE(text.find(" rules per second\n"), std::string::npos);
+  EXPECT_NE(text.find("6.0000 mean number of facts (6 maximum)\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("2.0000 mean number of activations (5 maximum)\n"), std::string::npos)
+      << text;
+  engine.Run();
+  EXPECT_EQ(TakeOutput(), "") << "a run that fires nothing prints nothing";
+  Load("(assert (a 9))");
+  engine.OnPrintOut = nullptr;
+  engine.Watch = kAllWatches;
+  EXPECT_EQ(engine.Run(), 1);
+  EXPECT_EQ(events, "start end5 start end0 start end1 ");
+}
+
+TEST_F(RunTest, AnInterruptionFromAnotherThreadEndsTheRunAndTheNextOneGoesOn) {
+  std::atomic<bool> spinning{false};
+  TUserFunction spin;
+  spin.SetFunctionName("spin");
+  spin.OnCall = [&spinning](TObject&, const IFunCall&, TKBContext&, Ref<IKBValue>&) {
+    spinning = true;
+  };
+  spin.SetEngine(&engine);
+  FillAgenda();
+  Load("(defrule forever (declare (salience 3)) (go) => (while TRUE do (spin))) (assert (go))");
+  std::thread other([this, &spinning] {
+    while (!spinning) std::this_thread::yield();
+    engine.RequestInterrupt();
+  });
+  EXPECT_NE(FailureOf([&] { engine.Run(); }), "no failure");
+  other.join();
+  EXPECT_EQ(engine.Run(), 5);
+}
+
+TEST_F(RunTest, AnotherThreadGetsInBetweenTwoFirings) {
+  Load(
+      "(deftemplate tick (slot n))"
+      "(defrule tick ?f <- (tick (n ?n)) (not (stop)) => (modify ?f (n (+ ?n 1))))"
+      "(assert (tick (n 0)))");
+  std::int32_t seen = -1;
+  std::thread other([this, &seen] {
+    for (;;) {
+      std::this_thread::yield();
+      const Locked lock(engine);
+      if (engine.GetRulesFired() < 50) continue;
+      EXPECT_EQ(engine.GetCurrentActivation(), nullptr) << "never inside a firing";
+      seen = engine.GetRulesFired();
+      engine.Assert("(stop)");
+      return;
+    }
+  });
+  const std::int32_t fired = engine.Run();
+  other.join();
+  EXPECT_EQ(fired, seen);
+}
+
+}  // namespace
+}  // namespace reasoner

@@ -1,0 +1,195 @@
+// Runs the scripts below tests/language: rule-language text with what it is to print beside it.
+//
+//   ; expect: TEXT            the next line that the script prints; lines are compared in order
+//   ; expect error: TEXT      the message of the failure that ends the script, its line ends as \n
+//   ; expect place: LINE:COLUMN, or ; expect place: rule NAME
+//                             where the failure was
+//   ; option: strategy breadth, ; option: limit N, ; option: checks dynamic
+//                             how the engine is set up
+//
+// A script is loaded into an engine of its own, then the engine is reset and run. What has no
+// `expect` line must not happen: one line too many fails the test as one too few does.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdint>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "reasoner/engine/Reasoner.h"
+#include "reasoner/support/Exception.h"
+#include "reasoner/vocabulary/KBExceptions.h"
+
+namespace reasoner {
+namespace {
+
+struct TWantedLine {
+  int line = 0;  // of the script; 0 when the script wants nothing of the kind
+  std::string text;
+};
+
+struct TScript {
+  std::string name;  // the path below tests/language
+  std::vector<TWantedLine> output;
+  TWantedLine error;
+  TWantedLine place;
+  TSearchStrategy strategy = ssDepthFirst;
+  std::int32_t limit = 10000;
+  TTypeChecks checks{tcStatic};
+};
+
+std::string ScriptFolder() { return REASONER_SOURCE_DIR "/tests/language/"; }
+
+// The text behind `keyword`, when the line begins with it.
+bool TakeKeyword(std::string_view line, std::string_view keyword, std::string& rest) {
+  if (!line.starts_with(keyword)) return false;
+  line.remove_prefix(keyword.size());
+  if (line.starts_with(' ')) line.remove_prefix(1);
+  rest = line;
+  return true;
+}
+
+void SetOption(TScript& script, const std::string& option) {
+  if (option == "strategy breadth") {
+    script.strategy = ssBreadthFirst;
+  } else if (option == "checks dynamic") {
+    script.checks = TTypeChecks{tcStatic, tcDynamic};
+  } else if (option.starts_with("limit ")) {
+    script.limit = std::stoi(option.substr(6));
+  } else {
+    throw std::runtime_error(script.name + ": unknown option: " + option);
+  }
+}
+
+TScript ReadScript(const std::string& name) {
+  TScript script;
+  script.name = name;
+  std::ifstream file(ScriptFolder() + name);
+  if (!file) throw std::runtime_error("cannot be read: " + name);
+  std::string line;
+  std::string rest;
+  for (int number = 1; std::getline(file, line); ++number) {
+    // An expectation may stand behind a call on its line.
+    const std::string_view comment =
+        std::string_view(line).substr(std::min(line.find("; "), line.size()));
+    if (TakeKeyword(comment, "; expect:", rest)) {
+      script.output.push_back({number, rest});
+    } else if (TakeKeyword(comment, "; expect error:", rest)) {
+      script.error = {number, rest};
+    } else if (TakeKeyword(comment, "; expect place:", rest)) {
+      script.place = {number, rest};
+    } else if (TakeKeyword(comment, "; option:", rest)) {
+      SetOption(script, rest);
+    }
+  }
+  return script;
+}
+
+std::vector<std::string> ScriptNames() {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(ScriptFolder())) {
+    if (entry.path().extension() == ".clp")
+      names.push_back(entry.path().lexically_relative(ScriptFolder()).generic_string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+std::vector<std::string> SplitLines(const std::string& text) {
+  std::vector<std::string> lines;
+  for (std::size_t begin = 0; begin < text.size();) {
+    const std::size_t end = std::min(text.find('\n', begin), text.size());
+    lines.push_back(text.substr(begin, end - begin));
+    begin = end + 1;
+  }
+  return lines;
+}
+
+// The text with its line ends written as "\n".
+std::string OneLine(const std::string& text) {
+  std::string line;
+  for (const char character : text) {
+    if (character == '\n') {
+      line += "\\n";
+    } else {
+      line += character;
+    }
+  }
+  return line;
+}
+
+std::string TestName(const ::testing::TestParamInfo<std::string>& info) {
+  std::string name = info.param.substr(0, info.param.size() - 4);
+  std::replace_if(
+      name.begin(), name.end(),
+      [](char character) { return std::isalnum(static_cast<unsigned char>(character)) == 0; }, '_');
+  return name;
+}
+
+class ScriptTest : public ::testing::TestWithParam<std::string> {
+ protected:
+  void Run(const TScript& script) {
+    TReasoner engine;
+    engine.OnPrintOut = [this](TReasoner&, const std::string&, const std::string& text) {
+      output_ += text;
+    };
+    engine.SetStrategy(script.strategy);
+    engine.SetTypeChecks(script.checks);
+    try {
+      engine.LoadFromFile(ScriptFolder() + script.name);
+      engine.Reset();
+      EXPECT_TRUE(engine.Run(script.limit) < 10000) << script.name << " does not come to an end";
+    } catch (const EAbort&) {
+    } catch (const EKBParseException& failure) {
+      error_ = OneLine(failure.what());
+      place_ = std::to_string(failure.LineNumber) + ":" + std::to_string(failure.Column);
+    } catch (const std::exception& failure) {
+      error_ = OneLine(failure.what());
+      const TFailurePlace& place = engine.GetFailurePlace();
+      place_ = place.rule.empty() ? std::to_string(place.line) + ":" + std::to_string(place.column)
+                                  : "rule " + place.rule;
+    }
+  }
+
+  static void Expect(const TScript& script, const TWantedLine& wanted, const std::string& got) {
+    EXPECT_EQ(got, wanted.text) << "tests/language/" << script.name << ":" << wanted.line;
+  }
+
+  std::string output_;
+  std::string error_;
+  std::string place_;
+};
+
+TEST_P(ScriptTest, PrintsWhatItSays) {
+  const TScript script = ReadScript(GetParam());
+  ASSERT_TRUE(!script.output.empty() || script.error.line > 0) << "the script expects nothing";
+  Run(script);
+
+  const std::vector<std::string> lines = SplitLines(output_);
+  for (std::size_t i = 0; i < std::max(lines.size(), script.output.size()); ++i) {
+    if (i >= lines.size()) {
+      Expect(script, script.output[i], "(nothing more)");
+      break;
+    }
+    if (i >= script.output.size()) {
+      Expect(script, {0, "(nothing more)"}, lines[i]);
+      break;
+    }
+    Expect(script, script.output[i], lines[i]);
+  }
+  Expect(script, script.error, error_);
+  if (script.place.line > 0) Expect(script, script.place, place_);
+}
+
+INSTANTIATE_TEST_SUITE_P(Language, ScriptTest, ::testing::ValuesIn(ScriptNames()), TestName);
+
+}  // namespace
+}  // namespace reasoner

@@ -1,0 +1,8 @@
+; A whole number in a slot of floats becomes a float, a float in a slot of integers is cut.
+(deftemplate point (slot x (type FLOAT)) (slot n (type INTEGER)))
+(assert (point (x 3) (n 2.9)))
+(get-slot-value 1 x)
+(get-slot-value 1 n)
+; expect: <Fact-1>
+; expect: 3.0000
+; expect: 2

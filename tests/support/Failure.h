@@ -1,0 +1,21 @@
+// What a piece of code fails with, as text, so that tests can compare it.
+
+#pragma once
+
+#include <exception>
+#include <string>
+
+namespace reasoner {
+
+// The message of the failure, or "no failure".
+template <class TOperation>
+std::string FailureOf(TOperation operation) {
+  try {
+    operation();
+  } catch (const std::exception& failure) {
+    return failure.what();
+  }
+  return "no failure";
+}
+
+}  // namespace reasoner

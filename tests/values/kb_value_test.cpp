@@ -1,0 +1,433 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "reasoner/functions/Context.h"
+#include "reasoner/functions/FunctionCall.h"
+#include "reasoner/support/Component.h"
+#include "reasoner/values/Constants.h"
+#include "reasoner/values/KBValue.h"
+#include "reasoner/values/ValueVector.h"
+#include "tests/support/Failure.h"
+
+namespace reasoner {
+namespace {
+
+class Note : public TPersistent {
+ public:
+  explicit Note(std::string content = "") : text(std::move(content)) {}
+  void Assign(const TPersistent& source) override { text = dynamic_cast<const Note&>(source).text; }
+  std::unique_ptr<TPersistent> NewInstance() const override { return std::make_unique<Note>(); }
+  std::string ClassName() const override { return "Note"; }
+  std::string text;
+};
+
+class Plain : public TObject {
+ public:
+  explicit Plain(int* ended = nullptr) : ended_(ended) {}
+  ~Plain() override {
+    if (ended_ != nullptr) ++*ended_;
+  }
+  std::string ClassName() const override { return "Plain"; }
+
+ private:
+  int* ended_;
+};
+
+// Writes down what the cell shows whenever it is told of a change.
+class Listener : public IKBValueListener {
+ public:
+  void ValueChanged(const Ref<IKBValue>& value) override { seen.push_back(value->ToString()); }
+  std::vector<std::string> seen;
+};
+
+Ref<IKBValue> NewText(const char* text, TKBType type) { return Make<TKBValue>(Text(text), type); }
+
+Ref<IKBValue> ListOf(std::initializer_list<Ref<IKBValue>> members) {
+  const Ref<IValueVector> list = NewVector();
+  for (const Ref<IKBValue>& member : members) list->Add(member);
+  return NewList(list);
+}
+
+const TClassReference kWindowClass("TWindow");
+
+// One cell of each type that needs no engine.
+std::vector<Ref<IKBValue>> OneOfEach() {
+  const Ref<IKBValue> object = Make<TKBValue>();
+  object->SetAsObject(nullptr);
+  const Ref<IKBValue> address = Make<TKBValue>();
+  address->SetAsExternalAddress(&kWindowClass);
+  return {Make<TKBValue>(),
+          NewAtom("a"),
+          NewString("a"),
+          NewInteger(7),
+          NewText("x", dtVariable),
+          NewFactId(3),
+          NewFloat(2.5),
+          NewFunCallValue(Make<TFunctionCall>(nullptr, "f")),
+          ListOf({NewInteger(1)}),
+          Make<TKBValue>(9, dtDescriptor),
+          object,
+          Make<TKBValue>(&kWindowClass),
+          address,
+          NewText("xs", dtMultiVariable),
+          NewText("s", dtSlot),
+          NewText("ms", dtMultiSlot)};
+}
+
+TEST(KBValueTest, IntegersAreReadFromNumbersAndTexts) {
+  struct Row {
+    Ref<IKBValue> cell;
+    std::int32_t integer;
+  };
+  const Row rows[] = {
+      {NewAtom("12"), 12},   {NewString("12"), 12},
+      {NewAtom("12.7"), 12}, {NewString("-12.7"), -12},
+      {NewFloat(-1.9), -1},  {NewFloat(1.9), 1},
+      {NewFactId(3), 3},     {Make<TKBValue>(4, dtDescriptor), 4},
+      {NewInteger(-5), -5},  {NewAtom("2147483647"), 2147483647},
+  };
+  for (const Row& row : rows)
+    EXPECT_EQ(row.cell->GetAsInteger(), row.integer) << row.cell->ToString();
+}
+
+TEST(KBValueTest, ReadingWhatDoesNotConvertNamesTheWantedTypeAndTheCell) {
+  const Ref<IKBValue> list = ListOf({NewInteger(1)});
+  struct Row {
+    std::function<void()> read;
+    std::string message;
+  };
+  const Ref<IKBValue> atom = NewAtom("abc");
+  const Ref<IKBValue> id = NewFactId(3);
+  const Row rows[] = {
+      {[&] { atom->GetAsInteger(); }, "Not a integer type.  Value (abc) is a dtAtom type"},
+      {[&] { NewString("abc")->GetAsInteger(); },
+       "Not a integer type.  Value (\"abc\") is a dtString type"},
+      {[&] { FCNil->GetAsInteger(); }, "Not a integer type.  Value () is a dtAtom type"},
+      {[&] { NewText("x", dtVariable)->GetAsInteger(); },
+       "Not a integer type.  Value (?x) is a dtVariable type"},
+      {[&] { NewFloat(1e300)->GetAsInteger(); }, "Not a integer type."},
+      {[&] { atom->GetAsFloat(); }, "Not a numeric type.  Value (abc) is a dtAtom type"},
+      {[&] { NewAtom("")->GetAsNumeric(); }, "Not a numeric type.  Value () is a dtAtom type"},
+      {[&] { FCEmptyString->GetAsNumeric(); }, "Not a numeric type.  Value () is a dtAtom type"},
+      {[&] { list->GetAsNumeric(); }, "Not a numeric type.  Value (1 ) is a dtList type"},
+      {[&] { id->GetAsString(); }, "Not a string type.  Value (<Fact-3>) is a dtFactId type"},
+      {[&] { atom->GetAsFactId(); }, "Not a fact id type.  Value (abc) is a dtAtom type"},
+      {[&] { id->GetAsDescriptor(); }, "Not a descriptor type.  Value (<Fact-3>) is a dtFactId"},
+      {[&] { atom->GetAsExternalAddress(); }, "Not a External Address type.  Value (abc)"},
+      {[&] { id->GetAsFact(); }, "Not a fact type.  Value (<Fact-3>) is a dtFactId type"},
+      {[&] { atom->GetAsFunCall(); }, "Not a function call type.  Value (abc) is a dtAtom type"},
+      {[&] { atom->GetAsList(); }, "Not a list type.  Value (abc) is a dtAtom type"},
+      {[&] { atom->GetAsObject(); }, "Not a object type.  Value (abc) is a dtAtom type"},
+      {[&] { atom->GetAsClass(); }, "Not a class type.  Value (abc) is a dtAtom type"},
+      {[&] { atom->GetAsSingletons(); }, "Not a singletons type.  Value (abc) is a dtAtom type"},
+      {[] { Make<TKBValue>(1, dtFloat); }, "Value and type mismatch"},
+      {[] { Make<TKBValue>(Text("a"), dtInteger); }, "Value and type mismatch"},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(FailureOf(row.read).substr(0, row.message.size()), row.message);
+  }
+  EXPECT_EQ(atom->ToString(), "abc") << "a failed read changes nothing";
+}
+
+TEST(KBValueTest, OnlyTheNilConstantItselfReadsAsZero) {
+  EXPECT_EQ(FCNil->GetAsNumeric(), 0.0);
+  EXPECT_EQ(FCNil->Clone()->IsNilLike(), true) << "a clone still counts as nil for slots";
+  EXPECT_EQ(FCNil->Clone()->Clone()->IsNilLike(), true);
+  const Ref<IKBValue> changed = FCNil->Clone();
+  changed->SetAsAtom("");
+  EXPECT_FALSE(changed->IsNilLike()) << "until somebody changes it";
+  const Ref<IKBValue> overwritten = FCNil->Clone();
+  overwritten->Assign(*NewAtom(""));
+  EXPECT_FALSE(overwritten->IsNilLike());
+  EXPECT_FALSE(NewAtom("")->IsNilLike());
+}
+
+TEST(KBValueTest, EachTypePrintsInItsOwnForm) {
+  Plain object;
+  TBindingInfo place(2, "color", NoSubIndex);
+  const Ref<IKBValue> borrowed = Make<TKBValue>();
+  borrowed->SetAsObject(&object);
+  const Ref<IKBValue> info = Make<TKBValue>();
+  info->SetAsObject(&place);
+  const Ref<IKBValue> address = Make<TKBValue>();
+  address->SetAsExternalAddress(nullptr);
+  const Ref<IKBValue> nobody = Make<TKBValue>();
+  nobody->SetAsObject(nullptr);
+  const std::pair<Ref<IKBValue>, std::string> rows[] = {
+      {Make<TKBValue>(), ""},
+      {NewAtom("a b"), "a b"},
+      {NewString("C:\\x \"y\""), "\"C:\\\\x \\\"y\\\"\""},
+      {NewInteger(-7), "-7"},
+      {NewText("x", dtVariable), "?x"},
+      {NewText("x", dtMultiVariable), "$?x"},
+      {NewText("s", dtSlot), "s"},
+      {NewFactId(3), "<Fact-3>"},
+      {NewFloat(2.5), "2.5000"},
+      {ListOf({NewInteger(1), ListOf({NewAtom("a")}), NewAtom("b")}), "1 a  b "},
+      {Make<TKBValue>(9, dtDescriptor), "<UNKNOWN>"},
+      {Make<TKBValue>(&kWindowClass), "TWindow"},
+      {borrowed, "<Object: Plain>"},
+      {info, "<TBindingInfo: FactIdx=2 SlotIdx=color>"},
+      {nobody, ""},
+      {address, "<External-Address: 0>"},
+  };
+  for (const auto& [cell, text] : rows) EXPECT_EQ(cell->ToString(), text);
+  EXPECT_EQ(NewFloat(2.5)->GetAsString().view(), "2.5000");
+}
+
+TEST(KBValueTest, StrictEqualityStaysWithinOneType) {
+  const std::vector<Ref<IKBValue>> cells = OneOfEach();
+  for (const Ref<IKBValue>& a : cells) {
+    for (const Ref<IKBValue>& b : cells) {
+      EXPECT_EQ(a->Equals(*b), a == b) << a->ToString() << " and " << b->ToString();
+    }
+    if (a->GetDType() == dtClass) continue;
+    EXPECT_TRUE(a->Equals(*a->Clone())) << a->ToString();
+    EXPECT_EQ(a->GetHashCode(), a->Clone()->GetHashCode()) << a->ToString();
+  }
+  EXPECT_FALSE(NewInteger(1)->Equals(*NewFloat(1.0)));
+  EXPECT_FALSE(NewAtom("a")->Equals(*NewAtom("A")));
+  EXPECT_TRUE(
+      ListOf({NewInteger(1), NewAtom("a")})->Equals(*ListOf({NewInteger(1), NewAtom("a")})));
+  EXPECT_FALSE(ListOf({NewInteger(1)})->Equals(*ListOf({NewFloat(1)})));
+}
+
+TEST(KBValueTest, StarEqualityReadsTheOtherCellAsThisOnesType) {
+  struct Row {
+    Ref<IKBValue> left, right;
+    bool equal;
+  };
+  const Row rows[] = {
+      {NewAtom("1"), NewInteger(1), true},
+      {NewInteger(1), NewAtom("1"), true},
+      {NewAtom("a"), NewString("a"), true},
+      {NewFloat(1.5), NewInteger(1), false},
+      {NewInteger(1), NewFloat(1.5), true},
+      {NewAtom("1.5000"), NewFloat(1.5), true},
+      {NewInteger(3), NewFactId(3), true},
+      {Make<TKBValue>(), NewAtom("a"), true},
+      {NewFunCallValue(Make<TFunctionCall>(nullptr, "f")), NewAtom("f"), false},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(row.left->EqualsStar(*row.right), row.equal)
+        << row.left->ToString() << " and " << row.right->ToString();
+  }
+  EXPECT_EQ(FailureOf([] { NewInteger(1)->EqualsStar(*NewAtom("abc")); }),
+            "Not a integer type.  Value (abc) is a dtAtom type");
+  EXPECT_EQ(FailureOf([] { ListOf({})->EqualsStar(*NewInteger(1)); }),
+            "Not a list type.  Value (1) is a dtInteger type");
+}
+
+TEST(KBValueTest, HashesFollowTheTextTheNumberOrTheMembers) {
+  EXPECT_EQ(NewAtom("ab")->GetHashCode(), 97u * 31 + 98);
+  EXPECT_EQ(NewString("ab")->GetHashCode(), 97u * 31 + 98);
+  EXPECT_EQ(NewInteger(-1)->GetHashCode(), 0xFFFFFFFFu);
+  EXPECT_EQ(NewFloat(-2.9)->GetHashCode(), 0xFFFFFFFEu);
+  EXPECT_EQ(ListOf({NewInteger(2), NewInteger(3)})->GetHashCode(), 5u);
+  EXPECT_EQ(Make<TKBValue>()->GetHashCode(), 0u);
+}
+
+TEST(KBValueTest, EveryChangeIsToldOnceAndAResetNotAtAll) {
+  const Ref<IKBValue> cell = NewAtom("old");
+  Listener listener;
+  cell->SetOnChange(&listener);
+  cell->SetAsInteger(5);
+  cell->SetAsList(nullptr);
+  cell->Assign(*NewString("s"));
+  cell->AssignCopy(*ListOf({NewInteger(1)}));
+  cell->Reset();
+  cell->Assign(*cell);
+  cell->SetAsOwnedObject(new Note("n"));
+  EXPECT_EQ(listener.seen, (std::vector<std::string>{"5", "", "\"s\"", "1 ", "<Object: Note>"}));
+  const Ref<IKBValue> owner = Make<TKBValue>();
+  owner->SetAsOwnedObject(new Note("copied"));
+  listener.seen.clear();
+  cell->Assign(*owner);
+  EXPECT_EQ(listener.seen.size(), 1u) << "an owned object is copied in one change, too";
+}
+
+TEST(KBValueTest, AFailedCopyLeavesTheListenerInPlace) {
+  const Ref<IKBValue> source = Make<TKBValue>();
+  source->SetAsOwnedObject(new Plain);
+  const Ref<IKBValue> cell = NewAtom("old");
+  Listener listener;
+  cell->SetOnChange(&listener);
+  EXPECT_EQ(FailureOf([&] { cell->Assign(*source); }),
+            "Uncloneable value.  Value owned an object of Plain class type");
+  EXPECT_EQ(FailureOf([&] { source->Clone(); }),
+            "Uncloneable value.  Value owned an object of Plain class type");
+  cell->SetAsInteger(1);
+  EXPECT_EQ(listener.seen, std::vector<std::string>{"1"});
+}
+
+TEST(KBValueTest, AListenerMayDropTheLastReferenceToItsCell) {
+  class Dropper : public IKBValueListener {
+   public:
+    void ValueChanged(const Ref<IKBValue>& value) override {
+      value->SetOnChange(nullptr);
+      cell = nullptr;
+    }
+    Ref<IKBValue> cell = NewAtom("a");
+  } dropper;
+  dropper.cell->SetOnChange(&dropper);
+  IKBValue* cell = dropper.cell.get();
+  cell->SetAsInteger(1);
+  EXPECT_EQ(dropper.cell.get(), nullptr);
+}
+
+TEST(KBValueTest, ACellTakesItsOwnContent) {
+  const Ref<IKBValue> atom = NewAtom("a text that is longer than any short buffer would be");
+  atom->SetAsString(atom->GetAsString());
+  EXPECT_EQ(atom->ToString(), "\"a text that is longer than any short buffer would be\"");
+  const Ref<IKBValue> list = ListOf({NewInteger(1)});
+  list->SetAsList(Ref<IValueVector>(list->GetAsList()));
+  EXPECT_EQ(list->ToString(), "1 ");
+  list->Assign(*list->GetAsList()->GetItem(0));
+  EXPECT_EQ(list->ToString(), "1") << "a cell may take over a member of its own list";
+  int ended = 0;
+  const Ref<IKBValue> owner = Make<TKBValue>();
+  auto* object = new Plain(&ended);
+  owner->SetAsOwnedObject(object);
+  owner->SetAsOwnedObject(object);
+  EXPECT_EQ(ended, 0);
+  atom->SetAsInteger(4);
+  EXPECT_EQ(atom->GetAsString().view(), "4") << "and not the stale text";
+}
+
+TEST(KBValueTest, SharedConstantsRefuseEveryChange) {
+  const TValueConstant constants[] = {FCTrue, FCFalse, FCNil, FCEmptyString, FCNilList, FCPI};
+  for (const TValueConstant& constant : constants) {
+    const std::string message = "Shared constant cannot be changed: " + constant->ToString();
+    EXPECT_EQ(FailureOf([&] { constant->SetAsInteger(1); }), message);
+    EXPECT_EQ(FailureOf([&] { constant->SetAsAtom("x"); }), message);
+    EXPECT_EQ(FailureOf([&] { constant->SetAsList(nullptr); }), message);
+    EXPECT_EQ(FailureOf([&] { constant->Assign(*NewInteger(1)); }), message);
+    EXPECT_EQ(FailureOf([&] { constant->AssignCopy(*NewInteger(1)); }), message);
+    EXPECT_EQ(FailureOf([&] { constant->Reset(); }), message);
+  }
+  EXPECT_EQ(FailureOf([] { FCNilList->GetAsList()->Add(NewInteger(1)); }),
+            "Shared constant cannot be changed: ");
+  FCNilList->Clone()->SetAsInteger(1);
+  EXPECT_EQ(FCPI->GetAsFloat(), 3.141592653589793);
+}
+
+TEST(KBValueTest, AClonesListIsSharedAndACopysListIsNot) {
+  const Ref<IKBValue> source = ListOf({NewInteger(1)});
+  source->SetTag(6);
+  const Ref<IKBValue> clone = source->Clone();
+  const Ref<IKBValue> assigned = Make<TKBValue>();
+  assigned->Assign(*source);
+  const Ref<IKBValue> copied = Make<TKBValue>();
+  copied->AssignCopy(*source);
+  source->GetAsList()->Add(NewInteger(2));
+  EXPECT_EQ(clone->ToString(), "1 2 ");
+  EXPECT_EQ(assigned->ToString(), "1 2 ");
+  EXPECT_EQ(copied->ToString(), "1 ");
+  EXPECT_EQ(clone->GetTag() + assigned->GetTag() + copied->GetTag(), 18);
+}
+
+TEST(KBValueTest, AnOwnedObjectIsCopiedAndEndsWithItsCell) {
+  int ended = 0;
+  {
+    const Ref<IKBValue> cell = Make<TKBValue>();
+    cell->SetAsOwnedObject(new Plain(&ended));
+    EXPECT_TRUE(cell->IsOwningObject());
+    cell->SetAsInteger(1);
+    EXPECT_EQ(ended, 1);
+    EXPECT_FALSE(cell->IsOwningObject());
+    cell->SetAsOwnedObject(new Plain(&ended));
+  }
+  EXPECT_EQ(ended, 2);
+  Plain borrowed(&ended);
+  Make<TKBValue>()->SetAsObject(&borrowed);
+  EXPECT_EQ(ended, 2);
+
+  const Ref<IKBValue> source = Make<TKBValue>();
+  auto* note = new Note("first");
+  source->SetAsOwnedObject(note);
+  const Ref<IKBValue> clone = source->Clone();
+  note->text = "changed";
+  EXPECT_TRUE(clone->IsOwningObject());
+  EXPECT_EQ(dynamic_cast<Note&>(*clone->GetAsObject()).text, "first");
+}
+
+TEST(KBValueTest, AnOwnedComponentThatEndsElsewhereLeavesAnEmptyCell) {
+  const Ref<IKBValue> cell = Make<TKBValue>();
+  Listener listener;
+  cell->SetOnChange(&listener);
+  {
+    TComponent form;
+    auto* button = new TComponent(&form);
+    cell->SetAsOwnedObject(button);
+    listener.seen.clear();
+  }
+  EXPECT_EQ(cell->GetDType(), dtNone);
+  EXPECT_TRUE(listener.seen.empty());
+
+  TComponent form;
+  cell->SetAsOwnedObject(new TComponent(&form));
+  cell->SetAsInteger(1);
+  EXPECT_EQ(form.GetComponentCount(), 0u) << "the cell ended it, and it left its owner";
+  auto* kept = new TComponent;
+  cell->SetAsOwnedObject(kept);
+  cell->SetAsOwnedObject(new TComponent(&form));
+  EXPECT_EQ(form.GetComponentCount(), 1u);
+}
+
+TEST(KBValueTest, ResolveGivesTheVeryCellThatIsBoundAndNothingElseIsEvaluated) {
+  TKBContext context(nullptr, nullptr);
+  const Ref<IKBValue> bound = ListOf({NewText("y", dtVariable)});
+  context.AddLocalBinding("x", bound);
+  EXPECT_EQ(NewText("x", dtVariable)->Resolve(&context).get(), bound.get());
+  EXPECT_EQ(NewText("x", dtMultiVariable)->Resolve(&context).get(), bound.get());
+  EXPECT_EQ(bound->Resolve(&context).get(), bound.get()) << "lists are expanded elsewhere";
+  const Ref<IKBValue> plain = NewInteger(1);
+  EXPECT_EQ(plain->Resolve(nullptr).get(), plain.get());
+
+  TBindingInfo place(0, "s", NoSubIndex);
+  const Ref<IKBValue> info = Make<TKBValue>();
+  info->SetAsObject(&place);
+  EXPECT_EQ(FailureOf([] { NewText("x", dtVariable)->Resolve(nullptr); }),
+            "No context found when trying to resolve a dtVariable value");
+  EXPECT_EQ(FailureOf([&] { info->Resolve(nullptr); }),
+            "No context found when trying to resolve a dtObject value");
+  EXPECT_EQ(FailureOf([&] { info->Resolve(&context); }),
+            "No context found when trying to resolve a dtObject value")
+      << "without a match there is no fact to read";
+  EXPECT_EQ(FailureOf([&] { NewText("z", dtVariable)->Resolve(&context); }),
+            "Corrupted Binding, variable not found: z");
+  context.AddLocalBinding("empty", nullptr);
+  EXPECT_EQ(FailureOf([&] { NewText("empty", dtVariable)->Resolve(&context); }),
+            "Corrupted Binding, variable not found: empty");
+}
+
+TEST(KBValueTest, APlaceInTheMatchReadsTheSlotItsMemberOrTheFactsId) {
+  const Ref<IFactTemplate> item = Make<TFactTemplate>(nullptr, "item");
+  item->AddSlot("name", NewAtom("none"));
+  item->AddMultiSlot("tags", FCNilList);
+  const Ref<IFact> fact = item->NewFact();
+  fact->SetID(8);
+  const Ref<IKBValue> name = NewAtom("lamp");
+  fact->SetValue("name", name);
+  fact->SetValue("tags", ListOf({NewAtom("a"), NewAtom("b")}));
+  TKBContext context(nullptr, nullptr);
+  const ScopedMatch match(context, nullptr, fact);
+  const auto read = [&](const char* slot, std::int32_t sub_index) {
+    TBindingInfo place(0, slot, sub_index);
+    const Ref<IKBValue> info = Make<TKBValue>();
+    info->SetAsObject(&place);
+    return info->Resolve(&context);
+  };
+  EXPECT_EQ(read("name", NoSubIndex).get(), name.get());
+  EXPECT_EQ(read("tags", 1)->ToString(), "b");
+  EXPECT_EQ(read("__PATTERN", NoSubIndex)->ToString(), "<Fact-8>");
+  EXPECT_EQ(FailureOf([&] { read("tags", 2); }), "List index out of bounds (2)");
+  EXPECT_EQ(FailureOf([&] { read("price", NoSubIndex); }), "No such slot name: \"price\"");
+}
+
+}  // namespace
+}  // namespace reasoner

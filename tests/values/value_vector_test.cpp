@@ -1,0 +1,126 @@
+#include <gtest/gtest.h>
+
+#include "reasoner/values/Constants.h"
+#include "reasoner/values/SingletonsVector.h"
+#include "reasoner/values/ValueHashTable.h"
+#include "reasoner/values/ValueVector.h"
+#include "tests/support/Failure.h"
+
+namespace reasoner {
+namespace {
+
+Ref<IValueVector> Numbers(std::initializer_list<int> numbers) {
+  const Ref<IValueVector> list = NewVector();
+  for (const int number : numbers) list->Add(NewInteger(number));
+  return list;
+}
+
+TEST(ValueVectorTest, MembersAreTheCellsGivenAndMoveWithTheirPlaces) {
+  const Ref<IKBValue> cell = NewInteger(5);
+  const Ref<IValueVector> list = Numbers({1, 2, 3});
+  list->Insert(3, cell);
+  list->Insert(0, NewInteger(0));
+  EXPECT_EQ(list->ToString(), "0 1 2 3 5 ");
+  EXPECT_EQ(list->Last().get(), cell.get());
+  EXPECT_EQ(list->IndexOf(*NewInteger(2)), 2);
+  EXPECT_EQ(list->IndexOf(*NewFloat(2)), -1);
+  EXPECT_EQ(list->Remove(*NewInteger(9)), -1);
+  EXPECT_EQ(list->Remove(*NewInteger(2)), 2);
+  list->Delete(0);
+  EXPECT_EQ(list->ToString(), "1 3 5 ");
+  list->Append(*list);
+  EXPECT_EQ(list->ToString(), "1 3 5 1 3 5 ") << "a list may be appended to itself";
+  EXPECT_EQ(list->GetItem(5).get(), cell.get());
+}
+
+TEST(ValueVectorTest, AnIndexOutsideIsRefusedAndNothingChanges) {
+  const Ref<IValueVector> list = Numbers({1});
+  EXPECT_EQ(FailureOf([&] { list->GetItem(1); }), "List index out of bounds (1)");
+  EXPECT_EQ(FailureOf([&] { list->GetItem(-1); }), "List index out of bounds (-1)");
+  EXPECT_EQ(FailureOf([&] { list->SetItem(1, FCNil); }), "List index out of bounds (1)");
+  EXPECT_EQ(FailureOf([&] { list->Insert(2, FCNil); }), "List index out of bounds (2)");
+  EXPECT_EQ(FailureOf([&] { list->Delete(1); }), "List index out of bounds (1)");
+  EXPECT_EQ(FailureOf([] { NewVector()->First(); }), "List index out of bounds (0)");
+  EXPECT_EQ(FailureOf([] { NewVector()->Last(); }), "List index out of bounds (-1)");
+  EXPECT_EQ(list->ToString(), "1 ");
+}
+
+TEST(ValueVectorTest, ACloneHasItsOwnMembersButSharesNestedLists) {
+  const Ref<IValueVector> inner = Numbers({1});
+  const Ref<IValueVector> list = Numbers({7});
+  list->Add(NewList(inner));
+  list->SetTag(3);
+  const Ref<IValueVector> clone = list->Clone();
+  clone->GetItem(0)->SetAsInteger(8);
+  inner->Add(NewInteger(2));
+  EXPECT_EQ(list->ToString(), "7 1 2  ");
+  EXPECT_EQ(clone->ToString(), "8 1 2  ");
+  EXPECT_EQ(clone->GetTag(), 3);
+  list->Assign(*list);
+  EXPECT_EQ(list->ToString(), "7 1 2  ");
+}
+
+TEST(ValueVectorTest, OrderMattersForEqualityAndNotForTheHash) {
+  EXPECT_TRUE(Numbers({1, 2})->Equals(*Numbers({1, 2})));
+  EXPECT_FALSE(Numbers({1, 2})->Equals(*Numbers({2, 1})));
+  EXPECT_FALSE(Numbers({1})->Equals(*Numbers({1, 1})));
+  EXPECT_EQ(Numbers({1, 2})->GetHashCode(), Numbers({2, 1})->GetHashCode());
+  EXPECT_EQ(NewVector()->ToString(), "");
+}
+
+TEST(ValueVectorTest, NullIsAllowedAsAMember) {
+  const Ref<IValueVector> list = Numbers({1});
+  list->Add(nullptr);
+  const Ref<IValueVector> clone = list->Clone();
+  EXPECT_EQ(clone->GetItem(1).get(), nullptr);
+  EXPECT_TRUE(list->Equals(*clone));
+  EXPECT_FALSE(list->Equals(*Numbers({1, 2})));
+  EXPECT_FALSE(Numbers({1, 2})->Equals(*list));
+  EXPECT_EQ(list->GetHashCode(), 1u);
+  EXPECT_EQ(list->IndexOf(*NewInteger(3)), -1);
+  EXPECT_EQ(list->ToString(), "1  ");
+}
+
+TEST(SingletonsVectorTest, PointsStayPaired) {
+  const Ref<ISingletonsVector> points = Make<TSingletonsVector>();
+  points->Add(NewInteger(1), NewInteger(2));
+  points->Insert(0, NewInteger(0), NewFloat(0.5));
+  EXPECT_EQ(points->ToString(), "(0 0.5000) (1 2) ");
+  const Ref<ISingletonsVector> clone = points->Clone();
+  clone->GetXValue(1)->SetAsInteger(9);
+  EXPECT_FALSE(points->Equals(*clone));
+  points->Append(*points);
+  EXPECT_EQ(points->GetCount(), 4);
+  points->Delete(0);
+  EXPECT_EQ(points->ToString(), "(1 2) (0 0.5000) (1 2) ");
+  EXPECT_EQ(FailureOf([&] { points->Delete(3); }), "List index out of bounds (3)");
+  EXPECT_EQ(FailureOf([&] { points->Insert(5, FCNil, FCNil); }), "List index out of bounds (5)");
+  EXPECT_EQ(points->GetCount(), 3);
+  EXPECT_EQ(points->GetYValue(2)->ToString(), "2");
+  points->Clear();
+  EXPECT_EQ(points->IndexOfX(*NewInteger(1)), -1);
+  EXPECT_EQ(points->IndexOfY(*NewInteger(2)), -1);
+}
+
+TEST(ValueHashTableTest, ACopyHasClonesUnderTheSameNames) {
+  TValueHashTable table;
+  const Ref<IKBValue> one = NewInteger(1);
+  table.Put("b", one);
+  table.Put("a", nullptr);
+  TValueHashTable copy;
+  copy.Put("gone", NewInteger(0));
+  copy.Assign(table);
+  one->SetAsInteger(2);
+  EXPECT_EQ(copy.GetKeys(), (std::vector<std::string>{"b", "a"}));
+  EXPECT_EQ(copy.Get("b")->ToString(), "1");
+  Ref<IKBValue> value = one;
+  EXPECT_FALSE(copy.ContainsKey("gone", value));
+  EXPECT_EQ(value.get(), nullptr);
+  EXPECT_TRUE(copy.ContainsKey("a", value));
+  copy.Remove("a");
+  copy.Remove("never there");
+  EXPECT_EQ(copy.ToString(), "b = 1\n");
+}
+
+}  // namespace
+}  // namespace reasoner
