@@ -41,7 +41,8 @@ inline void CheckAgenda(TReasoner& engine, const std::string& when) {
   for (const TReteNode* node : engine.GetReteNetwork().GetNodes()) {
     const auto* terminal = dynamic_cast<const TPatternMatchTerminalNode*>(node);
     if (terminal == nullptr) continue;
-    EXPECT_EQ(engine.GetRules().Find(terminal->GetRule()->GetRuleName()), terminal->GetRule()) << when << ": a node of no rule";
+    EXPECT_EQ(engine.GetRules().Find(terminal->GetRule()->GetRuleName()), terminal->GetRule())
+        << when << ": a node of no rule";
     for (const TActivation* item = terminal->GetFirstActivation(); item != nullptr;
          item = TPatternMatchTerminalNode::GetNextActivation(*item)) {
       ++listed;
