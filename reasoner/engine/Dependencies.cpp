@@ -4,6 +4,7 @@
 
 #include "reasoner/engine/Reasoner.h"
 #include "reasoner/values/Constants.h"
+#include "reasoner/vocabulary/KBExceptions.h"
 #include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
@@ -120,13 +121,17 @@ void TReasoner::ReplaceTemplate(const Ref<IFactTemplate>& old,
                                 const Ref<IFactTemplate>& fact_template) {
   if (old->GetTemplateName() != fact_template->GetTemplateName()) return RemoveDependencies(*old);
   DropPending(*old);
+  FirstFailure failures;  // of handlers: what has begun is carried through
   std::vector<Ref<IFact>> kept;
   const std::vector<Ref<IFact>> facts = facts_->Snapshot();
   for (auto fact = facts.rbegin(); fact != facts.rend(); ++fact) {
-    if ((*fact)->GetTemplate() != old || !facts_->Lists(**fact)) continue;
+    TFacts::Entry* entry = (*fact)->GetTemplate() == old ? facts_->FindEntry(**fact) : nullptr;
+    if (entry == nullptr || entry->leaving) continue;
     kept.push_back(*fact);
-    RetractFact(*fact);
+    facts_->MarkLeaving(*entry);
+    failures.Try([&] { RetractEntry(*entry); });
   }
+  failures.Try([this] { DrainWork(); });
   // The line stays and is parsed anew by the next reset.
   for (TFactSet* fact_set : fact_sets_->GetItems()) {
     for (std::int32_t i = 0; i < fact_set->GetCount(); ++i) {
@@ -140,25 +145,30 @@ void TReasoner::ReplaceTemplate(const Ref<IFactTemplate>& old,
     const TRule* rule = rules_->Find(name);
     if (rule == nullptr || !IsDependent(*rule, *old)) continue;
     texts.push_back(rule->ToString());
-    rules_->Remove(name);
+    failures.Try([&] { rules_->Remove(name); });
   }
   updating_table_ = updating;
   // What no longer fits is dropped, and the next one is tried.
   const TErrorHandling handling = parser_->ErrorHandling;
   parser_->ErrorHandling = ehRaiseImmediate;
+  const auto try_anew = [&failures](auto step) {
+    try {
+      step();
+    } catch (const EKBInterrupted&) {
+      failures.Keep(std::current_exception());
+    } catch (const std::bad_alloc&) {
+      failures.Keep(std::current_exception());
+    } catch (...) {
+    }
+  };
   for (const Ref<IFact>& fact : kept) {
-    try {
+    try_anew([&] {
       if (const Ref<IFact> fitted = Refitted(*fact, fact_template)) AssertResolved(fitted);
-    } catch (const Exception&) {
-    }
+    });
   }
-  for (const std::string& text : texts) {
-    try {
-      Parse(text, false);
-    } catch (const Exception&) {
-    }
-  }
+  for (const std::string& text : texts) try_anew([&] { Parse(text, false); });
   parser_->ErrorHandling = handling;
+  failures.Raise();
 }
 
 void TReasoner::ReplaceDefinedType(const Ref<IKBDefinedType>& old,
@@ -178,6 +188,7 @@ void TReasoner::ReplaceDefinedType(const Ref<IKBDefinedType>& old,
 void TReasoner::RenameRule(std::string_view old_name, std::string_view new_name) {
   if (old_name == new_name || !rules_->ContainsKey(old_name)) return;
   if (rules_->ContainsKey(new_name)) Raise(SDuplicateRuleNames, new_name);
+  CheckConstructName(new_name);
   rules_->table_.Rename(old_name, new_name);
   rules_->Find(new_name)->SetRuleName(new_name);
 }

@@ -132,13 +132,11 @@ std::int32_t TFacts::Add(const Ref<IFact>& fact) {
   const std::int32_t id = fact->GetID();
   if (PreserveIDs && id != -1 && FindEntry(id) == nullptr) {
     // The fact keeps its id; the next one goes on behind the highest.
-    struct NextId {
+    engine_->kept_fact_id_ = id;
+    struct Forget {
       TReasoner& engine;
-      TFacts& facts;
-      std::int32_t remembered;
-      ~NextId() { engine.next_fact_id_ = std::max(remembered, facts.highest_id_ + 1); }
-    } next{*engine_, *this, engine_->next_fact_id_};
-    engine_->next_fact_id_ = id;
+      ~Forget() { engine.kept_fact_id_ = -1; }  // a duplicate has not used it
+    } forget{*engine_};
     engine_->Assert(fact);
     highest_id_ = std::max(highest_id_, id);
   } else {

@@ -229,12 +229,17 @@ void TReasoner::SetFactDuplication(bool value) {
 
 void TReasoner::SetPackages(TFunctionPackages value) {
   if (value == packages_) return;
+  FirstFailure failures;
   for (std::size_t i = GetComponentCount(); i-- > 0;) {
     if (i >= GetComponentCount()) continue;
-    if (auto* package = dynamic_cast<TUserPackage*>(&GetComponent(i))) delete package;
+    if (auto* package = dynamic_cast<TUserPackage*>(&GetComponent(i))) {
+      failures.Try([package] { package->ClearReasoners(); });
+      delete package;
+    }
   }
   packages_ = value;
-  AddDefaultPackages();
+  failures.Try([this] { AddDefaultPackages(); });
+  failures.Raise();
 }
 
 void TReasoner::SetTypeChecks(TTypeChecks value) {

@@ -182,7 +182,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   void Unlock() { lock_.unlock(); }
 
   // Agenda.
-  void AddActivation(TActivation& activation) override;  // takes ownership
+  bool AddActivation(TActivation& activation) override;  // takes ownership
   std::unique_ptr<TActivation> RemoveActivation(TActivation& activation) override;
   virtual std::unique_ptr<TActivation> RemoveActivation(std::int32_t index);
   // Where an activation of this salience goes; -1 for the end.
@@ -403,12 +403,14 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   void RetractEntry(TFacts::Entry& entry);
   void RetractListed(TFacts::Entry& entry);
   void RequireIdleNetwork(const char* doing) const override;
-  void ClearNetwork();
+  void ClearNetwork() override;
+  void NetworkFailed(std::exception_ptr failure) override;
   void RuleMarkedFired(TRule& rule) override;
   std::int32_t NextToFire(std::int32_t max_rules) const;
   void RunStep(std::int32_t index);
   void RebuildAgenda();
-  void PlaceActivation(std::unique_ptr<TActivation> activation);
+  bool PlaceActivation(std::unique_ptr<TActivation> activation);
+  void ForgetPlacing(const TActivation& activation);
   void CompileRule(TRule& rule);
   void UncompileRule(TRule& rule);
   // Runs a step during which the network is busy. What handlers of activations raise meanwhile
@@ -438,6 +440,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   std::recursive_mutex lock_;
   std::array<Ref<IUserFunction>, kLogicFunctionCount> logic_functions_;
   std::int32_t next_fact_id_ = 0;
+  std::int32_t kept_fact_id_ = -1;  // what the next fact brings as its id
   std::int32_t next_rule_id_ = 0;
   std::int32_t symbol_index_ = 0;
   std::int32_t max_depth_ = kDefaultMaxDepth;
@@ -466,8 +469,8 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   std::vector<TFactSet*> doomed_fact_sets_;
   FirstFailure network_failures_;
   std::int32_t resetting_ = 0;
-  std::int32_t reporting_ = 0;      // an activation's coming or going is being reported
-  TActivation* placing_ = nullptr;  // null again if it has gone meanwhile
+  std::int32_t reporting_ = 0;         // an activation's coming or going is being reported
+  std::vector<TActivation*> placing_;  // the innermost last; null where one has gone meanwhile
   std::deque<TActivation*>
       rebuilding_;  // off the agenda until they are placed anew; null where one was withdrawn
 
@@ -485,6 +488,8 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   std::unique_ptr<TFacts> facts_;
   std::deque<Ref<IFact>> pending_assertions_;
   std::deque<Ref<IFact>> pending_retractions_;
+  std::vector<Ref<IFact>> unheard_;  // asserted as pending facts, still to be heard of
+  bool chaining_ = false;            // a pending fact is on its way
   std::deque<TNetworkWork> work_;
   std::unique_ptr<TKBPattern> initial_pattern_;
   Ref<IFact> not_or_test_fact_;

@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "reasoner/engine/Reasoner.h"
+#include "reasoner/support/Depth.h"
 #include "reasoner/support/Streams.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -37,7 +38,12 @@ void TReasoner::InNetwork(TStep step) {
 }
 
 std::int32_t TReasoner::NewFactId() {
-  if (next_fact_id_ == std::numeric_limits<std::int32_t>::max()) Raise(SFactIdsExhausted);
+  constexpr std::int32_t kLast = std::numeric_limits<std::int32_t>::max();
+  if (const std::int32_t id = std::exchange(kept_fact_id_, -1); id >= 0) {
+    if (id >= next_fact_id_) next_fact_id_ = id == kLast ? kLast : id + 1;
+    return id;
+  }
+  if (next_fact_id_ == kLast) Raise(SFactIdsExhausted);
   return next_fact_id_++;
 }
 
@@ -106,12 +112,15 @@ void TReasoner::DoWork(const TNetworkWork& work) {
       return network_->ReleaseNodes(work.nodes);
   }
   if (facts_->FindEntry(*work.fact) == nullptr) return;  // cleared away while it waited
+  const DepthGuard guard("assertion");
   InNetwork([&] { network_->ProcessToken(Make<TKBToken>(taAdd, work.fact)); });
+  if (chaining_) return unheard_.push_back(work.fact);
   ProcessPendingFacts();
   if (OnAssertion) OnAssertion(*this, work.fact);
 }
 
 void TReasoner::RetractEntry(TFacts::Entry& listed) {
+  const DepthGuard guard("retraction");
   const Ref<IFact> fact = listed.fact;
   // A retraction that has begun is carried through, and one that has waited has begun.
   const bool has_waited = listed.leaving;
@@ -127,7 +136,8 @@ void TReasoner::RetractEntry(TFacts::Entry& listed) {
   }
   if (TFacts::Entry* entry = facts_->FindEntry(*fact)) facts_->DeleteDirect(*entry);
   failures.Try([&] {
-    if (in_network_ == 0 && !work_.empty()) DrainWork();
+    // What waits behind one that has waited is its caller's.
+    if (in_network_ == 0 && !work_.empty() && !has_waited) DrainWork();
     ProcessPendingFacts();
   });
   failures.Raise();
@@ -188,17 +198,33 @@ void TReasoner::AddPendingFact(const Ref<IFact>& fact, bool assertion) {
   (assertion ? pending_assertions_ : pending_retractions_).push_back(fact);
 }
 
+// A pending fact is heard of when those that were pending behind it have been asserted and heard
+// of: the facts to be heard of stand on a stack of their own, so that their number costs no depth.
 void TReasoner::ProcessPendingFacts() {
-  while (!pending_assertions_.empty()) {
-    const Ref<IFact> fact = pending_assertions_.front();
-    pending_assertions_.pop_front();
-    Assert(fact);
+  if (chaining_) return;  // the loop that is running takes them
+  const std::size_t first = unheard_.size();
+  FirstFailure failures;
+  const auto chain = [&](std::deque<Ref<IFact>>& pending, auto step) {
+    const Ref<IFact> fact = pending.front();
+    pending.pop_front();
+    chaining_ = true;
+    failures.Try([&] { step(fact); });
+    chaining_ = false;
+  };
+  for (;;) {
+    if (!pending_assertions_.empty()) {
+      chain(pending_assertions_, [this](const Ref<IFact>& fact) { Assert(fact); });
+    } else if (!pending_retractions_.empty()) {
+      chain(pending_retractions_, [this](const Ref<IFact>& fact) { Retract(fact); });
+    } else if (unheard_.size() > first) {
+      const Ref<IFact> fact = unheard_.back();
+      unheard_.pop_back();
+      if (OnAssertion) failures.Try([&] { OnAssertion(*this, fact); });
+    } else {
+      break;
+    }
   }
-  while (!pending_retractions_.empty()) {
-    const Ref<IFact> fact = pending_retractions_.front();
-    pending_retractions_.pop_front();
-    Retract(fact);
-  }
+  failures.Raise();
 }
 
 std::vector<Ref<IFact>> TReasoner::SnapshotFacts() {
@@ -235,14 +261,15 @@ void TReasoner::CompileRule(TRule& rule) {
 // A rule that had to wait: one that cannot be compiled is no rule.
 void TReasoner::FeedRule(TRule& rule) {
   const ScopedReport report(*this);
+  const std::string name = rule.GetRuleName();
+  // A handler may free a rule that is its own: then nothing of it is touched any more.
+  const auto is_held = [&] { return rules_->Find(name) == &rule; };
   FirstFailure failures;
-  failures.Try([&] { CompileRule(rule); });
-  if (!IsCompiled(rule) && HoldsRule(rule)) {
-    failures.Try([&] { rules_->Remove(rule.GetRuleName()); });
-  }
+  failures.Try([&] { InNetwork([&] { network_->AddRule(rule); }); });
+  failures.Try([&] { ProcessPendingFacts(); });
+  if (!IsCompiled(rule) && is_held()) failures.Try([&] { rules_->Remove(name); });
   failures.Raise();
-  if (HoldsRule(rule) && Watches(cwCompilation))
-    PrintOut(rule.CompileTrace + std::string(NewLineString));
+  if (is_held() && Watches(cwCompilation)) PrintOut(rule.CompileTrace + std::string(NewLineString));
 }
 
 // Takes a rule out of the network: its activations go at once, its nodes when no token is inside.

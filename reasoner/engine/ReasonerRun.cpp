@@ -52,36 +52,48 @@ std::int32_t TReasoner::SearchSalience(std::int32_t salience) const {
   return high + 1;
 }
 
-void TReasoner::PlaceActivation(std::unique_ptr<TActivation> owned) {
+// False when the activation is gone again.
+bool TReasoner::PlaceActivation(std::unique_ptr<TActivation> owned) {
   TActivation& activation = *owned;
   const ScopedReport report(*this);
   struct Placing {
     TReasoner& engine;
     std::unique_ptr<TActivation>& owned;
-    TActivation* outer;
     ~Placing() {
-      engine.placing_ = outer;
+      engine.placing_.pop_back();
       // One that could not be placed ends here, but the one being fired is the run loop's.
       if (owned.get() == engine.current_activation_) owned.release();
     }
-  } placing{*this, owned, std::exchange(placing_, &activation)};
+  } placing{*this, owned};
+  const std::size_t place = placing_.size();
+  placing_.push_back(&activation);
+  const auto has_gone = [&] { return placing_[place] == nullptr; };
+  bool is_placed = false;
   try {
     // A salience that cannot be evaluated takes the activation with it, off its node too.
     activation.GetRule().EvaluateSalience();
+    if (has_gone()) return false;  // withdrawn by what its salience ran
     const std::int32_t index = agenda_->Add(std::move(owned));
+    is_placed = true;
     if (Watches(cwActivation))
       PrintOut("==> Activation: " + activation.ToString() + std::string(NewLineString));
-    if (OnAddActivation && placing_ != nullptr) OnAddActivation(*this, index, activation);
+    if (OnAddActivation && !has_gone()) OnAddActivation(*this, index, activation);
   } catch (const EAbort&) {
     // A host's silent refusal ends here: the match goes on.
   } catch (...) {
     if (in_network_ == 0) throw;
     network_failures_.Keep(std::current_exception());
   }
+  return is_placed && !has_gone();
 }
 
-void TReasoner::AddActivation(TActivation& activation) {
-  PlaceActivation(std::unique_ptr<TActivation>(&activation));
+bool TReasoner::AddActivation(TActivation& activation) {
+  return PlaceActivation(std::unique_ptr<TActivation>(&activation));
+}
+
+void TReasoner::NetworkFailed(std::exception_ptr failure) {
+  if (in_network_ == 0) std::rethrow_exception(failure);
+  network_failures_.Keep(std::move(failure));
 }
 
 std::unique_ptr<TActivation> TReasoner::RemoveActivation(TActivation& activation) {
@@ -95,7 +107,14 @@ std::unique_ptr<TActivation> TReasoner::RemoveActivation(TActivation& activation
     if (&activation == current_activation_) return nullptr;  // the run loop's
     return std::unique_ptr<TActivation>(&activation);
   }
+  ForgetPlacing(activation);
   return nullptr;
+}
+
+// One that goes while it is being placed: whoever places it sees so.
+void TReasoner::ForgetPlacing(const TActivation& activation) {
+  std::replace(placing_.begin(), placing_.end(), const_cast<TActivation*>(&activation),
+               static_cast<TActivation*>(nullptr));
 }
 
 std::unique_ptr<TActivation> TReasoner::RemoveActivation(std::int32_t index) {
@@ -104,7 +123,7 @@ std::unique_ptr<TActivation> TReasoner::RemoveActivation(std::int32_t index) {
   const auto take = [this, &activation] {
     const std::int32_t place = agenda_->IndexOf(activation);
     if (place >= 0) agenda_->Extract(place).release();
-    if (placing_ == &activation) placing_ = nullptr;
+    ForgetPlacing(activation);
   };
   const ScopedReport report(*this);
   if (activation.IsLeaving()) {

@@ -79,8 +79,12 @@ Ref<IFactTemplate> TFactTemplates::Replace(const Ref<IFactTemplate>& old,
     if (engine_.OnRemoveFactTemplate) engine_.OnRemoveFactTemplate(engine_, old);
     table_.Take(old->GetTemplateName());
   }
-  Put(fact_template->GetTemplateName(), fact_template);
-  if (old) engine_.ReplaceTemplate(old, fact_template);
+  FirstFailure failures;
+  const std::string name = fact_template->GetTemplateName();
+  failures.Try([&] { Put(name, fact_template); });
+  if (old && Find(name) == fact_template)
+    failures.Try([&] { engine_.ReplaceTemplate(old, fact_template); });
+  failures.Raise();
   return fact_template;
 }
 
@@ -133,11 +137,13 @@ Ref<IKBDefinedType> TKBDefinedTypes::Replace(const Ref<IKBDefinedType>& old,
     if (engine_.OnRemoveDefinedType) engine_.OnRemoveDefinedType(engine_, old);
     table_.Take(old->GetName());
   }
-  Put(type->GetName(), type);
+  FirstFailure failures;
+  failures.Try([&] { Put(type->GetName(), type); });
   if (old) {
-    engine_.ReplaceDefinedType(old, type);
+    failures.Try([&] { engine_.ReplaceDefinedType(old, type); });
     old->SetReasoner(nullptr);
   }
+  failures.Raise();
   return type;
 }
 
@@ -177,10 +183,11 @@ void TUserFunctions::PutValue(std::string_view name, const Ref<IUserFunction>& f
   }
   const Ref<IUserFunction> old = Find(name);
   if (old == function) return;
+  FirstFailure failures;  // of handlers
   if (old) {
     if (engine_.DuplicateConstructs == dcError) Raise(SDuplicateFunctionNames, name);
     if (engine_.DuplicateConstructs == dcIgnore) return;
-    Remove(name);
+    failures.Try([&] { Remove(name); });
   }
   table_.Put(name, function);
   ++engine_.GetLink()->function_generation;
@@ -189,7 +196,9 @@ void TUserFunctions::PutValue(std::string_view name, const Ref<IUserFunction>& f
     interpreted->SetOrder(++next_order_);
   }
   function->AddReasoner(engine_);
-  if (engine_.OnAddUserFunction) engine_.OnAddUserFunction(engine_, function);
+  if (engine_.OnAddUserFunction)
+    failures.Try([&] { engine_.OnAddUserFunction(engine_, function); });
+  failures.Raise();
 }
 
 void TUserFunctions::Remove(std::string_view name) {
@@ -228,6 +237,7 @@ void TRules::PutValue(std::string_view name, TRule* const& rule) {
     return;
   }
   const std::string key(name);  // a handler may rename the rule
+  if (rule->GetRuleName() != key) rule->SetRuleName(key);
   TRule* old = Find(key);
   if (old == rule) return;
   const TReasoner::ScopedReport report(engine_);

@@ -1,11 +1,14 @@
 #include "reasoner/functions/FunctionCall.h"
 
+#include <new>
+
 #include "reasoner/facts/Fact.h"
 #include "reasoner/functions/Context.h"
 #include "reasoner/functions/UserFunction.h"
 #include "reasoner/support/Depth.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/ValueVector.h"
+#include "reasoner/vocabulary/KBExceptions.h"
 #include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
@@ -105,8 +108,13 @@ Ref<IKBValue> TFunctionCall::SimpleExecute(TKBContext& context) {
   Ref<IKBValue> result;
   try {
     function->Invoke(*this, context, result);
+  } catch (const EAbort&) {
+    throw;
+  } catch (const EKBInterrupted&) {
+    throw;
+  } catch (const std::bad_alloc&) {
+    throw;
   } catch (const std::exception& failure) {
-    if (dynamic_cast<const EAbort*>(&failure) != nullptr) throw;
     Raise(SFunctionError, name_.view(), failure.what());
   }
   return result;

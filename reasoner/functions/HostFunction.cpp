@@ -2,6 +2,7 @@
 
 #include "reasoner/functions/Context.h"
 #include "reasoner/functions/FunctionCall.h"
+#include "reasoner/support/FirstFailure.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -19,7 +20,7 @@ TCustomUserFunction::TCustomUserFunction(TComponent* owner)
 
 TCustomUserFunction::~TCustomUserFunction() {
   BeginDestruction();
-  SetEngine(nullptr);
+  FirstFailure().Try([this] { SetEngine(nullptr); });  // a destructor's failures go nowhere
   static_cast<TKBInnerFunction&>(*function_).LeaveOwner();
 }
 
@@ -27,10 +28,12 @@ void TCustomUserFunction::SetEngine(IReasoner* engine) {
   if (engine == engine_) return;
   IReasoner* old = engine_;
   engine_ = engine;
+  FirstFailure failures;
   if (old != nullptr) {
-    function_->DeleteReasoner(*old);
+    failures.Try([&] { function_->DeleteReasoner(*old); });
     old->AsComponent().RemoveFreeNotification(*this);
   }
+  failures.Raise();
   if (engine == nullptr) return;
   engine->AsComponent().FreeNotification(*this);
   if (!function_->GetFunctionName().empty()) function_->AddReasoner(*engine);

@@ -1,6 +1,7 @@
 #include "reasoner/functions/UserFunction.h"
 
 #include "reasoner/functions/FunctionCall.h"
+#include "reasoner/support/FirstFailure.h"
 #include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
@@ -44,7 +45,15 @@ std::int32_t TKBUserFunction::IndexOfReasoner(const IReasoner& reasoner) const {
 void TKBUserFunction::AddReasoner(IReasoner& reasoner) {
   if (IndexOfReasoner(reasoner) >= 0) return;
   reasoners_.push_back(reasoner.GetLink());
-  ReasonerNotification(reasoner, lnAdded);
+  try {
+    ReasonerNotification(reasoner, lnAdded);
+  } catch (...) {
+    // An engine that has refused the function is none of its engines.
+    const std::int32_t index = IndexOfReasoner(reasoner);
+    if (index >= 0 && reasoner.GetUserFunction(GetFunctionName()) != this)
+      reasoners_.erase(reasoners_.begin() + index);
+    throw;
+  }
 }
 
 void TKBUserFunction::DeleteReasoner(IReasoner& reasoner) {
@@ -60,7 +69,9 @@ void TKBUserFunction::DeleteReasoner(std::int32_t index) {
 
 void TKBUserFunction::ClearReasoners() {
   const Ref<TKBUserFunction> self(this);
-  while (!reasoners_.empty()) DeleteReasoner(GetReasonerCount() - 1);
+  FirstFailure failures;
+  while (!reasoners_.empty()) failures.Try([this] { DeleteReasoner(GetReasonerCount() - 1); });
+  failures.Raise();
 }
 
 void TKBUserFunction::ReasonerNotification(IReasoner& reasoner, TListNotification action) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "reasoner/support/FirstFailure.h"
 #include "reasoner/support/Streams.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -81,7 +82,9 @@ void TCustomReasonerOwner::RemoveReasoner(IReasoner& reasoner) {
 }
 
 void TCustomReasonerOwner::ClearReasoners() {
-  while (!reasoners_.empty()) RemoveReasoner(*reasoners_.back());
+  FirstFailure failures;
+  while (!reasoners_.empty()) failures.Try([this] { RemoveReasoner(*reasoners_.back()); });
+  failures.Raise();
 }
 
 void TCustomReasonerOwner::Notification(TComponent& component, TOperation operation) {
@@ -96,7 +99,7 @@ TUserPackage::TUserPackage(TComponent* owner) : TCustomReasonerOwner(owner) {
 
 TUserPackage::~TUserPackage() {
   BeginDestruction();
-  ClearReasoners();
+  FirstFailure().Try([this] { ClearReasoners(); });  // a destructor's failures go nowhere
   functions_.Clear();
 }
 

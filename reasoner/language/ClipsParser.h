@@ -201,6 +201,8 @@ class TKBClipsParser : public TKBParser {
   void ParseConstraint(TField& field, Ref<IStreamToken> token);
   void AddTest(const TField& field, const Ref<IKBValue>& value, bool negated);
   void AddReturnValueTests(const TField& field, bool negated);
+  // A generated name that the rule does not hold yet.
+  Text NewVariableName(const TVariableTable& variables, std::string_view prefix);
 
   TKBClipsStream* clips_stream_ = nullptr;  // stream_ under its own type
   mutable std::vector<TSlotFunction> slot_functions_;

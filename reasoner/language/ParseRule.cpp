@@ -195,13 +195,16 @@ void TKBClipsParser::ParseConstraint(TField& field, Ref<IStreamToken> token) {
   } else if ((is_variable || token->Is(dtAtom)) && token->GetText() == ":") {
     AddTest(field, ParseCallValue(), negated);
   } else if (is_variable) {
+    Text name = token->GetText();
+    if (token->HasGeneratedName() && field.variables.Contains(name)) {
+      name = NewVariableName(field.variables, token->Is(dtVariable) ? SBlankPrefix : SBlankMulti);
+    }
     // A name keeps the form of its first use.
-    const TKBType kind =
-        field.variables.Enter(token->GetText(), static_cast<TKBType>(token->GetDataType()));
+    const TKBType kind = field.variables.Enter(name, static_cast<TKBType>(token->GetDataType()));
     if (kind == dtMultiVariable && !field.slot.IsMulti()) {
       ParseError("ParsePattern", SNotMultiSlot, field.slot.GetName().view());
     }
-    AddTest(field, Make<TKBValue>(token->GetText(), kind), negated);
+    AddTest(field, Make<TKBValue>(name, kind), negated);
   } else if (token->IsPlainValue()) {
     Ref<IKBValue> value = token->Value();
     if (StaticChecks) ConvertIntegers(value, field.slot.GetSlotType());
@@ -217,7 +220,7 @@ void TKBClipsParser::AddReturnValueTests(const TField& field, bool negated) {
   const Ref<IFunCall> comparison = Make<TFunctionCall>(&engine_, "eq*");
   comparison->BindLogicFunction(engine_.GetLogicFunction(lfEqStar));
   const Ref<IKBValue> variable =
-      Make<TKBValue>(Text(engine_.GenerateSymbol(SEqStarPrefix)), dtVariable);
+      Make<TKBValue>(NewVariableName(field.variables, SEqStarPrefix), dtVariable);
   AddTest(field, variable, false);
   comparison->AddArgument(variable->Clone());
   comparison->AddArgument(fun_call);
@@ -236,6 +239,14 @@ void TKBClipsParser::ParseRuleActions(TRule& rule, TVariableTable&) {
 }
 
 // Generated names.
+
+Text TKBClipsParser::NewVariableName(const TVariableTable& variables, std::string_view prefix) {
+  std::string name;
+  do {
+    name = engine_.GenerateSymbol(prefix);
+  } while (variables.Contains(name));
+  return Text(name);
+}
 
 void TKBClipsParser::GenerateVarName(std::int32_t index, const IFactTemplate&, std::string& name,
                                      const IFactSlot* slot, std::string_view prefix) {

@@ -176,6 +176,7 @@ void TKBStreamToken::Assign(const TKBStreamToken& source) {
   number_ = source.number_;
   text_ = source.text_;
   tag_ = source.tag_;
+  has_generated_name_ = source.has_generated_name_;
 }
 
 Ref<IStreamToken> TKBStreamToken::Clone() const {
@@ -358,10 +359,12 @@ void TKBClipsStream::Classify(IStreamToken& token, std::string_view word) {
   token.SetDataType(dtAtom);
   if (word.starts_with('?')) {
     token.SetDataType(dtVariable);
-    token.SetText(word.size() == 1 ? Generated(SBlankPrefix) : Text(word.substr(1)));
+    if (word.size() == 1) return token.SetGeneratedName(Generated(SBlankPrefix));
+    token.SetText(word.substr(1));
   } else if (word.starts_with("$?")) {
     token.SetDataType(dtMultiVariable);
-    token.SetText(word.size() == 2 ? Generated(SBlankMulti) : Text(word.substr(2)));
+    if (word.size() == 2) return token.SetGeneratedName(Generated(SBlankMulti));
+    token.SetText(word.substr(2));
   } else if (word.empty() || !IsNumberWord(word)) {
     token.SetText(word);
   } else if (const auto integer = TextToInteger(word)) {

@@ -40,6 +40,8 @@ class TKBStreamToken final : public IInterface, public Pooled {
   // The blanks, line ends and comments between the token before and this one.
   const std::string& GetWhitespace() const noexcept { return whitespace_; }
   std::int32_t GetTag() const noexcept { return tag_; }
+  // A lone `?` or `$?`: the name is the tokenizer's own.
+  bool HasGeneratedName() const noexcept { return has_generated_name_; }
 
   bool Is(std::int32_t data_type) const noexcept { return data_type_ == data_type; }
   bool IsWord(std::string_view word) const noexcept {
@@ -53,9 +55,16 @@ class TKBStreamToken final : public IInterface, public Pooled {
   void SetLineNumber(std::int32_t line) noexcept { line_number_ = line; }
   void SetColumn(std::int32_t column) noexcept { column_ = column; }
   void SetNumber(double number) noexcept { number_ = number; }
-  void SetText(const Text& text) { text_ = text; }
+  void SetText(const Text& text) {
+    text_ = text;
+    has_generated_name_ = false;
+  }
   void SetWhitespace(std::string whitespace) { whitespace_ = std::move(whitespace); }
   void SetTag(std::int32_t tag) noexcept { tag_ = tag; }
+  void SetGeneratedName(const Text& name) {
+    text_ = name;
+    has_generated_name_ = true;
+  }
 
   // The value that the token stands for; variables name themselves.
   Ref<IKBValue> Value() const;
@@ -78,6 +87,7 @@ class TKBStreamToken final : public IInterface, public Pooled {
   std::int32_t line_number_ = 0;
   std::int32_t column_ = 0;
   std::int32_t tag_ = 0;
+  bool has_generated_name_ = false;
   double number_ = 0;
   Text text_;
   std::string whitespace_;

@@ -242,10 +242,13 @@ void TJoinNode::LeftGoes(const Ref<TKBToken>& token) {
     if (stored->GetNegatedCount() == 0) PassUnmatched(stored, 1.0F, taRemove);
     return;
   }
+  FirstFailure failures;
   VisitRight(*stored, [&](Entry& right) {
-    if (RunTests(*stored, right.token->GetFact(), false)) PassPair(stored, *right.token, taRemove);
+    if (RunTests(*stored, right.token->GetFact(), false))
+      failures.Try([&] { PassPair(stored, *right.token, taRemove); });
     return true;
   });
+  failures.Raise();
 }
 
 void TJoinNode::RightCame(const Ref<TKBToken>& token) {
@@ -278,10 +281,12 @@ void TJoinNode::RightGoes(const Ref<TKBToken>& token) {
   if (entry == nullptr) return;
   const Ref<TKBToken> stored = entry->token;
   right_->Remove(*entry);
+  FirstFailure failures;
   VisitLeft(*stored, [&](Entry& left) {
     const Ref<TKBToken> match = left.token;
     if (!negated_) {
-      if (RunTests(*match, stored->GetFact(), false)) PassPair(match, *stored, taRemove);
+      if (RunTests(*match, stored->GetFact(), false))
+        failures.Try([&] { PassPair(match, *stored, taRemove); });
       return;
     }
     if (has_calls_) {
@@ -292,8 +297,11 @@ void TJoinNode::RightGoes(const Ref<TKBToken>& token) {
       return;
     }
     match->SetNegatedCount(match->GetNegatedCount() - 1);
-    if (match->GetNegatedCount() == 0) PassUnmatched(match, stored->GetStrength(), match->GetTag());
+    if (match->GetNegatedCount() == 0) {
+      failures.Try([&] { PassUnmatched(match, stored->GetStrength(), match->GetTag()); });
+    }
   });
+  failures.Raise();
 }
 
 bool TJoinNode::CallNode(const Ref<TKBToken>& token, TCallType call_type) {

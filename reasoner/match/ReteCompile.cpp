@@ -205,9 +205,15 @@ void ReteCompiler::BuildPatternChains() {
       continue;
     }
     for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
+      std::int32_t expanded = NoSubIndex;
       for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t) {
         const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, t);
-        if (test.GetSlotValue()->GetDType() != dtMultiVariable) continue;
+        // A field of several variables, as in `$?x&~$?y`, is one span.
+        if (test.GetSlotValue()->GetDType() != dtMultiVariable ||
+            test.GetMultiSlotSubIndex() == expanded) {
+          continue;
+        }
+        expanded = test.GetMultiSlotSubIndex();
         const TNodeArgs args{pattern.GetSlotName(slot), {}, test.GetMultiSlotSubIndex(), 0};
         node = &Successor(node, pmtTestMultiSlotMultiField, nullptr, args);
       }
@@ -485,14 +491,17 @@ void TReteNetwork::AddRule(TRule& rule, bool feed) {
   if (HasRule(rule)) return;
   std::vector<TReteNode*> nodes;
   ReteCompiler compiler(*this, rule, nodes);
+  bool entered = false;
   try {
     compiler.Compile();
     rule_nodes_[&rule] = nodes;
+    entered = true;
     if (feed) compiler.Feed();
   } catch (...) {
     // What the rule's end raises is less than why it ends.
     FirstFailure failures;
-    rule_nodes_[&rule] = nodes;
+    // A rule that a handler has taken away while it was fed has left its nodes to the engine.
+    if (!entered) rule_nodes_[&rule] = nodes;
     ReleaseNodes(CutOffRule(rule, failures));
     throw;
   }

@@ -26,10 +26,13 @@ void TReteNode::AddEdge(TReteNode& to, TCallType call_type) {
 void TReteNode::CallChildren(const Ref<TKBToken>& token) {
   const DepthGuard guard("match");
   const std::size_t count = edges_.size();
+  // What fails on one edge stops no other: rules that share a node are each other's strangers.
+  FirstFailure failures;
   for (std::size_t i = 0; i < count && i < edges_.size(); ++i) {
     const TReteEdge edge = edges_[i];
-    edge.to->CallNode(token, edge.call_type);
+    failures.Try([&] { edge.to->CallNode(token, edge.call_type); });
   }
+  failures.Raise();
 }
 
 std::string TReteNode::ToString() const {
@@ -59,6 +62,7 @@ void TReteNetwork::Clear() {
   FirstFailure failures;
   for (TReteNode* node : doomed) {
     if (auto* terminal = dynamic_cast<TPatternMatchTerminalNode*>(node)) {
+      terminal->Deafen();
       failures.Try([terminal] { terminal->StandDown(); });
     }
   }
@@ -152,7 +156,11 @@ bool TReteNetwork::ProcessToken(const Ref<TKBToken>& token) {
   bool passed = false;
   const std::vector<TReteNode*> roots =
       tag == taClear ? roots_ : RootsOf(*token->GetFact()->GetTemplate());
-  for (TReteNode* root : roots) passed = root->CallNode(token, ctSingle) || passed;
+  FirstFailure failures;
+  for (TReteNode* root : roots) {
+    failures.Try([&] { passed = root->CallNode(token, ctSingle) || passed; });
+  }
+  failures.Raise();
   return passed;
 }
 
@@ -160,7 +168,7 @@ void TReteNetwork::SetEnabled(bool enabled) {
   if (enabled == enabled_) return;
   engine_.RequireIdleNetwork("switching the network");
   enabled_ = enabled;
-  if (!enabled_) Clear();
+  if (!enabled_) engine_.ClearNetwork();
 }
 
 void TReteNetwork::SetMinActivationStrength(float value) noexcept {
@@ -208,18 +216,26 @@ TPatternMatchTerminalNode* TReteNetwork::GetTerminal(const TRule& rule) const {
 }
 
 void TReteNetwork::Activate(TActivation& activation) {
-  engine_.AddActivation(activation);
-  if (OnActivation) OnActivation(*this, activation);
+  if (engine_.AddActivation(activation)) Report(OnActivation, activation);
 }
 
 void TReteNetwork::Deactivate(TActivation& activation) {
   const std::unique_ptr<TActivation> kept = engine_.RemoveActivation(activation);
-  if (OnDeactivation) OnDeactivation(*this, activation);
+  Report(OnDeactivation, activation);
 }
 
 void TReteNetwork::RuleFired(TActivation& activation) {
   const std::unique_ptr<TActivation> kept = engine_.RuleFired(activation);
-  if (OnRuleFired) OnRuleFired(*this, activation);
+  Report(OnRuleFired, activation);
+}
+
+void TReteNetwork::Report(const TActivationEvent& event, TActivation& activation) {
+  if (!event) return;
+  try {
+    event(*this, activation);
+  } catch (...) {
+    engine_.NetworkFailed(std::current_exception());
+  }
 }
 
 }  // namespace reasoner

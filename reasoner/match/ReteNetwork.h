@@ -97,6 +97,7 @@ class TReteNetwork : public TPersistent {
   friend class ReteCompiler;
 
   void AddRule(TRule& rule, bool feed);
+  void Report(const TActivationEvent& event, TActivation& activation);
   // Takes ownership.
   template <class TNode, class... TArgs>
   TNode& NewNode(TArgs&&... args) {

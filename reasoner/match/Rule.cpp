@@ -68,15 +68,21 @@ void TRule::EndUpdate() {
 void TRule::Change() {
   if (update_count_ > 0) return;
   if (IReasoner* engine = GetEngine()) engine->RuleChange(*this);
-  if (OnChange) OnChange(*this);
+  if (const auto on_change = OnChange) on_change(*this);  // lives on if the rule ends in it
 }
 
 // Salience.
 
 void TRule::SetSalience(const Ref<IKBValue>& value) {
   const std::int32_t old = salience_;
-  salience_value_ = IsValueConstant(*value) ? value : value->Clone();
-  if (EvaluateSalience() == old) return;
+  const Ref<IKBValue> kept =
+      std::exchange(salience_value_, IsValueConstant(*value) ? value : value->Clone());
+  try {
+    if (EvaluateSalience() == old) return;
+  } catch (...) {
+    salience_value_ = kept;
+    throw;
+  }
   // The number takes the place of an expression; one that yields 0 stays and is evaluated again.
   if (salience_ != 0) salience_value_ = NewInteger(salience_);
   Change();
@@ -140,13 +146,19 @@ void TRule::ClearPatterns() {
 void TRule::SetPatterns(const TRule& source) {
   if (&source == this) return;
   BeginUpdate();
-  bindings_.clear();
-  patterns_.clear();
-  for (std::int32_t i = 0; i < source.GetPatternCount(); ++i) {
-    // Behind a goal stands its negated companion, which AddPattern makes anew; the initial pattern
-    // likewise.
-    if (i > 0 && source.GetPattern(i - 1).GetName().starts_with(SBackChainPrefix)) continue;
-    AddPattern(source.GetPattern(i).Clone(GetEngine()));
+  auto old_bindings = std::exchange(bindings_, {});
+  auto old_patterns = std::exchange(patterns_, {});
+  try {
+    for (std::int32_t i = 0; i < source.GetPatternCount(); ++i) {
+      // Behind a goal stands its negated companion, which AddPattern makes anew.
+      if (i > 0 && source.GetPattern(i - 1).GetName().starts_with(SBackChainPrefix)) continue;
+      AddPattern(source.GetPattern(i).Clone(GetEngine()));
+    }
+  } catch (...) {
+    bindings_ = std::move(old_bindings);
+    patterns_ = std::move(old_patterns);
+    --update_count_;
+    throw;
   }
   EndUpdate();
 }
@@ -393,7 +405,10 @@ void TRule::Fire(const Ref<TKBToken>& token) {
     }
   } ending{*this, destroyed, outer};
   if (OneShot) engine.RuleMarkedFired(*this);
-  if (!destroyed && OnFire) OnFire(*this, frame);
+  if (!destroyed && OnFire) {
+    const auto on_fire = OnFire;  // lives on if the rule ends in it
+    on_fire(*this, frame);
+  }
   for (const Ref<IFunCall>& action : actions) {
     if (frame.HasReturnValue()) break;
     Ref<IKBValue> result;

@@ -1,5 +1,8 @@
 #include "reasoner/match/TokenTree.h"
 
+#include <functional>
+#include <string_view>
+
 #include "reasoner/support/Streams.h"
 #include "reasoner/values/ValueVector.h"
 
@@ -16,11 +19,24 @@ TKBTokenTree::TKBTokenTree(std::int32_t hash_size, std::int32_t token_index, std
 
 TKBTokenTree::~TKBTokenTree() { Clear(); }
 
-std::uint32_t TokenKeyOf(const IKBValue* value) {
+static std::uint32_t BucketKeyOf(const IKBValue* value) {
   return value == nullptr ? 0 : value->GetHashCode();
 }
 
-std::uint32_t TKBTokenTree::KeyOf(const TKBToken& token) const {
+std::uint32_t TokenKeyOf(const IKBValue* value) {
+  // A long text's hash code leaves most of it out; told apart by all of it, texts that begin alike
+  // do not meet.
+  constexpr std::size_t kShort = 16;
+  if (value != nullptr && KBStringTypes.Has(value->GetDType())) {
+    const std::string_view text = value->TextView();
+    if (text.size() >= kShort)
+      return static_cast<std::uint32_t>(std::hash<std::string_view>()(text));
+  }
+  return BucketKeyOf(value);
+}
+
+std::uint32_t TKBTokenTree::KeyOf(const TKBToken& token, bool exact) const {
+  const auto key_of = exact ? TokenKeyOf : BucketKeyOf;
   if (use_sort_code_) return token.GetSortCode();
   IFact* fact = token.GetFacts(token_index_);
   if (fact == nullptr) return 0;
@@ -28,9 +44,9 @@ std::uint32_t TKBTokenTree::KeyOf(const TKBToken& token) const {
   const std::int32_t ordinal = fact->GetTemplate() ? slot_.In(*fact->GetTemplate()) : -1;
   if (ordinal < 0) return 0;
   const Ref<IKBValue>& value = fact->GetValueAt(ordinal);
-  if (sub_index_ == NoSubIndex) return TokenKeyOf(value.get());
+  if (sub_index_ == NoSubIndex) return key_of(value.get());
   if (value->GetDType() != dtList || sub_index_ >= value->GetAsList()->GetValueCount()) return 0;
-  return TokenKeyOf(value->GetAsList()->GetItem(sub_index_).get());
+  return key_of(value->GetAsList()->GetItem(sub_index_).get());
 }
 
 std::int32_t TKBTokenTree::BucketOf(std::uint32_t key) const noexcept {
@@ -50,14 +66,13 @@ TKBTokenTree::Entry* TKBTokenTree::FindIn(const TKBToken& token, std::int32_t bu
 }
 
 TKBTokenTree::Entry* TKBTokenTree::Find(const TKBToken& token) const {
-  const std::int32_t bucket = BucketOf(KeyOf(token));
+  const std::int32_t bucket = BucketOf(KeyOf(token, false));
   if (Entry* entry = FindIn(token, bucket, true)) return entry;
   return FindIn(token, bucket, false);
 }
 
 TKBTokenTree::Entry* TKBTokenTree::Add(const Ref<TKBToken>& token) {
-  const std::uint32_t key = KeyOf(*token);
-  const std::int32_t number = BucketOf(key);
+  const std::int32_t number = BucketOf(KeyOf(*token, false));
   if (number < lowest_) lowest_ = number;
   if (number > highest_) highest_ = number;
   Bucket& bucket = buckets_[static_cast<std::size_t>(number)];
@@ -65,7 +80,7 @@ TKBTokenTree::Entry* TKBTokenTree::Add(const Ref<TKBToken>& token) {
   if (FindIn(*token, number, true) != nullptr) return nullptr;
   auto entry = std::make_unique<Entry>();
   entry->token = token;
-  entry->key = key;
+  entry->key = IsKeyed() ? KeyOf(*token, true) : 0;
   entry->identity = token->GetIdentityHash();
   entry->bucket = number;
   identities_.Insert(*entry);

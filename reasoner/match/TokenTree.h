@@ -27,7 +27,7 @@ class TKBTokenTree {
   struct Group;
   struct Entry : Pooled {
     Ref<TKBToken> token;
-    std::uint32_t key = 0;
+    std::uint32_t key = 0;  // of its group; the bucket follows from the told hash
     std::uint32_t identity = 0;
     std::int32_t bucket = 0;
     Entry* bucket_previous = nullptr;
@@ -87,7 +87,8 @@ class TKBTokenTree {
     bool used = false;
   };
 
-  std::uint32_t KeyOf(const TKBToken& token) const;
+  // The key that chooses the bucket, or the exact one of the group.
+  std::uint32_t KeyOf(const TKBToken& token, bool exact) const;
   std::int32_t BucketOf(std::uint32_t key) const noexcept;
   Entry* FindIn(const TKBToken& token, std::int32_t bucket, bool strengths) const noexcept;
   void EnterGroup(Entry& entry);

@@ -371,22 +371,24 @@ class ScopedSilence {
 void TKBValue::Assign(const TKBValue& source) {
   if (&source == this) return;
   CheckChangeable();
+  const auto tag = source.tag_;  // the source may end with the content that goes
   {
     const ScopedSilence silence(*this);
     CopyPayload(source, false);
   }
-  tag_ = source.tag_;
+  tag_ = tag;
   Changed();
 }
 
 void TKBValue::AssignCopy(const TKBValue& source) {
   if (&source == this) return;
   CheckChangeable();
+  const auto tag = source.tag_;  // the source may end with the content that goes
   {
     const ScopedSilence silence(*this);
     CopyPayload(source, true);
   }
-  tag_ = source.tag_;
+  tag_ = tag;
   Changed();
 }
 

@@ -197,7 +197,7 @@ class IReasoner {
   virtual const TKBPattern& GetInitialPattern() = 0;
   virtual const Ref<IFact>& GetNotOrTestFact() const noexcept = 0;
   // Takes ownership.
-  virtual void AddActivation(TActivation& activation) = 0;
+  virtual bool AddActivation(TActivation& activation) = 0;
   // Both give the activation back when it has left the agenda and nobody else owns it.
   virtual std::unique_ptr<TActivation> RemoveActivation(TActivation& activation) = 0;
   virtual std::unique_ptr<TActivation> RuleFired(TActivation& activation) = 0;
@@ -205,6 +205,10 @@ class IReasoner {
   virtual void RuleMarkedFired(TRule& rule) = 0;
   // Raises "Network is busy: %s" while a token is inside.
   virtual void RequireIdleNetwork(const char* doing) const = 0;
+  // Frees all nodes of the network, as an act of the network's own.
+  virtual void ClearNetwork() = 0;
+  // What a handler inside the network raised: it goes on when the network is idle again.
+  virtual void NetworkFailed(std::exception_ptr failure) = 0;
   virtual void AddPendingFact(const Ref<IFact>& fact, bool assertion) = 0;
   // The facts of the base in order, for feeding a new rule.
   virtual std::vector<Ref<IFact>> SnapshotFacts() = 0;
