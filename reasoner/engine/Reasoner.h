@@ -5,10 +5,15 @@
 // through the classes, drives it with Reset and Run, and sees what happens through the events and
 // the logical streams:
 //
+// clang-format off
 //   TReasoner engine;
 //   engine.OnPrintOut = [](TReasoner&, const std::string&, const std::string& text) {
-//   std::fputs(text.c_str(), stdout); }; engine.LoadFromFile("animals.clp"); engine.Reset();
+//     std::fputs(text.c_str(), stdout);
+//   };
+//   engine.LoadFromFile("animals.clp");
+//   engine.Reset();
 //   engine.Run();
+// clang-format on
 //
 // An engine belongs to one thread at a time. A host with threads calls Lock and Unlock around what
 // it does while Run is at work on another thread: Run holds the lock for one firing at a time.

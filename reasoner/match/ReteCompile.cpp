@@ -1,9 +1,10 @@
 // The compiler: from a rule to nodes, in four passes.
 //
-//   1  each pattern's chain: expansions of `$?`, lengths of multislots, literals and calls of the
-//   pattern alone 2  comparisons between places of one pattern that hold the same variable 3  the
-//   joins, with the comparisons and calls that reach across patterns; negation and tests 4  the
-//   terminal node; then the new nodes are fed with the facts that are there
+// - each pattern's chain: expansions of `$?`, lengths of multislots, literals and calls of the
+//   pattern alone
+// - comparisons between places of one pattern that hold the same variable
+// - the joins, with the comparisons and calls that reach across patterns; negation and tests
+// - the terminal node; then the new nodes are fed with the facts that are there
 //
 // A new rule's facts go to new nodes only: where its chain uses nodes of older rules, throw-away
 // copies of these take the facts, so that older rules see nothing and the new nodes get what they

@@ -6,10 +6,12 @@
 // changes a cell that it has not made clones it first. Reading a cell as something it cannot
 // convert to raises EKBException and changes nothing.
 //
-//   text kinds                 a shared text            dtAtom dtString dtVariable dtMultiVariable
-//   dtSlot dtMultiSlot dtInteger dtFactId dtDescriptor   32-bit integer dtFloat double dtFunCall
-//   dtFact dtList dtSingletons   a counted object dtObject                   an object, borrowed or
-//   owned; null allowed dtClass dtExternalAddress  a class reference, an address; borrowed
+// - dtAtom, dtString, dtVariable, dtMultiVariable, dtSlot, dtMultiSlot: a shared text
+// - dtInteger, dtFactId, dtDescriptor: a 32-bit integer
+// - dtFloat: a double
+// - dtFunCall, dtFact, dtList, dtSingletons: a counted object
+// - dtObject: an object, borrowed or owned; null allowed
+// - dtClass, dtExternalAddress: a class reference, an address; borrowed
 //
 // A cell is 40 bytes; it lives in the pool and makes nothing beside itself unless it owns a
 // component.

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
+#include <cstdlib>
+#include <memory>
 #include <string>
 
 #include "reasoner/support/Exception.h"
@@ -45,7 +47,10 @@ TEST(DepthTest, TheStackEndsBeforeTheCountAndLeavesItsReserve) {
   for (const std::size_t kib : {4096u, 8192u}) {
     pthread_attr_t attributes;
     ASSERT_EQ(pthread_attr_init(&attributes), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, kib * 1024), 0);
+    // A stack of our own: the system may hand out a larger one of a thread that has ended.
+    const std::unique_ptr<void, decltype(&std::free)> stack(std::aligned_alloc(4096, kib * 1024),
+                                                            &std::free);
+    ASSERT_EQ(pthread_attr_setstack(&attributes, stack.get(), kib * 1024), 0);
     pthread_t thread;
     int reached = 0;
     ASSERT_EQ(pthread_create(&thread, &attributes, DescendByStack, &reached), 0);
