@@ -1,6 +1,8 @@
 // Handlers and expressions that take away what the engine has just begun to work with, or that
 // raise in the middle: the rest is done, and nothing is touched after its end.
 
+#include <limits>
+#include <new>
 #include <stdexcept>
 
 #include "reasoner/functions/HostFunction.h"
@@ -236,6 +238,35 @@ TEST_F(HostileHandlersTest, AKeptIdIsTheOneFactsAlone) {
   engine.GetFacts().Add(fact);
   EXPECT_EQ(fact->GetID(), 2);
   EXPECT_EQ(nested, 6);
+}
+
+TEST_F(HostileHandlersTest, TheLastFactIdIsTheLastFact) {
+  engine.GetFacts().PreserveIDs = true;
+  const Ref<IFact> fact = engine.ParseFact("(a (x last))");
+  fact->SetID(std::numeric_limits<std::int32_t>::max());
+  engine.GetFacts().Add(fact);
+  EXPECT_EQ(engine.GetFacts().GetFactByID(fact->GetID()), fact);
+  EXPECT_THROW(engine.Assert("(a (x more))"), EKBException);
+  EXPECT_EQ(engine.GetFacts().GetCount(), 2);
+  engine.Reset();
+  AssertMany(1);
+  EXPECT_EQ(engine.GetFacts().GetCount(), 2);
+}
+
+TEST_F(HostileHandlersTest, MemoryThatIsSpentAndRefusalsPassThroughTry) {
+  TUserFunction function;
+  function.SetFunctionName("spend");
+  bool refuse = false;
+  function.OnCall = [&](TObject&, const IFunCall&, TKBContext&, Ref<IKBValue>&) {
+    if (refuse) throw EAbort();
+    throw std::bad_alloc();
+  };
+  function.SetEngine(&engine);
+  const std::string text = "(try (spend) except (printout t caught) finally (printout t left))";
+  EXPECT_THROW(Load(text), std::bad_alloc);
+  refuse = true;
+  EXPECT_THROW(Load(text), EAbort);
+  EXPECT_EQ(TakeOutput(), "leftleft");
 }
 
 TEST_F(HostileHandlersTest, ASalienceThatCannotBeEvaluatedIsNotTaken) {
