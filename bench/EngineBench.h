@@ -2,7 +2,9 @@
 
 #pragma once
 
-#include <string_view>
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
 
 #include "reasoner/engine/Reasoner.h"
 
@@ -16,6 +18,18 @@ inline reasoner::Ref<reasoner::IFact> MakePair(
   fact->SetValue("x", reasoner::NewInteger(first));
   fact->SetValue("y", reasoner::NewInteger(second));
   return fact;
+}
+
+// Sizes from the smallest to a hundred times that.
+template <std::int64_t smallest>
+void GrowTenfold(benchmark::internal::Benchmark* bench) {
+  bench->RangeMultiplier(10)->Range(smallest, smallest * 100);
+  bench->Unit(benchmark::kMillisecond)->Complexity();
+}
+
+inline void ReportGrowth(benchmark::State& state) {
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+  state.SetComplexityN(state.range(0));
 }
 
 }  // namespace bench

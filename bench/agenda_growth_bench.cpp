@@ -34,14 +34,9 @@ static void WaitAndWithdraw(benchmark::State& state) {
     }
     if (engine.GetAgendaCount() != 0) state.SkipWithError("activations were left");
   }
-  state.SetItemsProcessed(state.iterations() * count);
-  state.SetComplexityN(count);
+  ReportGrowth(state);
 }
-BENCHMARK(WaitAndWithdraw)
-    ->RangeMultiplier(10)
-    ->Range(10'000, 1'000'000)
-    ->Unit(benchmark::kMillisecond)
-    ->Complexity();
+BENCHMARK(WaitAndWithdraw)->Apply(GrowTenfold<10'000>);
 
 // The same, fired.
 static void WaitAndFire(benchmark::State& state) {
@@ -52,13 +47,8 @@ static void WaitAndFire(benchmark::State& state) {
     FillAgenda(engine, count);
     if (engine.Run() != count) state.SkipWithError("rules did not fire");
   }
-  state.SetItemsProcessed(state.iterations() * count);
-  state.SetComplexityN(count);
+  ReportGrowth(state);
 }
-BENCHMARK(WaitAndFire)
-    ->RangeMultiplier(10)
-    ->Range(10'000, 1'000'000)
-    ->Unit(benchmark::kMillisecond)
-    ->Complexity();
+BENCHMARK(WaitAndFire)->Apply(GrowTenfold<10'000>);
 
 }  // namespace bench

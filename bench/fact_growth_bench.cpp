@@ -22,14 +22,9 @@ static void AssertAndRetract(benchmark::State& state) {
     }
     if (engine.GetFacts().GetCount() != 1) state.SkipWithError("facts were left");
   }
-  state.SetItemsProcessed(state.iterations() * count);
-  state.SetComplexityN(count);
+  ReportGrowth(state);
 }
-BENCHMARK(AssertAndRetract)
-    ->RangeMultiplier(10)
-    ->Range(10'000, 1'000'000)
-    ->Unit(benchmark::kMillisecond)
-    ->Complexity();
+BENCHMARK(AssertAndRetract)->Apply(GrowTenfold<10'000>);
 
 // The same, refused: every fact stands there already.
 static void RefuseDuplicates(benchmark::State& state) {
@@ -42,13 +37,8 @@ static void RefuseDuplicates(benchmark::State& state) {
     for (std::int32_t i = 0; i < count; ++i)
       benchmark::DoNotOptimize(engine.Assert(MakePair(cell, i, i / 7)));
   }
-  state.SetItemsProcessed(state.iterations() * count);
-  state.SetComplexityN(count);
+  ReportGrowth(state);
 }
-BENCHMARK(RefuseDuplicates)
-    ->RangeMultiplier(10)
-    ->Range(10'000, 1'000'000)
-    ->Unit(benchmark::kMillisecond)
-    ->Complexity();
+BENCHMARK(RefuseDuplicates)->Apply(GrowTenfold<10'000>);
 
 }  // namespace bench

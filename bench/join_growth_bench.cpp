@@ -26,14 +26,9 @@ static void JoinOnEqualValue(benchmark::State& state) {
     for (std::int32_t i = 1; i <= count; ++i) engine.Retract(i);
     if (engine.GetAgendaCount() != 0) state.SkipWithError("pairs were left");
   }
-  state.SetItemsProcessed(state.iterations() * count);
-  state.SetComplexityN(count);
+  ReportGrowth(state);
 }
-BENCHMARK(JoinOnEqualValue)
-    ->RangeMultiplier(10)
-    ->Range(1'000, 100'000)
-    ->Unit(benchmark::kMillisecond)
-    ->Complexity();
+BENCHMARK(JoinOnEqualValue)->Apply(GrowTenfold<1'000>);
 
 // A counter that a rule counts up by modify: the whole road, assert to retract, again and again.
 static void CountByModify(benchmark::State& state) {
@@ -47,14 +42,9 @@ static void CountByModify(benchmark::State& state) {
     engine.Assert("(counter (n 0) (end " + std::to_string(count) + "))");
     if (engine.Run() != count) state.SkipWithError("it did not count to the end");
   }
-  state.SetItemsProcessed(state.iterations() * count);
-  state.SetComplexityN(count);
+  ReportGrowth(state);
 }
-BENCHMARK(CountByModify)
-    ->RangeMultiplier(10)
-    ->Range(1'000, 100'000)
-    ->Unit(benchmark::kMillisecond)
-    ->Complexity();
+BENCHMARK(CountByModify)->Apply(GrowTenfold<1'000>);
 
 // Facts that one of many rules wants, each by its own template.
 static void ManyRules(benchmark::State& state) {

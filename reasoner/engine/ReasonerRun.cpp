@@ -56,6 +56,8 @@ std::int32_t TReasoner::SearchSalience(std::int32_t salience) const {
 bool TReasoner::PlaceActivation(std::unique_ptr<TActivation> owned) {
   TActivation& activation = *owned;
   const ScopedReport report(*this);
+  const std::size_t place = placing_.size();
+  placing_.push_back(&activation);
   struct Placing {
     TReasoner& engine;
     std::unique_ptr<TActivation>& owned;
@@ -65,8 +67,6 @@ bool TReasoner::PlaceActivation(std::unique_ptr<TActivation> owned) {
       if (owned.get() == engine.current_activation_) owned.release();
     }
   } placing{*this, owned};
-  const std::size_t place = placing_.size();
-  placing_.push_back(&activation);
   const auto has_gone = [&] { return placing_[place] == nullptr; };
   bool is_placed = false;
   try {

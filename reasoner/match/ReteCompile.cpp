@@ -41,7 +41,6 @@ class ReteCompiler {
   void BuildJoins();
   void BuildTerminal();
 
-  std::int32_t FactIndex(std::int32_t pattern) const;
   TReteNode& Successor(TReteNode* parent, TPatternMatchTest test, const Ref<IKBValue>& value,
                        const TNodeArgs& args);
   void LinkNodes(TReteNode& from, TReteNode& to, TCallType call_type, bool is_new);
@@ -66,13 +65,6 @@ class ReteCompiler {
   std::unordered_set<TReteNode*> new_nodes_;
   std::unordered_map<TReteNode*, std::unique_ptr<TReteNode>> feed_copies_;
 };
-
-// Where the fact of a pattern stands in a token.
-std::int32_t ReteCompiler::FactIndex(std::int32_t pattern) const {
-  std::int32_t index = 0;
-  for (std::int32_t i = 0; i < pattern; ++i) index += rule_.GetPattern(i).IsTest() ? 0 : 1;
-  return index;
-}
 
 void ReteCompiler::LinkNodes(TReteNode& from, TReteNode& to, TCallType call_type, bool is_new) {
   if (is_new) from.AddEdge(to, call_type);
@@ -224,7 +216,7 @@ void ReteCompiler::BuildPatternChains() {
       const TNodeArgs args{pattern.GetSlotName(slot), {}, pattern.GetSlotLength(slot), 0};
       node = &Successor(node, pmtTestMultiSlotLength, nullptr, args);
     }
-    const std::int32_t fact_index = FactIndex(i);
+    const std::int32_t fact_index = rule_.FactIndexOf(i);
     for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
       for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t) {
         const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, t);
@@ -298,7 +290,7 @@ void ReteCompiler::BuildPlaceTests() {
     for (const auto& [name, occurrences] : VariablesOf(pattern)) {
       const TOccurrence* base = BaseOf(occurrences);
       if (base == nullptr) continue;
-      if (rule_.BindingFor(name, FactIndex(i)) == nullptr)
+      if (rule_.BindingFor(name, rule_.FactIndexOf(i)) == nullptr)
         continue;  // a global: each place is tested by itself
       for (const TOccurrence& other : occurrences) {
         if (&other == base) continue;
@@ -317,7 +309,7 @@ void ReteCompiler::BuildPlaceTests() {
 
 void ReteCompiler::AddJoinTests(TTestNode& node, TJoinNode* join, std::int32_t pattern_index) {
   const TKBPattern& pattern = rule_.GetPattern(pattern_index);
-  const std::int32_t fact_index = FactIndex(pattern_index);
+  const std::int32_t fact_index = rule_.FactIndexOf(pattern_index);
   if (join != nullptr) {
     for (const auto& [name, occurrences] : VariablesOf(pattern)) {
       const TBinding* binding = rule_.BindingFor(name, fact_index);

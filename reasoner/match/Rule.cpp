@@ -163,7 +163,6 @@ void TRule::SetPatterns(const TRule& source) {
   EndUpdate();
 }
 
-// Where the fact of a pattern stands in a token: a test takes no place.
 std::int32_t TRule::FactIndexOf(std::int32_t pattern_index) const {
   std::int32_t index = 0;
   for (std::int32_t i = 0; i < pattern_index; ++i) index += GetPattern(i).IsTest() ? 0 : 1;
