@@ -28,6 +28,28 @@ std::int32_t TActivationAgenda::Add(std::unique_ptr<TActivation> activation) {
   return index;
 }
 
+std::unique_ptr<TActivation> TActivationAgenda::SetActivations(
+    std::int32_t index, std::unique_ptr<TActivation> activation) {
+  if (!activation || activation->IsLinked()) Raise(SInvalidAgendaItem);
+  TActivation& old = GetActivation(index);
+  activation->TakeEntry(old);
+  entries_.Replace(old, *activation.release());
+  return std::unique_ptr<TActivation>(&old);
+}
+
+void TActivationAgenda::Assign(const TPersistent& source) {
+  const auto* other = dynamic_cast<const TActivationAgenda*>(&source);
+  if (other == nullptr) return TPersistent::Assign(source);
+  if (other == this) return;
+  Clear();
+  for (std::int32_t i = 0; i < other->GetCount(); ++i) {
+    if (!other->GetActivation(i).HasRule()) continue;
+    std::unique_ptr<TActivation> clone = other->GetActivation(i).Clone();
+    clone->TakeEntry(other->GetActivation(i));
+    entries_.Append(*clone.release());
+  }
+}
+
 std::unique_ptr<TActivation> TActivationAgenda::Extract(std::int32_t index) {
   TActivation& activation = GetActivation(index);
   entries_.Erase(activation);

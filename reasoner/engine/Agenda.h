@@ -29,12 +29,19 @@ class TActivationAgenda : public TPersistent {
 
   // Takes ownership and places the activation; its text is the one of this moment. Gives the index.
   std::int32_t Add(std::unique_ptr<TActivation> activation);
+  // Puts an activation in the place of that of an entry, whose text stays, and gives the old one.
+  // Null raises "Invalid object, agenda can only accept TActivation objects".
+  std::unique_ptr<TActivation> SetActivations(std::int32_t index,
+                                              std::unique_ptr<TActivation> activation);
   // Takes an entry out without ending its activation.
   std::unique_ptr<TActivation> Extract(std::int32_t index);
   void Delete(std::int32_t index) { Extract(index); }
   // Ends the entries from the front.
   virtual void Clear();
 
+  // Replaces the entries by clones of those of another agenda, in the same order: a list of what
+  // waits there.
+  void Assign(const TPersistent& source) override;
   // The entries' texts, a line each.
   std::string ToString() const override;
 

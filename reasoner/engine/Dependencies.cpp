@@ -210,8 +210,14 @@ void TReasoner::ChangeFactTemplateName(std::string_view old_name, std::string_vi
 
 void TReasoner::RuleChange(TRule& rule) {
   if (!network_ || !HoldsRule(rule)) return;
-  UncompileRule(rule);
-  CompileRule(rule);
+  // What cannot be compiled leaves the network as it was. Facts that a changed pattern cannot be
+  // matched with do not cost the rule its nodes: it is registered, and stays so.
+  TReteNetwork::TryRule(*this, rule);
+  FirstFailure failures;
+  failures.Try([&] { UncompileRule(rule); });
+  if (HoldsRule(rule))
+    failures.Try([&] { CompileRule(rule, TReteNetwork::TFeed::kWhatMatches); });
+  failures.Raise();
 }
 
 }  // namespace reasoner

@@ -284,6 +284,29 @@ void TReasoner::SetParserType(TKBParserFactory factory) {
   parser_ = std::move(parser);
 }
 
+void TReasoner::SetTokenizerType(TKBTokenizerFactory factory) {
+  tokenizer_factory_ = std::move(factory);
+  if (parses_ == 0) parser_->SetStream(nullptr);
+}
+
+std::unique_ptr<TKBTokenizerStream> TReasoner::NewTokenizer(TStream& stream,
+                                                            const TEncoding* encoding) {
+  std::unique_ptr<TKBTokenizerStream> tokenizer;
+  if (tokenizer_factory_) tokenizer = tokenizer_factory_(stream, encoding);
+  if (!tokenizer) tokenizer = std::make_unique<TKBClipsStream>(&stream, encoding);
+  if (auto* clips = dynamic_cast<TKBClipsStream*>(tokenizer.get())) clips->SetEngine(this);
+  return tokenizer;
+}
+
+std::unique_ptr<TKBTokenizerStream> TReasoner::NewTokenizer(const std::string& file_name,
+                                                            TFileMode mode) {
+  auto stream = std::make_unique<TFileStream>(file_name, mode);
+  std::unique_ptr<TKBTokenizerStream> tokenizer = NewTokenizer(*stream, nullptr);
+  tokenizer->TakeStream(std::move(stream));
+  if (auto* clips = dynamic_cast<TKBClipsStream*>(tokenizer.get())) clips->SetFileName(file_name);
+  return tokenizer;
+}
+
 std::string TReasoner::GenerateSymbol(std::string_view prefix) {
   return std::string(prefix) + IntegerToText(symbol_index_++);
 }
@@ -429,7 +452,7 @@ void TReasoner::ReplaceRule(TRule& old, TRule& rule) {
   failures.Try([&] { UncompileRule(old); });
   failures.Try([&] { CompileRule(rule); });
   if (!IsCompiled(rule)) {
-    if (holds_old()) failures.Try([&] { CompileRule(old); });
+    if (holds_old()) failures.Try([&] { CompileRule(old, TReteNetwork::TFeed::kWhatMatches); });
   } else if (holds_old()) {
     rules_->table_.Put(name, &rule);
     if (!old.IsDestroying() && old.GetOwner() == this) FreeRule(old);

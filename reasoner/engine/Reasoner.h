@@ -76,6 +76,10 @@ using TKBObjectFactory =
 // Makes a parser for an engine.
 using TKBParserFactory = std::function<std::unique_ptr<TKBParser>(TReasoner& engine)>;
 
+// Makes a tokenizer that reads a stream, which outlives it.
+using TKBTokenizerFactory =
+    std::function<std::unique_ptr<TKBTokenizerStream>(TStream& stream, const TEncoding* encoding)>;
+
 using TPrintOutEvent =
     std::function<void(TReasoner& sender, const std::string& out_id, const std::string& text)>;
 using TReadLineEvent =
@@ -126,6 +130,9 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   // The caller's: GetRules().Add(*rule) registers it, GetRules().Add(std::move(rule)) gives it
   // away.
   std::unique_ptr<TRule> ParseRule(std::string_view text);
+  // Appends what the text holds to the rule. The table has the variables of the rule's patterns.
+  void ParseRulePatterns(TRule& rule, TVariableTable& variables, std::string_view text);
+  void ParseRuleActions(TRule& rule, TVariableTable& variables, std::string_view text);
   Ref<ISingletonsVector> ParseSingletons(std::string_view text);
   Ref<IKBValue> ParseValue(std::string_view text);  // null where the text holds no value
   Ref<IKBValue> ParseValue(std::string_view text, const IFactSlot& slot);
@@ -194,6 +201,11 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   virtual std::int32_t SearchSalience(std::int32_t salience) const;
   std::int32_t GetAgendaCount() const noexcept { return agenda_->GetCount(); }
   TActivation& GetActivation(std::int32_t index) const { return agenda_->GetActivation(index); }
+  // Puts an activation in the place of another one, which ends, without events.
+  virtual void SetActivation(std::int32_t index, std::unique_ptr<TActivation> activation);
+  // Clears the agenda and places a clone of each entry of another one, in order. What has no rule
+  // of this engine any more, or whose facts are gone, is passed over.
+  void SetAgenda(const TActivationAgenda& source);
   std::unique_ptr<TActivation> RuleFired(TActivation& activation) override;
 
   // The parts.
@@ -217,7 +229,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   TConstructWatches Watch;
   TSalience SalienceEvaluation = sActivate;
   TSearchStrategy GetStrategy() const noexcept { return strategy_; }
-  void SetStrategy(TSearchStrategy value);  // reorders the agenda
+  virtual void SetStrategy(TSearchStrategy value);  // reorders the agenda
   bool GetFactDuplication() const noexcept { return fact_duplication_; }
   void SetFactDuplication(bool value);  // True allows equal facts
   TFunctionPackages GetPackages() const noexcept { return packages_; }
@@ -241,6 +253,14 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   // Replaces the parser; one that is at work lives until its parse ends. The new one starts without
   // events.
   void SetParserType(TKBParserFactory factory);
+  // What reads text from now on; no factory is TKBClipsStream. The parser accepts its own class of
+  // tokenizers only.
+  void SetTokenizerType(TKBTokenizerFactory factory);
+  virtual std::unique_ptr<TKBTokenizerStream> NewTokenizer(TStream& stream,
+                                                           const TEncoding* encoding);
+  // The same on a file, which it owns. Raises EKitException when the file cannot be opened.
+  virtual std::unique_ptr<TKBTokenizerStream> NewTokenizer(const std::string& file_name,
+                                                           TFileMode mode);
 
   // Logical streams.
   void PrintOut(const std::string& text) { PrintOut("", text); }
@@ -308,6 +328,18 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   // OnRemoveRule, out of the network; the engine's own rule is freed.
   virtual void RemoveRule(TRule& rule);
 
+  // Notifications of the registries: each raises its event and does nothing else.
+  virtual void AddDefinedType(const Ref<IKBDefinedType>& type);
+  virtual void RemoveDefinedType(const Ref<IKBDefinedType>& type);
+  virtual void ClearDefinedTypes();
+  virtual void AddFactTemplate(const Ref<IFactTemplate>& fact_template);
+  virtual void RemoveFactTemplate(const Ref<IFactTemplate>& fact_template);
+  virtual void ClearFactTemplates();
+  virtual void AddRule(TRule& rule);
+  virtual void ClearRules();
+  virtual void AddFunction(const Ref<IUserFunction>& function);
+  virtual void RemoveFunction(const Ref<IUserFunction>& function);
+
   void Notification(TComponent& component, TOperation operation) override;
 
   // Events.
@@ -348,7 +380,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   // What waits for the network: a fact that came or goes, a rule that is to be compiled, or the
   // nodes of one that is gone.
   struct TNetworkWork {
-    enum Kind : std::uint8_t { kAssertion, kRetraction, kCompilation, kRelease } kind;
+    enum Kind : std::uint8_t { kAssertion, kRetraction, kCompilation, kRecompilation, kRelease } kind;
     Ref<IFact> fact;
     TRule* rule = nullptr;  // taken off the queue when it goes
     std::vector<TReteNode*> nodes;
@@ -385,6 +417,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   void LeaveFactSet(TFactSet& fact_set) override;
   std::int32_t AssertResolved(const Ref<IFact>& fact) override;
   Ref<IFact> ParseFactText(std::string_view text) override { return ParseFact(text); }
+  std::unique_ptr<TRule> ParseRuleText(std::string_view text) override { return ParseRule(text); }
   Ref<IKBValue> ParseSlotValueText(std::string_view text, const IFactSlot& slot) override;
   Ref<IFactSlot> ParseSlotText(std::string_view text) override {
     return ParseFactTemplateSlot(text);
@@ -416,13 +449,14 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   void RebuildAgenda();
   bool PlaceActivation(std::unique_ptr<TActivation> activation);
   void ForgetPlacing(const TActivation& activation);
-  void CompileRule(TRule& rule);
+  void CompileRule(TRule& rule,
+                   TReteNetwork::TFeed feed = TReteNetwork::TFeed::kAllOrNothing);
   void UncompileRule(TRule& rule);
   // Runs a step during which the network is busy. What handlers of activations raise meanwhile
   // waits: the match is finished first.
   template <class TStep>
   void InNetwork(TStep step);
-  void FeedRule(TRule& rule);
+  void FeedRule(TRule& rule, TReteNetwork::TFeed feed);
   void ReplaceRule(TRule& old, TRule& rule);
   void ClaimName(TRule& rule);
   bool IsCompiled(const TRule& rule) const;
@@ -480,6 +514,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
       rebuilding_;  // off the agenda until they are placed anew; null where one was withdrawn
 
   TKBParserFactory parser_factory_;
+  TKBTokenizerFactory tokenizer_factory_;
   std::unique_ptr<TKBParser> parser_;
   std::vector<std::unique_ptr<TKBParser>> old_parsers_;  // replaced while they were at work
   std::int32_t parses_ = 0;

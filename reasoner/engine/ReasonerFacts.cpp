@@ -107,7 +107,9 @@ void TReasoner::DoWork(const TNetworkWork& work) {
       if (TFacts::Entry* entry = facts_->FindEntry(*work.fact)) RetractEntry(*entry);
       return;
     case TNetworkWork::kCompilation:
-      return FeedRule(*work.rule);
+      return FeedRule(*work.rule, TReteNetwork::TFeed::kAllOrNothing);
+    case TNetworkWork::kRecompilation:
+      return FeedRule(*work.rule, TReteNetwork::TFeed::kWhatMatches);
     case TNetworkWork::kRelease:
       return network_->ReleaseNodes(work.nodes);
   }
@@ -243,14 +245,16 @@ std::vector<Ref<IFact>> TReasoner::SnapshotFacts() {
 // Rules and the network.
 
 // Compiles and feeds a rule, at once or when the network is idle again.
-void TReasoner::CompileRule(TRule& rule) {
+void TReasoner::CompileRule(TRule& rule, TReteNetwork::TFeed feed) {
   if (in_network_ > 0) {
-    work_.push_back(TNetworkWork{TNetworkWork::kCompilation, nullptr, &rule, {}});
+    const auto kind = feed == TReteNetwork::TFeed::kWhatMatches ? TNetworkWork::kRecompilation
+                                                                : TNetworkWork::kCompilation;
+    work_.push_back(TNetworkWork{kind, nullptr, &rule, {}});
     return;
   }
   const ScopedMaxDepth depth(max_depth_);
   FirstFailure failures;
-  failures.Try([&] { InNetwork([&] { network_->AddRule(rule); }); });
+  failures.Try([&] { InNetwork([&] { network_->AddRule(rule, feed); }); });
   failures.Try([&] {
     if (!work_.empty()) DrainWork();
     ProcessPendingFacts();
@@ -259,13 +263,13 @@ void TReasoner::CompileRule(TRule& rule) {
 }
 
 // A rule that had to wait: one that cannot be compiled is no rule.
-void TReasoner::FeedRule(TRule& rule) {
+void TReasoner::FeedRule(TRule& rule, TReteNetwork::TFeed feed) {
   const ScopedReport report(*this);
   const std::string name = rule.GetRuleName();
   // A handler may free a rule that is its own: then nothing of it is touched any more.
   const auto is_held = [&] { return rules_->Find(name) == &rule; };
   FirstFailure failures;
-  failures.Try([&] { InNetwork([&] { network_->AddRule(rule); }); });
+  failures.Try([&] { InNetwork([&] { network_->AddRule(rule, feed); }); });
   failures.Try([&] { ProcessPendingFacts(); });
   if (!IsCompiled(rule) && is_held()) failures.Try([&] { rules_->Remove(name); });
   failures.Raise();
@@ -295,7 +299,7 @@ void TReasoner::ClearNetwork() {
   failures.Try([this] { InNetwork([this] { network_->Clear(); }); });
   work_.erase(std::remove_if(work_.begin(), work_.end(),
                              [](const TNetworkWork& work) {
-                               return work.kind == TNetworkWork::kCompilation ||
+                               return work.rule != nullptr ||
                                       work.kind == TNetworkWork::kRelease;
                              }),
               work_.end());

@@ -167,6 +167,42 @@ void TReasoner::SetStrategy(TSearchStrategy value) {
   RebuildAgenda();
 }
 
+void TReasoner::SetActivation(std::int32_t index, std::unique_ptr<TActivation> activation) {
+  if (GetActivation(index).IsLeaving()) Raise(SInvalidAgendaItem);
+  std::unique_ptr<TActivation> old = agenda_->SetActivations(index, std::move(activation));
+  TActivation& placed = GetActivation(index);
+  if (placed.GetNode() != nullptr) placed.GetNode()->List(placed);
+  if (old.get() == current_activation_) old.release();  // the run loop's
+}
+
+void TReasoner::SetAgenda(const TActivationAgenda& source) {
+  if (&source == agenda_.get()) return RebuildAgenda();
+  RequireIdleNetwork("replacing the agenda");
+  const ScopedReport report(*this);
+  std::vector<std::unique_ptr<TActivation>> clones;
+  for (std::int32_t i = 0; i < source.GetCount(); ++i) {
+    if (source.GetActivation(i).HasRule()) clones.push_back(source.GetActivation(i).Clone());
+  }
+  FirstFailure failures;
+  failures.Try([this] { agenda_->Clear(); });
+  const auto still_holds = [this](const TActivation& activation) {
+    if (!activation.HasRule() || activation.GetNode() == nullptr) return false;
+    if (network_->GetTerminal(activation.GetRule()) != activation.GetNode()) return false;
+    for (std::int32_t i = 0; i < activation.GetToken()->GetCount(); ++i) {
+      const IFact* const fact = activation.GetToken()->GetFacts(i);
+      if (fact != nullptr && fact->GetID() >= 0 && !facts_->GetFactByID(fact->GetID()))
+        return false;
+    }
+    return true;
+  };
+  for (std::unique_ptr<TActivation>& clone : clones) {
+    if (!still_holds(*clone)) continue;
+    clone->GetNode()->List(*clone);
+    failures.Try([&] { PlaceActivation(std::move(clone)); });
+  }
+  failures.Raise();
+}
+
 // Takes the entries off in order and places each anew, unless it was withdrawn meanwhile.
 void TReasoner::RebuildAgenda() {
   const std::size_t first = rebuilding_.size();

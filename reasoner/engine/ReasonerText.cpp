@@ -14,21 +14,21 @@ namespace reasoner {
 // that a function that runs while a text is being read may have another one read.
 class TReasoner::ScopedTokenizer {
  public:
-  ScopedTokenizer(TReasoner& engine, TKBClipsStream& tokenizer)
+  ScopedTokenizer(TReasoner& engine, TKBTokenizerStream& tokenizer)
       : engine_(engine),
         parser_(*engine.parser_),
-        tokenizer_(tokenizer),
+        tokenizer_(dynamic_cast<TKBClipsStream*>(&tokenizer)),
         old_(parser_.GetTokenizer()) {
     parser_.SetStream(&tokenizer);
     ++engine_.parses_;
   }
   ~ScopedTokenizer() {
-    if (std::uncaught_exceptions() > failures_) {
+    if (tokenizer_ != nullptr && std::uncaught_exceptions() > failures_) {
       // The place of the outermost text that failed stays: that is the one a host has given.
-      const IStreamToken* token = tokenizer_.GetLastToken();
-      engine_.failure_place_.file = tokenizer_.GetFileName();
+      const IStreamToken* token = tokenizer_->GetLastToken();
+      engine_.failure_place_.file = tokenizer_->GetFileName();
       engine_.failure_place_.line =
-          token == nullptr ? tokenizer_.GetLineNumber() : token->GetLineNumber();
+          token == nullptr ? tokenizer_->GetLineNumber() : token->GetLineNumber();
       engine_.failure_place_.column = token == nullptr ? 0 : token->GetColumn();
     }
     parser_.SetStream(old_);
@@ -42,7 +42,7 @@ class TReasoner::ScopedTokenizer {
  private:
   TReasoner& engine_;
   TKBParser& parser_;
-  TKBClipsStream& tokenizer_;
+  TKBClipsStream* tokenizer_;  // null for one of another class
   TKBTokenizerStream* old_;
   int failures_ = std::uncaught_exceptions();
 };
@@ -51,10 +51,9 @@ template <class TOperation>
 auto TReasoner::WithStream(TStream& stream, const TEncoding* encoding, const std::string& file_name,
                            TOperation operation) {
   const ScopedMaxDepth depth(max_depth_);
-  TKBClipsStream tokenizer(&stream, encoding);
-  tokenizer.SetEngine(this);
-  tokenizer.SetFileName(file_name);
-  const ScopedTokenizer scope(*this, tokenizer);
+  const std::unique_ptr<TKBTokenizerStream> tokenizer = NewTokenizer(stream, encoding);
+  if (auto* clips = dynamic_cast<TKBClipsStream*>(tokenizer.get())) clips->SetFileName(file_name);
+  const ScopedTokenizer scope(*this, *tokenizer);
   return operation(scope.GetParser());
 }
 
@@ -178,6 +177,14 @@ std::unique_ptr<TRule> TReasoner::ParseRule(std::string_view text) {
       WithText(text, [](TKBParser& parser) { return parser.ParseRule(); });
   RemoveComponent(*rule);  // the caller's alone
   return rule;
+}
+
+void TReasoner::ParseRulePatterns(TRule& rule, TVariableTable& variables, std::string_view text) {
+  WithText(text, [&](TKBParser& parser) { parser.ParseRulePatterns(rule, variables); });
+}
+
+void TReasoner::ParseRuleActions(TRule& rule, TVariableTable& variables, std::string_view text) {
+  WithText(text, [&](TKBParser& parser) { parser.ParseRuleActions(rule, variables); });
 }
 
 Ref<ISingletonsVector> TReasoner::ParseSingletons(std::string_view text) {

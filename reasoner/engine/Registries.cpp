@@ -68,7 +68,7 @@ void TFactTemplates::PutValue(std::string_view name, const Ref<IFactTemplate>& f
     return;
   }
   table_.Put(name, fact_template);
-  if (engine_.OnNewFactTemplate) engine_.OnNewFactTemplate(engine_, fact_template);
+  engine_.AddFactTemplate(fact_template);
 }
 
 Ref<IFactTemplate> TFactTemplates::Replace(const Ref<IFactTemplate>& old,
@@ -76,7 +76,7 @@ Ref<IFactTemplate> TFactTemplates::Replace(const Ref<IFactTemplate>& old,
   engine_.RequireIdleNetwork("redefining a template");
   GiveImpliedSlot(*fact_template);
   if (old) {
-    if (engine_.OnRemoveFactTemplate) engine_.OnRemoveFactTemplate(engine_, old);
+    engine_.RemoveFactTemplate(old);
     table_.Take(old->GetTemplateName());
   }
   FirstFailure failures;
@@ -92,7 +92,7 @@ void TFactTemplates::Remove(std::string_view name) {
   const Ref<IFactTemplate> fact_template = Find(name);
   if (!fact_template) return;
   engine_.RequireIdleNetwork("removing a template");
-  if (engine_.OnRemoveFactTemplate) engine_.OnRemoveFactTemplate(engine_, fact_template);
+  engine_.RemoveFactTemplate(fact_template);
   engine_.RemoveDependencies(*fact_template);
   if (Find(fact_template->GetTemplateName()) == fact_template)
     table_.Take(fact_template->GetTemplateName());
@@ -102,9 +102,7 @@ void TFactTemplates::Clear() {
   FirstFailure failures;
   failures.Try([this] { engine_.RemoveDependencies(); });
   table_.Clear();
-  if (engine_.OnClearFactTemplates) {
-    failures.Try([this] { engine_.OnClearFactTemplates(engine_); });
-  }
+  failures.Try([this] { engine_.ClearFactTemplates(); });
   failures.Raise();
 }
 
@@ -127,14 +125,14 @@ void TKBDefinedTypes::PutValue(std::string_view name, const Ref<IKBDefinedType>&
     return;
   }
   table_.Put(name, type);
-  if (engine_.OnAddDefinedType) engine_.OnAddDefinedType(engine_, type);
+  engine_.AddDefinedType(type);
 }
 
 Ref<IKBDefinedType> TKBDefinedTypes::Replace(const Ref<IKBDefinedType>& old,
                                              const Ref<IKBDefinedType>& type) {
   engine_.RequireIdleNetwork("redefining a type");
   if (old) {
-    if (engine_.OnRemoveDefinedType) engine_.OnRemoveDefinedType(engine_, old);
+    engine_.RemoveDefinedType(old);
     table_.Take(old->GetName());
   }
   FirstFailure failures;
@@ -151,7 +149,7 @@ void TKBDefinedTypes::Remove(std::string_view name) {
   const Ref<IKBDefinedType> type = Find(name);
   if (!type) return;
   engine_.RequireIdleNetwork("removing a type");
-  if (engine_.OnRemoveDefinedType) engine_.OnRemoveDefinedType(engine_, type);
+  engine_.RemoveDefinedType(type);
   engine_.RemoveDependencies(*type);
   type->SetReasoner(nullptr);
   if (Find(type->GetName()) == type) table_.Take(type->GetName());
@@ -161,7 +159,7 @@ void TKBDefinedTypes::Clear() {
   engine_.GetFactTemplates().Clear();
   for (const Ref<IKBDefinedType>& type : GetItems()) type->SetReasoner(nullptr);
   table_.Clear();
-  if (engine_.OnClearDefinedTypes) engine_.OnClearDefinedTypes(engine_);
+  engine_.ClearDefinedTypes();
 }
 
 std::string TKBDefinedTypes::ToString() const {
@@ -196,8 +194,7 @@ void TUserFunctions::PutValue(std::string_view name, const Ref<IUserFunction>& f
     interpreted->SetOrder(++next_order_);
   }
   function->AddReasoner(engine_);
-  if (engine_.OnAddUserFunction)
-    failures.Try([&] { engine_.OnAddUserFunction(engine_, function); });
+  failures.Try([&] { engine_.AddFunction(function); });
   failures.Raise();
 }
 
@@ -207,7 +204,7 @@ void TUserFunctions::Remove(std::string_view name) {
   ++engine_.GetLink()->function_generation;
   if (AsInterpreted(*function) != nullptr) --interpreted_;
   function->DeleteReasoner(engine_);
-  if (engine_.OnRemoveUserFunction) engine_.OnRemoveUserFunction(engine_, function);
+  engine_.RemoveFunction(function);
 }
 
 void TUserFunctions::Clear() {
@@ -259,7 +256,7 @@ void TRules::PutValue(std::string_view name, TRule* const& rule) {
   if (engine_.in_network_ == 0 && engine_.Watches(cwCompilation) && is_held()) {
     failures.Try([&] { engine_.PrintOut(rule->CompileTrace + std::string(NewLineString)); });
   }
-  if (engine_.OnAddRule && is_held()) failures.Try([&] { engine_.OnAddRule(engine_, *rule); });
+  if (is_held()) failures.Try([&] { engine_.AddRule(*rule); });
   failures.Raise();
 }
 
@@ -288,7 +285,7 @@ void TRules::Clear() {
   FirstFailure failures;
   for (TRule* rule : rules) failures.Try([&] { engine_.DropRule(*rule); });
   engine_.next_rule_id_ = 0;
-  if (engine_.OnClearRules) failures.Try([&] { engine_.OnClearRules(engine_); });
+  failures.Try([&] { engine_.ClearRules(); });
   failures.Raise();
 }
 
@@ -351,6 +348,22 @@ std::int32_t TFactSets::Add(TFactSet& fact_set) {
   sets_.push_back(&fact_set);
   if (fact_set.GetEngine() != &engine_) fact_set.SetEngine(&engine_);
   return IndexOf(fact_set);
+}
+
+std::int32_t TFactSets::Insert(std::int32_t index, TFactSet& fact_set) {
+  if (index < 0 || index > GetCount()) Raise(SListIndexError, index);
+  Add(fact_set);
+  Leave(fact_set);
+  const auto place = std::min(static_cast<std::size_t>(index), sets_.size());
+  sets_.insert(sets_.begin() + static_cast<std::ptrdiff_t>(place), &fact_set);
+  return static_cast<std::int32_t>(place);
+}
+
+std::int32_t TFactSets::SetItem(std::int32_t index, TFactSet& fact_set) {
+  TFactSet& old = GetItem(index);
+  if (&old == &fact_set) return index;
+  Remove(old);
+  return Insert(std::min(index, GetCount()), fact_set);
 }
 
 void TFactSets::Leave(TFactSet& fact_set) {

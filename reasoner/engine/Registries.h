@@ -20,6 +20,7 @@
 #include "reasoner/match/Rule.h"
 #include "reasoner/support/NameTable.h"
 #include "reasoner/values/ValueHashTable.h"
+#include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
 
@@ -37,6 +38,16 @@ class TRegistry : public TPersistent {
     return found == nullptr ? TItem{} : *found;
   }
   TItem GetItem(std::string_view name) const { return Find(name); }
+  // False, and a null item, for an unknown name.
+  bool ContainsKey(std::string_view name, TItem& item) const {
+    item = Find(name);
+    return ContainsKey(name);
+  }
+  // In the order in which the names came; raises "List index out of bounds (%d)".
+  TItem GetItemByIndex(std::int32_t index) const {
+    if (index < 0 || index >= GetCount()) Raise(SListIndexError, index);
+    return GetItems()[static_cast<std::size_t>(index)];
+  }
   std::vector<std::string> GetNames() const { return table_.Names(); }
   // A copy of the items in order: a walk over it may change the registry.
   std::vector<TItem> GetItems() const { return table_.Values(); }
@@ -162,8 +173,12 @@ class TFactSets : public TPersistent {
 
   std::int32_t GetCount() const noexcept { return static_cast<std::int32_t>(sets_.size()); }
   TFactSet& GetItem(std::int32_t index) const;
-  // A set of the same name gives way.
+  // A set of the same name gives way. The place of the set.
   std::int32_t Add(TFactSet& fact_set);
+  // The same, but the set comes to the index: sets are asserted in this order.
+  std::int32_t Insert(std::int32_t index, TFactSet& fact_set);
+  // Puts the set in the place of the one at the index, which leaves.
+  std::int32_t SetItem(std::int32_t index, TFactSet& fact_set);
   std::int32_t IndexOf(std::string_view name) const;
   std::int32_t IndexOf(const TFactSet& fact_set) const;
   std::int32_t Remove(TFactSet& fact_set);  // ends the engine's own

@@ -17,6 +17,23 @@ TActivation::~TActivation() {
   if (node_ != nullptr) node_->Unlist(*this);
 }
 
+void TActivation::Assign(const TPersistent& source) {
+  const auto* other = dynamic_cast<const TActivation*>(&source);
+  if (other == nullptr) return TPersistent::Assign(source);
+  if (other == this) return;
+  if (node_ != nullptr) node_->Unlist(*this);
+  rule_ = other->rule_;
+  token_ = other->token_;
+  strength_ = other->strength_;
+  if (other->node_ != nullptr) other->node_->AddLoose(*this);
+}
+
+std::unique_ptr<TActivation> TActivation::Clone() const {
+  auto clone = std::make_unique<TActivation>(*rule_, token_, nullptr, 1.0F);
+  if (node_ != nullptr) node_->AddLoose(*clone);
+  return clone;
+}
+
 void TActivation::SetStrength(float strength) noexcept {
   strength_ = std::clamp(strength, 0.0F, 1.0F);
 }
@@ -43,6 +60,12 @@ std::string TActivation::ToString() const {
 
 std::string TActivation::GetEntryText() const {
   return TextWith(entry_salience_, entry_name_.str(), entry_strength_);
+}
+
+void TActivation::TakeEntry(const TActivation& other) {
+  entry_salience_ = other.entry_salience_;
+  entry_strength_ = other.entry_strength_;
+  entry_name_ = other.entry_name_;
 }
 
 void TActivation::SetEntry(std::int32_t salience, const std::string& rule_name) {

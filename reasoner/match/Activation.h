@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "reasoner/match/Token.h"
@@ -33,6 +34,12 @@ class TActivation final : public TPersistent, public CountedNode, public Pooled 
   float GetStrength() const noexcept { return strength_; }
   void SetStrength(float strength) noexcept;  // clamped to 0..1
 
+  // Takes over rule, token, node and strength of another activation. It is on no agenda then, and
+  // is not withdrawn with its match.
+  void Assign(const TPersistent& source) override;
+  // The same match, with the strength 1, as Assign leaves it. It forgets its rule when that ends.
+  std::unique_ptr<TActivation> Clone() const;
+
   // Runs the rule's actions, then leaves node and agenda.
   void Fire();
 
@@ -41,6 +48,7 @@ class TActivation final : public TPersistent, public CountedNode, public Pooled 
   // The same with what held when the activation was placed on the agenda.
   std::string GetEntryText() const;
   void SetEntry(std::int32_t salience, const std::string& rule_name);
+  void TakeEntry(const TActivation& other);
 
  private:
   friend class TPatternMatchTerminalNode;
@@ -54,6 +62,7 @@ class TActivation final : public TPersistent, public CountedNode, public Pooled 
   std::int32_t entry_salience_ = 0;
   float entry_strength_ = 0;
   bool leaving_ = false;
+  bool loose_ = false;  // a copy: its node knows it, but does not withdraw it
   Text entry_name_;
   // The node's list, and its chain of activations of one identity.
   TActivation* list_previous_ = nullptr;

@@ -27,7 +27,8 @@ class ReteCompiler {
       : network_(network), rule_(rule), rule_nodes_(rule_nodes) {}
 
   void Compile();
-  void Feed();
+  // Raises the first failure: at once, or when every fact has had its turn.
+  void Feed(bool goes_on);
 
  private:
   struct Link {
@@ -444,7 +445,7 @@ TReteNode& ReteCompiler::FeedNode(TReteNode& node) {
   return *copy;
 }
 
-void ReteCompiler::Feed() {
+void ReteCompiler::Feed(bool goes_on) {
   std::vector<TReteNode*> roots;
   for (TReteNode* root : roots_) {
     TReteNode* feed = &FeedNode(*root);
@@ -460,12 +461,17 @@ void ReteCompiler::Feed() {
       FeedNode(*link.from).AddEdge(FeedNode(*link.to), link.call_type);
   }
   const std::vector<Ref<IFact>> facts = network_.GetEngine().SnapshotFacts();
+  FirstFailure failures;
   for (const Ref<IFact>& fact : facts) {
     const Ref<TKBToken> token = Make<TKBToken>(taAdd, fact);
-    for (TReteNode* root : roots) root->CallNode(token, ctSingle);
+    for (TReteNode* root : roots) {
+      failures.Try([&] { root->CallNode(token, ctSingle); });
+      if (!goes_on) failures.Raise();
+    }
   }
   if (auto* terminal = dynamic_cast<TPatternMatchTerminalNode*>(rule_nodes_.back()))
     terminal->SetInitialized();
+  failures.Raise();
 }
 
 void ReteCompiler::UnlinkCopies() {
@@ -478,7 +484,7 @@ void ReteCompiler::UnlinkCopies() {
   feed_copies_.clear();
 }
 
-void TReteNetwork::AddRule(TRule& rule, bool feed) {
+void TReteNetwork::AddRule(TRule& rule, TFeed feed) {
   if (!enabled_) return;
   if (rule.GetPatternCount() == 0) rule.AddPattern(engine_.GetInitialPattern().Clone(&engine_));
   if (HasRule(rule)) return;
@@ -489,8 +495,9 @@ void TReteNetwork::AddRule(TRule& rule, bool feed) {
     compiler.Compile();
     rule_nodes_[&rule] = nodes;
     entered = true;
-    if (feed) compiler.Feed();
+    if (feed != TFeed::kNone) compiler.Feed(feed == TFeed::kWhatMatches);
   } catch (...) {
+    if (entered && feed == TFeed::kWhatMatches) throw;
     // What the rule's end raises is less than why it ends.
     FirstFailure failures;
     // A rule that a handler has taken away while it was fed has left its nodes to the engine.
@@ -501,7 +508,7 @@ void TReteNetwork::AddRule(TRule& rule, bool feed) {
 }
 
 void TReteNetwork::TryRule(IReasoner& engine, TRule& rule) {
-  TReteNetwork(engine).AddRule(rule, false);
+  TReteNetwork(engine).AddRule(rule, TFeed::kNone);
 }
 
 }  // namespace reasoner

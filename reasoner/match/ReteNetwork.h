@@ -46,9 +46,13 @@ class TReteNetwork : public TPersistent {
 
   IReasoner& GetEngine() const noexcept { return engine_; }
 
-  // Compiles the rule and feeds it with the facts that are there. All or nothing: a failure leaves
-  // no trace. A rule without patterns gets the initial one.
-  void AddRule(TRule& rule) { AddRule(rule, true); }
+  // How the facts that are there reach a rule: not at all; or all of them, where a failure leaves
+  // no trace of the rule; or each that can be matched, where the rule stays and the first failure
+  // is raised in the end.
+  enum class TFeed : std::uint8_t { kNone, kAllOrNothing, kWhatMatches };
+  // Compiles the rule and feeds it. What cannot be compiled leaves no trace. A rule without
+  // patterns gets the initial one.
+  void AddRule(TRule& rule, TFeed feed = TFeed::kAllOrNothing);
   void RemoveRule(TRule& rule);
   // Compiles the rule in a network that is thrown away: raises what AddRule would raise before it
   // feeds the rule.
@@ -96,7 +100,6 @@ class TReteNetwork : public TPersistent {
   friend class TReteNode;
   friend class ReteCompiler;
 
-  void AddRule(TRule& rule, bool feed);
   void Report(const TActivationEvent& event, TActivation& activation);
   // Takes ownership.
   template <class TNode, class... TArgs>

@@ -419,6 +419,11 @@ void TRule::Assign(const TPersistent& source) {
   const auto* rule = dynamic_cast<const TRule*>(&source);
   if (rule == nullptr) return TComponent::Assign(source);
   if (rule == this) return;
+  if (rule->GetEngine() != nullptr && rule->GetEngine() != GetEngine()) {
+    // The objects of another engine stay there: the text comes over.
+    const std::unique_ptr<TRule> parsed = RequireEngine().ParseRuleText(rule->ToString());
+    return Assign(*parsed);
+  }
   BeginUpdate();
   try {
     SetRuleName(rule->rule_name_);

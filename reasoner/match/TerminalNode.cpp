@@ -1,6 +1,7 @@
 #include "reasoner/match/TerminalNode.h"
 
 #include <memory>
+#include <utility>
 
 #include "reasoner/match/ReteNetwork.h"
 #include "reasoner/match/Rule.h"
@@ -13,17 +14,47 @@ TPatternMatchTerminalNode::TPatternMatchTerminalNode(TReteNetwork& rete, TRule& 
 
 TPatternMatchTerminalNode::~TPatternMatchTerminalNode() {
   while (last_ != nullptr) Unlist(*last_);
+  Deafen();
+}
+
+void TPatternMatchTerminalNode::Deafen() noexcept {
+  rule_ = nullptr;
+  while (loose_ != nullptr) {
+    loose_->ForgetRule();
+    Unlist(*loose_);
+  }
+}
+
+void TPatternMatchTerminalNode::AddLoose(TActivation& activation) noexcept {
+  activation.node_ = this;
+  activation.loose_ = true;
+  activation.list_next_ = loose_;
+  if (loose_ != nullptr) loose_->list_previous_ = &activation;
+  loose_ = &activation;
+}
+
+void TPatternMatchTerminalNode::List(TActivation& activation) {
+  if (activation.node_ != nullptr) activation.node_->Unlist(activation);
+  activation.identity_ = activation.token_->GetIdentityHash();
+  chains_.Insert(activation);
+  activation.node_ = this;
+  activation.list_previous_ = last_;
+  (last_ == nullptr ? first_ : last_->list_next_) = &activation;
+  last_ = &activation;
 }
 
 void TPatternMatchTerminalNode::Unlist(TActivation& activation) noexcept {
   if (activation.node_ != this) return;
-  chains_.Remove(activation);
-  TActivation*& before =
-      activation.list_previous_ == nullptr ? first_ : activation.list_previous_->list_next_;
-  TActivation*& behind =
-      activation.list_next_ == nullptr ? last_ : activation.list_next_->list_previous_;
-  before = activation.list_next_;
-  behind = activation.list_previous_;
+  const bool is_loose = std::exchange(activation.loose_, false);
+  if (!is_loose) chains_.Remove(activation);
+  TActivation* const previous = activation.list_previous_;
+  TActivation* const next = activation.list_next_;
+  (previous != nullptr ? previous->list_next_ : is_loose ? loose_ : first_) = next;
+  if (next != nullptr) {
+    next->list_previous_ = previous;
+  } else if (!is_loose) {
+    last_ = previous;
+  }
   activation.list_previous_ = activation.list_next_ = nullptr;
   activation.node_ = nullptr;
 }
@@ -44,13 +75,9 @@ void TPatternMatchTerminalNode::AddActivation(const Ref<TKBToken>& token) {
   if (token->GetTag() == taAdd && ((rule_->OneShot && rule_->HasFired()) || !rule_->Enabled))
     return;
   if (token->GetTag() == taUpdate && initialized_) return;
-  auto made = std::make_unique<TActivation>(*rule_, token, this, token->GetStrength());
+  auto made = std::make_unique<TActivation>(*rule_, token, nullptr, token->GetStrength());
   TActivation& activation = *made;
-  activation.identity_ = token->GetIdentityHash();
-  chains_.Insert(activation);
-  activation.list_previous_ = last_;
-  (last_ == nullptr ? first_ : last_->list_next_) = &activation;
-  last_ = &activation;
+  List(activation);
   made.release();  // the agenda's from here on
   GetRete().Activate(activation);
 }

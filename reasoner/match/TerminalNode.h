@@ -22,7 +22,7 @@ class TPatternMatchTerminalNode final : public TReteNode {
   bool IsInitialized() const noexcept { return initialized_; }
   void SetInitialized() noexcept { initialized_ = true; }
   // Lets nothing through any more: the rule is ending.
-  void Deafen() noexcept { rule_ = nullptr; }
+  void Deafen() noexcept;
 
   std::int32_t GetActivationCount() const noexcept {
     return static_cast<std::int32_t>(chains_.size());
@@ -31,7 +31,13 @@ class TPatternMatchTerminalNode final : public TReteNode {
   static TActivation* GetNextActivation(const TActivation& activation) noexcept {
     return activation.list_next_;
   }
-  bool Lists(const TActivation& activation) const noexcept { return activation.GetNode() == this; }
+  bool Lists(const TActivation& activation) const noexcept {
+    return activation.GetNode() == this && !activation.loose_;
+  }
+  // Keeps a copy of a listed activation in mind, to tell it of the rule's end.
+  void AddLoose(TActivation& activation) noexcept;
+  // Lists a copy that goes on the agenda.
+  void List(TActivation& activation);
 
   bool CallNode(const Ref<TKBToken>& token, TCallType call_type) override;
   // Takes away the first activation of an equal token.
@@ -54,6 +60,7 @@ class TPatternMatchTerminalNode final : public TReteNode {
   bool initialized_ = false;
   TActivation* first_ = nullptr;
   TActivation* last_ = nullptr;
+  TActivation* loose_ = nullptr;  // copies, by their list links
   HashChains<TActivation, &TActivation::chain_next_, &TActivation::identity_> chains_;
 };
 

@@ -113,6 +113,8 @@ class TGTextStream : public TPersistent {
   // Owns the stream.
   explicit TGTextStream(std::unique_ptr<TStream> stream, const TEncoding* encoding = nullptr);
   ~TGTextStream() override;
+  // Takes over the stream that it has borrowed.
+  void TakeStream(std::unique_ptr<TStream> stream) noexcept { owned_ = std::move(stream); }
 
   virtual bool AtEnd();
   // The next character (0 to 255), or kEnd.

@@ -483,8 +483,14 @@ std::uint32_t TKBValue::GetHashCode() const {
     case dtList:
     case dtSingletons:
     case dtFuzzy: {
-      const DepthGuard guard("value");
-      return payload_.shared ? payload_.shared->GetHashCode() : 0;
+      // A hash never raises: what lies deeper than this takes no part in it.
+      static constexpr std::int32_t kMaxHashDepth = 32;
+      static thread_local std::int32_t depth = 0;
+      struct Level {
+        Level() { ++depth; }
+        ~Level() { --depth; }
+      } level;
+      return payload_.shared && depth <= kMaxHashDepth ? payload_.shared->GetHashCode() : 0;
     }
     case dtNone:
       return 0;

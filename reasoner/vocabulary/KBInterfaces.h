@@ -166,6 +166,7 @@ class IReasoner {
   virtual Ref<IKBDefinedType> FindDefinedType(std::string_view name) = 0;
   virtual bool HasGlobalVariable(std::string_view name) const = 0;
   virtual Ref<IFact> ParseFactText(std::string_view text) = 0;
+  virtual std::unique_ptr<TRule> ParseRuleText(std::string_view text) = 0;
   virtual Ref<IKBValue> ParseSlotValueText(std::string_view text, const IFactSlot& slot) = 0;
   virtual Ref<IFactSlot> ParseSlotText(std::string_view text) = 0;
 
