@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "reasoner/engine/Reasoner.h"
+#include "reasoner/language/PrettyPrint.h"
+#include "reasoner/support/Streams.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/KBExceptions.h"
 #include "reasoner/vocabulary/Messages.h"
@@ -29,6 +31,14 @@ void TReasoner::RemoveRulesOn(const IFactTemplate& fact_template) {
   updating_table_ = updating;
 }
 
+// Whether a line whose fact does not parse any more is a fact of that template.
+static bool IsLineOf(std::string_view line, std::string_view template_name) {
+  const std::string head = "(" + AtomToSource(template_name);
+  const std::string_view text = Trim(line);
+  return text.starts_with(head) && text.size() > head.size() &&
+         (text[head.size()] == ')' || static_cast<unsigned char>(text[head.size()]) <= ' ');
+}
+
 void TReasoner::RemoveDependencies(const IFactTemplate& fact_template) {
   DropPending(fact_template);
   const std::vector<Ref<IFact>> facts = facts_->Snapshot();
@@ -38,8 +48,10 @@ void TReasoner::RemoveDependencies(const IFactTemplate& fact_template) {
   // The lines go, too: a later reset is not to bring the template back.
   for (TFactSet* fact_set : fact_sets_->GetItems()) {
     for (std::int32_t i = fact_set->GetCount(); i-- > 0;) {
-      const Ref<IFact> fact = fact_set->GetLines()[static_cast<std::size_t>(i)].fact;
-      if (fact && fact->GetTemplate() == &fact_template) fact_set->Remove(*fact);
+      const TFactSet::TLine& line = fact_set->GetLines()[static_cast<std::size_t>(i)];
+      const bool goes = line.fact ? line.fact->GetTemplate() == &fact_template
+                                  : IsLineOf(line.text, fact_template.GetTemplateName());
+      if (goes) fact_set->Delete(i);
     }
   }
   if (rules_) RemoveRulesOn(fact_template);
@@ -98,40 +110,55 @@ bool TReasoner::IsDependent(const IKBValue& value, const IFactTemplate& fact_tem
   }
 }
 
-// The fact on a new template of its name, or null when a value of it has no place there.
-static Ref<IFact> Refitted(IFact& fact, const Ref<IFactTemplate>& fact_template) {
-  Ref<IFact> fitted = Make<TFact>(fact_template);
-  const IFactTemplate& old = *fact.GetTemplate();
-  for (const std::int32_t ordinal : old.SortedOrdinals()) {
-    if (!fact.HasValueAt(ordinal)) continue;
-    const Text name = old.SlotAt(ordinal)->GetName();
-    const Ref<IKBValue>& value = fact.GetValueAt(ordinal);
-    const IFactSlot* slot = fact_template->FindSlot(name);
-    if (slot == nullptr) {
-      if (value->ToString().empty()) continue;
-      return nullptr;
-    }
-    if (!slot->IsValid(value.get())) return nullptr;
-    fitted->SetValue(name, value->Clone());
+// Takes out the facts on the template, the last first.
+void TReasoner::TakeOutFacts(const Ref<IFactTemplate>& fact_template,
+                             std::vector<TDependent>& dependents, FirstFailure& failures) {
+  const std::vector<Ref<IFact>> facts = facts_->Snapshot();
+  for (auto fact = facts.rbegin(); fact != facts.rend(); ++fact) {
+    TFacts::Entry* entry =
+        (*fact)->GetTemplate() == fact_template ? facts_->FindEntry(**fact) : nullptr;
+    if (entry == nullptr || entry->leaving) continue;
+    TDependent dependent;
+    dependent.text = FactToSavedSource(**fact);
+    dependent.fact = *fact;
+    dependents.push_back(std::move(dependent));
+    facts_->MarkLeaving(*entry);
+    failures.Try([&] { RetractEntry(*entry); });
   }
-  return fitted;
+  failures.Try([this] { DrainWork(); });
+}
+
+void TReasoner::TakeOutRules(const IFactTemplate& fact_template,
+                             std::vector<TDependent>& dependents, FirstFailure& failures) {
+  const bool updating = std::exchange(updating_table_, false);
+  for (const std::string& name : rules_->GetNames()) {
+    TRule* const rule = rules_->Find(name);
+    if (rule == nullptr || !IsDependent(*rule, fact_template)) continue;
+    TDependent dependent;
+    dependent.text = rule->ToString();
+    dependent.rule_name = name;
+    dependent.on_fire = rule->OnFire;
+    dependent.on_change = rule->OnChange;
+    dependent.fired = rule->HasFired();
+    if (rule->GetOwner() != this) {
+      dependent.host_rule = rule;
+      returning_rules_.push_back(rule);
+    }
+    dependents.push_back(std::move(dependent));
+    failures.Try([&] { rules_->Remove(name); });
+  }
+  updating_table_ = updating;
 }
 
 void TReasoner::ReplaceTemplate(const Ref<IFactTemplate>& old,
                                 const Ref<IFactTemplate>& fact_template) {
   if (old->GetTemplateName() != fact_template->GetTemplateName()) return RemoveDependencies(*old);
+  fact_template->SetBackwardChaining(old->IsBackwardChaining());
   DropPending(*old);
   FirstFailure failures;  // of handlers: what has begun is carried through
-  std::vector<Ref<IFact>> kept;
-  const std::vector<Ref<IFact>> facts = facts_->Snapshot();
-  for (auto fact = facts.rbegin(); fact != facts.rend(); ++fact) {
-    TFacts::Entry* entry = (*fact)->GetTemplate() == old ? facts_->FindEntry(**fact) : nullptr;
-    if (entry == nullptr || entry->leaving) continue;
-    kept.push_back(*fact);
-    facts_->MarkLeaving(*entry);
-    failures.Try([&] { RetractEntry(*entry); });
-  }
-  failures.Try([this] { DrainWork(); });
+  std::vector<TDependent> dependents;
+  const std::size_t first_returning = returning_rules_.size();
+  TakeOutFacts(old, dependents, failures);
   // The line stays and is parsed anew by the next reset.
   for (TFactSet* fact_set : fact_sets_->GetItems()) {
     for (std::int32_t i = 0; i < fact_set->GetCount(); ++i) {
@@ -139,35 +166,113 @@ void TReasoner::ReplaceTemplate(const Ref<IFactTemplate>& old,
       if (fact && fact->GetTemplate() == old) fact_set->SetFact(i, nullptr);
     }
   }
-  std::vector<std::string> texts;
-  const bool updating = std::exchange(updating_table_, false);
-  for (const std::string& name : rules_->GetNames()) {
-    const TRule* rule = rules_->Find(name);
-    if (rule == nullptr || !IsDependent(*rule, *old)) continue;
-    texts.push_back(rule->ToString());
-    failures.Try([&] { rules_->Remove(name); });
+  TakeOutRules(*old, dependents, failures);
+  failures.Try([&] { UpdateDependencies(dependents); });
+  returning_rules_.resize(first_returning);
+  failures.Try([&] { RebuildChildren(old, fact_template); });
+  failures.Raise();
+}
+
+// Runs a step that may find that a text no longer fits: then `dropped` hears why. What is no
+// failure of the text goes on to who asked for all this.
+template <class TStep, class TDropped>
+static void TryAnew(FirstFailure& failures, TStep step, TDropped dropped) {
+  try {
+    step();
+  } catch (const EKBInterrupted&) {
+    failures.Keep(std::current_exception());
+  } catch (const std::bad_alloc&) {
+    failures.Keep(std::current_exception());
+  } catch (const std::exception& failure) {
+    const std::string reason = failure.what();
+    failures.Try([&] { dropped(reason); });
+  } catch (...) {
+    failures.Try([&] { dropped(std::string()); });
   }
-  updating_table_ = updating;
-  // What no longer fits is dropped, and the next one is tried.
-  const TErrorHandling handling = parser_->ErrorHandling;
-  parser_->ErrorHandling = ehRaiseImmediate;
-  const auto try_anew = [&failures](auto step) {
-    try {
-      step();
-    } catch (const EKBInterrupted&) {
-      failures.Keep(std::current_exception());
-    } catch (const std::bad_alloc&) {
-      failures.Keep(std::current_exception());
-    } catch (...) {
-    }
-  };
-  for (const Ref<IFact>& fact : kept) {
-    try_anew([&] {
-      if (const Ref<IFact> fitted = Refitted(*fact, fact_template)) AssertResolved(fitted);
-    });
+}
+
+void TReasoner::UpdateDependencies(const std::vector<TDependent>& dependents) {
+  struct Immediately {
+    TKBParser& parser;
+    TErrorHandling handling;
+    ~Immediately() { parser.ErrorHandling = handling; }
+  } immediately{*parser_, std::exchange(parser_->ErrorHandling, ehRaiseImmediate)};
+  FirstFailure failures;
+  for (const TDependent& dependent : dependents) {
+    TryAnew(
+        failures, [&] { ReadDependent(dependent); },
+        [&](const std::string& reason) { ReportDropped(dependent.text, reason); });
   }
-  for (const std::string& text : texts) try_anew([&] { Parse(text, false); });
-  parser_->ErrorHandling = handling;
+  failures.Raise();
+}
+
+// Values whose text has not changed come over as they were, so that nothing is lost to printing.
+static void CarryValues(const IFact& old, IFact& fact) {
+  const IFactTemplate& old_template = *old.GetTemplate();
+  const IFactTemplate& fact_template = *fact.GetTemplate();
+  for (const std::int32_t ordinal : fact_template.SortedOrdinals()) {
+    const IFactSlot& slot = *fact_template.SlotAt(ordinal);
+    const std::int32_t old_ordinal = old_template.OrdinalOf(slot.GetName());
+    if (old_ordinal < 0 || !old.HasValueAt(old_ordinal)) continue;
+    const IKBValue& value = *old.PeekAt(old_ordinal);
+    if (value.GetDType() == dtFuzzy || !slot.IsValid(&value)) continue;
+    const bool unchanged =
+        !HasSource(value) ||
+        (fact.HasValueAt(ordinal) && ValueToSource(value) == ValueToSource(*fact.PeekAt(ordinal)));
+    if (unchanged) fact.SetValue(slot.GetName(), value.Clone());
+  }
+}
+
+void TReasoner::ReadDependent(const TDependent& dependent) {
+  if (dependent.fact) {
+    const Ref<IFact> fact = ParseFact(dependent.text);
+    CarryValues(*dependent.fact, *fact);
+    return UpdateDependentFact(dependent.fact, fact);
+  }
+  std::unique_ptr<TRule> rule = ParseRule(dependent.text);
+  if (dependent.host_rule == nullptr) {
+    rule->OnFire = dependent.on_fire;
+    rule->OnChange = dependent.on_change;
+    rule->SetFired(dependent.fired);
+    return rules_->Add(std::move(rule));
+  }
+  // A host's object takes the new definition, unless its host has ended it meanwhile.
+  const auto returning =
+      std::find(returning_rules_.begin(), returning_rules_.end(), dependent.host_rule);
+  if (returning == returning_rules_.end()) return;
+  TRule& host_rule = **returning;
+  host_rule.Assign(*rule);
+  host_rule.SetFired(dependent.fired);
+  rule.reset();
+  rules_->Add(host_rule);
+}
+
+void TReasoner::UpdateDependentFact(const Ref<IFact>&, const Ref<IFact>& fact) {
+  AssertResolved(fact);
+}
+
+void TReasoner::ReportDropped(const std::string& text, const std::string& reason) {
+  if (!Watches(cwCompilation)) return;
+  PrintOut("Dropped: " + text + std::string(NewLineString) + "   " + reason +
+           std::string(NewLineString));
+}
+
+// Templates that extend the old one are read again, so that they extend the new one with all that
+// it has.
+void TReasoner::RebuildChildren(const Ref<IFactTemplate>& old,
+                                const Ref<IFactTemplate>& fact_template) {
+  if (fact_templates_->Find(fact_template->GetTemplateName()) != fact_template) return;
+  const DepthGuard guard("template");
+  FirstFailure failures;
+  for (const Ref<IFactTemplate>& child : fact_templates_->GetItems()) {
+    if (child->GetParent() != old) continue;
+    TryAnew(
+        failures, [&] { fact_templates_->Replace(child, ParseFactTemplate(child->ToString())); },
+        [&](const std::string& reason) {
+          child->SetParent(nullptr);
+          ReportDropped("extends " + old->GetTemplateName(), reason);
+        });
+  }
   failures.Raise();
 }
 
@@ -175,14 +280,28 @@ void TReasoner::ReplaceDefinedType(const Ref<IKBDefinedType>& old,
                                    const Ref<IKBDefinedType>& type) {
   if (old->GetName() != type->GetName()) return RemoveDependencies(*old);
   const std::vector<Ref<IFactTemplate>> templates = fact_templates_->GetItems();
+  FirstFailure failures;
   for (auto item = templates.rbegin(); item != templates.rend(); ++item) {
     if ((*item)->FindSlotOfType(*old) == nullptr) continue;
+    // Its parent has been read again, and the template with it.
+    if (fact_templates_->Find((*item)->GetTemplateName()) != *item) continue;
     const Ref<IFactTemplate> clone = (*item)->Clone();
     for (const Ref<IFactSlot>& slot : clone->GetSlots()) {
-      if (slot->GetExtendedTypeInfo() == old) slot->SetExtendedTypeInfo(type);
+      if (slot->GetExtendedTypeInfo() != old) continue;
+      const Ref<IKBValue> value = slot->GetSlotDefault();
+      const bool is_multi = slot->IsMulti();
+      slot->SetExtendedTypeInfo(type);
+      if (is_multi) {
+        // A type says nothing of that.
+        slot->SetSlotType(slot->GetSlotType() + KBMultiSlotTypes);
+        slot->SetSlotDefault(slot->IsValid(value.get()) ? value : slot->CreateValidDefault(true));
+      }
+      if (value && KBReparseTypes.Has(value->GetDType()))
+        failures.Try([&] { slot->SetSlotDefault(ParseValue(ValueToSource(*value), *slot)); });
     }
-    fact_templates_->SetItem(clone->GetTemplateName(), clone);
+    failures.Try([&] { fact_templates_->Replace(*item, clone); });
   }
+  failures.Raise();
 }
 
 void TReasoner::RenameRule(std::string_view old_name, std::string_view new_name) {
@@ -215,8 +334,7 @@ void TReasoner::RuleChange(TRule& rule) {
   TReteNetwork::TryRule(*this, rule);
   FirstFailure failures;
   failures.Try([&] { UncompileRule(rule); });
-  if (HoldsRule(rule))
-    failures.Try([&] { CompileRule(rule, TReteNetwork::TFeed::kWhatMatches); });
+  if (HoldsRule(rule)) failures.Try([&] { CompileRule(rule, TReteNetwork::TFeed::kWhatMatches); });
   failures.Raise();
 }
 

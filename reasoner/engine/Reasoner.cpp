@@ -92,6 +92,17 @@ void TReasoner::MakeImplied() {
   not_or_test_fact_ = Make<TFact>(CreateFactTemplate(SNullFact));
 }
 
+// All templates go, but the engine's own come back: rules without patterns start with one.
+void TReasoner::ClearTemplates() {
+  fact_templates_->Clear();
+  MakeImplied();
+}
+
+void TReasoner::ClearTypes() {
+  defined_types_->Clear();
+  MakeImplied();
+}
+
 // What patterns call is the engine's own, whatever a knowledge base does to the functions of these
 // names.
 void TReasoner::MakeLogicFunctions() {
@@ -212,7 +223,14 @@ void TReasoner::ResetGlobalVariable(std::string_view name, const Ref<IKBValue>& 
 
 Ref<IKBValue> TReasoner::ResolveInContext(const Ref<IKBValue>& value) {
   TKBContext frame(context_.get(), this);
-  return value->Resolve(&frame);
+  const Ref<IKBValue> resolved = value->Resolve(&frame);
+  if (resolved->GetDType() != dtList) return resolved;
+  // A call among the members runs now, too.
+  const IValueVector& list = *resolved->GetAsList();
+  const bool has_call = std::any_of(list.begin(), list.end(), [](const Ref<IKBValue>& member) {
+    return member && !IsValueConstant(*member) && KBAlwaysValidTypes.Has(member->GetDType());
+  });
+  return has_call ? NewList(frame.ExpandList(list)) : resolved;
 }
 
 void TReasoner::RequireIdleNetwork(const char* doing) const {
@@ -279,6 +297,7 @@ std::unique_ptr<TKBParser> TReasoner::NewParser() {
 void TReasoner::SetParserType(TKBParserFactory factory) {
   if (!factory) return;
   parser_factory_ = std::move(factory);
+  has_own_parser_ = false;
   std::unique_ptr<TKBParser> parser = NewParser();
   if (parses_ > 0) old_parsers_.push_back(std::move(parser_));
   parser_ = std::move(parser);
@@ -379,6 +398,17 @@ bool TReasoner::ContainsUserFunction(std::string_view name, Ref<IUserFunction>& 
   return function.get() != nullptr;
 }
 
+// The function of that name in the packages that the engine owns.
+Ref<IUserFunction> TReasoner::FindPackageFunction(std::string_view name) const {
+  for (std::size_t i = 0; i < GetComponentCount(); ++i) {
+    auto* package = dynamic_cast<TUserPackage*>(&GetComponent(i));
+    if (package == nullptr) continue;
+    const std::int32_t index = package->IndexOf(name);
+    if (index >= 0) return package->GetFunctions().GetItem(index);
+  }
+  return nullptr;
+}
+
 Ref<IUserFunction> TReasoner::GetUserFunction(std::string_view name) {
   return user_functions_->Find(name);
 }
@@ -400,6 +430,10 @@ bool TReasoner::HoldsRule(const TRule& rule) const {
 void TReasoner::EnterRule(TRule& rule) { rules_->Add(rule); }
 
 void TReasoner::LeaveRule(TRule& rule) {
+  if (rule.IsDestroying()) {
+    returning_rules_.erase(std::remove(returning_rules_.begin(), returning_rules_.end(), &rule),
+                           returning_rules_.end());
+  }
   if (current_activation_ != nullptr && current_activation_->HasRule() &&
       &current_activation_->GetRule() == &rule && rule.IsDestroying()) {
     current_activation_->ForgetRule();

@@ -54,6 +54,19 @@ struct TFailurePlace {
   std::string rule;         // the rule whose firing failed, or empty
 };
 
+// What is taken out and rebuilt from its text when a construct that it depends on is defined anew:
+// a fact, or a rule.
+struct TDependent {
+  std::string text;
+  Ref<IFact> fact;        // null for a rule
+  std::string rule_name;  // of a rule, with what its text does not tell
+  TRule* host_rule =
+      nullptr;  // a host's own object, which takes the new definition; null otherwise
+  std::function<void(TRule& sender, TKBContext& context)> on_fire;
+  std::function<void(TRule& sender)> on_change;
+  bool fired = false;
+};
+
 // What the factory makes.
 enum TKBObjectType : std::uint8_t {
   otAgenda,
@@ -145,6 +158,41 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   // Reads a sequence of facts and asserts each, evaluated.
   void LoadFacts(TStream& stream, const TEncoding* encoding = nullptr);
   void LoadFacts(const std::string& file_name, const TEncoding* encoding = nullptr);
+
+  // The knowledge base as a document: comment lines, the setting of fact duplication, then
+  // definitions before their users, and the facts. Loading it brings everything back.
+  virtual std::string GetExpertSystem();
+  // Clears the engine, reads a document and resets: definitions and fact sets stay.
+  virtual void SetExpertSystem(std::string_view text);
+  // A file is written whole or not at all; one that cannot be written raises EKitException.
+  virtual void SaveToStream(TStream& stream, const TEncoding* encoding = nullptr);
+  void SaveToFile(const std::string& file_name, const TEncoding* encoding = nullptr);
+  // The constructs of one kind, or the facts of all templates or of one. What LoadRules,
+  // LoadFactTemplates and LoadDefinedTypes read takes the place of all constructs of the kind and
+  // of what depends on them.
+  virtual void SaveRules(TStream& stream, const TEncoding* encoding = nullptr);
+  virtual void SaveFactTemplates(TStream& stream, const TEncoding* encoding = nullptr);
+  virtual void SaveDefinedTypes(TStream& stream, const TEncoding* encoding = nullptr);
+  virtual void SaveFacts(TStream& stream, const TEncoding* encoding = nullptr);
+  virtual void SaveFacts(TStream& stream, std::string_view template_name,
+                         const TEncoding* encoding = nullptr);
+  virtual void LoadRules(TStream& stream, const TEncoding* encoding = nullptr);
+  virtual void LoadFactTemplates(TStream& stream, const TEncoding* encoding = nullptr);
+  virtual void LoadDefinedTypes(TStream& stream, const TEncoding* encoding = nullptr);
+  void SaveRules(const std::string& file_name, const TEncoding* encoding = nullptr);
+  void SaveFactTemplates(const std::string& file_name, const TEncoding* encoding = nullptr);
+  void SaveDefinedTypes(const std::string& file_name, const TEncoding* encoding = nullptr);
+  void SaveFacts(const std::string& file_name, const TEncoding* encoding = nullptr);
+  void SaveFacts(const std::string& file_name, std::string_view template_name,
+                 const TEncoding* encoding = nullptr);
+  void LoadRules(const std::string& file_name, const TEncoding* encoding = nullptr);
+  void LoadFactTemplates(const std::string& file_name, const TEncoding* encoding = nullptr);
+  void LoadDefinedTypes(const std::string& file_name, const TEncoding* encoding = nullptr);
+
+  // Takes over settings, constructs and facts of another engine; its objects are not shared, but
+  // for host and built-in functions. A failure leaves what was taken over so far, and no type
+  // checks.
+  void Assign(const TPersistent& source) override;
 
   // Facts.
   // The id of the new fact, or -1 for a refused duplicate. The match is done when the call returns;
@@ -309,6 +357,13 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   std::string PrettyPrint(const TRule& rule) override;
   std::string PrettyPrint(const TKBPattern& pattern) override;
   std::string PrettyPrint(const ISingletonsVector& singletons) override;
+  std::string PrettyPrint(const IFact& fact, std::string_view slot_name);
+  std::string PrettyPrint(const IFact& fact, std::string_view slot_name, const IKBValue& value);
+  std::string PrettyPrint(const IFact& fact, std::string_view slot_name, std::string_view text);
+  std::string PrettyPrint(const TRule& rule, TRuleConstruct construct);
+  std::string PrettyPrint(std::string_view variable_name, const IKBValue& value);
+  std::string PrettyPrint(const TValueHashTable& variables);
+  std::string PrettyPrintGlobalVariables();
 
   // Dependencies.
   // Removes what depends on a template, on a type, on anything.
@@ -319,6 +374,11 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   virtual void ReplaceTemplate(const Ref<IFactTemplate>& old,
                                const Ref<IFactTemplate>& fact_template);
   virtual void ReplaceDefinedType(const Ref<IKBDefinedType>& old, const Ref<IKBDefinedType>& type);
+  // Reads each dependent again. What no longer fits is dropped, which the watch of compilations
+  // reports.
+  virtual void UpdateDependencies(const std::vector<TDependent>& dependents);
+  // Asserts the fact that has been read in the place of an old one.
+  virtual void UpdateDependentFact(const Ref<IFact>& old, const Ref<IFact>& fact);
   bool IsDependent(const TRule& rule, const IFactTemplate& fact_template) const;
   bool IsDependent(const IFunCall& fun_call, const IFactTemplate& fact_template) const;
   bool IsDependent(const IKBValue& value, const IFactTemplate& fact_template) const;
@@ -380,7 +440,13 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   // What waits for the network: a fact that came or goes, a rule that is to be compiled, or the
   // nodes of one that is gone.
   struct TNetworkWork {
-    enum Kind : std::uint8_t { kAssertion, kRetraction, kCompilation, kRecompilation, kRelease } kind;
+    enum Kind : std::uint8_t {
+      kAssertion,
+      kRetraction,
+      kCompilation,
+      kRecompilation,
+      kRelease
+    } kind;
     Ref<IFact> fact;
     TRule* rule = nullptr;  // taken off the queue when it goes
     std::vector<TReteNode*> nodes;
@@ -418,6 +484,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   std::int32_t AssertResolved(const Ref<IFact>& fact) override;
   Ref<IFact> ParseFactText(std::string_view text) override { return ParseFact(text); }
   std::unique_ptr<TRule> ParseRuleText(std::string_view text) override { return ParseRule(text); }
+  std::string PrintFactLine(const IFact& fact) override;
   Ref<IKBValue> ParseSlotValueText(std::string_view text, const IFactSlot& slot) override;
   Ref<IFactSlot> ParseSlotText(std::string_view text) override {
     return ParseFactTemplateSlot(text);
@@ -449,8 +516,8 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   void RebuildAgenda();
   bool PlaceActivation(std::unique_ptr<TActivation> activation);
   void ForgetPlacing(const TActivation& activation);
-  void CompileRule(TRule& rule,
-                   TReteNetwork::TFeed feed = TReteNetwork::TFeed::kAllOrNothing);
+  void CompileRule(TRule& rule, TReteNetwork::TFeed feed);
+  void CompileRule(TRule& rule) { CompileRule(rule, feed_); }
   void UncompileRule(TRule& rule);
   // Runs a step during which the network is busy. What handlers of activations raise meanwhile
   // waits: the match is finished first.
@@ -466,8 +533,18 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   void DropRule(TRule& rule);  // frees the engine's own, or takes a host's out of the network
   void FreeRule(TRule& rule);
   void FreeDoomed() noexcept;
-  std::string PrettyPrintVariable(std::string_view name, const IKBValue& value);
+  void ClearTemplates();
+  void ClearTypes();
   void DropPending(const IFactTemplate& fact_template);
+  void TakeOutFacts(const Ref<IFactTemplate>& fact_template, std::vector<TDependent>& dependents,
+                    FirstFailure& failures);
+  void TakeOutRules(const IFactTemplate& fact_template, std::vector<TDependent>& dependents,
+                    FirstFailure& failures);
+  void ReadDependent(const TDependent& dependent);
+  void ReportDropped(const std::string& text, const std::string& reason);
+  void RebuildChildren(const Ref<IFactTemplate>& old, const Ref<IFactTemplate>& fact_template);
+  Ref<IUserFunction> FindPackageFunction(std::string_view name) const;
+  std::string GlobalSection(bool late);
   void RemoveRulesOn(const IFactTemplate& fact_template);
   std::unique_ptr<TKBParser> NewParser();
   template <class TOperation>
@@ -506,6 +583,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   // Taken out while they were at work: freed when that has ended.
   std::vector<TRule*> doomed_rules_;
   std::vector<TFactSet*> doomed_fact_sets_;
+  std::vector<TRule*> returning_rules_;  // hosts' rules that are being rebuilt
   FirstFailure network_failures_;
   std::int32_t resetting_ = 0;
   std::int32_t reporting_ = 0;         // an activation's coming or going is being reported
@@ -513,7 +591,9 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   std::deque<TActivation*>
       rebuilding_;  // off the agenda until they are placed anew; null where one was withdrawn
 
+  TReteNetwork::TFeed feed_ = TReteNetwork::TFeed::kAllOrNothing;  // of rules that are added
   TKBParserFactory parser_factory_;
+  bool has_own_parser_ = true;  // the class that an engine begins with
   TKBTokenizerFactory tokenizer_factory_;
   std::unique_ptr<TKBParser> parser_;
   std::vector<std::unique_ptr<TKBParser>> old_parsers_;  // replaced while they were at work

@@ -299,8 +299,7 @@ void TReasoner::ClearNetwork() {
   failures.Try([this] { InNetwork([this] { network_->Clear(); }); });
   work_.erase(std::remove_if(work_.begin(), work_.end(),
                              [](const TNetworkWork& work) {
-                               return work.rule != nullptr ||
-                                      work.kind == TNetworkWork::kRelease;
+                               return work.rule != nullptr || work.kind == TNetworkWork::kRelease;
                              }),
               work_.end());
   failures.Try([this] { DrainWork(); });

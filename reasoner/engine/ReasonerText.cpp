@@ -226,6 +226,46 @@ void TReasoner::LoadFacts(const std::string& file_name, const TEncoding* encodin
   WithStream(stream, encoding, file_name, [](TKBParser& parser) { return parser.LoadFacts(); });
 }
 
+template <class TClear>
+static auto ClearedFirst(TClear clear) {
+  return [clear](TKBParser& parser) {
+    clear();
+    return parser.Parse(true);
+  };
+}
+
+void TReasoner::LoadRules(TStream& stream, const TEncoding* encoding) {
+  WithStream(stream, encoding, "", ClearedFirst([this] { rules_->Clear(); }));
+}
+
+void TReasoner::LoadRules(const std::string& file_name, const TEncoding* encoding) {
+  TFileStream stream(file_name, fmOpenRead);
+  WithStream(stream, encoding, file_name, ClearedFirst([this] { rules_->Clear(); }));
+}
+
+void TReasoner::LoadFactTemplates(TStream& stream, const TEncoding* encoding) {
+  WithStream(stream, encoding, "", ClearedFirst([this] { ClearTemplates(); }));
+}
+
+void TReasoner::LoadFactTemplates(const std::string& file_name, const TEncoding* encoding) {
+  TFileStream stream(file_name, fmOpenRead);
+  WithStream(stream, encoding, file_name, ClearedFirst([this] { ClearTemplates(); }));
+}
+
+void TReasoner::LoadDefinedTypes(TStream& stream, const TEncoding* encoding) {
+  WithStream(stream, encoding, "", ClearedFirst([this] { ClearTypes(); }));
+}
+
+void TReasoner::LoadDefinedTypes(const std::string& file_name, const TEncoding* encoding) {
+  TFileStream stream(file_name, fmOpenRead);
+  WithStream(stream, encoding, file_name, ClearedFirst([this] { ClearTypes(); }));
+}
+
+void TReasoner::SetExpertSystem(std::string_view text) {
+  WithText(text, ClearedFirst([this] { Clear(); }));
+  Reset();
+}
+
 // Logical streams.
 
 static bool IsTerminal(const std::string& name) { return name.empty() || name == "t"; }
@@ -321,8 +361,27 @@ std::string TReasoner::PrettyPrint(const TKBPattern& pattern) {
 std::string TReasoner::PrettyPrint(const ISingletonsVector& singletons) {
   return parser_->PrettyPrint(singletons);
 }
-std::string TReasoner::PrettyPrintVariable(std::string_view name, const IKBValue& value) {
-  return parser_->PrettyPrint(name, value);
+std::string TReasoner::PrettyPrint(const IFact& fact, std::string_view slot_name) {
+  return parser_->PrettyPrint(fact, slot_name);
 }
+std::string TReasoner::PrettyPrint(const IFact& fact, std::string_view slot_name,
+                                   const IKBValue& value) {
+  return parser_->PrettyPrint(fact, slot_name, value);
+}
+std::string TReasoner::PrettyPrint(const IFact& fact, std::string_view slot_name,
+                                   std::string_view text) {
+  return parser_->PrettyPrint(fact, slot_name, text);
+}
+std::string TReasoner::PrettyPrint(const TRule& rule, TRuleConstruct construct) {
+  return parser_->PrettyPrint(rule, construct);
+}
+std::string TReasoner::PrettyPrint(std::string_view variable_name, const IKBValue& value) {
+  return parser_->PrettyPrint(variable_name, value);
+}
+std::string TReasoner::PrettyPrint(const TValueHashTable& variables) {
+  return parser_->PrettyPrint(variables);
+}
+std::string TReasoner::PrettyPrintGlobalVariables() { return PrettyPrint(*global_variables_); }
+std::string TReasoner::PrintFactLine(const IFact& fact) { return FactToSource(fact, true); }
 
 }  // namespace reasoner

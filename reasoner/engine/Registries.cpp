@@ -1,53 +1,59 @@
 #include "reasoner/engine/Registries.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "reasoner/engine/Reasoner.h"
 #include "reasoner/functions/InterpretedFunction.h"
+#include "reasoner/language/CaptionTrees.h"
+#include "reasoner/language/PrettyPrint.h"
 #include "reasoner/support/Streams.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
 
-// The items' texts with every item behind its parent, if that is among them. A circle raises.
+// The items with every item behind its parent, if that is among them: first those without one. A
+// circle raises.
 template <class TItem, class TParent, TLiteral literal>
-static std::string ParentsFirst(const std::vector<TItem>& items, TParent parent_of,
-                                TMessage<literal> circle) {
-  std::string text;
-  const auto print = [&text](const TItem& item) {
-    text += item->ToString();
-    text += NewLineString;
-  };
+static std::vector<TItem> ParentsFirst(const std::vector<TItem>& items, TParent parent_of,
+                                       TMessage<literal> circle) {
+  std::vector<TItem> sorted;
   std::vector<TItem> waiting;
-  std::vector<const void*> printed;
+  std::unordered_set<const void*> unplaced;
+  for (const TItem& item : items) unplaced.insert(item.get());
+  const auto place = [&](const TItem& item) {
+    sorted.push_back(item);
+    unplaced.erase(item.get());
+  };
   for (const TItem& item : items) {
     if (parent_of(*item) == nullptr) {
-      print(item);
-      printed.push_back(item.get());
+      place(item);
     } else {
       waiting.push_back(item);
     }
   }
-  const auto is_listed = [&items](const void* parent) {
-    return std::any_of(items.begin(), items.end(),
-                       [parent](const TItem& item) { return item.get() == parent; });
-  };
   while (!waiting.empty()) {
     std::vector<TItem> later;
     for (const TItem& item : waiting) {
-      const void* parent = parent_of(*item);
-      const bool ready =
-          !is_listed(parent) || std::find(printed.begin(), printed.end(), parent) != printed.end();
-      if (ready) {
-        print(item);
-        printed.push_back(item.get());
+      if (unplaced.count(parent_of(*item)) == 0) {
+        place(item);
       } else {
         later.push_back(item);
       }
     }
     if (later.size() == waiting.size()) Raise(circle);
     waiting.swap(later);
+  }
+  return sorted;
+}
+
+template <class TItem>
+static std::string Lines(const std::vector<TItem>& items) {
+  std::string text;
+  for (const TItem& item : items) {
+    text += item->ToString();
+    text += NewLineString;
   }
   return text;
 }
@@ -58,10 +64,19 @@ static void GiveImpliedSlot(IFactTemplate& fact_template) {
   if (fact_template.GetSlotCount() == 0) fact_template.AddMultiSlot(SDefaultSlotName, FCNilList);
 }
 
+static bool IsSameImplied(const IFactTemplate& a, const IFactTemplate& b) {
+  return a.Equals(b) && b.Equals(a) && a.GetComment() == b.GetComment() && !a.GetParent() &&
+         !b.GetParent();
+}
+
 void TFactTemplates::PutValue(std::string_view name, const Ref<IFactTemplate>& fact_template) {
   if (Find(name) == fact_template) return;
   GiveImpliedSlot(*fact_template);
   if (const Ref<IFactTemplate> old = Find(name)) {
+    // The engine's own templates, as a document brings them: rules that wait for their facts are
+    // not to hear of it.
+    if ((name == SInitialFactPattern || name == SNullFact) && IsSameImplied(*old, *fact_template))
+      return;
     if (engine_.DuplicateConstructs == dcError) Raise(SDuplicateTemplateNames, name);
     if (engine_.DuplicateConstructs == dcIgnore) return;
     Replace(old, fact_template);
@@ -75,6 +90,9 @@ Ref<IFactTemplate> TFactTemplates::Replace(const Ref<IFactTemplate>& old,
                                            const Ref<IFactTemplate>& fact_template) {
   engine_.RequireIdleNetwork("redefining a template");
   GiveImpliedSlot(*fact_template);
+  if (fact_template->GetParent() &&
+      fact_template->GetParent()->DescendsFrom(fact_template->GetTemplateName()))
+    Raise(SFactTemplateInheritanceCorrupt);
   if (old) {
     engine_.RemoveFactTemplate(old);
     table_.Take(old->GetTemplateName());
@@ -96,6 +114,10 @@ void TFactTemplates::Remove(std::string_view name) {
   engine_.RemoveDependencies(*fact_template);
   if (Find(fact_template->GetTemplateName()) == fact_template)
     table_.Take(fact_template->GetTemplateName());
+  if (engine_.updating_table_) return;  // it comes back under another name
+  for (const Ref<IFactTemplate>& child : GetItems()) {
+    if (child->GetParent() == fact_template) child->SetParent(nullptr);
+  }
 }
 
 void TFactTemplates::Clear() {
@@ -106,10 +128,24 @@ void TFactTemplates::Clear() {
   failures.Raise();
 }
 
-std::string TFactTemplates::ToString() const {
+std::vector<Ref<IFactTemplate>> TFactTemplates::GetParentsFirst() const {
   return ParentsFirst(
       GetItems(), [](const IFactTemplate& item) { return item.GetParent().get(); },
       SFactTemplateInheritanceCorrupt);
+}
+
+std::string TFactTemplates::ToString() const { return Lines(GetParentsFirst()); }
+
+void TFactTemplates::FillTreeView(TCaptionNode& tree) const {
+  for (const Ref<IFactTemplate>& item : GetItems()) FillTreeViewNode(tree, *item);
+}
+
+void TFactTemplates::FillTreeViewNode(TCaptionNode& node, const IFactTemplate& fact_template) {
+  node.children.push_back(TemplateTree(fact_template));
+}
+
+void TFactTemplates::FillNodeSlot(TCaptionNode& node, const IFactSlot& slot) {
+  node.children.push_back(SlotTree(slot));
 }
 
 // Types.
@@ -131,6 +167,10 @@ void TKBDefinedTypes::PutValue(std::string_view name, const Ref<IKBDefinedType>&
 Ref<IKBDefinedType> TKBDefinedTypes::Replace(const Ref<IKBDefinedType>& old,
                                              const Ref<IKBDefinedType>& type) {
   engine_.RequireIdleNetwork("redefining a type");
+  for (const IKBDefinedType* ancestor = type->GetAncestor().get(); ancestor != nullptr;
+       ancestor = ancestor->GetAncestor().get()) {
+    if (ancestor->GetName() == type->GetName()) Raise(STypeInheritanceLoop, type->GetName());
+  }
   if (old) {
     engine_.RemoveDefinedType(old);
     table_.Take(old->GetName());
@@ -139,6 +179,7 @@ Ref<IKBDefinedType> TKBDefinedTypes::Replace(const Ref<IKBDefinedType>& old,
   failures.Try([&] { Put(type->GetName(), type); });
   if (old) {
     failures.Try([&] { engine_.ReplaceDefinedType(old, type); });
+    ChangeAncestor(old, type);
     old->SetReasoner(nullptr);
   }
   failures.Raise();
@@ -151,8 +192,17 @@ void TKBDefinedTypes::Remove(std::string_view name) {
   engine_.RequireIdleNetwork("removing a type");
   engine_.RemoveDefinedType(type);
   engine_.RemoveDependencies(*type);
+  ChangeAncestor(type, nullptr);
   type->SetReasoner(nullptr);
   if (Find(type->GetName()) == type) table_.Take(type->GetName());
+}
+
+// Types that extend one that goes keep what they have from it, and extend another one or none.
+void TKBDefinedTypes::ChangeAncestor(const Ref<IKBDefinedType>& old,
+                                     const Ref<IKBDefinedType>& type) {
+  for (const Ref<IKBDefinedType>& child : GetItems()) {
+    if (child->GetAncestor() == old) child->SetAncestor(type);
+  }
 }
 
 void TKBDefinedTypes::Clear() {
@@ -162,11 +212,13 @@ void TKBDefinedTypes::Clear() {
   engine_.ClearDefinedTypes();
 }
 
-std::string TKBDefinedTypes::ToString() const {
+std::vector<Ref<IKBDefinedType>> TKBDefinedTypes::GetAncestorsFirst() const {
   return ParentsFirst(
-      GetItems(), [](const IKBDefinedType& item) { return item.GetAncestor().get(); },
+      GetItems(), [](const IKBDefinedType& item) { return PrintedAncestor(item); },
       STypeInheritanceCorrupt);
 }
+
+std::string TKBDefinedTypes::ToString() const { return Lines(GetAncestorsFirst()); }
 
 // Functions.
 
@@ -185,7 +237,8 @@ void TUserFunctions::PutValue(std::string_view name, const Ref<IUserFunction>& f
   if (old) {
     if (engine_.DuplicateConstructs == dcError) Raise(SDuplicateFunctionNames, name);
     if (engine_.DuplicateConstructs == dcIgnore) return;
-    failures.Try([&] { Remove(name); });
+    bool interpreted = false;
+    failures.Try([&] { RemoveEntry(name, interpreted); });
   }
   table_.Put(name, function);
   ++engine_.GetLink()->function_generation;
@@ -198,13 +251,27 @@ void TUserFunctions::PutValue(std::string_view name, const Ref<IUserFunction>& f
   failures.Raise();
 }
 
-void TUserFunctions::Remove(std::string_view name) {
+bool TUserFunctions::RemoveEntry(std::string_view name, bool& interpreted) {
   const Ref<IUserFunction> function = table_.Take(name);
-  if (!function) return;
+  if (!function) return false;
   ++engine_.GetLink()->function_generation;
-  if (AsInterpreted(*function) != nullptr) --interpreted_;
+  interpreted = AsInterpreted(*function) != nullptr;
+  if (interpreted) --interpreted_;
   function->DeleteReasoner(engine_);
   engine_.RemoveFunction(function);
+  return true;
+}
+
+void TUserFunctions::Remove(std::string_view name) {
+  const std::string key(name);
+  bool interpreted = false;
+  FirstFailure failures;
+  failures.Try([&] { RemoveEntry(key, interpreted); });
+  if (interpreted && !ContainsKey(key) && !engine_.IsDestroying()) {
+    if (const Ref<IUserFunction> built_in = engine_.FindPackageFunction(key))
+      failures.Try([&] { Add(built_in); });
+  }
+  failures.Raise();
 }
 
 void TUserFunctions::Clear() {
@@ -261,11 +328,15 @@ void TRules::PutValue(std::string_view name, TRule* const& rule) {
 }
 
 void TRules::Add(std::unique_ptr<TRule> rule) {
+  // A rule that has been entered is the engine's, whatever handlers think of it.
   TRule& added = *rule;
-  Add(added);
-  if (!engine_.HoldsRule(added)) return;
-  engine_.InsertComponent(added);
-  rule.release();
+  FirstFailure failures;
+  failures.Try([&] { Add(added); });
+  if (engine_.HoldsRule(added)) {
+    engine_.InsertComponent(added);
+    rule.release();
+  }
+  failures.Raise();
 }
 
 bool TRules::Remove(std::string_view name) {
@@ -305,15 +376,27 @@ std::string TEngineVariables::ToString() const {
   std::string text;
   for (const std::string& key : GetKeys()) {
     const Ref<IKBValue> value = Get(key);
-    text += engine_.PrettyPrintVariable(key, value ? *value : *FCNil);
+    text += engine_.PrettyPrint(std::string_view(key), value ? *value : *FCNil);
     text += NewLineString;
   }
   return text;
 }
 
 void TGlobalVariables::PutValue(std::string_view name, const Ref<IKBValue>& value) {
+  const bool was_there = ContainsKey(name);
+  const Ref<IKBValue> old = Get(name);
   TEngineVariables::PutValue(name, value);
-  engine_.ResetGlobalVariable(name, value);
+  try {
+    engine_.ResetGlobalVariable(name, value);
+  } catch (...) {
+    // A definition that has no value is none.
+    if (was_there) {
+      TEngineVariables::PutValue(name, old);
+    } else {
+      Remove(name);
+    }
+    throw;
+  }
 }
 
 void TGlobalVariables::Clear() {

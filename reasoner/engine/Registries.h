@@ -18,6 +18,7 @@
 #include "reasoner/facts/FactTemplate.h"
 #include "reasoner/functions/UserFunction.h"
 #include "reasoner/match/Rule.h"
+#include "reasoner/support/CaptionTree.h"
 #include "reasoner/support/NameTable.h"
 #include "reasoner/values/ValueHashTable.h"
 #include "reasoner/vocabulary/Messages.h"
@@ -76,8 +77,16 @@ class TFactTemplates : public TRegistry<Ref<IFactTemplate>> {
   // nothing.
   void Remove(std::string_view name);
   void Clear();
+  // Makes this registry equal to another engine's: what that one lacks goes, what differs is
+  // replaced by a copy.
+  void Assign(const TPersistent& source) override;
   // Parents before their children. Raises for a circle of parents.
+  std::vector<Ref<IFactTemplate>> GetParentsFirst() const;
   std::string ToString() const override;
+  // The templates with their slots, for display.
+  void FillTreeView(TCaptionNode& tree) const;
+  static void FillTreeViewNode(TCaptionNode& node, const IFactTemplate& fact_template);
+  static void FillNodeSlot(TCaptionNode& node, const IFactSlot& slot);
 
  protected:
   void PutValue(std::string_view name, const Ref<IFactTemplate>& fact_template) override;
@@ -94,11 +103,18 @@ class TKBDefinedTypes : public TRegistry<Ref<IKBDefinedType>> {
   // Removes the type with the templates that use it, their facts and rules.
   void Remove(std::string_view name);
   void Clear();
+  // Makes this registry equal to another engine's: what that one lacks goes, what differs is
+  // replaced by a copy.
+  void Assign(const TPersistent& source) override;
   // Ancestors before their descendants. Raises for a circle of ancestors.
+  std::vector<Ref<IKBDefinedType>> GetAncestorsFirst() const;
   std::string ToString() const override;
 
  protected:
   void PutValue(std::string_view name, const Ref<IKBDefinedType>& type) override;
+
+ private:
+  void ChangeAncestor(const Ref<IKBDefinedType>& old, const Ref<IKBDefinedType>& type);
 };
 
 class TUserFunctions : public TRegistry<Ref<IUserFunction>> {
@@ -108,9 +124,17 @@ class TUserFunctions : public TRegistry<Ref<IUserFunction>> {
   void Add(const Ref<IUserFunction>& function) {
     Put(function ? function->GetFunctionName().view() : std::string_view(), function);
   }
+  // A built-in function comes back when the interpreted one that stood in for it goes.
   void Remove(std::string_view name);
   // Tells every function that the engine leaves it; raises no event.
   void Clear();
+  // Takes over the functions of another engine: interpreted ones by their text, others by the same
+  // object, unless this engine has one of the class. With `tolerant` an interpreted function that
+  // does not parse is passed over, and the answer is false.
+  bool Assign(const TUserFunctions& source, bool tolerant);
+  void Assign(const TPersistent& source) override;
+  // In the order in which the functions were defined, whatever the order of the list.
+  bool AssignInterpretedFunctions(std::vector<Ref<IUserFunction>> functions, bool tolerant);
   std::int32_t GetInterpretedCount() const noexcept { return interpreted_; }
   // The printed form of each interpreted function.
   std::string ToString() const override;
@@ -119,6 +143,8 @@ class TUserFunctions : public TRegistry<Ref<IUserFunction>> {
   void PutValue(std::string_view name, const Ref<IUserFunction>& function) override;
 
  private:
+  bool RemoveEntry(std::string_view name, bool& interpreted);
+
   std::int32_t interpreted_ = 0;
   std::int32_t next_order_ = 0;
 };
@@ -134,6 +160,8 @@ class TRules : public TRegistry<TRule*> {
   bool Remove(std::string_view name);
   bool Remove(std::string_view name, const TRule& rule);  // only if the name is this very rule's
   void Clear();
+  // Takes over the rules of another engine by their text.
+  void Assign(const TPersistent& source) override;
   // Sorted by text unless switched off.
   std::string ToString() const override;
   bool SortedOutput = true;
@@ -161,6 +189,8 @@ class TGlobalVariables final : public TEngineVariables {
  public:
   using TEngineVariables::TEngineVariables;
   void Clear() override;
+  // Adds the globals of another engine by their text.
+  void Assign(const TPersistent& source) override;
 
  protected:
   void PutValue(std::string_view name, const Ref<IKBValue>& value) override;
@@ -184,6 +214,8 @@ class TFactSets : public TPersistent {
   std::int32_t Remove(TFactSet& fact_set);  // ends the engine's own
   void Clear();
   std::vector<TFactSet*> GetItems() const { return sets_; }
+  // Takes over copies of another engine's sets, which this engine owns.
+  void Assign(const TPersistent& source) override;
   std::string ToString() const override;
 
  private:

@@ -162,12 +162,7 @@ void TFact::Assign(const TFact& source) {
   if (&source == this) return;
   if (template_ && source.template_ && template_ != source.template_ &&
       template_->GetOwner() != source.template_->GetOwner()) {
-    // From another engine: by text, on the template of that name here.
-    IReasoner* reasoner = template_->GetReasoner();
-    if (reasoner == nullptr) Raise(SUnknownEngine);
-    const Ref<IFact> parsed = reasoner->ParseFactText(source.ToString());
-    template_ = parsed->template_;
-    AssignValues(*parsed);
+    AssignCrossing(source);
   } else {
     const Ref<IFactTemplate> taken = source.template_;
     ClearValues();
@@ -176,6 +171,36 @@ void TFact::Assign(const TFact& source) {
   }
   id_ = source.id_;
   tag_ = source.tag_;
+}
+
+// From a fact of another engine: what belongs to that engine comes over by its text, all else as a
+// copy, to which nothing can happen on the way.
+void TFact::AssignCrossing(const TFact& source) {
+  IReasoner* const reasoner = template_->GetReasoner();
+  if (reasoner == nullptr) Raise(SUnknownEngine);
+  const IFactTemplate& source_template = *source.template_;
+  Ref<IFactTemplate> own = reasoner->FindFactTemplate(source_template.GetTemplateName());
+  if (!own) {
+    own = source_template.Clone(template_->GetOwner());
+    reasoner->EnterTemplate(own);
+  }
+  const Ref<IFact> fact = Make<TFact>(own);
+  for (const std::int32_t ordinal : source_template.SortedOrdinals()) {
+    if (!source.HasValueAt(ordinal)) continue;
+    const Text& name = source_template.SlotAt(ordinal)->GetName();
+    const IKBValue& value = *source.PeekAt(ordinal);
+    const IFactSlot* const slot = own->FindSlot(name);
+    if (slot == nullptr) {
+      if (value.ToString().empty()) continue;
+      Raise(SInvalidSlotName, name.view());
+    }
+    fact->SetValue(name, KBReparseTypes.Has(value.GetDType())
+                             ? reasoner->ParseSlotValueText(value.ToString(), *slot)
+                             : value.Clone());
+  }
+  ClearValues();
+  template_ = own;
+  AssignValues(*fact);
 }
 
 Ref<IFact> TFact::Clone() { return Make<TFact>(template_, this); }

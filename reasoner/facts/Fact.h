@@ -70,6 +70,7 @@ class TFact final : public ICloneable, public Pooled {
  private:
   ~TFact() override;
   void Grow(std::int32_t count);
+  void AssignCrossing(const TFact& source);
   void ClearValues() noexcept;
   IFactTemplate& RequireTemplate() const;
   std::int32_t RequireOrdinal(std::string_view name) const;

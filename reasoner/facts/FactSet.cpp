@@ -1,5 +1,7 @@
 #include "reasoner/facts/FactSet.h"
 
+#include <memory>
+
 #include "reasoner/support/Streams.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -47,8 +49,14 @@ TFactSet::TLine& TFactSet::LineAt(std::int32_t index) {
   return lines_[static_cast<std::size_t>(index)];
 }
 
+// The line of a fact: what reads back as it is, where there is an engine to print it.
+static std::string LineOf(const IFact& fact) {
+  IReasoner* const reasoner = fact.GetTemplate() ? fact.GetTemplate()->GetReasoner() : nullptr;
+  return reasoner == nullptr ? fact.ToString() : reasoner->PrintFactLine(fact);
+}
+
 std::int32_t TFactSet::AddFact(const Ref<IFact>& fact) {
-  lines_.push_back(TLine{fact->ToString(), fact});
+  lines_.push_back(TLine{LineOf(*fact), fact});
   return GetCount() - 1;
 }
 
@@ -85,6 +93,11 @@ std::int32_t TFactSet::Remove(const IFact& fact) {
   return index;
 }
 
+void TFactSet::Delete(std::int32_t index) {
+  LineAt(index);
+  lines_.erase(lines_.begin() + index);
+}
+
 void TFactSet::Reset() {
   for (std::int32_t i = 0; i < GetCount(); ++i) {
     IReasoner* reasoner = Reasoner();  // asked anew: a handler may take the set away
@@ -118,12 +131,19 @@ void TFactSet::Assign(const TPersistent& source) {
     if (!line.fact) {
       lines.push_back(line);
     } else if (reasoner != nullptr) {
-      lines.push_back(TLine{line.text, reasoner->ParseFactText(line.fact->ToString())});
+      lines.push_back(TLine{line.text, reasoner->ParseFactText(LineOf(*line.fact))});
     } else {
       lines.push_back(TLine{line.text, line.fact->Clone()});
     }
   }
   lines_.swap(lines);
+}
+
+TFactSet* TFactSet::Clone(TComponent* owner) const {
+  auto clone = std::make_unique<TFactSet>();
+  if (owner != nullptr) owner->InsertComponent(*clone);
+  clone->Assign(*this);
+  return clone.release();
 }
 
 void TFactSet::Notification(TComponent& component, TOperation operation) {

@@ -49,13 +49,17 @@ class TFactSet : public TComponent {
   void SetFacts(const std::vector<std::string>& texts);
   std::int32_t IndexOf(const IFact& fact) const;  // by identity, or -1
   std::int32_t Remove(const IFact& fact);         // the line's index, or -1
+  void Delete(std::int32_t index);                // the line at the index
   void Clear() { lines_.clear(); }
 
   // Asserts a clone of each fact, evaluated anew. A line that does not parse is passed over; a call
   // that fails raises, and the message ends with the set's name.
   void Reset();
 
+  // Takes over comment, name and lines. With an engine as owner the facts are read anew there.
   void Assign(const TPersistent& source) override;
+  // A copy that belongs to the component, or to the caller without one. It is in no engine yet.
+  TFactSet* Clone(TComponent* owner) const;
   void Notification(TComponent& component, TOperation operation) override;
   std::string ToString() const override;
 

@@ -84,14 +84,6 @@ void TKBClipsParser::ParseQualifier(IFactSlot& slot, TKBTypes& types,
     slot.SetDefaultDynamic(is_dynamic);
     if (is_dynamic) return;
     slot_default = engine_.ResolveInContext(slot_default);
-    if (slot_default->GetDType() == dtList) {
-      // A call among the members runs now, too.
-      const IValueVector& list = *slot_default->GetAsList();
-      const bool has_call = std::any_of(list.begin(), list.end(), [](const Ref<IKBValue>& member) {
-        return member && member->GetDType() == dtFunCall;
-      });
-      if (has_call) slot_default = NewList(engine_.GetContext().ExpandList(list));
-    }
   } else if (EqualsIgnoreCase(text, "type")) {
     const bool is_multi = types.HasAny(KBMultiSlotTypes);
     defined_type = nullptr;

@@ -1,5 +1,8 @@
 #include "reasoner/language/PrettyPrint.h"
 
+#include <algorithm>
+#include <cmath>
+
 #include "reasoner/language/TextHelpers.h"
 #include "reasoner/language/TokenStream.h"
 #include "reasoner/support/Depth.h"
@@ -216,6 +219,124 @@ std::string FactToSource(const IFact& fact, bool written_slots_alone) {
   return source;
 }
 
+// For a comment, which ends with its line.
+static std::string OnOneLine(std::string_view text) {
+  std::string line(text);
+  std::replace_if(
+      line.begin(), line.end(),
+      [](char character) { return static_cast<unsigned char>(character) < ' '; }, ' ');
+  return line;
+}
+
+bool HasSource(const IKBValue& value) {
+  switch (value.GetDType()) {
+    case dtNone:
+    case dtAtom:
+    case dtString:
+    case dtInteger:
+    case dtSingletons:
+    case dtFuzzy:
+      return true;
+    case dtFloat:
+      return std::isfinite(value.RawFloat());
+    case dtList: {
+      const DepthGuard guard("value");
+      const IValueVector& list = *value.GetAsList();
+      return std::all_of(list.begin(), list.end(),
+                         [](const Ref<IKBValue>& member) { return !member || HasSource(*member); });
+    }
+    default:
+      return false;
+  }
+}
+
+// An atom that is no word of the language: what is written so is the empty one.
+static bool IsNilWord(const IKBValue& value) {
+  return value.GetDType() == dtAtom && value.TextView() == "nil";
+}
+
+std::string CallFor(const IKBValue& value) {
+  if (IsNilWord(value)) return "(sym-cat n il)";
+  const auto head = [&value]() -> std::string_view {
+    switch (value.GetDType()) {
+      case dtString:
+        return "(str-cat ";
+      case dtInteger:
+      case dtFloat:
+        return "(+ ";
+      case dtList:
+        return "(create$ ";
+      default:
+        return "(sym-cat ";
+    }
+  };
+  return std::string(head()) + ValueToSource(value) + ")";
+}
+
+// The members of a list that can be written.
+static Ref<IKBValue> Writable(const IKBValue& list) {
+  const Ref<IValueVector> members = NewVector();
+  for (const Ref<IKBValue>& member : *list.GetAsList()) {
+    if (!member || HasSource(*member)) members->Add(member);
+  }
+  return NewList(members);
+}
+
+static void AppendSavedValue(std::string& source, const IKBValue& value) {
+  if (value.GetDType() != dtList) {
+    source += IsNilWord(value) ? CallFor(value) : ValueToSource(value);
+    return;
+  }
+  for (const Ref<IKBValue>& member : *value.GetAsList()) {
+    AppendSavedValue(source, member ? *member : *FCNil);
+    source += ' ';
+  }
+}
+
+static void AppendSavedSlot(std::string& source, std::string& comment, const IFactSlot& slot,
+                            const IKBValue& stored, bool is_ordered) {
+  const Ref<const IKBValue> kept(&stored);
+  const IKBValue* value = &stored;
+  Ref<IKBValue> written;
+  if (!HasSource(stored)) {
+    comment += "; slot " + OnOneLine(slot.GetName().view()) + ": a value without text is left out" +
+               std::string(NewLineString);
+    if (stored.GetDType() != dtList) return;
+    written = Writable(stored);
+    value = written.get();
+  } else if (stored.ToString().empty() &&
+             (!slot.GetSlotDefault() || slot.GetSlotDefault()->ToString().empty())) {
+    return;
+  }
+  source += ' ';
+  if (!is_ordered) {
+    source += '(';
+    AppendAtomSource(source, slot.GetName());
+    source += ' ';
+  }
+  const bool is_empty = slot.IsMulti() && value->IsNilLike();
+  const bool is_misplaced = !slot.IsMulti() && value->GetDType() == dtList;
+  if ((is_misplaced || !slot.IsValid(value)) && !is_empty) {
+    source += CallFor(*value);
+  } else if (!is_empty) {
+    AppendSavedValue(source, *value);
+  }
+  if (!is_ordered) source += ')';
+}
+
+std::string FactToSavedSource(const IFact& fact) {
+  if (!fact.GetTemplate()) Raise(SNoTemplate);
+  const IFactTemplate& fact_template = *fact.GetTemplate();
+  std::string comment;
+  std::string source = "(" + AtomToSource(fact_template.GetTemplateName());
+  for (const std::int32_t ordinal : fact_template.SortedOrdinals()) {
+    if (!fact.HasValueAt(ordinal)) continue;
+    AppendSavedSlot(source, comment, *fact_template.SlotAt(ordinal), *fact.PeekAt(ordinal),
+                    fact_template.IsOrdered());
+  }
+  return comment + source + ")";
+}
+
 std::string PrettyPrint(const IFact& fact) { return FactToText(fact); }
 
 std::string PrettyPrint(const IFact& fact, std::string_view slot_name, std::string_view text) {
@@ -240,13 +361,27 @@ std::string PrettyPrint(const IFact& fact, std::string_view slot_name) {
   return PrettyPrint(fact, slot_name, *fact.PeekAt(ordinal));
 }
 
+// A line of a fact set: the fact as it was written. A line that has come not to fit its template is
+// a comment: it is passed over by every reset, and reading it would fail.
+static std::string LineSource(const TFactSet& fact_set, const TFactSet::TLine& line) {
+  if (line.fact) return IndentSource(FactToSource(*line.fact, true));
+  if (auto* const reasoner = dynamic_cast<IReasoner*>(fact_set.GetEngine())) {
+    try {
+      return IndentSource(FactToSource(*reasoner->ParseFactText(line.text), true));
+    } catch (const EKBException&) {
+      return "; does not fit: " + OnOneLine(line.text);
+    }
+  }
+  return IndentSource(line.text);
+}
+
 std::string PrettyPrint(const TFactSet& fact_set) {
   std::string text = "(deffacts " + AtomToSource(fact_set.GetFactSetName());
   if (!fact_set.Comment.empty()) text += " " + QuoteText(fact_set.Comment);
   text += NewLineString;
   for (const TFactSet::TLine& line : fact_set.GetLines()) {
     text += IndentString;
-    text += IndentSource(line.fact ? FactToSource(*line.fact, true) : line.text);
+    text += LineSource(fact_set, line);
     text += NewLineString;
   }
   return text + ")";

@@ -43,11 +43,25 @@ std::string PrettyPrint(const IInterpretedFunction& function);
 std::string PrettyPrint(const IKBDefinedType& defined_type);
 std::string PrettyPrint(const TValueHashTable& variables);
 
+// The ancestor that a type is printed with. One that was redefined may bring what the type lacks:
+// such a type shows all that it has by itself, as an implicit one does. Null where there is none.
+const IKBDefinedType* PrintedAncestor(const IKBDefinedType& type);
+// The clauses of a type's allowed values, a line each.
+std::string GetAllowedString(const IKBDefinedType& type);
+
 // A value as it is written where the language reads one.
 void AppendSource(std::string& source, const IKBValue& value);
 std::string ValueToSource(const IKBValue& value);
+// A call that gives the value: it stands where the value itself would be refused.
+std::string CallFor(const IKBValue& value);
 // A fact that reads back as it is: every slot, or those alone that were written.
 std::string FactToSource(const IFact& fact, bool written_slots_alone);
+// A fact as a knowledge base keeps it: what reads back to an equal fact, whatever its values are.
+// A value that its slot does not admit is written as a call that gives it. What has no text is left
+// out, and a line of comment in front says so.
+std::string FactToSavedSource(const IFact& fact);
+// Whether the language can write the value.
+bool HasSource(const IKBValue& value);
 // A text in double quotes.
 std::string QuoteText(std::string_view text);
 // Moves a text right by one step: blanks behind each line break that is no character of a string or

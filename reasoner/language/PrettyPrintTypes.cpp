@@ -99,12 +99,50 @@ std::string AllowedClause(const IKBDefinedType& type) {
          AllowedPair(type, vcAtom, vcString, "lexemes", "symbols", "strings", ")");
 }
 
-// What a type has beyond its ancestor. An implicit type is not read together with one: it shows all
-// that it has.
-std::string Facets(const IKBDefinedType& type) {
-  static constexpr std::string (*kClauses[])(const IKBDefinedType&) = {
-      RangeClause, UnitsClause, CardinalityClause, AllowedClause};
+constexpr std::string (*kClauses[])(const IKBDefinedType&) = {RangeClause, UnitsClause,
+                                                              CardinalityClause, AllowedClause};
+
+// Allowed values are added to the ancestor's when they are read.
+bool BeginsWithAllowedOf(const IKBDefinedType& type, const IKBDefinedType& ancestor) {
+  if (!(ancestor.GetConstraints() - type.GetConstraints()).empty()) return false;
+  for (const TValueConstraint kind : {vcAtom, vcString, vcInteger, vcFloat}) {
+    if (!ancestor.GetConstraints().Has(kind)) continue;
+    std::string own, inherited;
+    AppendAllowed(own, type, kind);
+    AppendAllowed(inherited, ancestor, kind);
+    if (!own.starts_with(inherited)) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+const IKBDefinedType* PrintedAncestor(const IKBDefinedType& type) {
   const IKBDefinedType* const ancestor = type.IsImplicit() ? nullptr : type.GetAncestor().get();
+  if (ancestor == nullptr) return nullptr;
+  if (!(ancestor->GetBaseTypes() - type.GetBaseTypes()).empty()) return nullptr;
+  for (const auto clause : kClauses) {
+    if (clause(type).empty() && !clause(*ancestor).empty()) return nullptr;
+  }
+  // An open bound keeps that of the ancestor.
+  const auto opens = [](auto own, auto inherited, auto none) {
+    return own == none && inherited != none;
+  };
+  if (type.IsRangeLimited() &&
+      (opens(type.GetMinRange(), ancestor->GetMinRange(), IKBDefinedType::kNoMinRange) ||
+       opens(type.GetMaxRange(), ancestor->GetMaxRange(), IKBDefinedType::kNoMaxRange)))
+    return nullptr;
+  if (type.IsCardinalityLimited() && opens(type.GetMaxCardinality(), ancestor->GetMaxCardinality(),
+                                           IKBDefinedType::kNoMaxCardinality))
+    return nullptr;
+  return BeginsWithAllowedOf(type, *ancestor) ? ancestor : nullptr;
+}
+
+namespace {
+
+// What a type has beyond its ancestor.
+std::string Facets(const IKBDefinedType& type) {
+  const IKBDefinedType* const ancestor = PrintedAncestor(type);
   std::string text;
   for (const auto clause : kClauses) {
     const std::string own = clause(type);
@@ -125,12 +163,19 @@ std::string DefaultClause(const IFactSlot& slot) {
     if (slot.IsMulti() || own->Equals(*FCNil)) return "";
     return text + "nil) ";
   }
+  if (!slot.IsDefaultDynamic() && !slot.IsValid(value.get())) {
+    // One that a check would refuse: what the slot gives itself, or what is looked at too late.
+    if (value->Equals(*slot.CreateValidDefault(slot.GetSlotType().Has(dtList)))) return "";
+    return "(default-dynamic " + CallFor(*value) + ") ";
+  }
   const std::string source = ValueToSource(*value);
   if (Trim(source).empty()) return "";
   return text + source + ") ";
 }
 
 }  // namespace
+
+std::string GetAllowedString(const IKBDefinedType& type) { return AllowedClause(type); }
 
 std::string PrettyPrint(const IFactSlot& slot) {
   std::string text = slot.IsMulti() ? "(multislot " : "(slot ";
@@ -139,7 +184,9 @@ std::string PrettyPrint(const IFactSlot& slot) {
   const std::string default_clause = DefaultClause(slot);
   const std::string indent = std::string(IndentString) + std::string(IndentString);
   const TKBTypes types = slot.GetSlotType();
-  if (const IKBDefinedType* const type = slot.GetExtendedTypeInfo().get()) {
+  const IKBDefinedType* const type = slot.GetExtendedTypeInfo().get();
+  // An implicit type without facets says no more than the slot's own types.
+  if (type != nullptr && (!type->IsImplicit() || !Facets(*type).empty())) {
     text +=
         type->IsImplicit() ? PrettyPrint(*type) : "(type " + AtomToSource(type->GetName()) + ")";
     if (!default_clause.empty()) text += indent + default_clause;
@@ -197,7 +244,7 @@ std::string PrettyPrint(const IKBDefinedType& defined_type) {
     text += line_start + QuoteText(defined_type.GetComment()) + line_start;
   text += "extends (type ";
   TKBTypes types = defined_type.GetBaseTypes();
-  if (const Ref<IKBDefinedType>& ancestor = defined_type.GetAncestor()) {
+  if (const IKBDefinedType* const ancestor = PrintedAncestor(defined_type)) {
     text += AtomToSource(ancestor->GetName()) + " ";
     types -= ancestor->GetBaseTypes();
   }

@@ -8,6 +8,7 @@
 #include "reasoner/functions/UserPackage.h"
 #include "reasoner/library/Builtin.h"
 #include "reasoner/library/Families.h"
+#include "reasoner/support/FirstFailure.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -19,6 +20,19 @@ Ref<IFact> RequireFact(const IKBValue& value, TReasoner& engine) {
   Ref<IFact> fact = engine.GetFacts().GetFactByID(id);
   if (!fact) Raise(SNoSuchFact, IntegerToText(id));
   return fact;
+}
+
+// A fact that was parsed before its template was defined anew moves to the registered one. Raises
+// "Unknown fact template: %s" when there is none, and for a slot that is gone.
+Ref<IFact> OnRegisteredTemplate(const Ref<IFact>& fact, TReasoner& engine) {
+  const Ref<IFactTemplate> written = fact->GetTemplate();
+  if (!written) Raise(SNoTemplate);
+  const Ref<IFactTemplate> registered = engine.FindFactTemplate(written->GetTemplateName());
+  if (registered == written) return fact;
+  if (!registered) Raise(SUnknownFactTemplate, written->GetTemplateName());
+  const Ref<IFact> moved = Make<TFact>(registered);
+  for (const Text& name : fact->GetSlotNames()) moved->SetValue(name, fact->GetValue(name));
+  return moved;
 }
 
 class TAssertFunction final : public TBuiltinFunction<TAssertFunction> {
@@ -34,14 +48,21 @@ class TAssertFunction final : public TBuiltinFunction<TAssertFunction> {
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     TReasoner& engine = EngineOf(context);
     std::int32_t id = -1;
+    FirstFailure failures;  // of rules that cannot test a fact: it is there, and the others follow
     for (std::int32_t i = 0; i < fun_call.GetArgumentCount(); ++i) {
       const Ref<IKBValue> value = EvaluateArgument(fun_call, i, context);
       IFact* parsed = value->GetAsFact();
       if (parsed == nullptr) Raise(SNoSuchFact, value->ToString());
-      const Ref<IFact> fact = parsed->Clone();
+      const Ref<IFact> fact = OnRegisteredTemplate(parsed->Clone(), engine);
       context.Resolve(*fact);
-      id = engine.Assert(fact);
+      try {
+        id = engine.Assert(fact);
+      } catch (const EKBException&) {
+        if (!engine.GetFacts().Lists(*fact)) throw;
+        failures.Keep(std::current_exception());
+      }
     }
+    failures.Raise();
     if (id == -1) {
       result = FCFalse;
     } else {

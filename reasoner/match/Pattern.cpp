@@ -4,6 +4,7 @@
 
 #include "reasoner/functions/FunctionCall.h"
 #include "reasoner/match/Rule.h"
+#include "reasoner/support/Numbers.h"
 #include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
@@ -239,7 +240,10 @@ void TKBPattern::FixSlot(std::int32_t slot_index) {
       }
     }
     if (!variable) {
-      variable = Make<TKBValue>(owner_->NewVariableName(SBlankPrefix), dtVariable);
+      // In a negated pattern the name is the one that reading it there would give.
+      std::string prefix(SBlankPrefix);
+      if (IsNegated()) prefix = "_" + IntegerToText(owner_->GetPatternCount()) + "_" + prefix;
+      variable = Make<TKBValue>(owner_->NewVariableName(prefix), dtVariable);
       owner_->AddBinding(variable->GetAsVariable(), owner_->FactIndexOf(*this), slot.name, field);
     }
     add(fixed, variable, field);

@@ -215,6 +215,20 @@ TPatternMatchTerminalNode* TReteNetwork::GetTerminal(const TRule& rule) const {
              : dynamic_cast<TPatternMatchTerminalNode*>(nodes->back());
 }
 
+static void AddNodeTree(TCaptionNode& tree, std::string caption, const TReteNode& node) {
+  const DepthGuard guard("network");
+  TCaptionNode& own = tree.Add(std::move(caption));
+  for (const TReteEdge& edge : node.GetEdges()) {
+    AddNodeTree(own, std::string(kCallTypeNames[edge.call_type]) + " " + edge.to->ToString(),
+                *edge.to);
+  }
+}
+
+void TReteNetwork::FillTreeView(TCaptionNode& tree) const {
+  tree.children.clear();
+  for (const TReteNode* root : roots_) AddNodeTree(tree, root->ToString(), *root);
+}
+
 void TReteNetwork::Activate(TActivation& activation) {
   if (engine_.AddActivation(activation)) Report(OnActivation, activation);
 }

@@ -30,6 +30,7 @@
 #include "reasoner/match/JoinNode.h"
 #include "reasoner/match/PatternNode.h"
 #include "reasoner/match/TerminalNode.h"
+#include "reasoner/support/CaptionTree.h"
 #include "reasoner/support/FirstFailure.h"
 #include "reasoner/support/Object.h"
 #include "reasoner/vocabulary/KBInterfaces.h"
@@ -86,6 +87,9 @@ class TReteNetwork : public TPersistent {
   const std::vector<TReteNode*>* GetRuleNodes(const TRule& rule) const;
   std::size_t GetNodeCount() const noexcept { return nodes_.size(); }
   const std::unordered_set<TReteNode*>& GetNodes() const noexcept { return nodes_; }
+
+  // A tree for each root, with the nodes behind it: a node with two parents shows under both.
+  void FillTreeView(TCaptionNode& tree) const;
 
   // Called by terminal nodes: the engine first, then the event.
   void Activate(TActivation& activation);

@@ -100,6 +100,7 @@ class TRule final : public TComponent {
   void Fire(const Ref<TKBToken>& token);
   bool HasFired() const noexcept { return fired_; }
   bool IsFiring() const noexcept { return firing_ > 0; }
+  void SetFired(bool fired) noexcept { fired_ = fired; }
   // Forgets that the rule has fired.
   void Reset() noexcept { fired_ = false; }
 

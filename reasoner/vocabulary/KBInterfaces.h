@@ -167,6 +167,8 @@ class IReasoner {
   virtual bool HasGlobalVariable(std::string_view name) const = 0;
   virtual Ref<IFact> ParseFactText(std::string_view text) = 0;
   virtual std::unique_ptr<TRule> ParseRuleText(std::string_view text) = 0;
+  // A fact of a fact set: the slots that were written.
+  virtual std::string PrintFactLine(const IFact& fact) = 0;
   virtual Ref<IKBValue> ParseSlotValueText(std::string_view text, const IFactSlot& slot) = 0;
   virtual Ref<IFactSlot> ParseSlotText(std::string_view text) = 0;
 

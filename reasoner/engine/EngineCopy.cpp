@@ -1,0 +1,194 @@
+// Copies between engines: registry by registry, and the whole engine.
+//
+// Nothing is shared between two engines but functions that have no state: constructs are cloned
+// where their objects belong to one engine alone, and read anew from their text where they refer to
+// others.
+
+#include <algorithm>
+#include <typeinfo>
+#include <utility>
+
+#include "reasoner/engine/Reasoner.h"
+#include "reasoner/functions/InterpretedFunction.h"
+
+namespace reasoner {
+
+static std::string NameOf(const IFactTemplate& item) { return item.GetTemplateName(); }
+static std::string NameOf(const IKBDefinedType& item) { return item.GetName(); }
+
+// Makes a registry hold what another engine's holds: `copy` makes an item of this engine of one of
+// the source's, in whose order they are entered.
+template <class TItem, class TRegistry, class TCopy>
+static void MakeAlike(TRegistry& registry, const TRegistry& source,
+                      const std::vector<TItem>& source_items, TCopy copy) {
+  for (const std::string& name : registry.GetNames()) {
+    if (!source.ContainsKey(name)) registry.Remove(name);
+  }
+  for (const TItem& item : source_items) {
+    const TItem made = copy(*item);
+    const TItem own = registry.Find(NameOf(*item));
+    if (own && own->Equals(*made) && made->Equals(*own)) continue;
+    if (own) {
+      registry.Replace(own, made);
+    } else {
+      registry.Add(made);
+    }
+  }
+}
+
+void TFactTemplates::Assign(const TPersistent& source) {
+  const auto* other = dynamic_cast<const TFactTemplates*>(&source);
+  if (other == nullptr) return TPersistent::Assign(source);
+  if (other == this) return;
+  MakeAlike(*this, *other, other->GetParentsFirst(), [this](const IFactTemplate& item) {
+    Ref<IFactTemplate> copy = item.Clone(&engine_);
+    if (item.GetParent()) copy->SetParent(Find(item.GetParent()->GetTemplateName()));
+    return copy;
+  });
+}
+
+void TKBDefinedTypes::Assign(const TPersistent& source) {
+  const auto* other = dynamic_cast<const TKBDefinedTypes*>(&source);
+  if (other == nullptr) return TPersistent::Assign(source);
+  if (other == this) return;
+  MakeAlike(*this, *other, other->GetAncestorsFirst(), [this](const IKBDefinedType& item) {
+    Ref<IKBDefinedType> copy = Make<TKBDefinedType>(&engine_);
+    copy->Assign(item);
+    if (item.GetAncestor()) copy->SetAncestor(Find(item.GetAncestor()->GetName()));
+    return copy;
+  });
+}
+
+bool TUserFunctions::Assign(const TUserFunctions& source, bool tolerant) {
+  if (&source == this) return true;
+  std::vector<Ref<IUserFunction>> interpreted;
+  for (const Ref<IUserFunction>& function : source.GetItems()) {
+    if (dynamic_cast<const IInterpretedFunction*>(function.get()) != nullptr) {
+      interpreted.push_back(function);
+      continue;
+    }
+    const Ref<IUserFunction> own = Find(function->GetFunctionName());
+    if (own && typeid(*own) == typeid(*function) && own->GetComment() == function->GetComment())
+      continue;
+    Add(function);
+  }
+  return AssignInterpretedFunctions(std::move(interpreted), tolerant);
+}
+
+void TUserFunctions::Assign(const TPersistent& source) {
+  const auto* other = dynamic_cast<const TUserFunctions*>(&source);
+  if (other == nullptr) return TPersistent::Assign(source);
+  Assign(*other, false);
+}
+
+bool TUserFunctions::AssignInterpretedFunctions(std::vector<Ref<IUserFunction>> functions,
+                                                bool tolerant) {
+  const auto order_of = [](const Ref<IUserFunction>& function) {
+    const auto* interpreted = dynamic_cast<const IInterpretedFunction*>(function.get());
+    return interpreted == nullptr ? 0 : interpreted->GetOrder();
+  };
+  std::stable_sort(functions.begin(), functions.end(),
+                   [&order_of](const Ref<IUserFunction>& a, const Ref<IUserFunction>& b) {
+                     return order_of(a) < order_of(b);
+                   });
+  bool complete = true;
+  for (const Ref<IUserFunction>& function : functions) {
+    IReasoner* const printer =
+        function->GetReasonerCount() > 0 ? function->GetReasoner(0) : &engine_;
+    try {
+      Add(engine_.ParseFunction(printer->PrettyPrint(*function)));
+    } catch (const Exception&) {
+      if (!tolerant) throw;
+      complete = false;
+    }
+  }
+  return complete;
+}
+
+void TRules::Assign(const TPersistent& source) {
+  const auto* other = dynamic_cast<const TRules*>(&source);
+  if (other == nullptr) return TPersistent::Assign(source);
+  if (other == this) return;
+  Clear();
+  // A rule that cannot test a fact is a rule all the same, as it is there.
+  struct Feeding {
+    TReteNetwork::TFeed& feed;
+    TReteNetwork::TFeed old;
+    ~Feeding() { feed = old; }
+  } feeding{engine_.feed_, std::exchange(engine_.feed_, TReteNetwork::TFeed::kWhatMatches)};
+  FirstFailure failures;
+  for (const TRule* rule : other->GetItems())
+    failures.Try([&] { Add(engine_.ParseRule(rule->ToString())); });
+  failures.Raise();
+}
+
+void TGlobalVariables::Assign(const TPersistent& source) {
+  const auto* other = dynamic_cast<const TGlobalVariables*>(&source);
+  if (other == nullptr) return TPersistent::Assign(source);
+  if (other == this || other->GetCount() == 0) return;
+  engine_.Parse(engine_.PrettyPrint(*other), true);
+}
+
+void TFactSets::Assign(const TPersistent& source) {
+  const auto* other = dynamic_cast<const TFactSets*>(&source);
+  if (other == nullptr) return TPersistent::Assign(source);
+  if (other == this) return;
+  Clear();
+  for (const TFactSet* fact_set : other->sets_) {
+    std::unique_ptr<TFactSet> copy(fact_set->Clone(&engine_));
+    copy->SetEngineNoParse(&engine_);  // what does not parse there does not parse here
+    Add(*copy);
+    copy.release();  // the engine's component
+  }
+}
+
+void TReasoner::Assign(const TPersistent& source) {
+  const auto* source_engine = dynamic_cast<const TReasoner*>(&source);
+  if (source_engine == nullptr) return TComponent::Assign(source);
+  if (source_engine == this) return;
+  // Printing a construct may move the index of generated names there, and nothing else.
+  auto& other = const_cast<TReasoner&>(*source_engine);
+  Clear();
+  if (!has_own_parser_ || !other.has_own_parser_) {
+    SetParserType(other.parser_factory_);
+    has_own_parser_ = other.has_own_parser_;
+  }
+  tokenizer_factory_ = other.tokenizer_factory_;
+  parser_->StrictFacts = false;  // the copies imply what the source has implied
+  SetTypeChecks({});
+  SalienceEvaluation = other.SalienceEvaluation;
+  strategy_ = other.strategy_;
+  SetFactDuplication(other.fact_duplication_);
+  // Names meet their namesakes here only where both engines begin with them.
+  DuplicateConstructs = dcOverwrite;
+  SetParserMaxErrors(other.parser_max_errors_);
+  SetParserErrorHandling(ehRaiseImmediate);
+  Watch = other.Watch;
+  ResetGlobals = other.ResetGlobals;
+  const std::int32_t templates = fact_templates_->GetCount();
+  bool complete = user_functions_->Assign(*other.user_functions_, true);
+  complete = complete && fact_templates_->GetCount() == templates;
+  SetMinActivationStrength(other.min_activation_strength_);
+  defined_types_->Assign(*other.defined_types_);
+  fact_templates_->Assign(*other.fact_templates_);
+  if (!complete) {
+    std::vector<Ref<IUserFunction>> interpreted;
+    for (const Ref<IUserFunction>& function : other.user_functions_->GetItems()) {
+      if (dynamic_cast<const IInterpretedFunction*>(function.get()) != nullptr)
+        interpreted.push_back(function);
+    }
+    user_functions_->AssignInterpretedFunctions(std::move(interpreted), false);
+  }
+  global_variables_->Assign(*other.global_variables_);
+  fact_sets_->Assign(*other.fact_sets_);
+  facts_->Assign(*other.facts_);
+  FirstFailure failures;  // of rules that cannot test a fact, as it is there
+  failures.Try([&] { rules_->Assign(*other.rules_); });
+  parser_->StrictFacts = other.parser_->StrictFacts;
+  DuplicateConstructs = other.DuplicateConstructs;
+  SetParserErrorHandling(other.parser_error_handling_);
+  SetTypeChecks(other.type_checks_);
+  failures.Raise();
+}
+
+}  // namespace reasoner

@@ -1,0 +1,270 @@
+// Saving: the knowledge base as a document of the rule language.
+//
+// A document is source text: loading is parsing, and there is no other format. Definitions come
+// before what uses them: types, templates, functions, rules, fact sets, facts. Globals come first,
+// but one whose value needs a function that is written in the language comes behind the functions.
+
+#include <algorithm>
+#include <ctime>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "reasoner/engine/Reasoner.h"
+#include "reasoner/functions/InterpretedFunction.h"
+#include "reasoner/language/PrettyPrint.h"
+#include "reasoner/support/LocalTime.h"
+#include "reasoner/support/Numbers.h"
+#include "reasoner/support/WholeFile.h"
+#include "reasoner/values/Constants.h"
+
+namespace reasoner {
+
+static constexpr std::string_view kStars = "; *************************";
+
+static std::string Line(std::string_view text) {
+  std::string line(text);
+  line += NewLineString;
+  return line;
+}
+
+static std::string SectionHead(std::string_view title) {
+  std::string head(NewLineString);
+  head += kStars;
+  head += NewLineString;
+  head += title;
+  head += NewLineString;
+  return head;
+}
+
+static std::string Section(std::string_view title, const std::string& body) {
+  return SectionHead(title) + std::string(NewLineString) + body;
+}
+
+static std::string DateLine() {
+  const std::tm now = LocalTime(std::time(nullptr));
+  char text[40];
+  const std::size_t size = std::strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &now);
+  return Line("; Created: " + std::string(text, size));
+}
+
+// Globals.
+
+namespace {
+
+// The globals of an engine in an order in which they can be defined again: each behind those that
+// its value reads.
+class GlobalOrder {
+ public:
+  explicit GlobalOrder(TReasoner& engine) : engine_(engine), names_(Names(engine)) {
+    for (const std::string& name : names_) Visit(name);
+  }
+
+  const std::vector<std::string>& GetNames() const noexcept { return sorted_; }
+  // Whether the value reaches a function that is written in the language.
+  bool IsLate(const std::string& name) const { return late_.count(name) != 0; }
+
+ private:
+  static std::vector<std::string> Names(TReasoner& engine) {
+    return engine.GetGlobalVariables().GetKeys();
+  }
+
+  void Visit(const std::string& name) {
+    const DepthGuard guard("global variable");
+    if (!visited_.insert(name).second) return;
+    if (const Ref<IKBValue> value = engine_.GetGlobalVariables().Get(name))
+      VisitValue(name, *value);
+    sorted_.push_back(name);
+  }
+
+  void VisitValue(const std::string& name, const IKBValue& value) {
+    const DepthGuard guard("value");
+    switch (value.GetDType()) {
+      case dtVariable:
+      case dtMultiVariable: {
+        const std::string read(value.TextView());
+        if (!engine_.GetGlobalVariables().ContainsKey(read)) return;
+        Visit(read);
+        if (IsLate(read)) late_.insert(name);
+        return;
+      }
+      case dtFunCall: {
+        const IFunCall& call = *value.GetAsFunCall();
+        const Ref<IUserFunction> function = engine_.GetUserFunction(call.GetName());
+        if (const auto* interpreted = dynamic_cast<const IInterpretedFunction*>(function.get())) {
+          late_.insert(name);
+          VisitFunction(name, *interpreted);
+        }
+        for (std::int32_t i = 0; i < call.GetArgumentCount(); ++i) {
+          if (call.GetArgument(i)) VisitValue(name, *call.GetArgument(i));
+        }
+        return;
+      }
+      case dtList:
+        for (const Ref<IKBValue>& member : *value.GetAsList()) {
+          if (member) VisitValue(name, *member);
+        }
+        return;
+      default:
+        return;
+    }
+  }
+
+  // The globals that a body reads come first, too.
+  void VisitFunction(const std::string& name, const IInterpretedFunction& function) {
+    if (!functions_.insert(&function).second) return;
+    for (std::int32_t i = 0; i < function.GetStatementCount(); ++i)
+      VisitValue(name, *function.GetStatement(i));
+  }
+
+  TReasoner& engine_;
+  std::unordered_set<const IInterpretedFunction*> functions_;
+  std::vector<std::string> names_;
+  std::vector<std::string> sorted_;
+  std::unordered_set<std::string> visited_;
+  std::unordered_set<std::string> late_;
+};
+
+}  // namespace
+
+std::string TReasoner::GlobalSection(bool late) {
+  const GlobalOrder order(*this);
+  TValueHashTable variables;
+  for (const std::string& name : order.GetNames()) {
+    if (order.IsLate(name) == late) variables.Put(name, global_variables_->Get(name));
+  }
+  if (variables.GetCount() == 0) return "";
+  return Section("; Global Variables ", PrettyPrint(variables));
+}
+
+// The document.
+
+std::string TReasoner::GetExpertSystem() {
+  const ScopedMaxDepth depth(max_depth_);
+  const auto count_line = [](std::string_view what, std::int32_t count) {
+    return Line("; Number of " + std::string(what) + IntegerToText(count));
+  };
+  std::string text = Line(kStars);
+  text += Line("; Reasoner v" + FormatText("%.4f", {double{version_}}) + " Output");
+  text += DateLine();
+  text += count_line("Global Variables: ", global_variables_->GetCount());
+  text += count_line("Defined Types:    ", defined_types_->GetCount());
+  text += count_line("Fact Templates:   ", fact_templates_->GetCount());
+  text += count_line("Rules:            ", rules_->GetCount());
+  text += count_line("Fact Sets:        ", fact_sets_->GetCount());
+  text += count_line("Facts:            ", facts_->GetCount());
+  // The setting tells whether duplicates are refused, the property whether they are allowed.
+  text += Line(fact_duplication_ ? "(set-fact-duplication FALSE)" : "(set-fact-duplication TRUE)");
+  text += GlobalSection(false);
+  if (defined_types_->GetCount() > 0)
+    text += Section("; Defined Types ", defined_types_->ToString());
+  if (fact_templates_->GetCount() > 0) {
+    text += Section("; Fact Templates ", fact_templates_->ToString());
+    for (const Ref<IFactTemplate>& item : fact_templates_->GetItems()) {
+      const std::string& name = item->GetTemplateName();
+      if (item->IsBackwardChaining() && !name.starts_with(SBackChainPrefix))
+        text += Line("(do-backward-chaining " + AtomToSource(name) + ")");
+    }
+  }
+  if (user_functions_->GetCount() > 0)
+    text += SectionHead("; Deffunctions ") + user_functions_->ToString();
+  text += GlobalSection(true);
+  if (rules_->GetCount() > 0) text += Section("; Rules ", rules_->ToString());
+  if (fact_sets_->GetCount() > 0) text += Section("; Fact Sets ", fact_sets_->ToString());
+  if (facts_->GetCount() > 0) {
+    std::string body = Line("(assert");
+    for (const Ref<IFact>& fact : facts_->Snapshot()) {
+      body += IndentString;
+      body += Line(IndentSource(FactToSavedSource(*fact)));
+    }
+    text += Section("; Facts ", body + Line(")"));
+  }
+  return text;
+}
+
+static std::string Encoded(const std::string& text, const TEncoding* encoding) {
+  TKitStringStream stream;
+  WritePreambleToStream(stream, encoding);
+  WriteStringToStream(stream, text, encoding);
+  return stream.GetText();
+}
+
+void TReasoner::SaveToStream(TStream& stream, const TEncoding* encoding) {
+  stream.Write(Encoded(GetExpertSystem(), encoding));
+}
+
+// Every file is made in memory first: a failure on the way leaves the old one.
+template <class TSave>
+static void SaveWhole(const std::string& file_name, TSave save) {
+  TKitStringStream stream;
+  save(stream);
+  WriteFileWhole(file_name, stream.GetText());
+}
+
+void TReasoner::SaveToFile(const std::string& file_name, const TEncoding* encoding) {
+  SaveWhole(file_name, [&](TStream& stream) { SaveToStream(stream, encoding); });
+}
+
+// One kind.
+
+template <class TItems, class TPrint>
+static void SaveLines(TStream& stream, const TEncoding* encoding, const TItems& items,
+                      TPrint print) {
+  std::string text;
+  for (const auto& item : items) text += Line(print(item));
+  stream.Write(Encoded(text, encoding));
+}
+
+void TReasoner::SaveRules(TStream& stream, const TEncoding* encoding) {
+  SaveLines(stream, encoding, rules_->GetItems(),
+            [](const TRule* rule) { return rule->ToString(); });
+}
+
+void TReasoner::SaveFactTemplates(TStream& stream, const TEncoding* encoding) {
+  SaveLines(stream, encoding, fact_templates_->GetParentsFirst(),
+            [](const Ref<IFactTemplate>& item) { return item->ToString(); });
+}
+
+void TReasoner::SaveDefinedTypes(TStream& stream, const TEncoding* encoding) {
+  SaveLines(stream, encoding, defined_types_->GetAncestorsFirst(),
+            [this](const Ref<IKBDefinedType>& type) { return PrettyPrint(*type); });
+}
+
+void TReasoner::SaveFacts(TStream& stream, const TEncoding* encoding) {
+  SaveLines(stream, encoding, facts_->Snapshot(),
+            [](const Ref<IFact>& fact) { return FactToSavedSource(*fact); });
+}
+
+void TReasoner::SaveFacts(TStream& stream, std::string_view template_name,
+                          const TEncoding* encoding) {
+  std::vector<Ref<IFact>> facts = facts_->Snapshot();
+  const auto others =
+      std::remove_if(facts.begin(), facts.end(), [template_name](const Ref<IFact>& fact) {
+        return fact->GetTemplate()->GetTemplateName() != template_name;
+      });
+  facts.erase(others, facts.end());
+  SaveLines(stream, encoding, facts,
+            [](const Ref<IFact>& fact) { return FactToSavedSource(*fact); });
+}
+
+void TReasoner::SaveRules(const std::string& file_name, const TEncoding* encoding) {
+  SaveWhole(file_name, [&](TStream& stream) { SaveRules(stream, encoding); });
+}
+
+void TReasoner::SaveFactTemplates(const std::string& file_name, const TEncoding* encoding) {
+  SaveWhole(file_name, [&](TStream& stream) { SaveFactTemplates(stream, encoding); });
+}
+
+void TReasoner::SaveDefinedTypes(const std::string& file_name, const TEncoding* encoding) {
+  SaveWhole(file_name, [&](TStream& stream) { SaveDefinedTypes(stream, encoding); });
+}
+
+void TReasoner::SaveFacts(const std::string& file_name, const TEncoding* encoding) {
+  SaveWhole(file_name, [&](TStream& stream) { SaveFacts(stream, encoding); });
+}
+
+void TReasoner::SaveFacts(const std::string& file_name, std::string_view template_name,
+                          const TEncoding* encoding) {
+  SaveWhole(file_name, [&](TStream& stream) { SaveFacts(stream, template_name, encoding); });
+}
+
+}  // namespace reasoner

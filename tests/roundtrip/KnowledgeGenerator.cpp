@@ -1,0 +1,383 @@
+#include "tests/roundtrip/KnowledgeGenerator.h"
+
+#include "reasoner/language/PrettyPrint.h"
+#include "reasoner/language/TokenStream.h"
+#include "reasoner/values/Constants.h"
+
+namespace reasoner {
+
+static const std::string kAtoms[] = {"red",  "green",     "a b", "x;y", "(p",     "q)",  "nil",
+                                     "12",   "1.5",       "?v",  "$?w", "a\"b",   "=",   "&",
+                                     "~n",   "->",        "<-",  "-",   "TRUE",   "a|b", "\\",
+                                     "a\nb", "\xC3\xA4o", "1e5", ":t",  "*star*", "=>"};
+static const std::string kTexts[] = {
+    "",     "word",         "two words", "a \"quoted\" word", "back\\slash",
+    "\n",   "; no comment", "(a)",       "\xE2\x82\xAC 5",    "line\nbreak\n",
+    "tab\t"};
+static const std::int32_t kIntegers[] = {0, 1, -1, 2, 7, 100, -2147483647, 2147483647};
+static const double kFloats[] = {0.0, 0.5, -1.25, 0.00001, 1e300, 3.14159265358979, 1.0 / 3, 100};
+
+void KnowledgeGenerator::Try(const std::string& text) {
+  try {
+    engine_.Parse(text, true);
+  } catch (const Exception&) {
+  }
+}
+
+std::string KnowledgeGenerator::Comment() { return OneIn(2) ? "" : " " + QuoteText(OneOf(kTexts)); }
+
+Ref<IKBValue> KnowledgeGenerator::Value(char kind) {
+  switch (kind) {
+    case 'a':
+      return NewAtom(OneOf(kAtoms));
+    case 's':
+      return NewString(OneOf(kTexts));
+    case 'i':
+      return NewInteger(OneOf(kIntegers));
+    case 'f':
+      return NewFloat(OneOf(kFloats));
+    case 'n':
+      return Value(OneIn(2) ? 'i' : 'f');
+    case 'l':
+      return Value(OneIn(2) ? 'a' : 's');
+    default:
+      return Value("asif"[Below(4)]);
+  }
+}
+
+std::string KnowledgeGenerator::Literal(char kind) { return ValueToSource(*Value(kind)); }
+
+std::string KnowledgeGenerator::Facets(char kind, bool is_multi) {
+  std::string text;
+  if (is_multi && OneIn(3)) {
+    text += OneIn(2) ? " (cardinality 0 4)" : " (cardinality ?VARIABLE 5)";
+  }
+  const bool is_number = kind == 'i' || kind == 'f' || kind == 'n';
+  if (is_number && OneIn(3)) {
+    static const char* const kRanges[] = {"(range -5 200)", "(range ?VARIABLE 150)",
+                                          "(range 0.25 ?VARIABLE)", "(range -0.00001 7.5)"};
+    text += std::string(" ") + OneOf(kRanges);
+  } else if (OneIn(4)) {
+    static const std::string kWords = "asifnl";
+    static const char* const kClauses[] = {"symbols", "strings", "integers",
+                                           "floats",  "numbers", "lexemes"};
+    const std::size_t place = kWords.find(kind);
+    text += " (allowed-" + std::string(place == std::string::npos ? "values" : kClauses[place]);
+    for (std::uint32_t i = Below(4) + 1; i > 0; --i) text += " " + Literal(kind);
+    text += ")";
+  }
+  if (OneIn(5)) text += " (units " + QuoteText(OneOf(kTexts)) + ")";
+  return text;
+}
+
+static std::string TypeWord(char kind) {
+  switch (kind) {
+    case 'a':
+      return "SYMBOL";
+    case 's':
+      return "STRING";
+    case 'i':
+      return "INTEGER";
+    case 'f':
+      return "FLOAT";
+    case 'n':
+      return "NUMBER";
+    case 'l':
+      return "LEXEME";
+    default:
+      return "?VARIABLE";
+  }
+}
+
+void KnowledgeGenerator::AddType(const std::string& name) {
+  TType type{name, "asifnl"[Below(6)]};
+  std::string base = TypeWord(type.kind);
+  if (!types_.empty() && OneIn(3)) {
+    const TType& ancestor = OneOf(types_);
+    type.kind = ancestor.kind;
+    base = ancestor.name;
+  }
+  Try("(deftype " + name + Comment() + " extends (type " + base + ")" +
+      Facets(type.kind, OneIn(3)) + ")");
+  if (engine_.GetDefinedTypes().ContainsKey(name)) types_.push_back(type);
+}
+
+void KnowledgeGenerator::AddTemplate(const std::string& name) {
+  TTemplate made{name, false, {}};
+  std::string text = "(deftemplate " + name + Comment();
+  if (!templates_.empty() && OneIn(4)) {
+    const TTemplate& parent = OneOf(templates_);
+    if (!parent.is_ordered) {
+      text += " extends " + parent.name;
+      made.slots = parent.slots;
+    }
+  } else if (OneIn(8)) {
+    made.is_ordered = true;
+    made.slots.push_back(TSlot{"", '*', true});
+    Try(text + ")");
+    templates_.push_back(made);
+    return;
+  }
+  for (std::uint32_t i = Below(3) + 1; i > 0; --i) {
+    static const char* const kNames[] = {"s1", "s2", "s3", "s4", "Upper", "two-words"};
+    TSlot slot{OneOf(kNames), "asifnl*"[Below(7)], OneIn(3)};
+    bool is_known = false;
+    for (const TSlot& known : made.slots) is_known = is_known || known.name == slot.name;
+    if (is_known) continue;
+    text += slot.is_multi ? " (multislot " : " (slot ";
+    text += slot.name;
+    if (!types_.empty() && OneIn(3)) {
+      const TType& type = OneOf(types_);
+      slot.kind = type.kind;
+      text += " (type " + type.name + ")";
+    } else if (slot.kind != '*' || OneIn(2)) {
+      text += " (type " + TypeWord(slot.kind) + ")" + Facets(slot.kind, slot.is_multi);
+    }
+    if (OneIn(4))
+      text += " (default " + Literal(slot.kind) + ")";
+    else if (OneIn(8))
+      text += " (default-dynamic (create$ " + Literal(slot.kind) + "))";
+    text += ")";
+    made.slots.push_back(slot);
+  }
+  Try(text + ")");
+  if (engine_.GetFactTemplates().ContainsKey(name)) templates_.push_back(made);
+}
+
+std::string KnowledgeGenerator::Expression(const std::vector<std::string>& variables, int depth) {
+  if (depth <= 0 || OneIn(3)) {
+    if (!variables.empty() && OneIn(2)) return OneOf(variables);
+    if (!globals_.empty() && OneIn(5)) return "?" + OneOf(globals_);
+    return Literal('*');
+  }
+  const auto inner = [&] { return Expression(variables, depth - 1); };
+  switch (Below(9)) {
+    case 0:
+      return "(create$ " + inner() + " " + inner() + ")";
+    case 1:
+      return "(str-cat " + inner() + " " + inner() + ")";
+    case 2:
+      return "(if (eq " + inner() + " " + inner() + ") then " + inner() + " else " + inner() + ")";
+    case 3:
+      return "(length$ (create$ " + inner() + "))";
+    case 4:
+      return "(bind ?local " + inner() + ")";
+    case 5:
+      return "\n; a remark\n(sym-cat " + inner() + ")";
+    case 6:
+      return "(if (eq " + inner() + " b) then " + inner() + ")";
+    case 7:
+      if (!functions_.empty()) return "(" + OneOf(functions_) + " " + inner() + ")";
+      return "(not (eq " + inner() + " " + inner() + "))";
+    default:
+      return "(+ " + Literal('n') + " 1)";
+  }
+}
+
+void KnowledgeGenerator::AddFunction(const std::string& name) {
+  std::string text = "(deffunction " + name;
+  if (OneIn(3)) text += " " + QuoteText(OneOf(kTexts));
+  text += OneIn(3) ? " (?x $?rest)" : " (?x)";
+  if (OneIn(4)) text += " " + QuoteText(OneOf(kTexts));
+  for (std::uint32_t i = Below(3); i > 0; --i) text += " " + Expression({"?x"}, 2);
+  Try(text + ")");
+  functions_.push_back(name);
+}
+
+void KnowledgeGenerator::AddGlobal(const std::string& name) {
+  const std::string value = OneIn(2) ? Literal('*') : "(create$ " + Expression({}, 2) + ")";
+  Try("(defglobal ?" + name + " = " + value + ")");
+  if (engine_.GetGlobalVariables().ContainsKey(name)) globals_.push_back(name);
+}
+
+std::string KnowledgeGenerator::WrittenFact(const TTemplate& fact_template,
+                                            const std::vector<std::string>& variables) {
+  std::string text = "(" + fact_template.name;
+  for (const TSlot& slot : fact_template.slots) {
+    if (OneIn(3)) continue;
+    std::string value;
+    for (std::uint32_t i = slot.is_multi ? Below(4) : 1; i > 0; --i) {
+      value += " ";
+      value += !variables.empty() && OneIn(2) ? OneOf(variables)
+               : OneIn(6)                     ? Expression(variables, 1)
+                                              : Literal(slot.kind);
+    }
+    text += fact_template.is_ordered ? value : " (" + slot.name + value + ")";
+  }
+  return text + ")";
+}
+
+void KnowledgeGenerator::AddFactSet(const std::string& name) {
+  std::string text = "(deffacts " + name + Comment();
+  for (std::uint32_t i = Below(3) + 1; i > 0; --i) text += " " + WrittenFact(OneOf(templates_), {});
+  Try(text + ")");
+}
+
+std::string KnowledgeGenerator::SlotTests(const TSlot& slot, std::vector<std::string>& variables) {
+  std::string text;
+  for (std::uint32_t i = slot.is_multi ? Below(3) + 1 : 1; i > 0; --i) {
+    text += " ";
+    const std::string known = variables.empty() ? "" : OneOf(variables);
+    switch (Below(8)) {
+      case 0:
+        text += Literal(slot.kind);
+        break;
+      case 1:
+        text += "~" + Literal(slot.kind);
+        break;
+      case 2:
+        text += Literal(slot.kind) + "|" + Literal(slot.kind);
+        break;
+      case 3:
+        text += known.empty() ? "?" : known;
+        break;
+      case 4:
+        text += "?n" + std::to_string(variables.size()) + "&~" + Literal(slot.kind);
+        break;
+      case 5:
+        text += "?p" + std::to_string(variables.size()) + "&:(neq ?p" +
+                std::to_string(variables.size()) + " " + Literal(slot.kind) + ")";
+        break;
+      case 6:
+        text += slot.is_multi ? "$?" : "=(nth$ 0 (create$ " + Literal(slot.kind) + "))";
+        break;
+      default:
+        variables.push_back("?v" + std::to_string(variables.size()));
+        text += variables.back();
+    }
+  }
+  return text;
+}
+
+std::string KnowledgeGenerator::Pattern(const TTemplate& fact_template,
+                                        std::vector<std::string>& variables) {
+  std::string text = "(" + fact_template.name;
+  for (const TSlot& slot : fact_template.slots) {
+    if (OneIn(2)) continue;
+    const std::string tests = SlotTests(slot, variables);
+    text += fact_template.is_ordered ? tests : " (" + slot.name + tests + ")";
+  }
+  return text + ")";
+}
+
+std::string KnowledgeGenerator::Action(const std::vector<std::string>& variables,
+                                       const std::vector<std::string>& facts) {
+  if (!facts.empty() && OneIn(4)) return "(retract " + OneOf(facts) + ")";
+  switch (Below(4)) {
+    case 0:
+      return "(assert " + WrittenFact(OneOf(templates_), variables) + ")";
+    case 1:
+      return "(bind ?b " + Expression(variables, 2) + ")";
+    default:
+      return "(printout t " + Expression(variables, 2) + " crlf)";
+  }
+}
+
+void KnowledgeGenerator::AddRule(const std::string& name) {
+  std::string text = "(defrule " + name + Comment();
+  text += " (declare (salience " + std::to_string(salience_++ * 3 - 20) + ")";
+  if (OneIn(5)) text += " (oneshot TRUE)";
+  if (OneIn(9)) text += " (enabled FALSE)";
+  text += ")";
+  std::vector<std::string> variables;
+  std::vector<std::string> facts;
+  for (std::uint32_t i = Below(4); i > 0; --i) {
+    const TTemplate& fact_template = OneOf(templates_);
+    if (OneIn(4)) text += "\n; of this pattern\n";
+    switch (Below(7)) {
+      case 0: {
+        std::vector<std::string> inside = variables;
+        text += OneIn(2) ? " (not " : " (exists ";
+        text += Pattern(fact_template, inside) + ")";
+        break;
+      }
+      case 1:
+        facts.push_back("?f" + std::to_string(facts.size()));
+        text += " " + facts.back() + " <- " + Pattern(fact_template, variables);
+        break;
+      case 2:
+        text += " (test (eq " + Expression(variables, 1) + " " + Expression(variables, 1) + "))";
+        break;
+      case 3:
+        text += " (unique " + Pattern(fact_template, variables) + ")";
+        break;
+      default:
+        text += " " + Pattern(fact_template, variables);
+    }
+  }
+  text += " =>";
+  for (std::uint32_t i = Below(3); i > 0; --i) text += " " + Action(variables, facts);
+  Try(text + ")");
+}
+
+void KnowledgeGenerator::AddFacts() {
+  for (std::uint32_t i = 0; i < 8; ++i) {
+    const TTemplate& fact_template = OneOf(templates_);
+    if (OneIn(2)) {
+      Try("(assert " + WrittenFact(fact_template, {}) + ")");
+      continue;
+    }
+    // A host may put in what the language would refuse there.
+    const Ref<IFactTemplate> registered = engine_.FindFactTemplate(fact_template.name);
+    if (!registered) continue;
+    const Ref<IFact> fact = registered->NewFact();
+    for (const IFactSlot* slot : {registered->GetSlots().front().get()}) {
+      if (!slot->IsMulti()) {
+        fact->SetValue(slot->GetName(), Value('*'));
+        continue;
+      }
+      const Ref<IValueVector> list = NewVector();
+      for (std::uint32_t j = Below(4); j > 0; --j) list->Add(Value('*'));
+      fact->SetValue(slot->GetName(), NewList(list));
+    }
+    try {
+      engine_.Assert(fact);
+    } catch (const Exception&) {
+      // A rule's test does not take the value: the fact is there all the same.
+    }
+  }
+}
+
+void KnowledgeGenerator::Generate() {
+  const auto named = [this](const char* prefix, std::uint32_t count, auto add) {
+    const std::uint32_t last = Below(count) + 1;
+    for (std::uint32_t i = 1; i <= last; ++i) add(prefix + std::to_string(i));
+  };
+  named("type-", 4, [this](const std::string& name) { AddType(name); });
+  named("temp", 4, [this](const std::string& name) { AddTemplate(name); });
+  if (templates_.empty()) templates_.push_back(TTemplate{"implied", true, {TSlot{"", '*', true}}});
+  named("f-", 3, [this](const std::string& name) { AddFunction(name); });
+  for (std::uint32_t i = Below(4); i > 0; --i) AddGlobal("*g" + std::to_string(i) + "*");
+  named("set", 2, [this](const std::string& name) { AddFactSet(name); });
+  named("rule-", 5, [this](const std::string& name) { AddRule(name); });
+  AddFacts();
+}
+
+void KnowledgeGenerator::Change() {
+  for (std::uint32_t i = Below(4) + 1; i > 0; --i) {
+    switch (Below(6)) {
+      case 0:
+        if (!types_.empty()) AddType(std::string(OneOf(types_).name));
+        break;
+      case 1: {
+        const TTemplate& old = OneOf(templates_);
+        if (!old.is_ordered) AddTemplate(std::string(old.name));
+        break;
+      }
+      case 2:
+        AddFunction("f-late");
+        break;
+      case 3:
+        Try("(defglobal ?*late* = " + Literal('*') + ")");
+        break;
+      case 4:
+        engine_.GetRules().Remove("rule-1");
+        break;
+      default:
+        AddRule("rule-9");
+    }
+  }
+  AddFacts();
+}
+
+}  // namespace reasoner

@@ -1,0 +1,79 @@
+// Random knowledge bases with every construct of the language, the same for the same seed.
+
+#pragma once
+
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "reasoner/engine/Reasoner.h"
+
+namespace reasoner {
+
+class KnowledgeGenerator {
+ public:
+  KnowledgeGenerator(TReasoner& engine, std::uint32_t seed) : engine_(engine), random_(seed) {}
+
+  // Fills the engine. Rules have saliences of their own, so that what fires does not hang on the
+  // order in which they were defined.
+  void Generate();
+  // Redefines and removes some constructs.
+  void Change();
+
+ private:
+  struct TSlot {
+    std::string name;
+    char kind = 'a';  // a, s, i, f, n (a number), l (an atom or a string), * (anything)
+    bool is_multi = false;
+  };
+  struct TTemplate {
+    std::string name;
+    bool is_ordered = false;
+    std::vector<TSlot> slots;
+  };
+  struct TType {
+    std::string name;
+    char kind = 'a';
+  };
+
+  std::uint32_t Below(std::uint32_t count) { return static_cast<std::uint32_t>(random_()) % count; }
+  bool OneIn(std::uint32_t count) { return Below(count) == 0; }
+  template <class TItems>
+  const auto& OneOf(const TItems& items) {
+    return items[Below(static_cast<std::uint32_t>(std::size(items)))];
+  }
+
+  // Runs a text; what the engine refuses is no part of the knowledge base.
+  void Try(const std::string& text);
+  std::string Comment();
+  // A value that is written, and one that a host puts in.
+  std::string Literal(char kind);
+  Ref<IKBValue> Value(char kind);
+  std::string Facets(char kind, bool is_multi);
+  std::string Expression(const std::vector<std::string>& variables, int depth);
+  std::string WrittenFact(const TTemplate& fact_template,
+                          const std::vector<std::string>& variables);
+  std::string SlotTests(const TSlot& slot, std::vector<std::string>& variables);
+  std::string Pattern(const TTemplate& fact_template, std::vector<std::string>& variables);
+  std::string Action(const std::vector<std::string>& variables,
+                     const std::vector<std::string>& facts);
+
+  void AddType(const std::string& name);
+  void AddTemplate(const std::string& name);
+  void AddFunction(const std::string& name);
+  void AddGlobal(const std::string& name);
+  void AddFactSet(const std::string& name);
+  void AddRule(const std::string& name);
+  void AddFacts();
+
+  TReasoner& engine_;
+  std::mt19937 random_;
+  std::vector<TType> types_;
+  std::vector<TTemplate> templates_;
+  std::vector<std::string> functions_;
+  std::vector<std::string> globals_;
+  int salience_ = 0;
+};
+
+}  // namespace reasoner
