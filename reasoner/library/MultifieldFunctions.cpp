@@ -1,5 +1,5 @@
-// Building lists and taking them apart. Indices count from 0. A new list holds clones: it shares no
-// cell with its source.
+// Building lists and taking them apart. Indices count from 0. A new list holds clones: but for that
+// of rest$ it shares no cell with its source.
 
 #include <string>
 
@@ -243,6 +243,7 @@ class TReplaceMFFunction final : public TBuiltinFunction<TReplaceMFFunction> {
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const TRange range = RangeArguments(fun_call, context);
     const Ref<IValueVector> list = ListArgument(fun_call, 0, context);
+    list->GetItem(range.start);  // must lie in the list; the end need not
     const Ref<IValueVector> replaced = WithoutRange(*list, range, context);
     InsertArguments(*replaced, range.start, fun_call, 3, context);
     result = NewList(replaced);
@@ -258,11 +259,10 @@ class TRestMFFunction final : public TBuiltinFunction<TRestMFFunction> {
                                            "Returns a multifield value containing all the fields "
                                            "in <multifield-expression> except the first field"};
 
-  // The rest of an empty list is an empty list.
+  // The one list that has cells of its source: so a walk along a list is not quadratic. The rest of
+  // an empty list is an empty list.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    const Ref<IValueVector> list = ListArgument(fun_call, 0, context)->Clone();
-    if (list->GetValueCount() > 0) list->Delete(0);
-    result = NewList(list);
+    result = NewList(ListArgument(fun_call, 0, context)->Rest());
   }
 };
 

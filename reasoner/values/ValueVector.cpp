@@ -1,14 +1,12 @@
 #include "reasoner/values/ValueVector.h"
 
-#include "reasoner/support/Depth.h"
+#include <utility>
+
 #include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
 
-std::size_t TValueVector::Checked(std::int32_t index) const {
-  if (index < 0 || index >= GetValueCount()) Raise(SListIndexError, index);
-  return static_cast<std::size_t>(index);
-}
+void TValueVector::RaiseIndexError(std::int32_t index) { Raise(SListIndexError, index); }
 
 void TValueVector::CheckChangeable() const {
   if (constant_) Raise(SSharedConstant, ToString());
@@ -19,35 +17,53 @@ void TValueVector::MakeConstant() noexcept {
   MakeImmortal();
 }
 
+void TValueVector::MoveToNewPlaces() {
+  const Ref<TPlaces> places = Make<TPlaces>();
+  places->cells.assign(begin(), end());
+  places_ = places;
+  first_ = 0;
+}
+
+std::vector<Ref<IKBValue>>& TValueVector::Own() {
+  CheckChangeable();
+  if (!places_ || first_ > 0 || places_->GetRefCount() > 1) MoveToNewPlaces();
+  return places_->cells;
+}
+
 void TValueVector::SetItem(std::int32_t index, const Ref<IKBValue>& value) {
   CheckChangeable();
-  values_[Checked(index)] = value;
+  CheckIndex(index);
+  Ref<IKBValue> kept = value;  // it may lie in the places that this list is to leave
+  std::swap(Own()[static_cast<std::size_t>(index)], kept);
 }
 
 std::int32_t TValueVector::IndexOf(const IKBValue& value) const {
   for (std::int32_t i = 0; i < GetValueCount(); ++i) {
-    const Ref<IKBValue>& member = values_[static_cast<std::size_t>(i)];
+    const Ref<IKBValue>& member = GetItem(i);
     if (member && member->Equals(value)) return i;
   }
   return -1;
 }
 
 std::int32_t TValueVector::Add(const Ref<IKBValue>& value) {
-  CheckChangeable();
-  values_.push_back(value);
+  Ref<IKBValue> kept = value;
+  Own().push_back(std::move(kept));
   return GetValueCount() - 1;
 }
 
 void TValueVector::Insert(std::int32_t index, const Ref<IKBValue>& value) {
   CheckChangeable();
-  if (index < 0 || index > GetValueCount()) Raise(SListIndexError, index);
-  values_.insert(values_.begin() + index, value);
+  if (index < 0 || index > GetValueCount()) RaiseIndexError(index);
+  Ref<IKBValue> kept = value;
+  std::vector<Ref<IKBValue>>& cells = Own();
+  cells.insert(cells.begin() + index, std::move(kept));
 }
 
 void TValueVector::Delete(std::int32_t index) {
   CheckChangeable();
-  const Ref<IKBValue> doomed = values_[Checked(index)];  // ends after the list is whole again
-  values_.erase(values_.begin() + index);
+  const Ref<IKBValue> doomed = GetItem(index);  // ends after the list is whole again
+  std::vector<Ref<IKBValue>>& cells = Own();
+  cells.erase(cells.begin() + index);
 }
 
 std::int32_t TValueVector::Remove(const IKBValue& value) {
@@ -57,28 +73,33 @@ std::int32_t TValueVector::Remove(const IKBValue& value) {
 }
 
 void TValueVector::Append(const TValueVector& list) {
-  CheckChangeable();
-  const std::size_t count = list.values_.size();  // the list may be this one
-  values_.reserve(values_.size() + count);
-  for (std::size_t i = 0; i < count; ++i) values_.push_back(list.values_[i]);
+  std::vector<Ref<IKBValue>>& cells = Own();
+  const std::int32_t count = list.GetValueCount();  // the list may be this one
+  for (std::int32_t i = 0; i < count; ++i) {
+    Ref<IKBValue> kept = list.GetItem(i);
+    cells.push_back(std::move(kept));
+  }
 }
 
 void TValueVector::Clear() {
   CheckChangeable();
-  std::vector<Ref<IKBValue>> doomed;
-  doomed.swap(values_);
+  const Ref<TPlaces> doomed = std::move(places_);
+  first_ = 0;
 }
 
-void TValueVector::Reserve(std::int32_t count) { values_.reserve(static_cast<std::size_t>(count)); }
+void TValueVector::Reserve(std::int32_t count) {
+  if (count > GetValueCount()) Own().reserve(static_cast<std::size_t>(count));
+}
 
 void TValueVector::Assign(const TValueVector& source) {
   if (&source == this) return;
   CheckChangeable();
-  std::vector<Ref<IKBValue>> values;
-  values.reserve(source.values_.size());
-  for (const Ref<IKBValue>& value : source.values_)
-    values.push_back(value ? value->Clone() : nullptr);
-  values_.swap(values);
+  const Ref<TPlaces> places = Make<TPlaces>();
+  places->cells.reserve(static_cast<std::size_t>(source.GetValueCount()));
+  for (const Ref<IKBValue>& value : source)
+    places->cells.push_back(value ? value->Clone() : nullptr);
+  places_ = places;
+  first_ = 0;
   tag_ = source.tag_;
 }
 
@@ -88,6 +109,16 @@ Ref<IValueVector> TValueVector::Clone() const {
   return clone;
 }
 
+Ref<IValueVector> TValueVector::Rest() {
+  Ref<IValueVector> rest = NewVector();
+  if (GetValueCount() <= 1) return rest;
+  if (first_ + 1 > places_->cells.size() / 2 && first_ > 0) MoveToNewPlaces();
+  rest->places_ = places_;
+  rest->first_ = first_ + 1;
+  rest->tag_ = tag_;
+  return rest;
+}
+
 bool TValueVector::Equals(const ICloneable& other) const {
   const auto* list = dynamic_cast<const TValueVector*>(&other);
   return list != nullptr && EqualsList(*list);
@@ -95,10 +126,10 @@ bool TValueVector::Equals(const ICloneable& other) const {
 
 bool TValueVector::EqualsList(const TValueVector& other) const {
   if (this == &other) return true;
-  if (values_.size() != other.values_.size()) return false;
-  for (std::size_t i = 0; i < values_.size(); ++i) {
-    const IKBValue* a = values_[i].get();
-    const IKBValue* b = other.values_[i].get();
+  if (GetValueCount() != other.GetValueCount()) return false;
+  for (std::int32_t i = 0; i < GetValueCount(); ++i) {
+    const IKBValue* a = GetItem(i).get();
+    const IKBValue* b = other.GetItem(i).get();
     if ((a == nullptr) != (b == nullptr)) return false;
     if (a != nullptr && !a->Equals(*b)) return false;
   }
@@ -107,14 +138,14 @@ bool TValueVector::EqualsList(const TValueVector& other) const {
 
 std::uint32_t TValueVector::GetHashCode() const {
   std::uint32_t hash = 0;
-  for (const Ref<IKBValue>& value : values_) {
+  for (const Ref<IKBValue>& value : *this) {
     if (value) hash += value->GetHashCode();
   }
   return hash;
 }
 
 void TValueVector::AppendTo(std::string& text) const {
-  for (const Ref<IKBValue>& value : values_) {
+  for (const Ref<IKBValue>& value : *this) {
     if (value) value->AppendTo(text);
     text += ' ';
   }
