@@ -6,6 +6,7 @@
 #include "reasoner/language/TextHelpers.h"
 #include "reasoner/library/Builtin.h"
 #include "reasoner/library/Families.h"
+#include "reasoner/support/CaseMapping.h"
 #include "reasoner/support/Unicode.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -49,9 +50,7 @@ class TLowerCaseFunction final : public TBuiltinFunction<TLowerCaseFunction> {
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Ref<IKBValue> value = EvaluateArgument(fun_call, 0, context);
-    const std::string text = AsciiLower(value->GetAsString());
-    result = KBStringTypes.Has(value->GetDType()) ? Make<TKBValue>(text, value->GetDType())
-                                                  : NewString(text);
+    result = Make<TKBValue>(KitLowerCase(value->GetAsString()), value->GetDType());
   }
 };
 
@@ -167,9 +166,7 @@ class TUpperCaseFunction final : public TBuiltinFunction<TUpperCaseFunction> {
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Ref<IKBValue> value = EvaluateArgument(fun_call, 0, context);
-    const std::string text = AsciiUpper(value->GetAsString());
-    result = KBStringTypes.Has(value->GetDType()) ? Make<TKBValue>(text, value->GetDType())
-                                                  : NewString(text);
+    result = Make<TKBValue>(KitUpperCase(value->GetAsString()), value->GetDType());
   }
 };
 
