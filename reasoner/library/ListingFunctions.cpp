@@ -131,6 +131,20 @@ class TUnDefRuleFunction final : public TBuiltinFunction<TUnDefRuleFunction> {
   }
 };
 
+class TSetGenFunction final : public TBuiltinFunction<TSetGenFunction> {
+ public:
+  static constexpr TFunctionInfo kInfo{
+      .name = "setgen",
+      .syntax = " <integer-expression>",
+      .arguments = Exactly(1),
+      .comment = "Sets the sequence index used by the gensym and gensym* functions"};
+
+  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
+    EngineOf(context).SetSymbolIndex(IntegerArgument(fun_call, 0, context));
+    result = FCTrue;
+  }
+};
+
 // What a name can be the name of.
 enum TStructKind : std::uint8_t {
   skBinding,
@@ -215,7 +229,8 @@ constexpr std::array<TIsKBStructFunction::TRow, 7> TIsKBStructFunction::kRows{{
 }  // namespace
 
 void AddListingFunctions(TUserFunctionList& functions) {
-  functions.AddNew<TAgendaFunction, TShowFactsFunction, TShowRulesFunction, TUnDefRuleFunction>();
+  functions.AddNew<TAgendaFunction, TShowFactsFunction, TShowRulesFunction, TSetGenFunction,
+                   TUnDefRuleFunction>();
   for (const TIsKBStructFunction::TRow& row : TIsKBStructFunction::kRows) {
     functions.Add(Make<TIsKBStructFunction>(row));
   }

@@ -1,21 +1,20 @@
-// Arithmetic, and tests of a value's type.
+// Arithmetic.
 //
 // Numbers are reckoned as floats of 64 bits. Sums, differences, products, the largest and the
 // smallest are integers unless a float takes part.
 
-#include <algorithm>
-#include <array>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <limits>
 #include <optional>
-#include <random>
 #include <string>
 
+#include "reasoner/engine/Reasoner.h"
 #include "reasoner/functions/UserPackage.h"
 #include "reasoner/library/Builtin.h"
 #include "reasoner/library/Families.h"
+#include "reasoner/library/RealFunction.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -45,12 +44,15 @@ class TRunningFunction : public TBuiltinFunction<TSelf> {
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     double running = TSelf::kStart;
     bool is_float = false;
+    bool finite = true;
     for (std::int32_t i = 0; i < fun_call.GetArgumentCount(); ++i) {
       const Ref<IKBValue> value = EvaluateArgument(fun_call, i, context);
       const double number = value->GetAsNumeric();
       running = i == 0 && TSelf::kStartsWithFirst ? number : TSelf::Combine(running, number);
       is_float = is_float || value->GetDType() == dtFloat;
+      finite = finite && std::isfinite(number);
     }
+    CheckOverflow(running, finite, fun_call);
     const std::optional<std::int32_t> rounded = RoundToInteger(running);
     result = is_float || !rounded ? NewFloat(running) : NewInteger(*rounded);
   }
@@ -72,15 +74,6 @@ class TExtremeFunction : public TBuiltinFunction<TSelf> {
       is_float = is_float || value->GetDType() == dtFloat;
     }
     result = is_float ? NewFloat(best) : NewRounded(best, fun_call);
-  }
-};
-
-// A function of one number whose result is always a float.
-template <class TSelf>
-class TRealFunction : public TBuiltinFunction<TSelf> {
- public:
-  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    result = NewFloat(TSelf::Compute(NumericArgument(fun_call, 0, context)));
   }
 };
 
@@ -139,11 +132,14 @@ class TDivideFunction final : public TBuiltinFunction<TDivideFunction> {
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     double quotient = NumericArgument(fun_call, 0, context);
+    bool finite = std::isfinite(quotient);
     for (std::int32_t i = 1; i < fun_call.GetArgumentCount(); ++i) {
       const double divisor = NumericArgument(fun_call, i, context);
       if (divisor == 0) Raise(SDivisionByZero, fun_call.GetName().view());
       quotient /= divisor;
+      finite = finite && std::isfinite(divisor);
     }
+    CheckOverflow(quotient, finite, fun_call);
     result = NewFloat(quotient);
   }
 };
@@ -161,7 +157,7 @@ class TExpFunction final : public TRealFunction<TExpFunction> {
   static double Compute(double x) { return std::exp(x); }
 };
 
-class TExptFunction final : public TBuiltinFunction<TExptFunction> {
+class TExptFunction final : public TRealPairFunction<TExptFunction> {
  public:
   static constexpr TFunctionInfo kInfo{
       .name = "**",
@@ -170,10 +166,9 @@ class TExptFunction final : public TBuiltinFunction<TExptFunction> {
       .comment =
           "Returns the value of the first argument raised to the power of the second argument"};
 
-  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    const double base = NumericArgument(fun_call, 0, context);
-    const double exponent = NumericArgument(fun_call, 1, context);
-    result = NewFloat(std::pow(base, exponent));
+  // A power of 0 with a negative exponent is a pole.
+  static double Compute(double base, double exponent) {
+    return base == 0 && exponent < 0 ? std::nan("") : std::pow(base, exponent);
   }
 };
 
@@ -209,7 +204,7 @@ class TLogFunction final : public TRealFunction<TLogFunction> {
       .arguments = Exactly(1),
       .comment = "Returns the natural log of the <numeric-expression>"};
 
-  static double Compute(double x) { return std::log(x); }
+  static double Compute(double x) { return x == 0 ? std::nan("") : std::log(x); }
 };
 
 class TLog10Function final : public TRealFunction<TLog10Function> {
@@ -220,7 +215,7 @@ class TLog10Function final : public TRealFunction<TLog10Function> {
       .arguments = Exactly(1),
       .comment = "Returns the log base 10 of the <numeric-expression>"};
 
-  static double Compute(double x) { return std::log10(x); }
+  static double Compute(double x) { return x == 0 ? std::nan("") : std::log10(x); }
 };
 
 class TMaxFunction final : public TExtremeFunction<TMaxFunction> {
@@ -297,20 +292,6 @@ class TPlusFunction final : public TRunningFunction<TPlusFunction> {
   static double Combine(double running, double number) { return running + number; }
 };
 
-// The generator of this thread: engines on different threads share nothing, and a seed gives the
-// same sequence on every machine.
-std::mt19937& Generator() {
-  thread_local std::mt19937 generator(0);
-  return generator;
-}
-
-// From 0 up to `width`, not included; 0 for a width without a number in it.
-std::int64_t RandomBelow(std::int32_t width) {
-  const std::uint64_t number = Generator()();
-  return width <= 0 ? 0
-                    : static_cast<std::int64_t>(number * static_cast<std::uint64_t>(width) >> 32);
-}
-
 class TRandomFunction final : public TBuiltinFunction<TRandomFunction> {
  public:
   static constexpr TFunctionInfo kInfo{
@@ -324,16 +305,24 @@ class TRandomFunction final : public TBuiltinFunction<TRandomFunction> {
 
   // The second of two arguments is the width of the range, not its upper end.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    std::int64_t low = 0;
+    std::int32_t low = 0;
     std::int32_t width = 65536;
     const std::int32_t count = fun_call.GetArgumentCount();
     if (count > 1) low = IntegerArgument(fun_call, 0, context);
     if (count > 0) width = IntegerArgument(fun_call, count - 1, context);
-    result = NewCheckedInteger(low + RandomBelow(width), fun_call);
+    if (width < 1 || std::int64_t{low} + width - 1 > std::numeric_limits<std::int32_t>::max()) {
+      Raise(SInvalidLowHiLimits, static_cast<double>(low), static_cast<double>(width));
+    }
+    TRandom& random = EngineOf(context).GetRandom();
+    result = NewInteger(low +
+                        static_cast<std::int32_t>(random.Below(static_cast<std::uint32_t>(width))));
   }
 };
 
-void Seed(std::int32_t seed) { Generator().seed(static_cast<std::uint32_t>(seed)); }
+void SeedFromArgument(const IFunCall& fun_call, TKBContext& context) {
+  const std::int32_t seed = IntegerArgument(fun_call, 0, context);
+  EngineOf(context).GetRandom().SetSeed(static_cast<std::uint32_t>(seed));
+}
 
 class TRandomizeFunction final : public TBuiltinFunction<TRandomizeFunction> {
  public:
@@ -347,10 +336,10 @@ class TRandomizeFunction final : public TBuiltinFunction<TRandomizeFunction> {
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     if (fun_call.GetArgumentCount() > 0) {
-      Seed(IntegerArgument(fun_call, 0, context));
+      SeedFromArgument(fun_call, context);
     } else {
       const auto now = std::chrono::system_clock::now().time_since_epoch().count();
-      Seed(static_cast<std::int32_t>(now & 0x7FFFFFFF));
+      EngineOf(context).GetRandom().SetSeed(static_cast<std::uint64_t>(now));
     }
     result = FCTrue;
   }
@@ -378,8 +367,8 @@ class TSeedFunction final : public TBuiltinFunction<TSeedFunction> {
       .comment = "Sets the random number generator seed to the argument"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    result = EvaluateArgument(fun_call, 0, context);
-    Seed(result->GetAsInteger());
+    SeedFromArgument(fun_call, context);
+    result = FCTrue;
   }
 };
 
@@ -407,87 +396,6 @@ class TTimesFunction final : public TRunningFunction<TTimesFunction> {
   static double Combine(double running, double number) { return running * number; }
 };
 
-class TGetValueTypeFunction final : public TBuiltinFunction<TGetValueTypeFunction> {
- public:
-  static constexpr TFunctionInfo kInfo{.name = "get-type",
-                                       .syntax = " <expression> ",
-                                       .arguments = Exactly(1),
-                                       .comment = "Returns the type of the argument"};
-
-  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    result = NewAtom(GetKBTypeName(EvaluateArgument(fun_call, 0, context)->GetDType()));
-  }
-};
-
-bool IsOddArgument(const IFunCall& fun_call, TKBContext& context) {
-  return (IntegerArgument(fun_call, 0, context) & 1) != 0;
-}
-
-class TEvenPFunction final : public TBuiltinFunction<TEvenPFunction> {
- public:
-  static constexpr TFunctionInfo kInfo{
-      .name = "evenp",
-      .syntax = " <numeric-expression>",
-      .arguments = Exactly(1),
-      .comment = "Returns TRUE if the argument is an even integer, FALSE otherwise"};
-
-  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    result = BooleanValue(!IsOddArgument(fun_call, context));
-  }
-};
-
-class TOddPFunction final : public TBuiltinFunction<TOddPFunction> {
- public:
-  static constexpr TFunctionInfo kInfo{
-      .name = "oddp",
-      .syntax = " <numeric-expression>",
-      .arguments = Exactly(1),
-      .comment = "Returns TRUE if the argument is an odd integer, FALSE otherwise"};
-
-  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    result = BooleanValue(IsOddArgument(fun_call, context));
-  }
-};
-
-// Whether a value is of one of some types. A name for each set of types, one class for all.
-class TVerifyTypePFunction final : public TDescribedFunction {
- public:
-  TVerifyTypePFunction(std::string_view name, TKBTypes types) : name_(name), types_(types) {}
-
-  void InitMetaData() override {
-    const std::string names = types_.empty() ? "NONE" : SetToString(types_, ", ", false);
-    const std::string comment =
-        "Returns TRUE if the argument is of the following type(s): " + names +
-        ".  If the argument is any other type, FALSE is returned";
-    Describe(
-        {.name = name_, .syntax = " <expression>", .arguments = Exactly(1), .comment = comment});
-  }
-
-  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    result = BooleanValue(types_.Has(EvaluateArgument(fun_call, 0, context)->GetDType()));
-  }
-
- private:
-  const std::string_view name_;
-  const TKBTypes types_;
-};
-
-struct TTypeTest {
-  std::string_view name;
-  TKBTypes types;
-};
-
-constexpr std::array kTypeTests{TTypeTest{"lexemep", {dtAtom, dtString}},
-                                TTypeTest{"numberp", {dtInteger, dtFloat}},
-                                TTypeTest{"floatp", {dtFloat}},
-                                TTypeTest{"fuzzyp", {dtFuzzy}},
-                                TTypeTest{"integerp", {dtInteger}},
-                                TTypeTest{"stringp", {dtString}},
-                                TTypeTest{"symbolp", {dtAtom}},
-                                TTypeTest{"multifieldp", {dtList}},
-                                TTypeTest{"external-addressp", {dtExternalAddress}},
-                                TTypeTest{"objectp", {dtObject}}};
-
 }  // namespace
 
 void AddMathFunctions(TUserFunctionList& functions) {
@@ -496,13 +404,6 @@ void AddMathFunctions(TUserFunctionList& functions) {
                    TMaxFunction, TMinFunction, TMinusFunction, TModFunction, TPiFunction,
                    TPlusFunction, TRandomFunction, TRandomizeFunction, TRoundFunction,
                    TSeedFunction, TSqrtFunction, TTimesFunction>();
-}
-
-void AddPredicateFunctions(TUserFunctionList& functions) {
-  functions.AddNew<TGetValueTypeFunction, TEvenPFunction, TOddPFunction>();
-  for (const TTypeTest& test : kTypeTests) {
-    functions.Add(Make<TVerifyTypePFunction>(test.name, test.types));
-  }
 }
 
 }  // namespace reasoner

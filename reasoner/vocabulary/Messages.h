@@ -243,6 +243,8 @@ inline constexpr TMessage<"List index out of bounds (%d)"> SListIndexError;
 inline constexpr TMessage<"Shared constant cannot be changed: %s"> SSharedConstant;
 inline constexpr TMessage<"Network is busy: %s"> SNetworkBusy;
 inline constexpr TMessage<"Division by zero in %s function call"> SDivisionByZero;
+inline constexpr TMessage<"Invalid argument for %s function call: %s"> SInvalidArgument;
+inline constexpr TMessage<"Floating point overflow in %s function call"> SFloatOverflow;
 inline constexpr TMessage<"Integer overflow in %s function call: %s"> SIntegerOverflow;
 inline constexpr TMessage<"Invalid format: %s"> SInvalidFormat;
 inline constexpr TMessage<"Nested too deeply: %s"> SNestedTooDeeply;
