@@ -168,7 +168,7 @@ class TExptFunction final : public TRealPairFunction<TExptFunction> {
 
   // A power of 0 with a negative exponent is a pole.
   static double Compute(double base, double exponent) {
-    return base == 0 && exponent < 0 ? std::nan("") : std::pow(base, exponent);
+    return base == 0 && exponent < 0 ? kNoValue : std::pow(base, exponent);
   }
 };
 
@@ -204,7 +204,7 @@ class TLogFunction final : public TRealFunction<TLogFunction> {
       .arguments = Exactly(1),
       .comment = "Returns the natural log of the <numeric-expression>"};
 
-  static double Compute(double x) { return x == 0 ? std::nan("") : std::log(x); }
+  static double Compute(double x) { return x == 0 ? kNoValue : std::log(x); }
 };
 
 class TLog10Function final : public TRealFunction<TLog10Function> {
@@ -215,7 +215,7 @@ class TLog10Function final : public TRealFunction<TLog10Function> {
       .arguments = Exactly(1),
       .comment = "Returns the log base 10 of the <numeric-expression>"};
 
-  static double Compute(double x) { return x == 0 ? std::nan("") : std::log10(x); }
+  static double Compute(double x) { return x == 0 ? kNoValue : std::log10(x); }
 };
 
 class TMaxFunction final : public TExtremeFunction<TMaxFunction> {

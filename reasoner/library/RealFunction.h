@@ -7,10 +7,13 @@
 #pragma once
 
 #include <cmath>
+#include <limits>
 
 #include "reasoner/library/Builtin.h"
 
 namespace reasoner {
+
+inline constexpr double kNoValue = std::numeric_limits<double>::quiet_NaN();
 
 [[noreturn]] void RaiseInvalidArgument(const IFunCall& fun_call, const IKBValue& argument);
 
@@ -22,7 +25,7 @@ void CheckOverflow(double number, bool finite_arguments, const IFunCall& fun_cal
 Ref<IKBValue> NewResult(double number, const IFunCall& fun_call, const IKBValue& argument);
 
 // One over a number, without a value at 0.
-inline double Reciprocal(double number) { return number == 0 ? std::nan("") : 1 / number; }
+inline double Reciprocal(double number) { return number == 0 ? kNoValue : 1 / number; }
 
 template <class TSelf>
 class TRealFunction : public TBuiltinFunction<TSelf> {

@@ -244,6 +244,7 @@ inline constexpr TMessage<"Shared constant cannot be changed: %s"> SSharedConsta
 inline constexpr TMessage<"Network is busy: %s"> SNetworkBusy;
 inline constexpr TMessage<"Division by zero in %s function call"> SDivisionByZero;
 inline constexpr TMessage<"Invalid argument for %s function call: %s"> SInvalidArgument;
+inline constexpr TMessage<"Invalid payment time: %s"> SInvalidPaymentTime;
 inline constexpr TMessage<"Floating point overflow in %s function call"> SFloatOverflow;
 inline constexpr TMessage<"Integer overflow in %s function call: %s"> SIntegerOverflow;
 inline constexpr TMessage<"Invalid format: %s"> SInvalidFormat;
