@@ -50,7 +50,6 @@ class TDescribedFunction : public TKBUserFunction {
   // Takes over all words of a function that no engine knows yet.
   void Describe(const TFunctionInfo& info);
 
- private:
   std::string_view example_;  // these two live as long as the program
   std::string_view prelude_;
 };

@@ -82,7 +82,8 @@ class TAbsFunction final : public TBuiltinFunction<TAbsFunction> {
   static constexpr TFunctionInfo kInfo{.name = "abs",
                                        .syntax = " <numeric-expression>",
                                        .arguments = Exactly(1),
-                                       .comment = "Returns the absolute value of the argument"};
+                                       .comment = "Returns the absolute value of the argument",
+                                       .example = "(abs -3.5)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Ref<IKBValue> value = EvaluateArgument(fun_call, 0, context);
@@ -107,7 +108,8 @@ class TIntegerDivideFunction final : public TBuiltinFunction<TIntegerDivideFunct
       .arguments = AtLeast(1),
       .comment =
           "Returns the value of the first argument integer divided (i.e., fractions are dropped) "
-          "by each of the subsequent arguments (arg0 div arg1 div arg2...)"};
+          "by each of the subsequent arguments (arg0 div arg1 div arg2...)",
+      .example = "(div 17 5)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     std::int64_t quotient = IntegerArgument(fun_call, 0, context);
@@ -128,7 +130,8 @@ class TDivideFunction final : public TBuiltinFunction<TDivideFunction> {
       .arguments = AtLeast(1),
       .comment =
           "Returns the value of the first argument divided by each of the subsequent arguments "
-          "(arg0 / arg1 / arg2...)"};
+          "(arg0 / arg1 / arg2...)",
+      .example = "(/ 7 2)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     double quotient = NumericArgument(fun_call, 0, context);
@@ -152,7 +155,8 @@ class TExpFunction final : public TRealFunction<TExpFunction> {
       .arguments = Exactly(1),
       .comment =
           "Returns the value of e raised to the power of <numeric-expression>, where e is the base "
-          "of the natural logarithms"};
+          "of the natural logarithms",
+      .example = "(exp 1)"};
 
   static double Compute(double x) { return std::exp(x); }
 };
@@ -164,7 +168,8 @@ class TExptFunction final : public TRealPairFunction<TExptFunction> {
       .syntax = " <numeric-expression> <numeric-expression>",
       .arguments = Exactly(2),
       .comment =
-          "Returns the value of the first argument raised to the power of the second argument"};
+          "Returns the value of the first argument raised to the power of the second argument",
+      .example = "(** 2 10)"};
 
   // A power of 0 with a negative exponent is a pole.
   static double Compute(double base, double exponent) {
@@ -178,7 +183,8 @@ class TFloatFunction final : public TRealFunction<TFloatFunction> {
       .name = "float",
       .syntax = " <numeric-expression>",
       .arguments = Exactly(1),
-      .comment = "Returns the <numeric-argument> converted to type float"};
+      .comment = "Returns the <numeric-argument> converted to type float",
+      .example = "(float 3)"};
 
   static double Compute(double x) { return x; }
 };
@@ -189,7 +195,8 @@ class TIntegerFunction final : public TBuiltinFunction<TIntegerFunction> {
       .name = "integer",
       .syntax = " <numeric-expression>",
       .arguments = Exactly(1),
-      .comment = "Returns the <numeric-argument> converted to type integer"};
+      .comment = "Returns the <numeric-argument> converted to type integer",
+      .example = "(integer -2.7)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     result = NewInteger(IntegerArgument(fun_call, 0, context));
@@ -202,7 +209,8 @@ class TLogFunction final : public TRealFunction<TLogFunction> {
       .name = "log",
       .syntax = " <numeric-expression>",
       .arguments = Exactly(1),
-      .comment = "Returns the natural log of the <numeric-expression>"};
+      .comment = "Returns the natural log of the <numeric-expression>",
+      .example = "(log 10)"};
 
   static double Compute(double x) { return x == 0 ? kNoValue : std::log(x); }
 };
@@ -213,7 +221,8 @@ class TLog10Function final : public TRealFunction<TLog10Function> {
       .name = "log10",
       .syntax = " <numeric-expression>",
       .arguments = Exactly(1),
-      .comment = "Returns the log base 10 of the <numeric-expression>"};
+      .comment = "Returns the log base 10 of the <numeric-expression>",
+      .example = "(log10 1000)"};
 
   static double Compute(double x) { return x == 0 ? kNoValue : std::log10(x); }
 };
@@ -224,7 +233,8 @@ class TMaxFunction final : public TExtremeFunction<TMaxFunction> {
       .name = "max",
       .syntax = " <numeric-expression>+",
       .arguments = AtLeast(1),
-      .comment = "Returns the value of the maximum or largest argument"};
+      .comment = "Returns the value of the maximum or largest argument",
+      .example = "(max 3 7.5 2)"};
 
   static bool Better(double number, double best) { return number > best; }
 };
@@ -235,7 +245,8 @@ class TMinFunction final : public TExtremeFunction<TMinFunction> {
       .name = "min",
       .syntax = " <numeric-expression>+",
       .arguments = AtLeast(1),
-      .comment = "Returns the value of the minimum or smallest argument"};
+      .comment = "Returns the value of the minimum or smallest argument",
+      .example = "(min 3 7.5 2)"};
 
   static bool Better(double number, double best) { return number < best; }
 };
@@ -247,7 +258,8 @@ class TMinusFunction final : public TRunningFunction<TMinusFunction> {
                                        .arguments = AtLeast(1),
                                        .comment =
                                            "Returns the value of the first argument minus each of "
-                                           "the subsequent arguments (arg0 - arg1 - arg2...)"};
+                                           "the subsequent arguments (arg0 - arg1 - arg2...)",
+                                       .example = "(- 10 3 2)"};
 
   // One argument comes back as it is: there is no negation.
   static constexpr double kStart = 0;
@@ -261,7 +273,8 @@ class TModFunction final : public TBuiltinFunction<TModFunction> {
       .name = "mod",
       .syntax = " <integer-expression> <integer-expression>",
       .arguments = Exactly(2),
-      .comment = "Returns the value of the first argument MOD the second argument"};
+      .comment = "Returns the value of the first argument MOD the second argument",
+      .example = "(mod -7 3)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const std::int64_t dividend = IntegerArgument(fun_call, 0, context);
@@ -273,8 +286,11 @@ class TModFunction final : public TBuiltinFunction<TModFunction> {
 
 class TPiFunction final : public TBuiltinFunction<TPiFunction> {
  public:
-  static constexpr TFunctionInfo kInfo{
-      .name = "PI", .syntax = "", .arguments = Exactly(0), .comment = "Returns the value of PI"};
+  static constexpr TFunctionInfo kInfo{.name = "PI",
+                                       .syntax = "",
+                                       .arguments = Exactly(0),
+                                       .comment = "Returns the value of PI",
+                                       .example = "(PI)"};
 
   void Call(const IFunCall&, TKBContext&, Ref<IKBValue>& result) override { result = FCPI; }
 };
@@ -285,7 +301,8 @@ class TPlusFunction final : public TRunningFunction<TPlusFunction> {
       .name = "+",
       .syntax = " <numeric-expression>+",
       .arguments = AtLeast(0),
-      .comment = "Returns a value that is the sum of all the arguments"};
+      .comment = "Returns a value that is the sum of all the arguments",
+      .example = "(+ 1 2 3.5)"};
 
   static constexpr double kStart = 0;
   static constexpr bool kStartsWithFirst = false;
@@ -301,7 +318,9 @@ class TRandomFunction final : public TBuiltinFunction<TRandomFunction> {
       .comment =
           "Returns a random number between <from-integer-expression> and <to-integer-expression>.  "
           "If only one argument is specified, a number between 0 and the <to-integer-expression> "
-          "is returned.  If NO arguments are specified, a number between 0 and 65535 is returned"};
+          "is returned.  If NO arguments are specified, a number between 0 and 65535 is returned",
+      .example = "(random 1 6)",
+      .prelude = "(seed 42)"};
 
   // The second of two arguments is the width of the range, not its upper end.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
@@ -332,7 +351,8 @@ class TRandomizeFunction final : public TBuiltinFunction<TRandomizeFunction> {
       .arguments = Between(0, 1),
       .comment =
           "Sets the random number generator seed.  If no argument is given, the seed is set "
-          "randomly from the system clock"};
+          "randomly from the system clock",
+      .example = "(randomize 42)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     if (fun_call.GetArgumentCount() > 0) {
@@ -351,7 +371,8 @@ class TRoundFunction final : public TBuiltinFunction<TRoundFunction> {
       .name = "round",
       .syntax = " <numeric-expression>",
       .arguments = Exactly(1),
-      .comment = "Returns the <numeric-argument> rounded to the nearest integer"};
+      .comment = "Returns the <numeric-argument> rounded to the nearest integer",
+      .example = "(round 2.5)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     result = NewRounded(NumericArgument(fun_call, 0, context), fun_call);
@@ -364,7 +385,8 @@ class TSeedFunction final : public TBuiltinFunction<TSeedFunction> {
       .name = "seed",
       .syntax = " <integer-expression>",
       .arguments = Exactly(1),
-      .comment = "Sets the random number generator seed to the argument"};
+      .comment = "Sets the random number generator seed to the argument",
+      .example = "(seed 42)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     SeedFromArgument(fun_call, context);
@@ -378,7 +400,8 @@ class TSqrtFunction final : public TRealFunction<TSqrtFunction> {
       .name = "sqrt",
       .syntax = " <numeric-expression>",
       .arguments = Exactly(1),
-      .comment = "Returns the square root of the <numeric-expression>"};
+      .comment = "Returns the square root of the <numeric-expression>",
+      .example = "(sqrt 2)"};
 
   static double Compute(double x) { return std::sqrt(x); }
 };
@@ -389,7 +412,8 @@ class TTimesFunction final : public TRunningFunction<TTimesFunction> {
       .name = "*",
       .syntax = " <numeric-expression>+",
       .arguments = AtLeast(0),
-      .comment = "Returns a value that is the product of all the arguments"};
+      .comment = "Returns a value that is the product of all the arguments",
+      .example = "(* 6 7)"};
 
   static constexpr double kStart = 1;
   static constexpr bool kStartsWithFirst = false;
