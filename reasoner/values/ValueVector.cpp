@@ -17,24 +17,19 @@ void TValueVector::MakeConstant() noexcept {
   MakeImmortal();
 }
 
-void TValueVector::MoveToNewPlaces() {
-  const Ref<TPlaces> places = Make<TPlaces>();
-  places->cells.assign(begin(), end());
-  places_ = places;
+Ref<TValueVector::TPlaces> TValueVector::Leave() {
+  if (!shared_) return nullptr;
+  std::vector<Ref<IKBValue>> cells(begin(), end());
+  cells_.swap(cells);
   first_ = 0;
-}
-
-std::vector<Ref<IKBValue>>& TValueVector::Own() {
-  CheckChangeable();
-  if (!places_ || first_ > 0 || places_->GetRefCount() > 1) MoveToNewPlaces();
-  return places_->cells;
+  return std::move(shared_);
 }
 
 void TValueVector::SetItem(std::int32_t index, const Ref<IKBValue>& value) {
   CheckChangeable();
   CheckIndex(index);
-  Ref<IKBValue> kept = value;  // it may lie in the places that this list is to leave
-  std::swap(Own()[static_cast<std::size_t>(index)], kept);
+  const Ref<TPlaces> left = Leave();
+  cells_[static_cast<std::size_t>(index)] = value;
 }
 
 std::int32_t TValueVector::IndexOf(const IKBValue& value) const {
@@ -46,24 +41,24 @@ std::int32_t TValueVector::IndexOf(const IKBValue& value) const {
 }
 
 std::int32_t TValueVector::Add(const Ref<IKBValue>& value) {
-  Ref<IKBValue> kept = value;
-  Own().push_back(std::move(kept));
+  CheckChangeable();
+  const Ref<TPlaces> left = Leave();
+  cells_.push_back(value);
   return GetValueCount() - 1;
 }
 
 void TValueVector::Insert(std::int32_t index, const Ref<IKBValue>& value) {
   CheckChangeable();
   if (index < 0 || index > GetValueCount()) RaiseIndexError(index);
-  Ref<IKBValue> kept = value;
-  std::vector<Ref<IKBValue>>& cells = Own();
-  cells.insert(cells.begin() + index, std::move(kept));
+  const Ref<TPlaces> left = Leave();
+  cells_.insert(cells_.begin() + index, value);
 }
 
 void TValueVector::Delete(std::int32_t index) {
   CheckChangeable();
   const Ref<IKBValue> doomed = GetItem(index);  // ends after the list is whole again
-  std::vector<Ref<IKBValue>>& cells = Own();
-  cells.erase(cells.begin() + index);
+  Leave();
+  cells_.erase(cells_.begin() + index);
 }
 
 std::int32_t TValueVector::Remove(const IKBValue& value) {
@@ -73,33 +68,37 @@ std::int32_t TValueVector::Remove(const IKBValue& value) {
 }
 
 void TValueVector::Append(const TValueVector& list) {
-  std::vector<Ref<IKBValue>>& cells = Own();
+  CheckChangeable();
+  Leave();
   const std::int32_t count = list.GetValueCount();  // the list may be this one
   for (std::int32_t i = 0; i < count; ++i) {
-    Ref<IKBValue> kept = list.GetItem(i);
-    cells.push_back(std::move(kept));
+    const Ref<IKBValue> value = list.GetItem(i);
+    cells_.push_back(value);
   }
 }
 
 void TValueVector::Clear() {
   CheckChangeable();
-  const Ref<TPlaces> doomed = std::move(places_);
+  const Ref<TPlaces> left = std::move(shared_);
   first_ = 0;
+  std::vector<Ref<IKBValue>> doomed;
+  doomed.swap(cells_);
 }
 
 void TValueVector::Reserve(std::int32_t count) {
-  if (count > GetValueCount()) Own().reserve(static_cast<std::size_t>(count));
+  Leave();
+  cells_.reserve(static_cast<std::size_t>(count));
 }
 
 void TValueVector::Assign(const TValueVector& source) {
   if (&source == this) return;
   CheckChangeable();
-  const Ref<TPlaces> places = Make<TPlaces>();
-  places->cells.reserve(static_cast<std::size_t>(source.GetValueCount()));
-  for (const Ref<IKBValue>& value : source)
-    places->cells.push_back(value ? value->Clone() : nullptr);
-  places_ = places;
+  std::vector<Ref<IKBValue>> cells;
+  cells.reserve(static_cast<std::size_t>(source.GetValueCount()));
+  for (const Ref<IKBValue>& value : source) cells.push_back(value ? value->Clone() : nullptr);
+  const Ref<TPlaces> left = std::move(shared_);
   first_ = 0;
+  cells_.swap(cells);
   tag_ = source.tag_;
 }
 
@@ -111,11 +110,15 @@ Ref<IValueVector> TValueVector::Clone() const {
 
 Ref<IValueVector> TValueVector::Rest() {
   Ref<IValueVector> rest = NewVector();
-  if (GetValueCount() <= 1) return rest;
-  if (first_ + 1 > places_->cells.size() / 2 && first_ > 0) MoveToNewPlaces();
-  rest->places_ = places_;
-  rest->first_ = first_ + 1;
   rest->tag_ = tag_;
+  if (GetValueCount() <= 1) return rest;
+  if (first_ + 1 > Cells().size() / 2) Leave();
+  if (!shared_) {
+    shared_ = Make<TPlaces>();
+    shared_->cells.swap(cells_);
+  }
+  rest->shared_ = shared_;
+  rest->first_ = first_ + 1;
   return rest;
 }
 

@@ -1,9 +1,9 @@
 // TValueVector: the multifield, a list of cells; the payload of a dtList cell.
 //
-// Its members stand in counted places. A list and its rest, which begins one member further on,
-// share them; whichever of the two is changed first takes places of its own. So a walk along a list
-// by its rests costs a step for each member. When more than half of the places lie in front of a
-// rest, the list moves to new places: what keeps a short rest does not keep a long list.
+// A list and its rest, which begins one member further on, share the places of their members;
+// whichever of the two is changed first takes places of its own. So a walk along a list by its
+// rests costs a step for each member. When more than half of the places lie in front of a rest, the
+// list moves to new places: what keeps a short rest does not keep a long list.
 
 #pragma once
 
@@ -24,11 +24,11 @@ class TValueVector final : public ICloneable, public Pooled {
   TValueVector() = default;
 
   std::int32_t GetValueCount() const noexcept {
-    return places_ ? static_cast<std::int32_t>(places_->cells.size() - first_) : 0;
+    return static_cast<std::int32_t>(Cells().size() - first_);
   }
   const Ref<IKBValue>& GetItem(std::int32_t index) const {
     CheckIndex(index);
-    return places_->cells[first_ + static_cast<std::size_t>(index)];
+    return Cells()[first_ + static_cast<std::size_t>(index)];
   }
   void SetItem(std::int32_t index, const Ref<IKBValue>& value);
   const Ref<IKBValue>& First() const { return GetItem(0); }
@@ -64,10 +64,9 @@ class TValueVector final : public ICloneable, public Pooled {
 
   using TConstIterator = std::vector<Ref<IKBValue>>::const_iterator;
   TConstIterator begin() const noexcept {
-    return places_ ? places_->cells.begin() + static_cast<std::ptrdiff_t>(first_)
-                   : TConstIterator();
+    return Cells().begin() + static_cast<std::ptrdiff_t>(first_);
   }
-  TConstIterator end() const noexcept { return places_ ? places_->cells.end() : TConstIterator(); }
+  TConstIterator end() const noexcept { return Cells().end(); }
 
   // For FCNilList: changing its vector raises from now on.
   void MakeConstant() noexcept;
@@ -82,12 +81,16 @@ class TValueVector final : public ICloneable, public Pooled {
   }
   [[noreturn]] static void RaiseIndexError(std::int32_t index);
   void CheckChangeable() const;
-  // The places, after a check that the list may be changed, and made this list's alone.
-  std::vector<Ref<IKBValue>>& Own();
-  void MoveToNewPlaces();
+  const std::vector<Ref<IKBValue>>& Cells() const noexcept {
+    return shared_ ? shared_->cells : cells_;
+  }
+  // Gives the list places of its own. The answer, the places that it has left, keeps alive what a
+  // caller refers to there.
+  Ref<TPlaces> Leave();
 
-  Ref<TPlaces> places_;    // null only while the list is empty
-  std::size_t first_ = 0;  // the place of the first member
+  std::vector<Ref<IKBValue>> cells_;  // empty while the places are shared
+  Ref<TPlaces> shared_;
+  std::size_t first_ = 0;  // the place of the first member; 0 in places of its own
   std::int32_t tag_ = 0;
   bool constant_ = false;
 };
