@@ -19,6 +19,8 @@ const char* const kUsage =
     "  --strategy NAME   orders rules of equal salience: depth (the default) or breadth\n"
     "  --watch LIST      reports what happens; LIST is one or more of facts, rules, activations,\n"
     "                    compilations, statistics and all, with commas between them\n"
+    "  --function-reference\n"
+    "                    prints a reference of all built-in functions as Markdown and ends\n"
     "  --version         prints the version and ends\n"
     "  --help            prints this text and ends\n"
     "\n"
@@ -93,6 +95,8 @@ Options ReadOptions(const std::vector<std::string>& arguments) {
       options.strategy = ReadStrategy(value());
     } else if (name == "--watch") {
       options.watch += ReadWatches(value());
+    } else if (name == "--function-reference") {
+      options.function_reference = true;
     } else if (name == "--version") {
       options.version = true;
     } else if (name == "--help" || name == "-h") {

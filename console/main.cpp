@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "console/FunctionReference.h"
 #include "console/Options.h"
 #include "console/Terminal.h"
 #include "reasoner/engine/Reasoner.h"
@@ -109,6 +110,15 @@ static void LoadSources(TReasoner& engine, Terminal& terminal, const Options& op
   }
 }
 
+static int PrintFunctionReference() {
+  try {
+    return std::fputs(FunctionReference().c_str(), stdout) < 0 ? kFailure : kSuccess;
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "reasoner: %s\n", failure.what());
+    return kFailure;
+  }
+}
+
 static int Main(const std::vector<std::string>& arguments) {
   Options options;
   try {
@@ -119,6 +129,8 @@ static int Main(const std::vector<std::string>& arguments) {
   }
   if (options.help) return std::fputs(kUsage, stdout) < 0 ? kFailure : kSuccess;
   if (options.version) return std::puts("reasoner " REASONER_VERSION) < 0 ? kFailure : kSuccess;
+
+  if (options.function_reference) return PrintFunctionReference();
 
   Terminal terminal;
   TReasoner engine;

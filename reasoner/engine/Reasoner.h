@@ -42,6 +42,7 @@
 #include "reasoner/match/ReteNetwork.h"
 #include "reasoner/support/Component.h"
 #include "reasoner/support/Depth.h"
+#include "reasoner/support/Random.h"
 #include "reasoner/vocabulary/KBInterfaces.h"
 
 namespace reasoner {
@@ -270,6 +271,8 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   TReteNetwork& GetReteNetwork() noexcept { return *network_; }
   TKBParser& GetParser() noexcept { return *parser_; }
   TKBContext& GetContext() noexcept override { return *context_; }
+  // The numbers that `random` gives. A new engine starts with seed 0.
+  TRandom& GetRandom() noexcept { return random_; }
 
   // Settings.
   TDuplicateConstructs DuplicateConstructs = dcOverwrite;
@@ -559,6 +562,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   std::int32_t kept_fact_id_ = -1;  // what the next fact brings as its id
   std::int32_t next_rule_id_ = 0;
   std::int32_t symbol_index_ = 0;
+  TRandom random_;
   std::int32_t max_depth_ = kDefaultMaxDepth;
   TSearchStrategy strategy_ = ssDepthFirst;
   bool halted_ = false;

@@ -28,6 +28,10 @@ class TKBUserFunction : public IInterface {
   const std::string& GetArgumentString() const noexcept { return argument_string_; }
   virtual std::int32_t GetMinArgumentCount() const noexcept { return min_arguments_; }
   virtual std::int32_t GetMaxArgumentCount() const noexcept { return max_arguments_; }
+  // For the function reference: a call whose result shows what the function does, and expressions
+  // to be read before it. Empty where there are none.
+  virtual std::string_view GetExample() const { return {}; }
+  virtual std::string_view GetExamplePrelude() const { return {}; }
 
   // Moves the function to its new name in every engine that has it.
   virtual void SetFunctionName(std::string_view name);

@@ -12,6 +12,8 @@ void TDescribedFunction::Describe(const TFunctionInfo& info) {
   comment_ = info.comment;
   min_arguments_ = info.arguments.min;
   max_arguments_ = info.arguments.max;
+  example_ = info.example;
+  prelude_ = info.prelude;
 }
 
 TReasoner& EngineOf(const TKBContext& context) {

@@ -35,12 +35,23 @@ struct TFunctionInfo {
   std::string_view syntax;  // arguments as the help shows them, each as "<name>"
   TArgumentCount arguments;
   std::string_view comment;
+  // For the function reference: a call that shows what the function does, and what must have been
+  // read before it.
+  std::string_view example = {};
+  std::string_view prelude = {};
 };
 
 class TDescribedFunction : public TKBUserFunction {
+ public:
+  std::string_view GetExample() const override { return example_; }
+  std::string_view GetExamplePrelude() const override { return prelude_; }
+
  protected:
   // Takes over all words of a function that no engine knows yet.
   void Describe(const TFunctionInfo& info);
+
+  std::string_view example_;  // these two live as long as the program
+  std::string_view prelude_;
 };
 
 // The base of all built-in functions of one name: takes the words from `kInfo` of the class.

@@ -14,7 +14,8 @@ class TAndFunction final : public TBuiltinFunction<TAndFunction> {
       .name = "and",
       .syntax = " <expression>*",
       .arguments = AtLeast(0),
-      .comment = "Returns TRUE if every argument evaluates to TRUE, FALSE otherwise"};
+      .comment = "Returns TRUE if every argument evaluates to TRUE, FALSE otherwise",
+      .example = "(and TRUE (> 2 1))"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     for (std::int32_t i = 0; i < fun_call.GetArgumentCount(); ++i) {
@@ -32,7 +33,8 @@ class TOrFunction final : public TBuiltinFunction<TOrFunction> {
       .name = "or",
       .syntax = " <expression>*",
       .arguments = AtLeast(0),
-      .comment = "Returns TRUE if any argument evaluates to TRUE, FALSE otherwise"};
+      .comment = "Returns TRUE if any argument evaluates to TRUE, FALSE otherwise",
+      .example = "(or FALSE (> 2 1))"};
 
   // Only TRUE counts as true here: (or 1) is FALSE, although (and 1) is TRUE.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
@@ -51,7 +53,8 @@ class TNotFunction final : public TBuiltinFunction<TNotFunction> {
       .name = "not",
       .syntax = " <expression>",
       .arguments = Exactly(1),
-      .comment = "Returns TRUE if the argument evaluates to FALSE, otherwise it returns FALSE"};
+      .comment = "Returns TRUE if the argument evaluates to FALSE, otherwise it returns FALSE",
+      .example = "(not (> 2 1))"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     result = BooleanValue(IsFalse(*EvaluateArgument(fun_call, 0, context)));
@@ -80,7 +83,8 @@ class TEqFunction final : public TFirstWithEach<TEqFunction> {
                                        .arguments = AtLeast(1),
                                        .comment =
                                            "Returns TRUE if the first argument equals (in type and "
-                                           "value) all of the following arguments"};
+                                           "value) all of the following arguments",
+                                       .example = "(eq a a a)"};
 
   static bool Holds(const IKBValue& a, const IKBValue& b) { return a.Equals(b); }
 };
@@ -93,7 +97,8 @@ class TEqStarFunction final : public TFirstWithEach<TEqStarFunction> {
       .arguments = AtLeast(1),
       .comment =
           "Returns TRUE if the first argument equals (in value) all of the following arguments.  "
-          "Note that the types may differ"};
+          "Note that the types may differ",
+      .example = "(eq* 1 1.0)"};
 
   static bool Holds(const IKBValue& a, const IKBValue& b) { return a.EqualsStar(b); }
 };
@@ -104,7 +109,8 @@ class TNeqFunction final : public TFirstWithEach<TNeqFunction> {
       .name = "neq",
       .syntax = " <expression> <expression>*",
       .arguments = AtLeast(1),
-      .comment = "Returns TRUE if the first argument equals none of the following arguments"};
+      .comment = "Returns TRUE if the first argument equals none of the following arguments",
+      .example = "(neq a b c)"};
 
   static bool Holds(const IKBValue& a, const IKBValue& b) { return !a.Equals(b); }
 };
@@ -131,7 +137,8 @@ class TEqualsFunction final : public TFirstNumberWithEach<TEqualsFunction> {
                                        .arguments = AtLeast(1),
                                        .comment =
                                            "Returns TRUE if the first numeric argument equals all "
-                                           "of the following numeric arguments"};
+                                           "of the following numeric arguments",
+                                       .example = "(= 1 1.0)"};
 
   static bool Holds(double a, double b) { return a == b; }
 };
@@ -143,7 +150,8 @@ class TNotEqualsFunction final : public TFirstNumberWithEach<TNotEqualsFunction>
                                        .arguments = AtLeast(1),
                                        .comment =
                                            "Returns TRUE if the numeric first argument equals none "
-                                           "of the following numeric arguments"};
+                                           "of the following numeric arguments",
+                                       .example = "(<> 1 2 3)"};
 
   static bool Holds(double a, double b) { return a != b; }
 };
@@ -172,7 +180,8 @@ class TGtFunction final : public TChainFunction<TGtFunction> {
       .name = ">",
       .syntax = " <numeric-expression> <numeric-expression>+",
       .arguments = AtLeast(2),
-      .comment = "Returns TRUE if, for all arguments, argument n is greater than argument n + 1"};
+      .comment = "Returns TRUE if, for all arguments, argument n is greater than argument n + 1",
+      .example = "(> 3 2 1)"};
 
   static bool Holds(double left, double right) { return left > right; }
 };
@@ -184,7 +193,8 @@ class TGtOrEqFunction final : public TChainFunction<TGtOrEqFunction> {
                                        .arguments = AtLeast(2),
                                        .comment =
                                            "Returns TRUE if, for all arguments, argument n is "
-                                           "greater than or equal to argument n + 1"};
+                                           "greater than or equal to argument n + 1",
+                                       .example = "(>= 3 3 1)"};
 
   static bool Holds(double left, double right) { return left >= right; }
 };
@@ -195,7 +205,8 @@ class TLtFunction final : public TChainFunction<TLtFunction> {
       .name = "<",
       .syntax = " <numeric-expression> <numeric-expression>+",
       .arguments = AtLeast(2),
-      .comment = "Returns TRUE if, for all arguments, argument n is less than argument n + 1"};
+      .comment = "Returns TRUE if, for all arguments, argument n is less than argument n + 1",
+      .example = "(< 1 2 2)"};
 
   static bool Holds(double left, double right) { return left < right; }
 };
@@ -207,7 +218,8 @@ class TLtOrEqFunction final : public TChainFunction<TLtOrEqFunction> {
       .syntax = " <numeric-expression> <numeric-expression>+",
       .arguments = AtLeast(2),
       .comment =
-          "Returns TRUE if, for all arguments, argument n is less than or equal to argument n + 1"};
+          "Returns TRUE if, for all arguments, argument n is less than or equal to argument n + 1",
+      .example = "(<= 1 2 2)"};
 
   static bool Holds(double left, double right) { return left <= right; }
 };
@@ -220,7 +232,8 @@ class TMemberFunction final : public TBuiltinFunction<TMemberFunction> {
       .arguments = AtLeast(2),
       .comment =
           "Returns the index of the argument that matches the first argument, or FALSE if the "
-          "first argument is not found.  The index returned is 0-based"};
+          "first argument is not found.  The index returned is 0-based",
+      .example = "(member b a b c)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Ref<IKBValue> wanted = EvaluateArgument(fun_call, 0, context);

@@ -65,7 +65,8 @@ class TIfFunction final : public TBuiltinFunction<TIfFunction> {
       .comment =
           "Evaluates the first argument.  If the first argument is TRUE, then it executes the "
           "expressions after the \"then\" keyword.  If the first argument is FALSE and the "
-          "\"else\" keyword is present, it executes the expressions after the \"else\" keyword"};
+          "\"else\" keyword is present, it executes the expressions after the \"else\" keyword",
+      .example = "(if (> 2 1) then yes else no)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     if (!WrittenArgument(fun_call, 1).Equals(*FCThen)) {
@@ -112,7 +113,9 @@ class TWhileFunction final : public TBuiltinFunction<TWhileFunction> {
       .comment =
           "Evaluates and executes the expressions in a loop as long as the boolean expression "
           "evaluates to TRUE.  The <boolean-expression> is evaluated BEFORE the start of the loop, "
-          "including the first time"};
+          "including the first time",
+      .example = "(while (< ?n 3) do (printout t ?n \" \") (bind ?n (+ ?n 1)))",
+      .prelude = "(bind ?n 0)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const std::int32_t body = WrittenArgument(fun_call, 1).Equals(*FCDo) ? 2 : 1;
@@ -138,7 +141,8 @@ class TForEachFunction final : public TBuiltinFunction<TForEachFunction> {
           "value of the last statement or the return value if a \"return\" statement was found.  "
           "For example, the statement      (foreach i (create$ red green blue) (bind ?x (str-cat "
           "?i \" color\")) (printout t ?x))\nwill print out\n     red color\n     green color\n    "
-          " blue color\nand return \"blue color\""};
+          " blue color\nand return \"blue color\"",
+      .example = "(foreach x (create$ red green) (str-cat ?x \" color\"))"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Text name = TextArgument(fun_call, 0, context);
@@ -166,7 +170,8 @@ class TTryFunction final : public TBuiltinFunction<TTryFunction> {
           "after the finally keyword (if one exists) and then after the catch keyword (if one "
           "exists).  Either the finally or the catch|except keyword may be optional, but not "
           "both.\n\nNote: if an exception is raised, the exception message will be stored in the "
-          "local variable, ?__ERROR"};
+          "local variable, ?__ERROR",
+      .example = "(try (/ 1 0) catch (str-cat \"caught: \" ?__ERROR))"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const TParts parts = FindParts(fun_call);
@@ -255,7 +260,8 @@ class TThrowFunction final : public TBuiltinFunction<TThrowFunction> {
       .comment =
           "Raises an exception with the message equal to the <lexeme-expression>.  Unless the "
           "throw statement is inside a try command, the exception will halt execution of the "
-          "reasoner"};
+          "reasoner",
+      .example = "(try (throw \"too hot\") catch ?__ERROR)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>&) override {
     throw Exception(TextArgument(fun_call, 0, context).str());
@@ -270,7 +276,9 @@ class TReturnFunction final : public TBuiltinFunction<TReturnFunction> {
       .arguments = Exactly(1),
       .comment =
           "Returns the <expression> specified.  The return command forces execution to break out "
-          "of a loop, deffunction, if, or similar structure"};
+          "of a loop, deffunction, if, or similar structure",
+      .example = "(sign -5)",
+      .prelude = "(deffunction sign (?x) (if (< ?x 0) then (return minus)) plus)"};
 
   // The expression is handed up as it is written: the function that returns evaluates it as its
   // last step.
@@ -286,7 +294,8 @@ class TBindFunction final : public TBuiltinFunction<TBindFunction> {
       .name = "bind",
       .syntax = " <variable> <expression>",
       .arguments = Exactly(2),
-      .comment = "Binds a variable to a value and returns the evaluated value"};
+      .comment = "Binds a variable to a value and returns the evaluated value",
+      .example = "(bind ?x (+ 1 2))"};
 
   // The value comes first: (bind ?x (+ ?x 1)) sees the old ?x.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {

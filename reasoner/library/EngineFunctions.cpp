@@ -19,7 +19,8 @@ class TGenSymStarFunction final : public TBuiltinFunction<TGenSymStarFunction> {
       .arguments = Exactly(0),
       .comment =
           "Returns a sequenced symbol of the form \"genX\" where X is an integer.  Repeated calls "
-          "will return monotonically increasing values for X"};
+          "will return monotonically increasing values for X",
+      .example = "(gensym*)"};
 
   void Call(const IFunCall&, TKBContext& context, Ref<IKBValue>& result) override {
     result = NewAtom(EngineOf(context).GenerateSymbol("gen"));
@@ -32,7 +33,8 @@ class TVersionFunction final : public TBuiltinFunction<TVersionFunction> {
       .name = "version",
       .syntax = "",
       .arguments = Exactly(0),
-      .comment = "Returns a floating point number for the reasoner version being executed"};
+      .comment = "Returns a floating point number for the reasoner version being executed",
+      .example = "(version)"};
 
   void Call(const IFunCall&, TKBContext& context, Ref<IKBValue>& result) override {
     result = NewFloat(static_cast<double>(EngineOf(context).GetVersion()));
@@ -70,7 +72,8 @@ class TWatchFunction final : public TBuiltinFunction<TWatchFunction> {
           "force the reasoner to output (using OnPrintOut event) information as they occur\n     "
           "activations - watch rule activations and deletions\n     facts - watch fact assertions "
           "and retractions\n     rules - watch rule additions and removals\n     compilations - "
-          "watch rule compilations\n     statistics - watch execution statistics\n"};
+          "watch rule compilations\n     statistics - watch execution statistics\n",
+      .example = "(watch facts)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Text word = TextArgument(fun_call, 0, context);
@@ -92,7 +95,9 @@ class TUnwatchFunction final : public TBuiltinFunction<TUnwatchFunction> {
           "force the reasoner to output (using OnPrintOut event) information as they occur\n     "
           "activations - watch rule activations and deletions\n     facts - watch fact assertions "
           "and retractions\n     rules - watch rule additions and removals\n     compilations - "
-          "watch rule compilations\n     statistics - watch execution statistics\n"};
+          "watch rule compilations\n     statistics - watch execution statistics\n",
+      .example = "(unwatch facts)",
+      .prelude = "(watch all)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Text word = WrittenArgument(fun_call, 0).GetAsString();
@@ -105,10 +110,16 @@ class TUnwatchFunction final : public TBuiltinFunction<TUnwatchFunction> {
 
 class THaltFunction final : public TBuiltinFunction<THaltFunction> {
  public:
-  static constexpr TFunctionInfo kInfo{.name = "halt",
-                                       .syntax = "",
-                                       .arguments = Exactly(0),
-                                       .comment = "Halts the execution of the reasoner"};
+  static constexpr TFunctionInfo kInfo{
+      .name = "halt",
+      .syntax = "",
+      .arguments = Exactly(0),
+      .comment = "Halts the execution of the reasoner",
+      .example = "(run)",
+      .prelude =
+          "(defrule stop (name ?n) => (printout t \"Only \" ?n crlf) (halt))\n"
+          "(assert (name Ada))\n"
+          "(assert (name Bob))"};
 
   void Call(const IFunCall&, TKBContext& context, Ref<IKBValue>& result) override {
     EngineOf(context).SetHalted(true);
@@ -124,7 +135,11 @@ class TRunFunction final : public TBuiltinFunction<TRunFunction> {
       .arguments = Between(0, 1),
       .comment =
           "Executes the reasoner and returns the number of steps executed.  If the optional "
-          "argument is specified, the reasoner will execute AT MOST <integer-expression> steps"};
+          "argument is specified, the reasoner will execute AT MOST <integer-expression> steps",
+      .example = "(run)",
+      .prelude =
+          "(defrule greet (name ?n) => (printout t \"Hello, \" ?n crlf))\n"
+          "(assert (name Ada))"};
 
   // The count is read as it is written.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
@@ -147,7 +162,9 @@ class TResetFunction final : public TBuiltinFunction<TResetFunction> {
           "global variables are removed.  If the ResetGlobals property of the reasoner is true, "
           "the global variables are reset to their initial values.  Any Fact sets available have "
           "their facts asserted.  Finally, the initial fact is asserted to start the whole "
-          "inference process over again"};
+          "inference process over again",
+      .example = "(reset)",
+      .prelude = "(assert (color red))"};
 
   void Call(const IFunCall&, TKBContext& context, Ref<IKBValue>& result) override {
     EngineOf(context).Reset();
@@ -161,7 +178,11 @@ class TClearFunction final : public TBuiltinFunction<TClearFunction> {
       .name = "clear",
       .syntax = "",
       .arguments = Exactly(0),
-      .comment = "Clears the reasoner of all fact templates, facts, and rules"};
+      .comment = "Clears the reasoner of all fact templates, facts, and rules",
+      .example = "(clear)",
+      .prelude =
+          "(defrule greet (name ?n) => (printout t \"Hello, \" ?n crlf))\n"
+          "(assert (name Ada))"};
 
   void Call(const IFunCall&, TKBContext& context, Ref<IKBValue>& result) override {
     EngineOf(context).Clear();
@@ -174,7 +195,8 @@ class TExitFunction final : public TBuiltinFunction<TExitFunction> {
   static constexpr TFunctionInfo kInfo{.name = "exit",
                                        .syntax = "",
                                        .arguments = Exactly(0),
-                                       .comment = "Immediately stops execution of the reasoner"};
+                                       .comment = "Immediately stops execution of the reasoner",
+                                       .example = "(exit)"};
 
   void Call(const IFunCall&, TKBContext&, Ref<IKBValue>&) override { throw EAbort(); }
 };

@@ -42,7 +42,8 @@ class TAssertFunction final : public TBuiltinFunction<TAssertFunction> {
                                        .arguments = AtLeast(0),
                                        .comment =
                                            "Asserts or adds each fact argument to the fact list.  "
-                                           "The fact index of the last fact added is returned"};
+                                           "The fact index of the last fact added is returned",
+                                       .example = "(assert (color red) (color green))"};
 
   // What is asserted is a clone: the parsed fact is evaluated anew at every call.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
@@ -79,7 +80,8 @@ class TAssertStringFunction final : public TBuiltinFunction<TAssertStringFunctio
       .arguments = AtLeast(1),
       .comment =
           "Asserts or adds each string argument as a fact to the fact list.  The fact index of the "
-          "last fact added is returned"};
+          "last fact added is returned",
+      .example = "(assert-string \"(color red)\")"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     TReasoner& engine = EngineOf(context);
@@ -100,7 +102,9 @@ class TRetractFunction final : public TBuiltinFunction<TRetractFunction> {
       .arguments = AtLeast(1),
       .comment =
           "Retracts facts specified by their fact indices from the fact base.  If the only "
-          "argument is an asterisk (*), all facts are retracted"};
+          "argument is an asterisk (*), all facts are retracted",
+      .example = "(retract ?f)",
+      .prelude = "(bind ?f (assert (color red)))"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     TReasoner& engine = EngineOf(context);
@@ -126,7 +130,9 @@ class TRetractStringFunction final : public TBuiltinFunction<TRetractStringFunct
       .arguments = AtLeast(0),
       .comment =
           "Retracts facts that equal the string arguments from the fact base.  If duplicate facts "
-          "are allowed, only the first fact that matches the string is retracted"};
+          "are allowed, only the first fact that matches the string is retracted",
+      .example = "(retract-string \"(color red)\")",
+      .prelude = "(assert (color red))"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     TReasoner& engine = EngineOf(context);
@@ -194,7 +200,11 @@ class TModifyFunction final : public TBuiltinFunction<TModifyFunction> {
       .arguments = AtLeast(1),
       .comment =
           "Modifies the fact specified by the fact index.  It assigns new values to the slots of "
-          "the facts.  Note that the fact is retracted and then asserted by this function"};
+          "the facts.  Note that the fact is retracted and then asserted by this function",
+      .example = "(modify ?f (days 8))",
+      .prelude =
+          "(deftemplate food (slot name) (slot days (type INTEGER)))\n"
+          "(bind ?f (assert (food (name milk) (days 9))))"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     TReasoner& engine = EngineOf(context);
@@ -212,12 +222,17 @@ class TModifyFunction final : public TBuiltinFunction<TModifyFunction> {
 
 class TDuplicateFunction final : public TBuiltinFunction<TDuplicateFunction> {
  public:
-  static constexpr TFunctionInfo kInfo{.name = "duplicate",
-                                       .syntax = " <fact-index> (<slot-name> <expression>)*",
-                                       .arguments = AtLeast(2),
-                                       .comment =
-                                           "Asserts a duplicated copy of the fact specified by the "
-                                           "fact index, with one or more slot values changed"};
+  static constexpr TFunctionInfo kInfo{
+      .name = "duplicate",
+      .syntax = " <fact-index> (<slot-name> <expression>)*",
+      .arguments = AtLeast(2),
+      .comment =
+          "Asserts a duplicated copy of the fact specified by the "
+          "fact index, with one or more slot values changed",
+      .example = "(duplicate ?f (name butter))",
+      .prelude =
+          "(deftemplate food (slot name) (slot days (type INTEGER)))\n"
+          "(bind ?f (assert (food (name milk) (days 9))))"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     TReasoner& engine = EngineOf(context);
@@ -237,7 +252,11 @@ class TGetSlotValueFunction final : public TBuiltinFunction<TGetSlotValueFunctio
       .name = "get-slot-value",
       .syntax = " <fact-id-expression>|<fact-expression> [<slot-name-expression> ]",
       .arguments = Between(1, 2),
-      .comment = "Returns the value in the fact slot specified by the <slot-name-expression>"};
+      .comment = "Returns the value in the fact slot specified by the <slot-name-expression>",
+      .example = "(get-slot-value ?f days)",
+      .prelude =
+          "(deftemplate food (slot name) (slot days (type INTEGER)))\n"
+          "(bind ?f (assert (food (name milk) (days 9))))"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Ref<IFact> fact = FindFact(*EvaluateArgument(fun_call, 0, context), context);
@@ -281,7 +300,8 @@ class TGetFactDuplicationFunction final : public TBuiltinFunction<TGetFactDuplic
       .comment =
           "Returns the boolean value for the current state of the fact duplication behavior.  If "
           "this function returns FALSE, duplicate facts may be asserted into the fact list.  If "
-          "value is TRUE, duplicate facts are ignored"};
+          "value is TRUE, duplicate facts are ignored",
+      .example = "(get-fact-duplication)"};
 
   void Call(const IFunCall&, TKBContext& context, Ref<IKBValue>& result) override {
     result = IgnoresDuplicates(EngineOf(context));
@@ -298,7 +318,8 @@ class TSetFactDuplicationFunction final : public TBuiltinFunction<TSetFactDuplic
           "Sets the fact duplication behavior to the <boolean-expression> and returns the previous "
           "value of the behavior.  If fact duplication is set to FALSE, duplicate facts may be "
           "asserted into the fact list.  If fact duplication is set to TRUE, duplicate facts are "
-          "ignored"};
+          "ignored",
+      .example = "(set-fact-duplication FALSE)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     TReasoner& engine = EngineOf(context);

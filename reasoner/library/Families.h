@@ -19,6 +19,8 @@ void AddIOFunctions(TUserFunctionList& functions);
 void AddMathFunctions(TUserFunctionList& functions);
 void AddPredicateFunctions(TUserFunctionList& functions);
 void AddStringFunctions(TUserFunctionList& functions);
+void AddTrigonometryFunctions(TUserFunctionList& functions);
+void AddBusinessFunctions(TUserFunctionList& functions);
 void AddListingFunctions(TUserFunctionList& functions);
 
 }  // namespace reasoner

@@ -22,7 +22,8 @@ class TPrintOutFunction final : public TBuiltinFunction<TPrintOutFunction> {
       .arguments = AtLeast(0),
       .comment =
           "Creates a string and outputs it to the device specified by logical name.  The "
-          "subsequent arguments are evaluated and concatenated into one string"};
+          "subsequent arguments are evaluated and concatenated into one string",
+      .example = "(printout t \"2 + 3 = \" (+ 2 3) crlf)"};
 
   // The name of the stream is evaluated last, and all of one call goes out at once.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
@@ -64,7 +65,8 @@ class TFormatFunction final : public TBuiltinFunction<TFormatFunction> {
       .arguments = AtLeast(2),
       .comment =
           "Creates a string and outputs it to the device specified by logical name.  The second "
-          "argument specifies a control string for formatting the evaluated following arguments"};
+          "argument specifies a control string for formatting the evaluated following arguments",
+      .example = "(format t \"%-6s|%5d|%6.2f%n\" abc 42 3.14159)"};
 
   // The format text is read as it is written.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
@@ -92,7 +94,8 @@ class TReadFunction final : public TBuiltinFunction<TReadFunction> {
                                        .arguments = Between(0, 1),
                                        .comment =
                                            "Reads and returns a single field or token from the "
-                                           "device specified by the logical name"};
+                                           "device specified by the logical name",
+                                       .example = "(read)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const std::string name = InputName(fun_call, context);
@@ -109,7 +112,8 @@ class TReadLineFunction final : public TBuiltinFunction<TReadLineFunction> {
       .arguments = Between(0, 1),
       .comment =
           "Reads and returns an entire line from the device specified by the logical name.  If no "
-          "input is available, the function returns EOF"};
+          "input is available, the function returns EOF",
+      .example = "(readline)"};
 
   // An empty line and the end of the input read alike.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
@@ -128,7 +132,8 @@ class TLoadFunction final : public TBuiltinFunction<TLoadFunction> {
   static constexpr TFunctionInfo kInfo{.name = "load",
                                        .syntax = " <filename>",
                                        .arguments = Exactly(1),
-                                       .comment = "Loads the specified file into the reasoner"};
+                                       .comment = "Loads the specified file into the reasoner",
+                                       .example = "(load \"colors.clp\")"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Text file_name = TextArgument(fun_call, 0, context);

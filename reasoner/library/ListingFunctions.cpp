@@ -31,10 +31,15 @@ constexpr std::string_view kTerminal = "t";
 
 class TAgendaFunction final : public TBuiltinFunction<TAgendaFunction> {
  public:
-  static constexpr TFunctionInfo kInfo{.name = "agenda",
-                                       .syntax = "",
-                                       .arguments = Exactly(0),
-                                       .comment = "Displays the rule activations on the agenda"};
+  static constexpr TFunctionInfo kInfo{
+      .name = "agenda",
+      .syntax = "",
+      .arguments = Exactly(0),
+      .comment = "Displays the rule activations on the agenda",
+      .example = "(agenda)",
+      .prelude =
+          "(defrule greet (name ?n) => (printout t \"Hello, \" ?n crlf))\n"
+          "(assert (name Ada))"};
 
   void Call(const IFunCall&, TKBContext& context, Ref<IKBValue>& result) override {
     TReasoner& engine = EngineOf(context);
@@ -55,7 +60,11 @@ class TShowFactsFunction final : public TBuiltinFunction<TShowFactsFunction> {
       .comment =
           "Displays the facts in the fact list.  Facts with fact indices less than "
           "<start-integer-expression> or greater than <end-integer-expression> are not displayed.  "
-          "<max-integer-expression> controls the maximum number of facts that will be listed"};
+          "<max-integer-expression> controls the maximum number of facts that will be listed",
+      .example = "(facts)",
+      .prelude =
+          "(assert (color red))\n"
+          "(assert (color green))"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     TReasoner& engine = EngineOf(context);
@@ -105,7 +114,9 @@ class TShowRulesFunction final : public TBuiltinFunction<TShowRulesFunction> {
       .arguments = Between(0, 1),
       .comment =
           "Displays the rules in the rule base.  <logical-name> specifies the optional logical "
-          "output device to direct the display to"};
+          "output device to direct the display to",
+      .example = "(rules)",
+      .prelude = "(defrule greet (name ?n) => (printout t \"Hello, \" ?n crlf))"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     TReasoner& engine = EngineOf(context);
@@ -120,14 +131,32 @@ class TShowRulesFunction final : public TBuiltinFunction<TShowRulesFunction> {
 
 class TUnDefRuleFunction final : public TBuiltinFunction<TUnDefRuleFunction> {
  public:
-  static constexpr TFunctionInfo kInfo{.name = "undefrule",
-                                       .syntax = " <rule-name>",
-                                       .arguments = Exactly(1),
-                                       .comment = "Deletes the specified rule from the rule base"};
+  static constexpr TFunctionInfo kInfo{
+      .name = "undefrule",
+      .syntax = " <rule-name>",
+      .arguments = Exactly(1),
+      .comment = "Deletes the specified rule from the rule base",
+      .example = "(undefrule greet)",
+      .prelude = "(defrule greet (name ?n) => (printout t \"Hello, \" ?n crlf))"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Text name = TextArgument(fun_call, 0, context);
     result = BooleanValue(EngineOf(context).GetRules().Remove(name));
+  }
+};
+
+class TSetGenFunction final : public TBuiltinFunction<TSetGenFunction> {
+ public:
+  static constexpr TFunctionInfo kInfo{
+      .name = "setgen",
+      .syntax = " <integer-expression>",
+      .arguments = Exactly(1),
+      .comment = "Sets the sequence index used by the gensym and gensym* functions",
+      .example = "(setgen 100)"};
+
+  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
+    EngineOf(context).SetSymbolIndex(IntegerArgument(fun_call, 0, context));
+    result = FCTrue;
   }
 };
 
@@ -182,6 +211,8 @@ class TIsKBStructFunction final : public TDescribedFunction {
       if (row.info.name != name) continue;
       row_ = &row;
       comment_ = row.info.comment;
+      example_ = row.info.example;
+      prelude_ = row.info.prelude;
     }
     TDescribedFunction::SetFunctionName(name);
   }
@@ -194,28 +225,40 @@ class TIsKBStructFunction final : public TDescribedFunction {
   const TRow* row_;
 };
 
-constexpr TFunctionInfo Question(std::string_view name, std::string_view comment) {
-  return {
-      .name = name, .syntax = "<string-expression>", .arguments = Exactly(1), .comment = comment};
+constexpr TFunctionInfo Question(std::string_view name, std::string_view comment,
+                                 std::string_view example, std::string_view prelude = {}) {
+  return {.name = name,
+          .syntax = "<string-expression>",
+          .arguments = Exactly(1),
+          .comment = comment,
+          .example = example,
+          .prelude = prelude};
 }
 
 constexpr std::array<TIsKBStructFunction::TRow, 7> TIsKBStructFunction::kRows{{
-    {skBinding,
-     Question("is-binding", "Returns TRUE if the argument is a binding (variable) name")},
-    {skDefType, Question("is-deftype", "Returns TRUE if the argument is a defined type name")},
-    {skFunction, Question("is-deffunction", "Returns TRUE if the argument is a function name")},
-    {skGlobal, Question("is-defglobal", "Returns TRUE if the argument is a global variable name")},
-    {skRule, Question("is-defrule", "Returns TRUE if the argument is a rule name")},
-    {skFactSet,
-     Question("is-deffacts", "Returns TRUE if the argument is a deffacts (factset) name")},
+    {skBinding, Question("is-binding", "Returns TRUE if the argument is a binding (variable) name",
+                         "(is-binding x)", "(bind ?x 5)")},
+    {skDefType, Question("is-deftype", "Returns TRUE if the argument is a defined type name",
+                         "(is-deftype speed)")},
+    {skFunction, Question("is-deffunction", "Returns TRUE if the argument is a function name",
+                          "(is-deffunction str-cat)")},
+    {skGlobal, Question("is-defglobal", "Returns TRUE if the argument is a global variable name",
+                        "(is-defglobal *limit*)", "(defglobal ?*limit* = 5)")},
+    {skRule,
+     Question("is-defrule", "Returns TRUE if the argument is a rule name", "(is-defrule greet)",
+              "(defrule greet (name ?n) => (printout t \"Hello, \" ?n crlf))")},
+    {skFactSet, Question("is-deffacts", "Returns TRUE if the argument is a deffacts (factset) name",
+                         "(is-deffacts colors)", "(deffacts colors (color red))")},
     {skTemplate, Question("is-deftemplate",
-                          "Returns TRUE if the argument is a deftemplate (fact template) name")},
+                          "Returns TRUE if the argument is a deftemplate (fact template) name",
+                          "(is-deftemplate food)", "(deftemplate food (slot name))")},
 }};
 
 }  // namespace
 
 void AddListingFunctions(TUserFunctionList& functions) {
-  functions.AddNew<TAgendaFunction, TShowFactsFunction, TShowRulesFunction, TUnDefRuleFunction>();
+  functions.AddNew<TAgendaFunction, TShowFactsFunction, TShowRulesFunction, TSetGenFunction,
+                   TUnDefRuleFunction>();
   for (const TIsKBStructFunction::TRow& row : TIsKBStructFunction::kRows) {
     functions.Add(Make<TIsKBStructFunction>(row));
   }

@@ -1,21 +1,20 @@
-// Arithmetic, and tests of a value's type.
+// Arithmetic.
 //
 // Numbers are reckoned as floats of 64 bits. Sums, differences, products, the largest and the
 // smallest are integers unless a float takes part.
 
-#include <algorithm>
-#include <array>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <limits>
 #include <optional>
-#include <random>
 #include <string>
 
+#include "reasoner/engine/Reasoner.h"
 #include "reasoner/functions/UserPackage.h"
 #include "reasoner/library/Builtin.h"
 #include "reasoner/library/Families.h"
+#include "reasoner/library/RealFunction.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -45,12 +44,15 @@ class TRunningFunction : public TBuiltinFunction<TSelf> {
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     double running = TSelf::kStart;
     bool is_float = false;
+    bool finite = true;
     for (std::int32_t i = 0; i < fun_call.GetArgumentCount(); ++i) {
       const Ref<IKBValue> value = EvaluateArgument(fun_call, i, context);
       const double number = value->GetAsNumeric();
       running = i == 0 && TSelf::kStartsWithFirst ? number : TSelf::Combine(running, number);
       is_float = is_float || value->GetDType() == dtFloat;
+      finite = finite && std::isfinite(number);
     }
+    CheckOverflow(running, finite, fun_call);
     const std::optional<std::int32_t> rounded = RoundToInteger(running);
     result = is_float || !rounded ? NewFloat(running) : NewInteger(*rounded);
   }
@@ -75,21 +77,13 @@ class TExtremeFunction : public TBuiltinFunction<TSelf> {
   }
 };
 
-// A function of one number whose result is always a float.
-template <class TSelf>
-class TRealFunction : public TBuiltinFunction<TSelf> {
- public:
-  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    result = NewFloat(TSelf::Compute(NumericArgument(fun_call, 0, context)));
-  }
-};
-
 class TAbsFunction final : public TBuiltinFunction<TAbsFunction> {
  public:
   static constexpr TFunctionInfo kInfo{.name = "abs",
                                        .syntax = " <numeric-expression>",
                                        .arguments = Exactly(1),
-                                       .comment = "Returns the absolute value of the argument"};
+                                       .comment = "Returns the absolute value of the argument",
+                                       .example = "(abs -3.5)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Ref<IKBValue> value = EvaluateArgument(fun_call, 0, context);
@@ -114,7 +108,8 @@ class TIntegerDivideFunction final : public TBuiltinFunction<TIntegerDivideFunct
       .arguments = AtLeast(1),
       .comment =
           "Returns the value of the first argument integer divided (i.e., fractions are dropped) "
-          "by each of the subsequent arguments (arg0 div arg1 div arg2...)"};
+          "by each of the subsequent arguments (arg0 div arg1 div arg2...)",
+      .example = "(div 17 5)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     std::int64_t quotient = IntegerArgument(fun_call, 0, context);
@@ -135,15 +130,19 @@ class TDivideFunction final : public TBuiltinFunction<TDivideFunction> {
       .arguments = AtLeast(1),
       .comment =
           "Returns the value of the first argument divided by each of the subsequent arguments "
-          "(arg0 / arg1 / arg2...)"};
+          "(arg0 / arg1 / arg2...)",
+      .example = "(/ 7 2)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     double quotient = NumericArgument(fun_call, 0, context);
+    bool finite = std::isfinite(quotient);
     for (std::int32_t i = 1; i < fun_call.GetArgumentCount(); ++i) {
       const double divisor = NumericArgument(fun_call, i, context);
       if (divisor == 0) Raise(SDivisionByZero, fun_call.GetName().view());
       quotient /= divisor;
+      finite = finite && std::isfinite(divisor);
     }
+    CheckOverflow(quotient, finite, fun_call);
     result = NewFloat(quotient);
   }
 };
@@ -156,24 +155,25 @@ class TExpFunction final : public TRealFunction<TExpFunction> {
       .arguments = Exactly(1),
       .comment =
           "Returns the value of e raised to the power of <numeric-expression>, where e is the base "
-          "of the natural logarithms"};
+          "of the natural logarithms",
+      .example = "(exp 1)"};
 
   static double Compute(double x) { return std::exp(x); }
 };
 
-class TExptFunction final : public TBuiltinFunction<TExptFunction> {
+class TExptFunction final : public TRealPairFunction<TExptFunction> {
  public:
   static constexpr TFunctionInfo kInfo{
       .name = "**",
       .syntax = " <numeric-expression> <numeric-expression>",
       .arguments = Exactly(2),
       .comment =
-          "Returns the value of the first argument raised to the power of the second argument"};
+          "Returns the value of the first argument raised to the power of the second argument",
+      .example = "(** 2 10)"};
 
-  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    const double base = NumericArgument(fun_call, 0, context);
-    const double exponent = NumericArgument(fun_call, 1, context);
-    result = NewFloat(std::pow(base, exponent));
+  // A power of 0 with a negative exponent is a pole.
+  static double Compute(double base, double exponent) {
+    return base == 0 && exponent < 0 ? kNoValue : std::pow(base, exponent);
   }
 };
 
@@ -183,7 +183,8 @@ class TFloatFunction final : public TRealFunction<TFloatFunction> {
       .name = "float",
       .syntax = " <numeric-expression>",
       .arguments = Exactly(1),
-      .comment = "Returns the <numeric-argument> converted to type float"};
+      .comment = "Returns the <numeric-argument> converted to type float",
+      .example = "(float 3)"};
 
   static double Compute(double x) { return x; }
 };
@@ -194,7 +195,8 @@ class TIntegerFunction final : public TBuiltinFunction<TIntegerFunction> {
       .name = "integer",
       .syntax = " <numeric-expression>",
       .arguments = Exactly(1),
-      .comment = "Returns the <numeric-argument> converted to type integer"};
+      .comment = "Returns the <numeric-argument> converted to type integer",
+      .example = "(integer -2.7)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     result = NewInteger(IntegerArgument(fun_call, 0, context));
@@ -207,9 +209,10 @@ class TLogFunction final : public TRealFunction<TLogFunction> {
       .name = "log",
       .syntax = " <numeric-expression>",
       .arguments = Exactly(1),
-      .comment = "Returns the natural log of the <numeric-expression>"};
+      .comment = "Returns the natural log of the <numeric-expression>",
+      .example = "(log 10)"};
 
-  static double Compute(double x) { return std::log(x); }
+  static double Compute(double x) { return x == 0 ? kNoValue : std::log(x); }
 };
 
 class TLog10Function final : public TRealFunction<TLog10Function> {
@@ -218,9 +221,10 @@ class TLog10Function final : public TRealFunction<TLog10Function> {
       .name = "log10",
       .syntax = " <numeric-expression>",
       .arguments = Exactly(1),
-      .comment = "Returns the log base 10 of the <numeric-expression>"};
+      .comment = "Returns the log base 10 of the <numeric-expression>",
+      .example = "(log10 1000)"};
 
-  static double Compute(double x) { return std::log10(x); }
+  static double Compute(double x) { return x == 0 ? kNoValue : std::log10(x); }
 };
 
 class TMaxFunction final : public TExtremeFunction<TMaxFunction> {
@@ -229,7 +233,8 @@ class TMaxFunction final : public TExtremeFunction<TMaxFunction> {
       .name = "max",
       .syntax = " <numeric-expression>+",
       .arguments = AtLeast(1),
-      .comment = "Returns the value of the maximum or largest argument"};
+      .comment = "Returns the value of the maximum or largest argument",
+      .example = "(max 3 7.5 2)"};
 
   static bool Better(double number, double best) { return number > best; }
 };
@@ -240,7 +245,8 @@ class TMinFunction final : public TExtremeFunction<TMinFunction> {
       .name = "min",
       .syntax = " <numeric-expression>+",
       .arguments = AtLeast(1),
-      .comment = "Returns the value of the minimum or smallest argument"};
+      .comment = "Returns the value of the minimum or smallest argument",
+      .example = "(min 3 7.5 2)"};
 
   static bool Better(double number, double best) { return number < best; }
 };
@@ -252,7 +258,8 @@ class TMinusFunction final : public TRunningFunction<TMinusFunction> {
                                        .arguments = AtLeast(1),
                                        .comment =
                                            "Returns the value of the first argument minus each of "
-                                           "the subsequent arguments (arg0 - arg1 - arg2...)"};
+                                           "the subsequent arguments (arg0 - arg1 - arg2...)",
+                                       .example = "(- 10 3 2)"};
 
   // One argument comes back as it is: there is no negation.
   static constexpr double kStart = 0;
@@ -266,7 +273,8 @@ class TModFunction final : public TBuiltinFunction<TModFunction> {
       .name = "mod",
       .syntax = " <integer-expression> <integer-expression>",
       .arguments = Exactly(2),
-      .comment = "Returns the value of the first argument MOD the second argument"};
+      .comment = "Returns the value of the first argument MOD the second argument",
+      .example = "(mod -7 3)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const std::int64_t dividend = IntegerArgument(fun_call, 0, context);
@@ -278,8 +286,11 @@ class TModFunction final : public TBuiltinFunction<TModFunction> {
 
 class TPiFunction final : public TBuiltinFunction<TPiFunction> {
  public:
-  static constexpr TFunctionInfo kInfo{
-      .name = "PI", .syntax = "", .arguments = Exactly(0), .comment = "Returns the value of PI"};
+  static constexpr TFunctionInfo kInfo{.name = "PI",
+                                       .syntax = "",
+                                       .arguments = Exactly(0),
+                                       .comment = "Returns the value of PI",
+                                       .example = "(PI)"};
 
   void Call(const IFunCall&, TKBContext&, Ref<IKBValue>& result) override { result = FCPI; }
 };
@@ -290,26 +301,13 @@ class TPlusFunction final : public TRunningFunction<TPlusFunction> {
       .name = "+",
       .syntax = " <numeric-expression>+",
       .arguments = AtLeast(0),
-      .comment = "Returns a value that is the sum of all the arguments"};
+      .comment = "Returns a value that is the sum of all the arguments",
+      .example = "(+ 1 2 3.5)"};
 
   static constexpr double kStart = 0;
   static constexpr bool kStartsWithFirst = false;
   static double Combine(double running, double number) { return running + number; }
 };
-
-// The generator of this thread: engines on different threads share nothing, and a seed gives the
-// same sequence on every machine.
-std::mt19937& Generator() {
-  thread_local std::mt19937 generator(0);
-  return generator;
-}
-
-// From 0 up to `width`, not included; 0 for a width without a number in it.
-std::int64_t RandomBelow(std::int32_t width) {
-  const std::uint64_t number = Generator()();
-  return width <= 0 ? 0
-                    : static_cast<std::int64_t>(number * static_cast<std::uint64_t>(width) >> 32);
-}
 
 class TRandomFunction final : public TBuiltinFunction<TRandomFunction> {
  public:
@@ -320,20 +318,30 @@ class TRandomFunction final : public TBuiltinFunction<TRandomFunction> {
       .comment =
           "Returns a random number between <from-integer-expression> and <to-integer-expression>.  "
           "If only one argument is specified, a number between 0 and the <to-integer-expression> "
-          "is returned.  If NO arguments are specified, a number between 0 and 65535 is returned"};
+          "is returned.  If NO arguments are specified, a number between 0 and 65535 is returned",
+      .example = "(random 1 6)",
+      .prelude = "(seed 42)"};
 
   // The second of two arguments is the width of the range, not its upper end.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    std::int64_t low = 0;
+    std::int32_t low = 0;
     std::int32_t width = 65536;
     const std::int32_t count = fun_call.GetArgumentCount();
     if (count > 1) low = IntegerArgument(fun_call, 0, context);
     if (count > 0) width = IntegerArgument(fun_call, count - 1, context);
-    result = NewCheckedInteger(low + RandomBelow(width), fun_call);
+    if (width < 1 || std::int64_t{low} + width - 1 > std::numeric_limits<std::int32_t>::max()) {
+      Raise(SInvalidLowHiLimits, static_cast<double>(low), static_cast<double>(width));
+    }
+    TRandom& random = EngineOf(context).GetRandom();
+    result = NewInteger(low +
+                        static_cast<std::int32_t>(random.Below(static_cast<std::uint32_t>(width))));
   }
 };
 
-void Seed(std::int32_t seed) { Generator().seed(static_cast<std::uint32_t>(seed)); }
+void SeedFromArgument(const IFunCall& fun_call, TKBContext& context) {
+  const std::int32_t seed = IntegerArgument(fun_call, 0, context);
+  EngineOf(context).GetRandom().SetSeed(static_cast<std::uint32_t>(seed));
+}
 
 class TRandomizeFunction final : public TBuiltinFunction<TRandomizeFunction> {
  public:
@@ -343,14 +351,15 @@ class TRandomizeFunction final : public TBuiltinFunction<TRandomizeFunction> {
       .arguments = Between(0, 1),
       .comment =
           "Sets the random number generator seed.  If no argument is given, the seed is set "
-          "randomly from the system clock"};
+          "randomly from the system clock",
+      .example = "(randomize 42)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     if (fun_call.GetArgumentCount() > 0) {
-      Seed(IntegerArgument(fun_call, 0, context));
+      SeedFromArgument(fun_call, context);
     } else {
       const auto now = std::chrono::system_clock::now().time_since_epoch().count();
-      Seed(static_cast<std::int32_t>(now & 0x7FFFFFFF));
+      EngineOf(context).GetRandom().SetSeed(static_cast<std::uint64_t>(now));
     }
     result = FCTrue;
   }
@@ -362,7 +371,8 @@ class TRoundFunction final : public TBuiltinFunction<TRoundFunction> {
       .name = "round",
       .syntax = " <numeric-expression>",
       .arguments = Exactly(1),
-      .comment = "Returns the <numeric-argument> rounded to the nearest integer"};
+      .comment = "Returns the <numeric-argument> rounded to the nearest integer",
+      .example = "(round 2.5)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     result = NewRounded(NumericArgument(fun_call, 0, context), fun_call);
@@ -375,11 +385,12 @@ class TSeedFunction final : public TBuiltinFunction<TSeedFunction> {
       .name = "seed",
       .syntax = " <integer-expression>",
       .arguments = Exactly(1),
-      .comment = "Sets the random number generator seed to the argument"};
+      .comment = "Sets the random number generator seed to the argument",
+      .example = "(seed 42)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    result = EvaluateArgument(fun_call, 0, context);
-    Seed(result->GetAsInteger());
+    SeedFromArgument(fun_call, context);
+    result = FCTrue;
   }
 };
 
@@ -389,7 +400,8 @@ class TSqrtFunction final : public TRealFunction<TSqrtFunction> {
       .name = "sqrt",
       .syntax = " <numeric-expression>",
       .arguments = Exactly(1),
-      .comment = "Returns the square root of the <numeric-expression>"};
+      .comment = "Returns the square root of the <numeric-expression>",
+      .example = "(sqrt 2)"};
 
   static double Compute(double x) { return std::sqrt(x); }
 };
@@ -400,93 +412,13 @@ class TTimesFunction final : public TRunningFunction<TTimesFunction> {
       .name = "*",
       .syntax = " <numeric-expression>+",
       .arguments = AtLeast(0),
-      .comment = "Returns a value that is the product of all the arguments"};
+      .comment = "Returns a value that is the product of all the arguments",
+      .example = "(* 6 7)"};
 
   static constexpr double kStart = 1;
   static constexpr bool kStartsWithFirst = false;
   static double Combine(double running, double number) { return running * number; }
 };
-
-class TGetValueTypeFunction final : public TBuiltinFunction<TGetValueTypeFunction> {
- public:
-  static constexpr TFunctionInfo kInfo{.name = "get-type",
-                                       .syntax = " <expression> ",
-                                       .arguments = Exactly(1),
-                                       .comment = "Returns the type of the argument"};
-
-  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    result = NewAtom(GetKBTypeName(EvaluateArgument(fun_call, 0, context)->GetDType()));
-  }
-};
-
-bool IsOddArgument(const IFunCall& fun_call, TKBContext& context) {
-  return (IntegerArgument(fun_call, 0, context) & 1) != 0;
-}
-
-class TEvenPFunction final : public TBuiltinFunction<TEvenPFunction> {
- public:
-  static constexpr TFunctionInfo kInfo{
-      .name = "evenp",
-      .syntax = " <numeric-expression>",
-      .arguments = Exactly(1),
-      .comment = "Returns TRUE if the argument is an even integer, FALSE otherwise"};
-
-  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    result = BooleanValue(!IsOddArgument(fun_call, context));
-  }
-};
-
-class TOddPFunction final : public TBuiltinFunction<TOddPFunction> {
- public:
-  static constexpr TFunctionInfo kInfo{
-      .name = "oddp",
-      .syntax = " <numeric-expression>",
-      .arguments = Exactly(1),
-      .comment = "Returns TRUE if the argument is an odd integer, FALSE otherwise"};
-
-  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    result = BooleanValue(IsOddArgument(fun_call, context));
-  }
-};
-
-// Whether a value is of one of some types. A name for each set of types, one class for all.
-class TVerifyTypePFunction final : public TDescribedFunction {
- public:
-  TVerifyTypePFunction(std::string_view name, TKBTypes types) : name_(name), types_(types) {}
-
-  void InitMetaData() override {
-    const std::string names = types_.empty() ? "NONE" : SetToString(types_, ", ", false);
-    const std::string comment =
-        "Returns TRUE if the argument is of the following type(s): " + names +
-        ".  If the argument is any other type, FALSE is returned";
-    Describe(
-        {.name = name_, .syntax = " <expression>", .arguments = Exactly(1), .comment = comment});
-  }
-
-  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    result = BooleanValue(types_.Has(EvaluateArgument(fun_call, 0, context)->GetDType()));
-  }
-
- private:
-  const std::string_view name_;
-  const TKBTypes types_;
-};
-
-struct TTypeTest {
-  std::string_view name;
-  TKBTypes types;
-};
-
-constexpr std::array kTypeTests{TTypeTest{"lexemep", {dtAtom, dtString}},
-                                TTypeTest{"numberp", {dtInteger, dtFloat}},
-                                TTypeTest{"floatp", {dtFloat}},
-                                TTypeTest{"fuzzyp", {dtFuzzy}},
-                                TTypeTest{"integerp", {dtInteger}},
-                                TTypeTest{"stringp", {dtString}},
-                                TTypeTest{"symbolp", {dtAtom}},
-                                TTypeTest{"multifieldp", {dtList}},
-                                TTypeTest{"external-addressp", {dtExternalAddress}},
-                                TTypeTest{"objectp", {dtObject}}};
 
 }  // namespace
 
@@ -496,13 +428,6 @@ void AddMathFunctions(TUserFunctionList& functions) {
                    TMaxFunction, TMinFunction, TMinusFunction, TModFunction, TPiFunction,
                    TPlusFunction, TRandomFunction, TRandomizeFunction, TRoundFunction,
                    TSeedFunction, TSqrtFunction, TTimesFunction>();
-}
-
-void AddPredicateFunctions(TUserFunctionList& functions) {
-  functions.AddNew<TGetValueTypeFunction, TEvenPFunction, TOddPFunction>();
-  for (const TTypeTest& test : kTypeTests) {
-    functions.Add(Make<TVerifyTypePFunction>(test.name, test.types));
-  }
 }
 
 }  // namespace reasoner

@@ -1,5 +1,5 @@
-// Building lists and taking them apart. Indices count from 0. A new list holds clones: it shares no
-// cell with its source.
+// Building lists and taking them apart. Indices count from 0. A new list holds clones: but for that
+// of rest$ it shares no cell with its source.
 
 #include <string>
 
@@ -58,7 +58,8 @@ class TCreateMFFunction final : public TBuiltinFunction<TCreateMFFunction> {
       .name = "create$",
       .syntax = " <expression>*",
       .arguments = AtLeast(0),
-      .comment = "Creates and returns a multifield value (list) from the arguments"};
+      .comment = "Creates and returns a multifield value (list) from the arguments",
+      .example = "(create$ a 1 \"x\")"};
 
   // A list among the arguments stays one member.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
@@ -81,7 +82,8 @@ class TDeleteMFFunction final : public TBuiltinFunction<TDeleteMFFunction> {
           "Returns a new multifield value that is a clone of the <multifield-expression> where "
           "every item in the range specified by the <start-integer-expression> to "
           "<end-integer-expression> has been deleted.  Note that the first item in the multifield "
-          "has an index of 0"};
+          "has an index of 0",
+      .example = "(delete$ (create$ a b c d) 1 2)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const TRange range = RangeArguments(fun_call, context);
@@ -98,7 +100,8 @@ class TExplodeMFFunction final : public TBuiltinFunction<TExplodeMFFunction> {
       .arguments = Exactly(1),
       .comment =
           "Creates a multifield value (list) where every item in the list is a seperate symbol "
-          "from the <string-expression>"};
+          "from the <string-expression>",
+      .example = "(explode$ \"the quick fox\")"};
 
   // Every piece is an atom, digits too.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
@@ -121,7 +124,8 @@ class TFirstMFFunction final : public TBuiltinFunction<TFirstMFFunction> {
                                        .arguments = Exactly(1),
                                        .comment =
                                            "Returns the first item in the <multifield-expression> "
-                                           "or NIL if the multifield is empty"};
+                                           "or NIL if the multifield is empty",
+                                       .example = "(first$ (create$ a b c))"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Ref<IValueVector> list = ListArgument(fun_call, 0, context);
@@ -138,7 +142,8 @@ class TImplodeMFFunction final : public TBuiltinFunction<TImplodeMFFunction> {
       .arguments = Exactly(1),
       .comment =
           "Creates and returns a space delimited string which is the concatenation of all the "
-          "items in the <multifield-expression>"};
+          "items in the <multifield-expression>",
+      .example = "(implode$ (create$ a 1 b))"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Ref<IValueVector> list = ListArgument(fun_call, 0, context);
@@ -161,7 +166,8 @@ class TInsertMFFunction final : public TBuiltinFunction<TInsertMFFunction> {
           "Creates and returns a multifield value (list).  The <multifield-expression> is "
           "evaluated and then the subsequent evaluated expressions are inserted into the "
           "multifield at the index specified by <integer-expression>.  The item that previously "
-          "occupied that position (and all subsequent items) are moved up"};
+          "occupied that position (and all subsequent items) are moved up",
+      .example = "(insert$ (create$ a b c) 1 x)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Ref<IValueVector> list = ListArgument(fun_call, 0, context)->Clone();
@@ -177,7 +183,8 @@ class TLengthMFFunction final : public TBuiltinFunction<TLengthMFFunction> {
       .name = "length$",
       .syntax = " <multifield-expression> ",
       .arguments = Exactly(1),
-      .comment = "Returns the number of items in the <multifield-expression>"};
+      .comment = "Returns the number of items in the <multifield-expression>",
+      .example = "(length$ (create$ a b c))"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     result = NewInteger(ListArgument(fun_call, 0, context)->GetValueCount());
@@ -195,7 +202,8 @@ class TMemberMFFunction final : public TBuiltinFunction<TMemberMFFunction> {
           "the specified <expression>.  The first item has index 0, the second item has index 1, "
           "and so on.  If the expression is not in the list, the function returns FALSE.  If the "
           "expression appears more than once in the multifield, the function returns the index of "
-          "the first appearance"};
+          "the first appearance",
+      .example = "(member$ b (create$ a b c))"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Ref<IKBValue> wanted = EvaluateArgument(fun_call, 0, context);
@@ -217,7 +225,8 @@ class TNthMFFunction final : public TBuiltinFunction<TNthMFFunction> {
       .arguments = Exactly(2),
       .comment =
           "Returns the value at the specified index in the <multifield-expression> list.  The "
-          "first item has index 0, the second item has index 1, and so on"};
+          "first item has index 0, the second item has index 1, and so on",
+      .example = "(nth$ 1 (create$ a b c))"};
 
   // The member as it is stored, not evaluated.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
@@ -238,11 +247,13 @@ class TReplaceMFFunction final : public TBuiltinFunction<TReplaceMFFunction> {
           "Returns a multifield value (list) which is a copy of the <multifield-expression> where "
           "the items in the range of <start-integer-expression> to <end-integer-expression> have "
           "been replaced by the subsequent arguments.  For purposes of the range, the "
-          "<multifield-expression> is indexed starting from 0"};
+          "<multifield-expression> is indexed starting from 0",
+      .example = "(replace$ (create$ a b c) 1 1 x)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const TRange range = RangeArguments(fun_call, context);
     const Ref<IValueVector> list = ListArgument(fun_call, 0, context);
+    list->GetItem(range.start);  // must lie in the list; the end need not
     const Ref<IValueVector> replaced = WithoutRange(*list, range, context);
     InsertArguments(*replaced, range.start, fun_call, 3, context);
     result = NewList(replaced);
@@ -256,13 +267,13 @@ class TRestMFFunction final : public TBuiltinFunction<TRestMFFunction> {
                                        .arguments = Exactly(1),
                                        .comment =
                                            "Returns a multifield value containing all the fields "
-                                           "in <multifield-expression> except the first field"};
+                                           "in <multifield-expression> except the first field",
+                                       .example = "(rest$ (create$ a b c))"};
 
-  // The rest of an empty list is an empty list.
+  // The one list that has cells of its source: so a walk along a list is not quadratic. The rest of
+  // an empty list is an empty list.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    const Ref<IValueVector> list = ListArgument(fun_call, 0, context)->Clone();
-    if (list->GetValueCount() > 0) list->Delete(0);
-    result = NewList(list);
+    result = NewList(ListArgument(fun_call, 0, context)->Rest());
   }
 };
 
@@ -275,7 +286,8 @@ class TSubSeqMFFunction final : public TBuiltinFunction<TSubSeqMFFunction> {
       .comment =
           "Returns a multifield value containing all the fields in <multifield-expression> between "
           "the <start-integer-expression> and <end-integer-expression>.  The multifield is a "
-          "zero-based list"};
+          "zero-based list",
+      .example = "(subseq$ (create$ a b c d) 1 2)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Ref<IValueVector> list = ListArgument(fun_call, 0, context);
@@ -295,7 +307,8 @@ class TSubSetpMFFunction final : public TBuiltinFunction<TSubSetpMFFunction> {
       .syntax = " <expression> <multifield-expression>",
       .arguments = Exactly(2),
       .comment =
-          "Returns TRUE if the first argument is a subset of the second argument, FALSE otherwise"};
+          "Returns TRUE if the first argument is a subset of the second argument, FALSE otherwise",
+      .example = "(subsetp (create$ b c) (create$ a b c))"};
 
   // A contiguous run in the same order, not a subset as of sets.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {

@@ -46,6 +46,20 @@ void TStringPackage::CreateFunctions() {
   AddStringFunctions(GetFunctions());
 }
 
+TTrigonometryPackage::TTrigonometryPackage(TComponent* owner) : TUserPackage(owner) { Rebuild(); }
+
+void TTrigonometryPackage::CreateFunctions() {
+  TUserPackage::CreateFunctions();
+  AddTrigonometryFunctions(GetFunctions());
+}
+
+TBusinessPackage::TBusinessPackage(TComponent* owner) : TUserPackage(owner) { Rebuild(); }
+
+void TBusinessPackage::CreateFunctions() {
+  TUserPackage::CreateFunctions();
+  AddBusinessFunctions(GetFunctions());
+}
+
 // Null for a package that has no function yet.
 TUserPackage* MakePackage(TFunctionPackage package, TComponent* engine) {
   switch (package) {
@@ -59,9 +73,11 @@ TUserPackage* MakePackage(TFunctionPackage package, TComponent* engine) {
       return new TMiscPackage(engine);
     case pString:
       return new TStringPackage(engine);
-    case pObject:
     case pTrigonometry:
+      return new TTrigonometryPackage(engine);
     case pBusiness:
+      return new TBusinessPackage(engine);
+    case pObject:
     case pFuzzyLogic:
       return nullptr;
   }

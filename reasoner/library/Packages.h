@@ -59,4 +59,24 @@ class TStringPackage : public TUserPackage {
   void CreateFunctions() override;
 };
 
+// Angles, circular and hyperbolic functions, distances.
+class TTrigonometryPackage : public TUserPackage {
+ public:
+  explicit TTrigonometryPackage(TComponent* owner = nullptr);
+  std::string ClassName() const override { return "TTrigonometryPackage"; }
+
+ protected:
+  void CreateFunctions() override;
+};
+
+// Interest, annuities, cash flows, depreciation.
+class TBusinessPackage : public TUserPackage {
+ public:
+  explicit TBusinessPackage(TComponent* owner = nullptr);
+  std::string ClassName() const override { return "TBusinessPackage"; }
+
+ protected:
+  void CreateFunctions() override;
+};
+
 }  // namespace reasoner

@@ -16,7 +16,8 @@ class TStoreFunction final : public TBuiltinFunction<TStoreFunction> {
       .arguments = Exactly(2),
       .comment =
           "Stores the specified value associated with the specified name.  You can retrieve the "
-          "value later using the name and the fetch command"};
+          "value later using the name and the fetch command",
+      .example = "(store limit 5)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     result = EvaluateArgument(fun_call, 1, context);
@@ -33,7 +34,9 @@ class TFetchFunction final : public TBuiltinFunction<TFetchFunction> {
       .arguments = Exactly(1),
       .comment =
           "Retrieves and returns the value previously stored using the store command.  The "
-          "<lexeme-expression> is the string or symbol used as the key to store the value"};
+          "<lexeme-expression> is the string or symbol used as the key to store the value",
+      .example = "(fetch limit)",
+      .prelude = "(store limit 5)"};
 
   // The key is read as it is written: (fetch ?k) looks for the key "k".
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
@@ -49,7 +52,9 @@ class TClearStorageFunction final : public TBuiltinFunction<TClearStorageFunctio
       .name = "clear-storage",
       .syntax = "",
       .arguments = Exactly(0),
-      .comment = "Clears the storage area where the store and fetch command save values"};
+      .comment = "Clears the storage area where the store and fetch command save values",
+      .example = "(clear-storage)",
+      .prelude = "(store limit 5)"};
 
   void Call(const IFunCall&, TKBContext& context, Ref<IKBValue>& result) override {
     EngineOf(context).GetEngineVariables().Clear();
@@ -64,7 +69,9 @@ class TExtractGlobalFunction final : public TBuiltinFunction<TExtractGlobalFunct
                                        .arguments = Exactly(1),
                                        .comment =
                                            "Returns the value associated with the variable name, "
-                                           "or nil if the variable doesn't exist"};
+                                           "or nil if the variable doesn't exist",
+                                       .example = "(__get-var x)",
+                                       .prelude = "(bind ?x 5)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     if (KBVariableTypes.Has(WrittenArgument(fun_call, 0).GetDType())) {

@@ -6,6 +6,7 @@
 #include "reasoner/language/TextHelpers.h"
 #include "reasoner/library/Builtin.h"
 #include "reasoner/library/Families.h"
+#include "reasoner/support/CaseMapping.h"
 #include "reasoner/support/Unicode.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -27,7 +28,8 @@ class TStrFormatFunction final : public TBuiltinFunction<TStrFormatFunction> {
                                        .arguments = AtLeast(2),
                                        .comment =
                                            "Returns a string created by combining the other "
-                                           "arguments using a format string in the first argument"};
+                                           "arguments using a format string in the first argument",
+                                       .example = "(str-format \"%d is %6.2f per cent\" 3 1.5)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Ref<IValueVector> values = NewVector();
@@ -45,13 +47,12 @@ class TLowerCaseFunction final : public TBuiltinFunction<TLowerCaseFunction> {
       .name = "lowcase",
       .syntax = " <string-or-symbol-expression>",
       .arguments = Exactly(1),
-      .comment = "Returns its argument converted to a lower case string"};
+      .comment = "Returns its argument converted to a lower case string",
+      .example = "(lowcase \"Hello World\")"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Ref<IKBValue> value = EvaluateArgument(fun_call, 0, context);
-    const std::string text = AsciiLower(value->GetAsString());
-    result = KBStringTypes.Has(value->GetDType()) ? Make<TKBValue>(text, value->GetDType())
-                                                  : NewString(text);
+    result = Make<TKBValue>(KitLowerCase(value->GetAsString()), value->GetDType());
   }
 };
 
@@ -61,7 +62,8 @@ class TStrCatFunction final : public TBuiltinFunction<TStrCatFunction> {
       .name = "str-cat",
       .syntax = " <lexeme-expression>*",
       .arguments = AtLeast(0),
-      .comment = "Returns all of its arguments concatenated into a string"};
+      .comment = "Returns all of its arguments concatenated into a string",
+      .example = "(str-cat \"abc\" 1 x)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     result = NewString(Concatenate(fun_call, context));
@@ -77,7 +79,8 @@ class TStrCompFunction final : public TBuiltinFunction<TStrCompFunction> {
       .comment =
           "Returns an integer value for the comparison of the two symbols, with case-sensitivity.  "
           " The return value is less than 0 if argument1 is less than argument2, 0 if argument1 "
-          "equals argument2, or greater than 0 if argument1 is greater than argument2"};
+          "equals argument2, or greater than 0 if argument1 is greater than argument2",
+      .example = "(str-compare abc abd)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Text second = TextArgument(fun_call, 1, context);
@@ -95,7 +98,8 @@ class TStrIndexFunction final : public TBuiltinFunction<TStrIndexFunction> {
       .comment =
           "Returns an integer value representing the position of the first argument substring "
           "within the second argument, otherwise FALSE if the first argument is not a substring of "
-          "the second argument"};
+          "the second argument",
+      .example = "(str-index \"lo\" \"hello\")"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Text haystack = TextArgument(fun_call, 1, context);
@@ -113,7 +117,8 @@ class TStrLengthFunction final : public TBuiltinFunction<TStrLengthFunction> {
       .name = "str-length",
       .syntax = " <lexeme-expression>",
       .arguments = Exactly(1),
-      .comment = "Returns the length of the argument in characters"};
+      .comment = "Returns the length of the argument in characters",
+      .example = "(str-length \"hello\")"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Text text = TextArgument(fun_call, 0, context);
@@ -129,7 +134,8 @@ class TSubStringFunction final : public TBuiltinFunction<TSubStringFunction> {
       .arguments = Exactly(3),
       .comment =
           "Extracts a substring from the <lexeme-expression> from the specified range "
-          "(<start-integer-expression> to <end-integer-expression>)"};
+          "(<start-integer-expression> to <end-integer-expression>)",
+      .example = "(sub-string 2 4 \"hello\")"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Text text = TextArgument(fun_call, 2, context);
@@ -150,7 +156,8 @@ class TSymCatFunction final : public TBuiltinFunction<TSymCatFunction> {
       .name = "sym-cat",
       .syntax = " <expression>*",
       .arguments = AtLeast(0),
-      .comment = "Returns all of its arguments concatenated into a symbol"};
+      .comment = "Returns all of its arguments concatenated into a symbol",
+      .example = "(sym-cat room 7)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     result = NewAtom(Concatenate(fun_call, context));
@@ -163,13 +170,12 @@ class TUpperCaseFunction final : public TBuiltinFunction<TUpperCaseFunction> {
       .name = "upcase",
       .syntax = " <lexeme-expression>",
       .arguments = Exactly(1),
-      .comment = "Returns its argument converted to an upper case string"};
+      .comment = "Returns its argument converted to an upper case string",
+      .example = "(upcase abc)"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const Ref<IKBValue> value = EvaluateArgument(fun_call, 0, context);
-    const std::string text = AsciiUpper(value->GetAsString());
-    result = KBStringTypes.Has(value->GetDType()) ? Make<TKBValue>(text, value->GetDType())
-                                                  : NewString(text);
+    result = Make<TKBValue>(KitUpperCase(value->GetAsString()), value->GetDType());
   }
 };
 

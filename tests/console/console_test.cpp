@@ -191,6 +191,11 @@ TEST_F(ConsoleTest, TextBeyondAsciiComesThrough) {
   ExpectOutput({file}, "Grüße, 世界 🦊\n");
 }
 
+// `reasoner --function-reference > docs/functions.md` makes it so.
+TEST_F(ConsoleTest, TheFunctionReferenceIsCurrent) {
+  ExpectOutput({"--function-reference"}, ReadWholeFile(REASONER_SOURCE_DIR "/docs/functions.md"));
+}
+
 }  // namespace
 }  // namespace console_test
 

@@ -102,10 +102,42 @@ TEST_F(MathFunctionsTest, RandomNumbersLieInTheirRangeAndFollowTheSeed) {
     ASSERT_GE(bounded, 0);
     ASSERT_LT(bounded, 3);
   }
-  ExpectShown({{"(random 7 0)", "7"}, {"(randomize 42)", "TRUE"}});
-  const std::string first = Show("(random)") + Show("(random)");
-  Load("(seed 42)");
-  EXPECT_EQ(Show("(random)") + Show("(random)"), first);
+  ExpectShown({{"(randomize 42)", "TRUE"}});
+  const std::string first = Show("(random)");
+  const std::string second = Show("(random)");
+  ExpectShown({{"(seed 42)", "TRUE"}, {"(random)", first}, {"(random)", second}});
+  TReasoner other;
+  other.ParseNExecuteFunCall("(seed 42)");
+  Load("(seed 42) (random)");
+  EXPECT_EQ(other.ParseNExecuteFunCall("(random)")->ToString(), first);
+  ExpectShown({{"(random)", second}});  // each engine has numbers of its own
+}
+
+TEST_F(MathFunctionsTest, RandomRangesMustHaveANumberInThem) {
+  ExpectShown(
+      {{"(random 7 1)", "7"}, {"(random 2147483647 1)", "2147483647"}, {"(random 1)", "0"}});
+  ExpectError("(random 7 0)", "Invalid low and high limits specified: 7.0000 to 0.0000");
+  ExpectError("(random -3)", "Invalid low and high limits specified: 0.0000 to -3.0000");
+  ExpectError("(random 2147483647 2)",
+              "Invalid low and high limits specified: 2147483647.0000 to 2.0000");
+}
+
+TEST_F(MathFunctionsTest, OutsideTheDomainAndBeyondTheRange) {
+  for (const char* call : {"(sqrt -1)", "(log 0)", "(log -2)", "(log10 0.0)", "(** -8 0.5)",
+                           "(** 0 -1)", "(** -0.0 -3)"}) {
+    const std::string text(call);
+    const std::string name = text.substr(1, text.find(' ') - 1);
+    ExpectError(call, "Invalid argument for " + name + " function call: ");
+  }
+  ExpectError("(sqrt -1)", "call: -1");
+  ExpectError("(** -8 0.5)", "call: -8");
+  for (const char* call : {"(exp 1000)", "(** 10 400)", "(+ 1e308 1e308)", "(- -1e308 1e308)",
+                           "(* 1e200 1e200 0.0)", "(/ 1e200 1e-200)"}) {
+    const std::string text(call);
+    const std::string name = text.substr(1, text.find(' ') - 1);
+    ExpectError(call, "Floating point overflow in " + name + " function call");
+  }
+  ExpectShown({{"(exp -1000)", "0.0000"}, {"(** -8 3)", "-512.0000"}, {"(** 0 0)", "1.0000"}});
 }
 
 TEST_F(MathFunctionsTest, Predicates) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "reasoner/functions/HostFunction.h"
+#include "reasoner/support/Numbers.h"
 #include "tests/support/EngineFixture.h"
 
 namespace reasoner {
@@ -35,6 +36,7 @@ TEST_F(MultifieldFunctionsTest, Changing) {
       {"(insert$ (create$ a b) 1 x y)", "a y x b "},
       {"(insert$ (create$ a b) 2 x)", "a b x "},
       {"(replace$ (create$ a b c) 1 1 x y)", "a y x c "},
+      {"(replace$ (create$ a b c) 1 9 x)", "a x "},
       {"(delete$ (create$ a b c) 0 1)", "c "},
       {"(delete$ (create$ a b c) 5 9)", "a b c "},
       {"(subseq$ (create$ a b c) 1 2)", "b c "},
@@ -43,6 +45,8 @@ TEST_F(MultifieldFunctionsTest, Changing) {
   ExpectError("(subseq$ (create$ a b c) 2 1)", "Invalid multifield begin and end parameters: 2, 1");
   ExpectError("(subseq$ (create$ a b c) 1 3)", "List index out of bounds (3)");
   ExpectError("(insert$ (create$ a) 2 x)", "List index out of bounds (2)");
+  ExpectError("(replace$ (create$ a) 1 1 x)", "List index out of bounds (1)");
+  ExpectError("(replace$ (create$ a) -1 0 x)", "List index out of bounds (-1)");
 }
 
 TEST_F(MultifieldFunctionsTest, TextAndRuns) {
@@ -58,6 +62,7 @@ TEST_F(MultifieldFunctionsTest, TextAndRuns) {
       {"(subsetp (create$ a a b) (create$ a a a b))", "TRUE"},
       {"(subsetp b (create$ a b))", "TRUE"},
       {"(subsetp (create$) (create$))", "TRUE"},
+      {"(subsetp (create$) (create$ a))", "TRUE"},
   });
 }
 
@@ -66,6 +71,21 @@ TEST_F(MultifieldFunctionsTest, ANewListSharesNoCellWithItsSource) {
   const Ref<IKBValue> rest = engine.ParseNExecuteFunCall("(insert$ ?l 0 ?l)");
   rest->GetAsList()->GetItem(1)->SetAsAtom("changed");
   EXPECT_EQ(list->ToString(), "a b ");
+}
+
+// With a copy of the list at each step this would take hours.
+TEST_F(MultifieldFunctionsTest, AWalkByFirstAndRestTakesAStepForEachMember) {
+  const Ref<IValueVector> list = NewVector();
+  constexpr std::int32_t kCount = 200000;
+  for (std::int32_t i = 0; i < kCount; ++i) list->Add(NewInteger(1));
+  engine.GetContext().SetVariable("l", NewList(list));
+  Load(
+      "(bind ?sum 0) (bind ?rest ?l)"
+      "(while (> (length$ ?rest) 0) do"
+      "  (bind ?sum (+ ?sum (first$ ?rest)))"
+      "  (bind ?rest (rest$ ?rest)))");
+  EXPECT_EQ(Show("(+ ?sum 0)"), IntegerToText(kCount));
+  EXPECT_EQ(list->GetValueCount(), kCount);
 }
 
 TEST_F(MultifieldFunctionsTest, AListMayShrinkWhileItIsWalked) {

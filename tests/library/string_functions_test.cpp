@@ -21,7 +21,17 @@ TEST_F(StringFunctionsTest, CaseKeepsTheKind) {
       {"(upcase abc)", "ABC"},
       {"(upcase \"abc\")", "\"ABC\""},
       {"(lowcase \"ABC-1\")", "\"abc-1\""},
+      {"(upcase \"straße ÿ µ ž ſ ı\")", "\"STRAßE Ÿ Μ Ž S I\""},
+      {"(lowcase \"ÄÖÜ Ÿ Ž İ ĸ ×\")", "\"äöü ÿ ž i ĸ ×\""},
+      {"(upcase \"άέ σοφός ϗ\")", "\"ΆΈ ΣΟΦΌΣ Ϗ\""},
+      {"(lowcase \"ΌΎ ΣΟΦΊΑ Ϊ\")", "\"όύ σοφία ϊ\""},
+      {"(upcase \"ёж щука ӏ ѣ ԓ\")", "\"ЁЖ ЩУКА Ӏ Ѣ Ԓ\""},
+      {"(lowcase \"Ӂ ЭХО Ѡ\")", "\"ӂ эхо ѡ\""},
+      {"(upcase \"😀 字 ａ\")", "\"😀 字 ａ\""},
   });
+  ExpectError("(upcase 1)", "Value and type mismatch");
+  ExpectError("(lowcase 1.5)", "Value and type mismatch");
+  ExpectError("(upcase (create$ a))", "is a dtList type");
 }
 
 TEST_F(StringFunctionsTest, PositionsAndLengthsCountSixteenBitCharacters) {

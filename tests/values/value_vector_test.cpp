@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "reasoner/values/Constants.h"
 #include "reasoner/values/SingletonsVector.h"
 #include "reasoner/values/ValueHashTable.h"
@@ -79,6 +81,54 @@ TEST(ValueVectorTest, NullIsAllowedAsAMember) {
   EXPECT_EQ(list->GetHashCode(), 1u);
   EXPECT_EQ(list->IndexOf(*NewInteger(3)), -1);
   EXPECT_EQ(list->ToString(), "1  ");
+}
+
+// Every change of a list or of its rest leaves the other as it was.
+TEST(ValueVectorTest, ARestSharesItsCellsUntilOneOfTheListsChanges) {
+  using TChange = void (*)(TValueVector&);
+  const std::pair<const char*, TChange> changes[] = {
+      {"2 3 9 ", [](TValueVector& list) { list.Add(NewInteger(9)); }},
+      {"9 2 3 ", [](TValueVector& list) { list.Insert(0, NewInteger(9)); }},
+      {"2 9 ", [](TValueVector& list) { list.SetItem(1, NewInteger(9)); }},
+      {"3 ", [](TValueVector& list) { list.Delete(0); }},
+      {"2 ", [](TValueVector& list) { list.Remove(*NewInteger(3)); }},
+      {"2 3 2 3 ", [](TValueVector& list) { list.Append(list); }},
+      {"3 3 ", [](TValueVector& list) { list.SetItem(0, list.GetItem(1)); }},
+      {"", [](TValueVector& list) { list.Clear(); }},
+      {"2 3 ", [](TValueVector& list) { list.Reserve(100); }},
+  };
+  for (const auto& [changed, change] : changes) {
+    const Ref<IValueVector> list = Numbers({1, 2, 3});
+    const Ref<IValueVector> rest = list->Rest();
+    EXPECT_EQ(rest->GetItem(0).get(), list->GetItem(1).get());
+    change(*rest);
+    EXPECT_EQ(rest->ToString(), changed);
+    EXPECT_EQ(list->ToString(), "1 2 3 ") << changed;
+
+    const Ref<IValueVector> head = Numbers({2, 3});
+    const Ref<IValueVector> tail = head->Rest();
+    change(*head);
+    EXPECT_EQ(head->ToString(), changed);
+    EXPECT_EQ(tail->ToString(), "3 ") << changed;
+
+    Ref<IValueVector> lonely = Numbers({1, 2, 3})->Rest();  // all that is left of its list
+    change(*lonely);
+    EXPECT_EQ(lonely->ToString(), changed);
+  }
+  const Ref<IValueVector> ends = Numbers({1});
+  EXPECT_EQ(ends->Rest()->GetValueCount(), 0);
+  EXPECT_EQ(ends->Rest()->Rest()->GetValueCount(), 0);
+  EXPECT_TRUE(Numbers({1, 2})->Rest()->Equals(*Numbers({2})));
+  EXPECT_EQ(Numbers({1, 2})->Rest()->GetHashCode(), 2u);
+}
+
+TEST(ValueVectorTest, AShortRestDoesNotKeepALongList) {
+  Ref<IValueVector> rest = NewVector();
+  for (int i = 0; i < 1000; ++i) rest->Add(NewInteger(i));
+  const std::int64_t whole = IInterface::LiveObjects();
+  for (int i = 0; i < 990; ++i) rest = rest->Rest();
+  EXPECT_EQ(rest->First()->ToString(), "990");
+  EXPECT_LT(IInterface::LiveObjects(), whole - 970);
 }
 
 TEST(SingletonsVectorTest, PointsStayPaired) {
