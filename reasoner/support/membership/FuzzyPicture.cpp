@@ -32,37 +32,41 @@ constexpr std::size_t kLegendLetters = 40;
 
 // Texts as XML shows them: what is markup escaped, what XML cannot hold replaced.
 std::string Escaped(std::string_view text) {
+  constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
   std::string escaped;
-  for (const char16_t unit : ToUtf16(text)) {
-    switch (unit) {
-      case u'&':
+  for (const char character : CleanUtf8(text, true)) {
+    switch (character) {
+      case '&':
         escaped += "&amp;";
-        continue;
-      case u'<':
-        escaped += "&lt;";
-        continue;
-      case u'>':
-        escaped += "&gt;";
-        continue;
-      case u'"':
-        escaped += "&quot;";
-        continue;
-      default:
         break;
+      case '<':
+        escaped += "&lt;";
+        break;
+      case '>':
+        escaped += "&gt;";
+        break;
+      case '"':
+        escaped += "&quot;";
+        break;
+      default: {
+        const bool control = static_cast<unsigned char>(character) < 0x20;
+        if (control && character != '\t' && character != '\n') {
+          escaped += kReplacement;
+        } else {
+          escaped += character;
+        }
+      }
     }
-    const bool forbidden = (unit < 0x20 && unit != u'\t' && unit != u'\n') || unit >= 0xFFFE;
-    escaped += forbidden ? "\xEF\xBF\xBD" : "";
-    if (!forbidden) AppendUnit(escaped, unit);
   }
-  return escaped;
+  escaped = ReplaceAll(escaped, "\xEF\xBF\xBE", kReplacement);
+  return ReplaceAll(escaped, "\xEF\xBF\xBF", kReplacement);
 }
 
-// Coordinates with two decimals, as short as they can be.
+// Coordinates to a tenth of a pixel, as short as they can be.
 std::string Pixels(double value) {
-  std::string text = FloatToText(std::nearbyint(value * 100) / 100);
-  text.erase(text.size() - 2);
-  while (text.back() == '0') text.pop_back();
-  if (text.back() == '.') text.pop_back();
+  std::string text = FloatToText(std::nearbyint(value * 10) / 10);
+  text.erase(text.size() - 3);
+  if (text.ends_with(".0")) text.erase(text.size() - 2);
   return text;
 }
 
@@ -156,10 +160,18 @@ class Picture {
       Line(kLeft - 5, Y(y), kLeft, Y(y), kAxis);
       Words(kLeft - 9, Y(y) + 4, "end", TickText(y));
     }
-    for (const double tick : TicksOf(range_)) {
-      Line(X(tick), kTop, X(tick), bottom, kGrid);
-      Line(X(tick), bottom, X(tick), bottom + 5, kAxis);
-      Words(X(tick), bottom + 19, "middle", TickText(tick));
+    const std::vector<double> ticks = TicksOf(range_);
+    std::size_t longest = 0;
+    for (const double tick : ticks) longest = std::max(longest, TickText(tick).size());
+    // Where the numbers are too long to stand side by side, not every tick has one.
+    const double room = (width_ - kLeft - kRight) / static_cast<double>(ticks.size());
+    const double need = kLetter * static_cast<double>(longest) + 8;
+    const auto every = static_cast<std::size_t>(std::max(1.0, std::ceil(need / room)));
+    for (std::size_t i = 0; i < ticks.size(); ++i) {
+      const double x = X(ticks[i]);
+      Line(x, kTop, x, bottom, kGrid);
+      Line(x, bottom, x, bottom + 5, kAxis);
+      if (i % every == 0) Words(x, bottom + 19, "middle", TickText(ticks[i]));
     }
     Line(kLeft, bottom, width_ - kRight, bottom, kAxis);
     Line(kLeft, kTop, kLeft, bottom, kAxis);
@@ -219,9 +231,9 @@ std::string StrokeOf(std::size_t index) {
 }
 
 std::string LegendOf(const IFuzzySet& set) {
-  const std::u16string name = ToUtf16(set.GetName());
-  if (name.size() <= kLegendLetters) return FromUtf16(name);
-  return FromUtf16(std::u16string_view(name).substr(0, kLegendLetters - 1)) + "\xE2\x80\xA6";
+  std::string name = set.GetName();
+  if (Length16(name) <= kLegendLetters) return name;
+  return Slice16(name, 0, kLegendLetters - 1) + "\xE2\x80\xA6";
 }
 
 }  // namespace

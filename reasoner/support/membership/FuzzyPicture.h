@@ -15,12 +15,12 @@
 namespace reasoner {
 
 struct FuzzyPictureOptions {
-  std::string title;  // empty for the variable's name
-  std::string units;  // under the x axis; empty for the variable's units
-  std::optional<Interval>
-      range;  // of x; else the variable's universe, or where the sets have points
+  std::string title{};  // empty for the variable's name
+  std::string units{};  // under the x axis; empty for the variable's units
+  // Of x; else the variable's universe, or where the sets have points.
+  std::optional<Interval> range{};
   // A crisp value to mark with a vertical line, such as what a defuzzifier gives.
-  std::optional<double> mark;
+  std::optional<double> mark{};
   int width = 640;  // pixels, 200 to 10,000
   int height = 360;
 };
