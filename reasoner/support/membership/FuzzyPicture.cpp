@@ -24,7 +24,7 @@ constexpr std::array<std::string_view, 4> kDashes = {"", "8 4", "2 3", "10 3 2 3
 
 constexpr double kLeft = 60;
 constexpr double kRight = 20;
-constexpr double kTop = 40;
+constexpr double kTop = 50;
 constexpr double kAxisHeight = 50;
 constexpr double kLegendRow = 20;
 constexpr double kLetter = 7;  // how wide a character of a legend is taken to be
@@ -269,7 +269,7 @@ std::string FuzzyPicture(std::span<const Ref<IFuzzySet>> sets, const FuzzyPictur
   Picture picture(RangeOf(sets, variable, options), width, height, plot_height);
   std::string title = options.title;
   if (title.empty() && variable != nullptr) title = variable->GetName();
-  picture.Words(width / 2, 24, "middle", title, " font-size=\"15\" font-weight=\"bold\"");
+  picture.Words(width / 2, 22, "middle", title, " font-size=\"15\" font-weight=\"bold\"");
   std::string units = options.units;
   if (units.empty() && variable != nullptr) units = variable->GetUnits();
   picture.Axes(units);

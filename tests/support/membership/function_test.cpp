@@ -359,6 +359,62 @@ TEST(MembershipTest, IterateVisitsEveryXAndCrossingOnceUnlessAnEdge) {
   EXPECT_FALSE(PiecewiseLinear().Iterate({}, visit));
 }
 
+// Sorted, at most three points of one x, all in range, every measure finite and in the domain.
+void ExpectSound(const PiecewiseLinear& function, const std::string& what) {
+  const auto points = function.GetPoints();
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    ASSERT_TRUE(std::isfinite(points[i].x) && points[i].y >= 0 && points[i].y <= 1) << what;
+    if (i >= 1) ASSERT_LE(points[i - 1].x, points[i].x) << what;
+    if (i >= 3) ASSERT_LT(points[i - 3].x, points[i].x) << what;
+  }
+  for (const Interval& domain : {Interval{-kHuge, kHuge}, Interval{0, 5e-324}, Interval{1, 1}}) {
+    for (const double x : {function.Centroid(domain), function.MeanOfMaxima(domain)}) {
+      ASSERT_TRUE(x >= domain.from && x <= domain.to) << what << " gives " << x;
+    }
+    ASSERT_TRUE(std::isfinite(function.Area(domain)) && function.Area(domain) >= 0) << what;
+  }
+}
+
+TEST(MembershipTest, ExtremeNumbersKeepFunctionsSound) {
+  const double xs[] = {
+      -kHuge,    -1e200, -1,   -1e-300,  0,     5e-324, 1e-323, 1e-300, 1, std::nextafter(1.0, 2),
+      1 + 5e-16, 2,      1e16, 1e16 + 2, 1e200, kHuge};
+  const double ys[] = {0, 5e-324, 1e-300, 1e-10, 0.25, 0.5, 1 - 1e-16, 1};
+  const double numbers[] = {0, 5e-324, 1e-10, 0.3, 1, 1 + 1e-15, 17, 1e300, kHuge};
+  std::mt19937 random(99);
+  const auto extreme = [&] {
+    Points points(random() % 8);
+    for (FuzzyPoint& point : points) {
+      point = {xs[random() % std::size(xs)], ys[random() % std::size(ys)]};
+    }
+    return Function(std::move(points));
+  };
+  for (int round = 0; round < 1000; ++round) {
+    const PiecewiseLinear a = extreme();
+    const PiecewiseLinear b = extreme();
+    ExpectSound(a, Shown(a));
+    for (const TFuzzyOperation operation : kOperations) {
+      for (const bool is_union : {false, true}) {
+        const PiecewiseLinear result = PiecewiseLinear::Combine(a, b, operation, is_union);
+        ExpectSound(result, Shown(a) + Shown(b) + std::to_string(operation));
+        ASSERT_EQ(result.size(), PiecewiseLinear::Combine(b, a, operation, is_union).size());
+      }
+    }
+    for (int hedge = bhComplement; hedge <= bhLimit; ++hedge) {
+      const double number = numbers[random() % std::size(numbers)];
+      for (const bool flag : {true, false}) {
+        const std::string what = Shown(a) + std::to_string(hedge) + " " + std::to_string(number);
+        PiecewiseLinear result;
+        const std::string failure = FailureOf(
+            [&] { result = Hedged(a, static_cast<TBaseFuzzyHedge>(hedge), number, flag); });
+        ASSERT_TRUE(failure == "no failure" || hedge == bhShift) << what << failure;
+        ExpectSound(result, what);
+      }
+    }
+    ASSERT_LE(PiecewiseLinear::Possibility(a, b), 1);
+  }
+}
+
 TEST(MembershipTest, ThousandsOfPointsAreSimplifiedWithoutDrift) {
   // A parabola so fine that each point lies on the chord of its neighbours.
   Points points;
