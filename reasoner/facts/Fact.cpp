@@ -86,6 +86,11 @@ const Ref<IKBValue>& TFact::GetValueAt(std::int32_t ordinal) {
   return values_[ordinal];
 }
 
+void TFact::PutValueAt(std::int32_t ordinal, Ref<IKBValue> value) {
+  Grow(template_->GetOrdinalCount());
+  values_[ordinal] = std::move(value);
+}
+
 const IKBValue* TFact::PeekAt(std::int32_t ordinal) const noexcept {
   if (HasValueAt(ordinal)) return values_[ordinal].get();
   const IFactSlot* slot = template_->SlotAt(ordinal);

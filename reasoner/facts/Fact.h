@@ -41,6 +41,8 @@ class TFact final : public ICloneable, public Pooled {
   void SetValue(std::string_view name, const Ref<IKBValue>& value);
 
   const Ref<IKBValue>& GetValueAt(std::int32_t ordinal);
+  // Stores a cell that is known to be right for the slot; nothing is checked.
+  void PutValueAt(std::int32_t ordinal, Ref<IKBValue> value);
   // What the slot shows, without storing anything: its value, its default, or null.
   const IKBValue* PeekAt(std::int32_t ordinal) const noexcept;
   // True when the slot has a value of its own, written or read before.

@@ -10,6 +10,7 @@
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/BindingInfo.h"
 #include "reasoner/values/Constants.h"
+#include "reasoner/values/KBFuzzySet.h"
 #include "reasoner/values/SingletonsVector.h"
 #include "reasoner/values/ValueVector.h"
 #include "reasoner/vocabulary/Messages.h"
@@ -78,6 +79,12 @@ TKBValue::~TKBValue() {
   Drop();
 }
 
+Ref<IKBValue> NewFuzzy(const Ref<IFuzzySet>& set) {
+  Ref<IKBValue> value = Make<TKBValue>();
+  value->SetAsFuzzy(set);
+  return value;
+}
+
 Ref<IKBValue> NewList(const Ref<IValueVector>& list) { return Make<TKBValue>(list); }
 
 void TKBValue::RaiseNotA(std::string_view wanted) const {
@@ -88,6 +95,7 @@ Text TKBValue::GetAsString() const {
   if (HoldsText(type_)) return payload_.text;
   if (type_ == dtInteger) return IntegerToText(payload_.integer);
   if (type_ == dtFloat) return FloatToText(payload_.number);
+  if (type_ == dtFuzzy) return GetAsFuzzy()->ToString();
   RaiseNotA("string");
 }
 
@@ -109,6 +117,9 @@ std::int32_t TKBValue::GetAsInteger() const {
         if (const auto truncated = TruncateToInteger(*number)) return *truncated;
       }
       RaiseNotA("integer");
+    case dtFuzzy:
+      if (const auto rounded = RoundToInteger(GetAsFuzzy()->GetCrisp())) return *rounded;
+      RaiseNotA("integer");
     default:
       RaiseNotA("integer");
   }
@@ -127,6 +138,8 @@ double TKBValue::GetAsNumeric() const {
       if (this == FCNil.get()) return 0.0;
       if (const auto number = TextToFloat(payload_.text)) return *number;
       RaiseNotA("numeric");
+    case dtFuzzy:
+      return GetAsFuzzy()->GetCrisp();
     default:
       RaiseNotA("numeric");
   }
@@ -157,6 +170,10 @@ IValueVector* TKBValue::GetAsList() const {
 
 ISingletonsVector* TKBValue::GetAsSingletons() const {
   return static_cast<ISingletonsVector*>(SharedOf(dtSingletons, "singletons"));
+}
+
+IFuzzySet* TKBValue::GetAsFuzzy() const {
+  return static_cast<IFuzzySet*>(SharedOf(dtFuzzy, "fuzzy value"));
 }
 
 TObject* TKBValue::GetAsObject() const {
@@ -258,6 +275,11 @@ void TKBValue::SetAsList(const Ref<IValueVector>& list) {
 
 void TKBValue::SetAsSingletons(const Ref<ISingletonsVector>& singletons) {
   SetShared(singletons, dtSingletons);
+}
+
+void TKBValue::SetAsFuzzy(const Ref<IFuzzySet>& set) {
+  if (!set) Raise(SInvalidFuzzyValue);
+  SetShared(set, dtFuzzy);
 }
 
 void TKBValue::SetAsObject(TObject* object) {
@@ -409,12 +431,15 @@ static bool SameNumber(double a, double b) { return a == b || (a != a && b != b)
 
 bool TKBValue::Equals(const TKBValue& other) const {
   if (this == &other) return true;
-  if (type_ != other.type_) return false;
+  if (type_ != other.type_ && type_ != dtFuzzy) {
+    return other.type_ == dtFuzzy && other.EqualsByType(*this);
+  }
   return EqualsByType(other);
 }
 
 bool TKBValue::EqualsStar(const TKBValue& other) const {
   if (type_ == dtFunCall && other.type_ != dtFunCall) return false;
+  if (type_ != dtFuzzy && other.type_ == dtFuzzy) return other.EqualsByType(*this);
   return EqualsByType(other);
 }
 
@@ -439,15 +464,15 @@ bool TKBValue::EqualsByType(const TKBValue& other) const {
     case dtFunCall:
     case dtFact:
     case dtList:
-    case dtSingletons:
-    case dtFuzzy: {
+    case dtSingletons: {
       static constexpr const char* kWords[] = {"function call", "fact", "list"};
       const DepthGuard guard("value");
-      const std::string_view word = type_ == dtSingletons ? "singletons"
-                                    : type_ == dtFuzzy    ? "fuzzy value"
-                                                          : kWords[type_ - dtFunCall];
+      const std::string_view word =
+          type_ == dtSingletons ? "singletons" : kWords[type_ - dtFunCall];
       return SameObject(payload_.shared.get(), other.SharedOf(type_, word));
     }
+    case dtFuzzy:
+      return FuzzyValueEquals(*GetAsFuzzy(), other);
     case dtObject:
       return GetAsObject() == other.GetAsObject();
     case dtExternalAddress:
@@ -601,6 +626,11 @@ Ref<IKBValue> TKBValue::Resolve(IScope* scope) {
       if (info == nullptr) return Ref<IKBValue>(this);
       if (scope == nullptr) Raise(SNoContext, GetKBTypeName(type_));
       return scope->ReadMatch(*info);
+    }
+    case dtSingletons: {
+      const Ref<ISingletonsVector> points(GetAsSingletons());  // a coordinate may be a call
+      if (!points) Raise(SInvalidFuzzyValue);
+      return NewFuzzy(FuzzySetOfPoints(*points, scope));
     }
     default:
       return Ref<IKBValue>(this);

@@ -27,7 +27,10 @@
 
 namespace reasoner {
 
+class TIFuzzySet;
 class TObject;
+
+using IFuzzySet = TIFuzzySet;
 
 // A class of host objects, as rules see it. Borrowed by cells: it lives as long as its
 // registration.
@@ -73,7 +76,8 @@ class TKBValue final : public IInterface, public Pooled {
   Text GetAsMultiVariable() const { return GetAsString(); }
   Text GetAsSlot() const { return GetAsString(); }
   Text GetAsMultiSlot() const { return GetAsString(); }
-  std::int32_t GetAsInteger() const;  // of a float or a text, truncated towards zero
+  // Of a float or a text, truncated towards zero; of a fuzzy value its crisp number, rounded.
+  std::int32_t GetAsInteger() const;
   double GetAsNumeric() const;
   double GetAsFloat() const { return GetAsNumeric(); }
   std::int32_t GetAsFactId() const;
@@ -84,6 +88,7 @@ class TKBValue final : public IInterface, public Pooled {
   IFunCall* GetAsFunCall() const;
   IValueVector* GetAsList() const;
   ISingletonsVector* GetAsSingletons() const;
+  IFuzzySet* GetAsFuzzy() const;  // never null
   TObject* GetAsObject() const;
   const TClassReference* GetAsClass() const;
   bool IsOwningObject() const noexcept;
@@ -105,6 +110,8 @@ class TKBValue final : public IInterface, public Pooled {
   void SetAsFunCall(const Ref<IFunCall>& fun_call);
   void SetAsList(const Ref<IValueVector>& list);  // null stands for an empty list
   void SetAsSingletons(const Ref<ISingletonsVector>& singletons);
+  // The set is shared: it is not to be changed from now on. Null raises "invalid fuzzy value".
+  void SetAsFuzzy(const Ref<IFuzzySet>& set);
   void SetAsObject(TObject* object);  // borrows
   // Takes ownership. A component may be ended elsewhere: the cell then is empty.
   void SetAsOwnedObject(TObject* object);
@@ -120,7 +127,8 @@ class TKBValue final : public IInterface, public Pooled {
   // valid.
   Ref<IKBValue> Clone() const;
 
-  // Strict: within one type. 1 and 1.0 differ, and so do an atom and a string.
+  // Strict: within one type. 1 and 1.0 differ, and so do an atom and a string. A fuzzy value equals
+  // the numbers and fuzzy values that it overlaps.
   bool Equals(const TKBValue& other) const;
   // Coercing: reads `other` as this cell's type; a conversion that fails raises.
   bool EqualsStar(const TKBValue& other) const;
@@ -204,5 +212,6 @@ inline Ref<IKBValue> NewFloat(double value) { return Make<TKBValue>(value); }
 Ref<IKBValue> NewList(const Ref<IValueVector>& list);
 Ref<IKBValue> NewFactValue(const Ref<IFact>& fact);
 Ref<IKBValue> NewFunCallValue(const Ref<IFunCall>& fun_call);
+Ref<IKBValue> NewFuzzy(const Ref<IFuzzySet>& set);
 
 }  // namespace reasoner

@@ -16,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include "reasoner/support/Cloneable.h"
 #include "reasoner/support/Ref.h"
 #include "reasoner/support/Text.h"
 #include "reasoner/vocabulary/KBConsts.h"
@@ -55,14 +56,6 @@ using ISingletonsVector = TSingletonsVector;
 using IStreamToken = TKBStreamToken;
 using IUserFunction = TKBUserFunction;
 using IValueVector = TValueVector;
-
-// What a cell can hold by reference: something that compares, hashes and prints.
-class ICloneable : public IInterface {
- public:
-  virtual bool Equals(const ICloneable& other) const = 0;
-  virtual std::uint32_t GetHashCode() const = 0;
-  virtual std::string ToString() const = 0;
-};
 
 // Where a cell is evaluated: what its variables mean, and which match its bindings point into.
 class IScope {

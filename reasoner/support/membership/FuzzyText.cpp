@@ -1,0 +1,215 @@
+#include "reasoner/support/membership/FuzzyText.h"
+
+#include <cmath>
+#include <numeric>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "reasoner/support/Numbers.h"
+#include "reasoner/support/Streams.h"
+
+namespace reasoner {
+
+namespace {
+
+std::string NumberText(double number, TFuzzyNumbers numbers) {
+  return numbers == fnExact ? FloatToSource(number) : FloatToText(number);
+}
+
+// "(name number number)".
+std::string CallText(std::string_view name, std::initializer_list<double> arguments,
+                     TFuzzyNumbers numbers) {
+  std::string text = "(" + std::string(name);
+  for (const double argument : arguments) text += " " + NumberText(argument, numbers);
+  return text + ")";
+}
+
+// True if the centre and the width make the ends again.
+bool HasEqualSides(const IFuzzySet& set) noexcept {
+  const double tolerance = kSamePoint * set.GetWidth();
+  return std::fabs(set.GetCentre() - set.GetWidth() - set.GetLowestX()) <= tolerance &&
+         std::fabs(set.GetCentre() + set.GetWidth() - set.GetHighestX()) <= tolerance;
+}
+
+bool IsPlainWord(std::string_view word) noexcept {
+  constexpr std::string_view kSpecial = " \t\r\n\f\v\"\\()[]<>;&|~?$";
+  return !word.empty() && word.find_first_of(kSpecial) == std::string_view::npos;
+}
+
+std::string WordOrString(std::string_view word) {
+  if (IsPlainWord(word)) return std::string(word);
+  std::string text = "\"";
+  for (const char character : word) {
+    if (character == '"' || character == '\\') text += '\\';
+    text += character;
+  }
+  return text + "\"";
+}
+
+bool NeedsBrackets(const IFuzzySet& operand) noexcept {
+  return operand.GetGivenName().empty() && operand.IsBinaryExpression();
+}
+
+std::string OperandText(const IFuzzySet& operand) {
+  const std::string text = operand.GetName();
+  return NeedsBrackets(operand) ? "[" + text + "]" : text;
+}
+
+// Reads brackets, words and numbers one after the other.
+class ShapeReader {
+ public:
+  explicit ShapeReader(std::string_view text) : rest_(text) { SkipBlanks(); }
+
+  bool AtEnd() const noexcept { return rest_.empty(); }
+  bool Take(char bracket) noexcept {
+    if (rest_.empty() || rest_.front() != bracket) return false;
+    rest_.remove_prefix(1);
+    SkipBlanks();
+    return true;
+  }
+  // Empty before a bracket and at the end.
+  std::string_view TakeWord() noexcept {
+    const std::string_view word = rest_.substr(0, rest_.find_first_of(" \t\r\n()"));
+    rest_.remove_prefix(word.size());
+    SkipBlanks();
+    return word;
+  }
+  std::optional<double> TakeNumber() noexcept { return TextToFloat(TakeWord()); }
+
+ private:
+  void SkipBlanks() noexcept {
+    const std::size_t blanks = rest_.find_first_not_of(" \t\r\n");
+    rest_.remove_prefix(blanks == std::string_view::npos ? rest_.size() : blanks);
+  }
+
+  std::string_view rest_;
+};
+
+// "(x y) (x y))", the opening bracket read.
+bool ReadPoints(ShapeReader& reader, IFuzzySet& set) {
+  std::vector<FuzzyPoint> points;
+  while (reader.Take('(')) {
+    const auto x = reader.TakeNumber();
+    const auto y = reader.TakeNumber();
+    if (!x || !y || !reader.Take(')')) return false;
+    points.push_back({*x, *y});
+  }
+  if (!reader.Take(')') || !reader.AtEnd()) return false;
+  set.SetFunction(PiecewiseLinear(std::move(points)));
+  return true;
+}
+
+// "name number number)", the opening bracket read.
+bool ReadCall(ShapeReader& reader, IFuzzySet& set) {
+  const std::string_view name = reader.TakeWord();
+  std::vector<double> x;
+  while (!reader.AtEnd() && !reader.Take(')')) {
+    const auto number = reader.TakeNumber();
+    if (!number || x.size() == 4) return false;
+    x.push_back(*number);
+    if (reader.AtEnd()) return false;
+  }
+  if (!reader.AtEnd()) return false;
+  if (name == "tri" && x.size() == 3) {
+    set.SetToTriangle(x[0], x[1], x[2]);
+  } else if ((name == "s" || name == "z") && x.size() == 2) {
+    set.SetToSCurve(x[0], x[1], std::midpoint(x[0], x[1]), kShapePoints, name == "s");
+  } else if (name == "pi" && x.size() == 2) {
+    set.SetToPi(x[1], x[0], kShapePoints);
+  } else if (name == "pi" && x.size() == 3) {
+    set.SetToPi(x[0], x[2], x[1], kShapePoints);
+  } else if (name == "beta" && x.size() >= 2) {
+    set.SetToBeta(x[1], x[0], x.size() > 2 ? x[2] : 0, x.size() > 3 ? x[3] : 1, kShapePoints);
+  } else {
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+std::string PointsText(const PiecewiseLinear& function, TFuzzyNumbers numbers) {
+  std::string text = "(";
+  for (const FuzzyPoint& point : function.GetPoints()) {
+    text += "(" + NumberText(point.x, numbers) + " " + NumberText(point.y, numbers) + ") ";
+  }
+  return text + ")";
+}
+
+std::string ShapeText(const IFuzzySet& set, TFuzzyNumbers numbers) {
+  if (!set.IsStandardShape()) return PointsText(set.GetFunction(), numbers);
+  const double low = set.GetLowestX();
+  const double high = set.GetHighestX();
+  switch (set.GetType()) {
+    case fstPoints:
+      break;
+    case fstTriangle:
+      return CallText("tri", {low, set.GetXValue(1), high}, numbers);
+    case fstDecline:
+      return CallText("z", {low, high}, numbers);
+    case fstPi:
+      if (HasEqualSides(set)) return CallText("pi", {set.GetCentre(), set.GetWidth()}, numbers);
+      return CallText("pi", {low, set.GetCentre(), high}, numbers);
+    case fstBeta: {
+      const double centre = set.GetCentre();
+      const double range = set.GetRange();
+      if (set.GetWeight() != 1) {
+        return CallText("beta", {centre, range, set.GetWidth(), set.GetWeight()}, numbers);
+      }
+      if (set.GetWidth() != BetaDefaultWidth(range)) {
+        return CallText("beta", {centre, range, set.GetWidth()}, numbers);
+      }
+      return CallText("beta", {centre, range}, numbers);
+    }
+    case fstGrowth:
+      return CallText("s", {low, high}, numbers);
+  }
+  return PointsText(set.GetFunction(), numbers);
+}
+
+std::string FuzzySetText(const IFuzzySet& set, bool full) {
+  if (set.GetGivenName() == SEmptyFuzzy) return {};
+  if (!full) return set.GetName();
+  const bool from_expression = set.GetType() == fstPoints && !set.GetExpression().empty();
+  return "(term " + set.GetName() + " " +
+         (from_expression ? set.GetExpression() : ShapeText(set, fnExact)) + ")";
+}
+
+std::string FuzzyVariableText(const IFuzzyVariable& variable) {
+  const std::string indent(IndentString);
+  const std::string line(NewLineString);
+  std::string text = indent + "(range " + FloatToSource(variable.GetUniverseFrom()) + " " +
+                     FloatToSource(variable.GetUniverseTo()) + ")" + line;
+  if (!variable.GetUnits().empty()) {
+    text += indent + "(units " + WordOrString(variable.GetUnits()) + ")" + line;
+  }
+  text += indent + "(values " + line;
+  for (std::int32_t i = 0; i < variable.GetSetCount(); ++i) {
+    const IFuzzySet& set = *variable.GetSet(i);
+    if (set.IsTerm()) text += indent + indent + FuzzySetText(set, true) + line;
+  }
+  return text + indent + ")";
+}
+
+std::string HedgedText(std::string_view hedge, const IFuzzySet& operand) {
+  return std::string(hedge) + " " + OperandText(operand);
+}
+
+std::string JoinedText(const IFuzzySet& left, std::string_view word, const IFuzzySet& right) {
+  return left.GetName() + " " + std::string(word) + " " + OperandText(right);
+}
+
+bool ReadShape(std::string_view text, IFuzzySet& set) {
+  ShapeReader reader(text);
+  if (!reader.Take('(')) {
+    const auto number = reader.TakeNumber();
+    if (!number || !reader.AtEnd()) return false;
+    set.SetToTriangle(*number, *number, *number);
+    return true;
+  }
+  ShapeReader ahead = reader;
+  return ahead.TakeWord().empty() ? ReadPoints(reader, set) : ReadCall(reader, set);
+}
+
+}  // namespace reasoner

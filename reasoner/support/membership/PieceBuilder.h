@@ -1,0 +1,76 @@
+// What the operations on membership functions share: reading points from left to right, and
+// building a function from left to right. For this folder's own sources.
+
+#pragma once
+
+#include <cmath>
+#include <cstddef>
+#include <limits>
+#include <numeric>
+#include <span>
+#include <vector>
+
+#include "reasoner/support/membership/PiecewiseLinear.h"
+
+namespace reasoner {
+
+// How far x lies between x1 < x2, from 0 to 1, also where their distance is beyond the range of a
+// double.
+inline double FractionOf(double x, double x1, double x2) noexcept {
+  const double width = x2 - x1;
+  if (std::isfinite(width)) return (x - x1) / width;
+  return (x / 4 - x1 / 4) / (x2 / 4 - x1 / 4);
+}
+
+// Reads a function at places that never go back; a whole walk costs O(n).
+class PieceCursor {
+ public:
+  explicit PieceCursor(std::span<const FuzzyPoint> points) noexcept : points_(points) {}
+
+  // The x of the next points, infinity behind the last.
+  double NextX() const noexcept {
+    return next_ < points_.size() ? points_[next_].x : std::numeric_limits<double>::infinity();
+  }
+  // The place must not lie beyond NextX(); being on it takes its points.
+  Limits At(double x) noexcept;
+
+ private:
+  std::span<const FuzzyPoint> points_;
+  std::size_t next_ = 0;
+};
+
+// The limits that up to three points of one x stand for.
+Limits LimitsOfGroup(std::span<const FuzzyPoint> group) noexcept;
+
+// Puts a function together from left to right, in as few points as show it.
+class PieceBuilder {
+ public:
+  void Reserve(std::size_t points) { points_.reserve(points); }
+  void Point(double x, double y) { points_.push_back({x, y}); }
+  void Place(double x, const Limits& limits);
+
+  // OPTIMIZATION: dropped points are bounded by the slopes that keep all of them within tolerance,
+  // so that one walk drops any number of points without their errors adding up.
+  PiecewiseLinear Simplified();
+  PiecewiseLinear AsBuilt();
+
+ private:
+  std::vector<FuzzyPoint> points_;
+};
+
+// Adds the places at which a curve between two given ones has to bend, halving as long as the chord
+// is too far off. A curve answers for an argument (which goes linearly with x), and how far it is
+// off the chord between two arguments.
+template <class TCurve, class TArgument>
+void Bend(PieceBuilder& builder, const TCurve& curve, double x1, const TArgument& argument1,
+          double x2, const TArgument& argument2, int levels = 20) {
+  if (levels == 0 || !(curve.OffChord(argument1, argument2) > kCurveTolerance)) return;
+  const double x = std::midpoint(x1, x2);
+  if (!(x1 < x && x < x2)) return;
+  const TArgument argument = curve.Between(argument1, argument2);
+  Bend(builder, curve, x1, argument1, x, argument, levels - 1);
+  builder.Point(x, curve(argument));
+  Bend(builder, curve, x, argument, x2, argument2, levels - 1);
+}
+
+}  // namespace reasoner
