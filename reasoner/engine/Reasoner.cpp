@@ -190,6 +190,8 @@ void TReasoner::Reset() {
   // The ids start again before any handler can assert a fact.
   facts_->ClearDirect();
   next_fact_id_ = 0;
+  pending_assertions_.clear();
+  pending_retractions_.clear();
   RetractFacts();
   for (TRule* rule : rules_->GetItems()) rule->Reset();
   Assert(SInitialFact);

@@ -201,6 +201,22 @@ std::vector<TJoinNode::Entry*> TJoinNode::PartnersOf(const TKBToken& token, bool
   return partners;
 }
 
+void TJoinNode::ForgetRule(const TRule& rule) {
+  goal_plans_.erase(
+      std::remove_if(goal_plans_.begin(), goal_plans_.end(),
+                     [&rule](const TGoalPlan& plan) { return plan.GetRule() == &rule; }),
+      goal_plans_.end());
+}
+
+// The left token found no partner: what it waits for is asked for, once the network is idle again.
+void TJoinNode::AskForGoal(const TKBToken& left) {
+  IReasoner& engine = GetRete().GetEngine();
+  const Ref<IFact> goal = goal_plans_.front().MakeGoal(engine, left);
+  // A goal that brought the token here is there: with equal facts allowed it would be asked for
+  // without end.
+  if (!left.GetFact()->EqualsFact(*goal)) engine.AddPendingFact(goal, true);
+}
+
 void TJoinNode::LeftCame(const Ref<TKBToken>& token) {
   const Ref<TKBToken> stored = Make<TKBToken>(*token);
   Entry* entry = left_->Add(stored);
@@ -230,6 +246,7 @@ void TJoinNode::LeftCame(const Ref<TKBToken>& token) {
     ++pass_count_;
     failures.Try([&] { PassUnmatched(stored, 1.0F, token->GetTag()); });
   }
+  if (pass_count_ == 0 && !goal_plans_.empty()) failures.Try([&] { AskForGoal(*stored); });
   failures.Raise();
 }
 

@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "reasoner/match/Goal.h"
 #include "reasoner/match/ReteNode.h"
 #include "reasoner/match/SlotTest.h"
 #include "reasoner/match/TokenTree.h"
@@ -62,6 +63,14 @@ class TJoinNode final : public TTestNode {
   using TTestNode::AddTest;
   void AddJoinTest(TSlotTestType test_type, std::int32_t token_index, const Text& left,
                    std::int32_t left_sub_index, const Text& right, std::int32_t right_sub_index);
+  // A rule whose pattern asks for goals uses the join from now on. The first such rule speaks for
+  // all of them; when it goes, the next one does.
+  void AddGoalPlan(TGoalPlan plan) { goal_plans_.push_back(std::move(plan)); }
+  void ForgetRule(const TRule& rule);
+  // The rule that speaks, or null.
+  const TRule* GetGoalRule() const noexcept {
+    return goal_plans_.empty() ? nullptr : goal_plans_.front().GetRule();
+  }
   // Chooses an equality to hash on, once all tests are there.
   void PrepareShortCut();
   bool UsesShortCut() const noexcept { return use_short_cut_; }
@@ -88,6 +97,7 @@ class TJoinNode final : public TTestNode {
   void VisitLeft(const TKBToken& right, TVisit visit);
   std::vector<Entry*> PartnersOf(const TKBToken& token, bool is_left, TKBTokenTree& memory,
                                  Entry& stored);
+  void AskForGoal(const TKBToken& left);
   void LeftCame(const Ref<TKBToken>& token);
   void LeftGoes(const Ref<TKBToken>& token);
   void RightCame(const Ref<TKBToken>& token);
@@ -105,6 +115,7 @@ class TJoinNode final : public TTestNode {
   const TKBJoinTest* short_cut_ = nullptr;  // the test hashed on, the first one of the list
   std::unique_ptr<TKBTokenTree> right_;
   std::unique_ptr<TKBTokenTree> left_;
+  std::vector<TGoalPlan> goal_plans_;
 };
 
 }  // namespace reasoner

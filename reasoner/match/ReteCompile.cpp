@@ -348,7 +348,7 @@ void ReteCompiler::BuildJoins() {
     TReteNode*& left = tails_[static_cast<std::size_t>(i - 1)];
     TReteNode*& right = tails_[static_cast<std::size_t>(i)];
     const std::int32_t negations = pattern.GetNegatedCount();
-    const bool asks = pattern.GetFactTemplate()->IsBackwardChaining() && !pattern.IsExplicit();
+    const bool asks = !pattern.IsTest() && TGoalPlan::IsWanted(pattern);
     TReteNode* node = nullptr;
     if (pattern.IsTest()) {
       auto& test_node = network_.NewNode<TTestNode>();
@@ -370,7 +370,7 @@ void ReteCompiler::BuildJoins() {
         throw;
       }
       // A join of two of the same tails with the same tests serves both rules.
-      TReteNode* shared = nullptr;
+      TJoinNode* shared = nullptr;
       for (const TReteEdge& edge : left->GetEdges()) {
         if (shared != nullptr || edge.call_type != ctLeft) continue;
         auto* candidate = dynamic_cast<TJoinNode*>(edge.to);
@@ -386,6 +386,7 @@ void ReteCompiler::BuildJoins() {
         node = shared;
         node->SetRuleUseCount(node->GetRuleUseCount() + 1);
         Use(*node);
+        if (asks) shared->AddGoalPlan(TGoalPlan(rule_, pattern));
         Trace("=2");
         LinkNodes(*left, *node, ctLeft, false);
         LinkNodes(*right, *node, ctRight, false);
@@ -393,6 +394,7 @@ void ReteCompiler::BuildJoins() {
         continue;
       }
       join.PrepareShortCut();
+      if (asks) join.AddGoalPlan(TGoalPlan(rule_, pattern));
     }
     new_nodes_.insert(node);
     Use(*node);
