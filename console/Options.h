@@ -21,6 +21,7 @@ struct Options {
   bool run = false;
   bool help = false;
   bool version = false;
+  bool textbook = false;
   std::int32_t limit = 2147483647;
   reasoner::TSearchStrategy strategy = reasoner::ssDepthFirst;
   reasoner::TConstructWatches watch;

@@ -229,6 +229,24 @@ void TReasoner::SetFactDuplication(bool value) {
   facts_->SetCacheHashCodes(!value);
 }
 
+void TReasoner::SetTextbookSemantics(bool value) {
+  if (value == GetTextbookSemantics()) return;
+  RequireIdleNetwork("changing the semantics");
+  GetLink()->textbook_semantics = value;
+  std::vector<std::pair<std::int32_t, std::string>> rules;
+  for (const TRule* rule : rules_->GetItems())
+    rules.emplace_back(rule->GetRuleId(), rule->GetRuleName());
+  std::sort(rules.begin(), rules.end());
+  // No node of the old kind is left for the new ones to share. A handler may take rules away.
+  FirstFailure failures;
+  for (auto compile : {&TReasoner::UncompileRule, &TReasoner::CompileRule}) {
+    for (const auto& [id, name] : rules) {
+      if (TRule* rule = rules_->Find(name)) failures.Try([&] { (this->*compile)(*rule); });
+    }
+  }
+  failures.Raise();
+}
+
 void TReasoner::SetPackages(TFunctionPackages value) {
   if (value == packages_) return;
   FirstFailure failures;

@@ -21,6 +21,7 @@
 #include "reasoner/match/ReteNode.h"
 #include "reasoner/match/SlotTest.h"
 #include "reasoner/match/TokenTree.h"
+#include "reasoner/support/FirstFailure.h"
 
 namespace reasoner {
 
@@ -56,6 +57,10 @@ class TJoinNode final : public TTestNode {
 
   bool IsNegatedPattern() const noexcept { return negated_; }
   bool IsUnique() const noexcept { return unique_; }
+  // For a further level of negation, whose right tokens are left tokens that the level before has
+  // let through: each blocks the left token that it is made of, and no other.
+  void CompareChains() noexcept { compares_chains_ = true; }
+  bool ComparesChains() const noexcept { return compares_chains_; }
   std::int32_t GetHashKey() const noexcept { return hash_key_; }
   // Tokens of the last call that went on as matches.
   std::int32_t GetPassCount() const noexcept { return pass_count_; }
@@ -92,11 +97,12 @@ class TJoinNode final : public TTestNode {
 
   bool RunTests(const TKBToken& left, const Ref<IFact>& right, bool with_calls);
   template <class TVisit>
-  void VisitRight(const TKBToken& left, TVisit visit);
+  void VisitRight(const Ref<TKBToken>& left, TVisit visit);
   template <class TVisit>
   void VisitLeft(const TKBToken& right, TVisit visit);
-  std::vector<Entry*> PartnersOf(const TKBToken& token, bool is_left, TKBTokenTree& memory,
+  std::vector<Entry*> PartnersOf(const Ref<TKBToken>& token, bool is_left, TKBTokenTree& memory,
                                  Entry& stored);
+  void OfferNextPartner(Entry& left, FirstFailure& failures);
   void AskForGoal(const TKBToken& left);
   void LeftCame(const Ref<TKBToken>& token);
   void LeftGoes(const Ref<TKBToken>& token);
@@ -108,6 +114,8 @@ class TJoinNode final : public TTestNode {
 
   bool negated_;
   bool unique_;
+  bool compares_chains_ = false;
+  bool one_partner_ = false;  // textbook: a unique pattern has one partner at any time
   bool asks_for_goals_;
   bool use_short_cut_ = false;
   std::int32_t hash_key_;

@@ -287,16 +287,31 @@ void ReteCompiler::BuildPlaceTests() {
   for (std::int32_t i = 0; i < rule_.GetPatternCount(); ++i) {
     const TKBPattern& pattern = rule_.GetPattern(i);
     if (pattern.IsTest()) continue;
+    const std::int32_t fact_index = rule_.FactIndexOf(i);
     for (const auto& [name, occurrences] : VariablesOf(pattern)) {
+      const TBinding* binding = rule_.BindingFor(name, fact_index);
+      if (binding == nullptr) continue;  // a global: each place is tested by itself
       const TOccurrence* base = BaseOf(occurrences);
-      if (base == nullptr) continue;
-      if (rule_.BindingFor(name, rule_.FactIndexOf(i)) == nullptr)
-        continue;  // a global: each place is tested by itself
+      TNodeArgs args;
+      if (binding->FactIndex == fact_index) {
+        // The binding may lie among the alternatives of a field, which are no occurrences any more.
+        args.first_slot = binding->SlotIndex;
+        args.first = binding->SubIndex;
+        if (binding->SlotIndex == SPatternBinding) continue;
+        if (base != nullptr && !(pattern.GetSlotName(base->slot) == args.first_slot &&
+                                 base->test->GetMultiSlotSubIndex() == args.first)) {
+          base = nullptr;
+        }
+      } else if (base == nullptr) {
+        continue;
+      } else {
+        args.first_slot = pattern.GetSlotName(base->slot);
+        args.first = base->test->GetMultiSlotSubIndex();
+      }
       for (const TOccurrence& other : occurrences) {
         if (&other == base) continue;
-        const TNodeArgs args{pattern.GetSlotName(base->slot), pattern.GetSlotName(other.slot),
-                             base->test->GetMultiSlotSubIndex(),
-                             other.test->GetMultiSlotSubIndex()};
+        args.second_slot = pattern.GetSlotName(other.slot);
+        args.second = other.test->GetMultiSlotSubIndex();
         const TPatternMatchTest kind = other.test->GetSlotTestType() == sttEquals
                                            ? pmtTestSlotValueEqual
                                            : pmtTestSlotValueNotEqual;
@@ -408,6 +423,7 @@ void ReteCompiler::BuildJoins() {
       Use(next);
       LinkNodes(*node, next, ctRight, true);
       LinkNodes(*left, next, ctLeft, true);
+      if (network_.IsTextbook()) next.CompareChains();
       next.PrepareShortCut();
       node = &next;
     }

@@ -45,6 +45,8 @@ class TReteNetwork : public TPersistent {
   ~TReteNetwork() override;
 
   IReasoner& GetEngine() const noexcept { return engine_; }
+  // Which semantics new nodes follow; those that are there were made under it.
+  bool IsTextbook() const noexcept { return engine_.GetLink()->textbook_semantics; }
 
   // Compiles the rule and feeds it with the facts that are there. All or nothing: a failure leaves
   // no trace. A rule without patterns gets the initial one.

@@ -13,7 +13,7 @@ class BackwardChainingTest : public EngineTest {
   // The fact without its id and the blank behind the last field.
   static std::string Text(const IFact& fact) {
     std::string text = fact.ToString();
-    for (std::size_t at = 0; (at = text.find(" )", at)) != std::string::npos;) text.erase(at, 1);
+    for (std::size_t at = 0; (at = text.find(" )")) != std::string::npos;) text.erase(at, 1);
     return text;
   }
 
@@ -44,17 +44,18 @@ TEST_F(BackwardChainingTest, AGoalCarriesWhatIsKnown) {
   } rows[] = {
       {"(do-backward-chaining b) (defrule r (a ?x) (b ?x) => ) (assert (a 1))", "(need-b 1)"},
       {"(do-backward-chaining b) (defrule r (a ?x) (b k ?x ~z ?y) => ) (assert (a 1))",
-       "(need-b k 1 nil nil)"},
+       "(need-b k 1)"},
+      // What is not known is nil, which prints as nothing.
+      {"(do-backward-chaining b) (defrule r (a ?x) (b ~z ?x) => ) (assert (a 1))", "(need-b  1)"},
       // A variable that stands for one field of a list brings that field, a span its members.
       {"(do-backward-chaining b) (defrule r (a ?x ?y) (b ?y) => ) (assert (a 1 2))", "(need-b 2)"},
       {"(do-backward-chaining b) (defrule r (a ?x $?y) (b s $?y e) => ) (assert (a 1 2 3))",
        "(need-b s 2 3 e)"},
       {"(do-backward-chaining b) (defrule r ?f <- (a ?x) (b ?f) => ) (assert (a 1))",
-       "(need-b <Fact-1>)"},
+       "(need-b <Fact-0>)"},
       {pair + "(defrule r (a ?v) (w (x ?v) (l q ?v)) => ) (assert (a 1))",
        "(need-w (l q 1) (x 1))"},
-      {pair + "(defrule r (a ?v) (w (x ~?v) (y ?z)) => ) (assert (a 1))",
-       "(need-w)"},
+      {pair + "(defrule r (a ?v) (w (x ~?v) (y ?z)) => ) (assert (a 1))", "(need-w)"},
       // A partner that is there, a pattern that wants none, a goal and a marked one that comes
       // late.
       {"(do-backward-chaining b) (defrule r (a ?x) (b ?x) => ) (assert (b 1) (a 1))", ""},
