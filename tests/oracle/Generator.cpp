@@ -30,6 +30,9 @@ class TRandom {
 // raises.
 const std::vector<std::string> kValues = {"a", "b", "c", "ea"};
 
+// Whether the variables of a rule are bound where they are named.
+bool IsWellFormed(const TRuleText& rule);
+
 class TGenerator {
  public:
   TGenerator(std::uint64_t seed, bool textbook) : random_(seed), textbook_(textbook) {}
@@ -40,7 +43,7 @@ class TGenerator {
     for (std::uint32_t i = 0; i < rules; ++i) {
       const TRuleText* like =
           i > 0 && random_.Percent(30) ? &program.rules[random_.Below(i)] : nullptr;
-      TRuleText rule = Rule(i, like);
+      TRuleText rule = like != nullptr && random_.Percent(40) ? Sibling(i, *like) : Rule(i, like);
       while (IsLeftOut(rule, textbook_)) rule = Rule(i, nullptr);
       program.rules.push_back(std::move(rule));
     }
@@ -124,6 +127,25 @@ class TGenerator {
     }
     while (random_.Percent(25)) rule.actions.push_back(Action(scope));
     return rule;
+  }
+
+  // The rule with another variable in one place: most of its nodes are the other rule's, too.
+  TRuleText Sibling(std::uint32_t number, const TRuleText& like) {
+    TRuleText rule = like;
+    rule.name = "r" + std::to_string(number);
+    std::vector<TConstraint*> places;
+    for (std::size_t i = 1; i < rule.elements.size(); ++i) {
+      for (TSlotPattern& slot : rule.elements[i].slots) {
+        for (TField& field : slot.fields) {
+          for (TConstraint& constraint : field.constraints) {
+            if (constraint.kind == TConstraint::kVariable && !field.is_span)
+              places.push_back(&constraint);
+          }
+        }
+      }
+    }
+    if (!places.empty()) random_.Pick(places)->text = Variable(false);
+    return IsWellFormed(rule) ? rule : Rule(number, nullptr);
   }
 
   // The variables that the element leaves bound.
@@ -310,9 +332,6 @@ bool Thin(TItems& items, std::size_t least, const TFails& fails) {
     if (step <= 1) return any;
   }
 }
-
-// Whether the variables of the rule are bound before they are named, after something was left out.
-bool IsWellFormed(const TRuleText& rule);
 
 bool NamesOnly(const TCall& call, const std::vector<std::string>& known) {
   return std::all_of(call.terms.begin(), call.terms.end(), [&](const TTerm& term) {
