@@ -357,6 +357,16 @@ void ReteCompiler::AddJoinTests(TTestNode& node, TJoinNode* join, std::int32_t p
   }
 }
 
+// Whether a call decides what leaves the pattern's chain.
+static bool AsksCalls(const TReteNode* node) {
+  while (const auto* pattern_node = dynamic_cast<const TPatternMatchNode*>(node)) {
+    const Ref<IKBValue>& value = pattern_node->GetValue();
+    if (value && value->GetDType() == dtFunCall) return true;
+    node = pattern_node->GetFirstParent();
+  }
+  return false;
+}
+
 void ReteCompiler::BuildJoins() {
   for (std::int32_t i = 1; i < rule_.GetPatternCount(); ++i) {
     const TKBPattern& pattern = rule_.GetPattern(i);
@@ -384,12 +394,16 @@ void ReteCompiler::BuildJoins() {
         network_.FreeNode(*node);
         throw;
       }
-      // A join of two of the same tails with the same tests serves both rules.
+      // A join of two of the same tails with the same tests serves both rules. It must hold what a
+      // join of the new rule's own would: where a call decides, it may have answered otherwise
+      // then, and a unique pattern's partner depends on what was there when.
+      const bool may_share =
+          negations == 0 && !pattern.IsUnique() && !AsksCalls(left) && !AsksCalls(right);
       TJoinNode* shared = nullptr;
       for (const TReteEdge& edge : left->GetEdges()) {
-        if (shared != nullptr || edge.call_type != ctLeft) continue;
+        if (!may_share || shared != nullptr || edge.call_type != ctLeft) continue;
         auto* candidate = dynamic_cast<TJoinNode*>(edge.to);
-        if (candidate == nullptr || negations > 0 || !candidate->Serves(join)) continue;
+        if (candidate == nullptr || !candidate->Serves(join)) continue;
         const bool meets = std::any_of(right->GetEdges().begin(), right->GetEdges().end(),
                                        [&](const TReteEdge& other) {
                                          return other.to == candidate && other.call_type == ctRight;

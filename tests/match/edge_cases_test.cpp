@@ -110,6 +110,24 @@ TEST_F(MatchEdgeCasesTest, CallsThatChangeTheirMindKeepNothing) {
   }
 }
 
+// A rule that comes later must not hang on memories that never held what it was fed.
+TEST_F(MatchEdgeCasesTest, AMemoryWithAHistoryIsNotShared) {
+  Load(
+      "(defglobal ?*limit* = 0) (defrule one (a :(> ?*limit* 2)) (b) => )"
+      "(assert (a 3) (b)) (bind ?*limit* 5)"
+      "(defrule two (a :(> ?*limit* 2)) (b) => )");
+  ASSERT_EQ(OnAgenda(), "two ");
+  engine.Retract("(a 3)");
+  EXPECT_EQ(OnAgenda(), "");
+  engine.Clear();
+  Load(
+      "(defrule one (a) (unique (b ?)) (c) => ) (assert (b 1) (b 2) (a) (c))"
+      "(retract 0) (defrule two (a) (unique (b ?)) (c) => )");
+  ASSERT_EQ(OnAgenda(), "two ");
+  engine.Retract("(a)");
+  EXPECT_EQ(OnAgenda(), "");
+}
+
 TEST_F(MatchEdgeCasesTest, AFailingRedefinitionLeavesTheOldRule) {
   Load("(defrule r (a ?x) => (printout t \"old\" ?x \" \")) (assert (a 1) (a z))");
   // The first cannot be compiled, the second fails when it meets the facts.
