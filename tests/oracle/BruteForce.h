@@ -12,9 +12,9 @@
 //
 // What the generator leaves out, or the comparison allows, because more of the network's history
 // would have to be modelled:
-// - in the engine's own semantics: a first pattern with `$?` directly before a negated one; unique
-//   patterns behind negated ones, behind or with `$?`, or on a template that came before in the
-//   rule
+// - in the engine's own semantics: a first pattern with `$?` directly before a negated one, or
+//   before one with `$?` and a third one; unique patterns behind negated ones, behind or with `$?`,
+//   or on a template that came before in the rule
 // - a match that has fired and, in the midst of one token, goes and comes back at a negation of
 //   several levels: it may stand on the agenda again
 // - goals, function calls that raise or change their mind, fuzzy values

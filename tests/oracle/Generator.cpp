@@ -134,6 +134,8 @@ class TGenerator {
     TRuleText rule = like;
     rule.name = "r" + std::to_string(number);
     std::vector<TConstraint*> places;
+    TScope scope;
+    Enter(rule.elements[0], scope);
     for (std::size_t i = 1; i < rule.elements.size(); ++i) {
       for (TSlotPattern& slot : rule.elements[i].slots) {
         for (TField& field : slot.fields) {
@@ -144,7 +146,11 @@ class TGenerator {
         }
       }
     }
-    if (!places.empty()) random_.Pick(places)->text = Variable(false);
+    std::erase_if(scope.variables, [](const std::string& name) { return name[0] == '$'; });
+    if (!places.empty()) {
+      random_.Pick(places)->text =
+          scope.variables.empty() ? Variable(false) : random_.Pick(scope.variables);
+    }
     return IsWellFormed(rule) ? rule : Rule(number, nullptr);
   }
 
@@ -382,9 +388,16 @@ bool IsLeftOut(const TRuleText& rule, bool textbook) {
   if (textbook) return false;
   bool has_span = false;
   bool has_negation = false;
+  bool second_has_span = false;
+  std::int32_t patterns = 0;
   for (std::size_t i = 0; i < rule.elements.size(); ++i) {
     const TElement& element = rule.elements[i];
     if (element.is_test) continue;
+    ++patterns;
+    // Both can bring tokens that differ in their spans alone: which comes first depends on which
+    // fact did.
+    if (patterns == 3 && HasSpan(rule.elements[0]) && second_has_span) return true;
+    if (patterns == 2) second_has_span = HasSpan(element);
     has_span = has_span || HasSpan(element);
     if (i > 0 && HasSpan(rule.elements[0]) && element.negations > 0) {
       // Only the join that the first pattern's tokens meet can hold equal ones.
