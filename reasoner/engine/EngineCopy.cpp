@@ -165,6 +165,7 @@ void TReasoner::Assign(const TPersistent& source) {
   SetParserErrorHandling(ehRaiseImmediate);
   Watch = other.Watch;
   ResetGlobals = other.ResetGlobals;
+  SetTextbookSemantics(other.GetTextbookSemantics());
   const std::int32_t templates = fact_templates_->GetCount();
   bool complete = user_functions_->Assign(*other.user_functions_, true);
   complete = complete && fact_templates_->GetCount() == templates;
