@@ -105,12 +105,14 @@ bool TJoinNode::Serves(const TJoinNode& other) const {
       tests_.size() != other.tests_.size()) {
     return false;
   }
-  return std::all_of(
-      tests_.begin(), tests_.end(), [&other](const std::unique_ptr<TKBSlotTest>& test) {
-        return std::any_of(
-            other.tests_.begin(), other.tests_.end(),
-            [&test](const std::unique_ptr<TKBSlotTest>& wanted) { return test->Equals(*wanted); });
-      });
+  // A test may stand twice: what the one tests, the other must, and the other way round.
+  const auto covers = [](const TJoinNode& all, const TJoinNode& some) {
+    return std::all_of(some.tests_.begin(), some.tests_.end(), [&all](const auto& wanted) {
+      return std::any_of(all.tests_.begin(), all.tests_.end(),
+                         [&wanted](const auto& test) { return test->Equals(*wanted); });
+    });
+  };
+  return covers(*this, other) && covers(other, *this);
 }
 
 bool TJoinNode::RunTests(const TKBToken& left, const Ref<IFact>& right, bool with_calls) {
