@@ -267,14 +267,15 @@ void TJoinNode::LeftGoes(const Ref<TKBToken>& token) {
   Entry* entry = left_->Find(*token);
   if (entry == nullptr) return;
   const Ref<TKBToken> stored = entry->token;
-  const std::vector<Ref<TKBToken>> partners = std::move(entry->blockers);
+  Ref<TKBToken> partner;
+  if (one_partner_ && !entry->blockers.empty()) partner = entry->blockers.front();
   left_->Remove(*entry);
   if (negated_) {
     if (stored->GetNegatedCount() == 0) PassUnmatched(stored, 1.0F, taRemove);
     return;
   }
   if (one_partner_) {
-    if (!partners.empty()) PassPair(stored, *partners.front(), taRemove);
+    if (partner) PassPair(stored, *partner, taRemove);
     return;
   }
   FirstFailure failures;
