@@ -105,12 +105,14 @@ bool TJoinNode::Serves(const TJoinNode& other) const {
       tests_.size() != other.tests_.size()) {
     return false;
   }
-  return std::all_of(
-      tests_.begin(), tests_.end(), [&other](const std::unique_ptr<TKBSlotTest>& test) {
-        return std::any_of(
-            other.tests_.begin(), other.tests_.end(),
-            [&test](const std::unique_ptr<TKBSlotTest>& wanted) { return test->Equals(*wanted); });
-      });
+  // A test may stand twice: what the one tests, the other must, and the other way round.
+  const auto covers = [](const TJoinNode& all, const TJoinNode& some) {
+    return std::all_of(some.tests_.begin(), some.tests_.end(), [&all](const auto& wanted) {
+      return std::any_of(all.tests_.begin(), all.tests_.end(),
+                         [&wanted](const auto& test) { return test->Equals(*wanted); });
+    });
+  };
+  return covers(*this, other) && covers(other, *this);
 }
 
 bool TJoinNode::RunTests(const TKBToken& left, const Ref<IFact>& right, bool with_calls) {
@@ -265,14 +267,15 @@ void TJoinNode::LeftGoes(const Ref<TKBToken>& token) {
   Entry* entry = left_->Find(*token);
   if (entry == nullptr) return;
   const Ref<TKBToken> stored = entry->token;
-  const std::vector<Ref<TKBToken>> partners = std::move(entry->blockers);
+  Ref<TKBToken> partner;
+  if (one_partner_ && !entry->blockers.empty()) partner = entry->blockers.front();
   left_->Remove(*entry);
   if (negated_) {
     if (stored->GetNegatedCount() == 0) PassUnmatched(stored, 1.0F, taRemove);
     return;
   }
   if (one_partner_) {
-    if (!partners.empty()) PassPair(stored, *partners.front(), taRemove);
+    if (partner) PassPair(stored, *partner, taRemove);
     return;
   }
   FirstFailure failures;

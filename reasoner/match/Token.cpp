@@ -22,22 +22,22 @@ static std::uint32_t MixSplit(std::uint64_t split, std::uint32_t id) {
 
 TKBToken::TKBToken(TTokenAction tag, Ref<IFact> fact, std::uint64_t split)
     : count_(1),
+      tag_(tag),
       fact_(std::move(fact)),
       split_(split),
-      fact_id_(fact_ ? fact_->GetID() : -1),
-      tag_(tag) {
+      fact_id_(fact_ ? fact_->GetID() : -1) {
   sort_code_ = static_cast<std::uint32_t>(fact_id_);
   identity_ = MixIdentity(0, MixSplit(split_, sort_code_));
 }
 
 TKBToken::TKBToken(const Ref<TKBToken>& parent, Ref<IFact> fact, std::uint64_t split)
     : count_(parent->count_ + 1),
+      tag_(parent->tag_),
       fact_(std::move(fact)),
       parent_(parent),
       split_(split),
       strength_(parent->strength_),
-      fact_id_(fact_ ? fact_->GetID() : -1),
-      tag_(parent->tag_) {
+      fact_id_(fact_ ? fact_->GetID() : -1) {
   sort_code_ = parent->sort_code_ * 8 + (fact_ ? static_cast<std::uint32_t>(fact_id_) : 0);
   identity_ =
       MixIdentity(parent->identity_, MixSplit(split_, static_cast<std::uint32_t>(fact_id_)));
@@ -45,14 +45,14 @@ TKBToken::TKBToken(const Ref<TKBToken>& parent, Ref<IFact> fact, std::uint64_t s
 
 TKBToken::TKBToken(const TKBToken& source)
     : count_(source.count_),
+      tag_(source.tag_),
       fact_(source.fact_),
       parent_(source.parent_),
       split_(source.split_),
       strength_(source.strength_),
       sort_code_(source.sort_code_),
       identity_(source.identity_),
-      fact_id_(source.fact_id_),
-      tag_(source.tag_) {}
+      fact_id_(source.fact_id_) {}
 
 IFact* TKBToken::GetFacts(std::int32_t index) const noexcept {
   const TKBToken* token = this;

@@ -64,6 +64,7 @@ class TKBToken final : public IMatch, public Pooled {
 
   std::int32_t count_ = 0;
   std::int32_t negated_count_ = 0;
+  TTokenAction tag_ = taClear;  // here it costs no room: a token fills 64 bytes
   Ref<IFact> fact_;
   Ref<TKBToken> parent_;
   std::uint64_t split_ = 0;
@@ -71,7 +72,6 @@ class TKBToken final : public IMatch, public Pooled {
   std::uint32_t sort_code_ = 0;
   std::uint32_t identity_ = 0;
   std::int32_t fact_id_ = -1;
-  TTokenAction tag_ = taClear;
 };
 
 }  // namespace reasoner

@@ -52,6 +52,9 @@ TEST_F(MatchEdgeCasesTest, SeveralVariablesInOneField) {
       {"(defrule one (a ?x ?y) (b ?x&?x) => (printout t one))"
        "(defrule two (a ?x ?y) (b ?x&?y) => (printout t two)) (assert (a 1 2) (b 1))",
        "one"},
+      {"(defrule one (a ?x ?y) (b ~?x&~?x) => (printout t one))"
+       "(defrule two (a ?x ?y) (b ~?x&~?y) => (printout t two)) (assert (a 1 2) (b 2))",
+       "one"},
       {"(defrule two (a ?x ?y) (b ?x&?y) => (printout t two))"
        "(defrule one (a ?x ?y) (b ?x&?x) => (printout t one)) (assert (a 1 2) (b 1))",
        "one"},
