@@ -146,7 +146,10 @@ class TKBClipsStream : public TKBTokenizerStream {
   std::string ToString() const override;
 
   int GetChar() override;
+  // A line that is taken by itself leaves nothing behind for the white space of the next token.
   std::string GetLine() override;
+  // Drops the tokens that are waiting: what is written takes the place of what comes behind them.
+  void Put(std::string_view text) override;
   // Takes blanks up to and with one line end; tells whether there was one.
   virtual bool SkipInLineSpaces();
 
@@ -166,6 +169,7 @@ class TKBClipsStream : public TKBTokenizerStream {
     bool trimmed;     // a token behind it was put back: one blank follows
   };
 
+  std::string TakeLine();
   int NextChar();
   void PutBackChar(char character);
   Ref<IStreamToken> BuildWord(char first);
