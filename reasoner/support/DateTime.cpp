@@ -35,6 +35,11 @@ static std::int32_t DaysOfMonth(std::int32_t year, std::int32_t month) noexcept 
   return month == 4 || month == 6 || month == 9 || month == 11 ? 30 : 31;
 }
 
+// Milliseconds as a part of a day.
+static double OfDay(std::int64_t milliseconds) noexcept {
+  return static_cast<double>(milliseconds) / static_cast<double>(kDayMilliseconds);
+}
+
 double Now() {
   using namespace std::chrono;
   const std::int64_t since_epoch =
@@ -44,7 +49,7 @@ double Now() {
       ((now.tm_hour * 60 + now.tm_min) * 60 + std::min(now.tm_sec, 59)) * 1000LL +
       since_epoch % 1000;
   return static_cast<double>(DayNumber(now.tm_year + 1900, now.tm_mon + 1, now.tm_mday)) +
-         static_cast<double>(in_day) / static_cast<double>(kDayMilliseconds);
+         OfDay(in_day);
 }
 
 std::optional<TDateTimeParts> DecodeDateTime(double value) noexcept {
@@ -92,8 +97,7 @@ std::optional<double> EncodeTime(std::int32_t hour, std::int32_t minute, std::in
       !is_within(millisecond, 1000)) {
     return std::nullopt;
   }
-  const std::int64_t in_day = ((hour * 60 + minute) * 60 + second) * 1000LL + millisecond;
-  return static_cast<double>(in_day) / static_cast<double>(kDayMilliseconds);
+  return OfDay(((hour * 60 + minute) * 60 + second) * 1000LL + millisecond);
 }
 
 std::string DateToText(const TDateTimeParts& parts) {
@@ -184,9 +188,8 @@ std::optional<double> ReadTime(Reader& reader) noexcept {
     if (hour < 1 || hour > 12) return std::nullopt;
     hour = hour % 12 + (is_evening ? 12 : 0);
   }
-  const std::optional<double> time = EncodeTime(hour, minute, second, 0);
-  if (!time) return std::nullopt;
-  return *time + fraction / 86'400;
+  if (!EncodeTime(hour, minute, second, 0)) return std::nullopt;
+  return OfDay(((hour * 60 + minute) * 60 + second) * 1000LL + std::llround(fraction * 1000));
 }
 
 }  // namespace
