@@ -382,7 +382,7 @@ std::string TReasoner::ReadLine(const std::string& in_id) {
 }
 
 static Ref<IStreamToken> TakeToken(TKBTokenizerStream& stream) {
-  Ref<IStreamToken> token = stream.NextToken();
+  Ref<IStreamToken> token = stream.NextSingleToken();
   stream.DiscardUntilEOL();
   return token;
 }

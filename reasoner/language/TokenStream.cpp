@@ -458,6 +458,13 @@ Ref<IStreamToken> TKBClipsStream::NextToken() {
   return token;
 }
 
+Ref<IStreamToken> TKBClipsStream::NextSingleToken() {
+  if (!tokens_.empty()) return NextToken();
+  ClearEcho();
+  last_ = BuildNextToken();
+  return last_;
+}
+
 void TKBClipsStream::PutBackToken(const Ref<IStreamToken>& token) {
   tokens_.push_back(token);
   last_ = token;

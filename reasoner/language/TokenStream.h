@@ -106,6 +106,8 @@ class TKBTokenizerStream : public TGTextStream {
   virtual void MoveToNextConstruct() = 0;
   // At the end dtNone tokens for ever after.
   virtual Ref<IStreamToken> NextToken() = 0;
+  // The same for one who reads data: what the token may begin is not read ahead.
+  virtual Ref<IStreamToken> NextSingleToken() { return NextToken(); }
   // The last token put back comes next.
   virtual void PutBackToken(const Ref<IStreamToken>& token) = 0;
   // The word behind an opening parenthesis, which stays in the stream; empty where no word stands
@@ -135,6 +137,7 @@ class TKBClipsStream : public TKBTokenizerStream {
   void DiscardUntilEOL() override;
   void MoveToNextConstruct() override;
   Ref<IStreamToken> NextToken() override;
+  Ref<IStreamToken> NextSingleToken() override;
   void PutBackToken(const Ref<IStreamToken>& token) override;
   std::string Head() override;
 
