@@ -5,6 +5,8 @@
 
 #pragma once
 
+#include "reasoner/engine/Dialogs.h"
+#include "reasoner/engine/HostObjects.h"
 #include "reasoner/engine/Reasoner.h"
 #include "reasoner/facts/DefinedType.h"
 #include "reasoner/facts/Fact.h"

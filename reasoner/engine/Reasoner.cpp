@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include "reasoner/engine/Dialogs.h"
+#include "reasoner/engine/HostObjects.h"
 #include "reasoner/functions/UserPackage.h"
 #include "reasoner/language/ClipsParser.h"
 #include "reasoner/support/Numbers.h"
@@ -132,11 +134,12 @@ TReasoner::~TReasoner() {
   OnAddUserFunction = OnRemoveUserFunction = nullptr;
   OnAssertion = OnRetraction = nullptr;
   OnEndInference = nullptr;
-  OnPrintOut = nullptr;
+  OnPrintOut = OnUnknownStream = nullptr;
   OnReadLine = nullptr;
   OnReadToken = nullptr;
   BeginDestruction();
   Clear();
+  objects_.reset();
   DestroyComponents();
   FreeDoomed();
   user_functions_->Clear();
@@ -181,10 +184,21 @@ void TReasoner::Clear() {
     failures.Try([&] { user_functions_->Remove(function->GetFunctionName()); });
   }
   engine_variables_->Clear();
-  io_streams_->Clear();
+  failures.Try([this] { io_streams_->Clear(); });
   if (!IsDestroying()) failures.Try([this] { MakeImplied(); });
   if (OnClear) failures.Try([this] { OnClear(*this); });
-  failures.Raise();
+  if (!IsDestroying()) failures.Raise();
+}
+
+IDialogs& TReasoner::GetDialogs() {
+  if (dialogs_ != nullptr) return *dialogs_;
+  if (!terminal_dialogs_) terminal_dialogs_ = std::make_unique<TTerminalDialogs>(*this);
+  return *terminal_dialogs_;
+}
+
+THostObjects& TReasoner::GetObjects() {
+  if (!objects_) objects_ = std::make_unique<THostObjects>();
+  return *objects_;
 }
 
 void TReasoner::Reset() {

@@ -112,6 +112,9 @@ using TUserFunctionEvent =
     std::function<void(TReasoner& sender, const Ref<IUserFunction>& function)>;
 using TKBDefinedTypeEvent = std::function<void(TReasoner& sender, const Ref<IKBDefinedType>& type)>;
 
+class IDialogs;
+class THostObjects;
+
 class TReasoner : public TComponent, public IReasoner, public ISingletonsParser {
  public:
   // A new engine holds the packages' functions, the two implied templates and the fact
@@ -323,14 +326,35 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   // Terminal output goes to the stream from now on, and not to OnPrintOut. The engine owns the
   // stream and closes the one that it captured to before. A file is made or emptied; False when
   // that fails.
-  bool StartCapture(std::unique_ptr<TStream> stream, const TEncoding* encoding = nullptr);
+  virtual bool StartCapture(std::unique_ptr<TStream> stream, const TEncoding* encoding = nullptr);
   bool StartCapture(const std::string& file_name, const TEncoding* encoding = nullptr);
-  bool StopCapture();
-  // "t" and the empty name are the terminal: OnPrintOut. Other names are streams; an unknown one
-  // loses the text, or raises when there is no OnPrintOut.
+  // Raises when the rest of the text cannot be written; the capture has ended then, too.
+  virtual bool StopCapture();
+  bool IsCapturing() const noexcept { return capture_ != nullptr; }
+  // Terminal input comes from the stream meanwhile: each line is parsed and executed, and what it
+  // reads are the lines behind it. Batches nest. Always True; failures go through.
+  virtual bool Batch(TStream& stream, const TEncoding* encoding = nullptr);
+  bool Batch(const std::string& file_name, const TEncoding* encoding = nullptr);
+  bool IsInBatch() const noexcept { return batch_ != nullptr; }
+  // "t" and the empty name are the terminal: OnPrintOut. Other names are streams; the text for an
+  // unknown one goes to OnUnknownStream or is lost, or raises when there is no OnPrintOut either.
   void PrintOut(const std::string& out_id, const std::string& text) override;
-  std::string ReadLine(const std::string& in_id);
-  Ref<IStreamToken> ReadToken(const std::string& in_id);
+  // From a stream, from the batch that runs, or from OnReadLine and OnReadToken. At the end of a
+  // stream an empty line, and a token of kind dtNone.
+  virtual std::string ReadLine(const std::string& in_id);
+  virtual Ref<IStreamToken> ReadToken(const std::string& in_id);
+  // Writes out what waits in streams and in the capture. It happens of itself at the end of every
+  // load and run, and before a file is opened.
+  void FlushStreams();
+
+  // Dialogs.
+  // Borrowed until another one, or null, takes its place; with null they are held over the
+  // terminal.
+  void SetDialogs(IDialogs* dialogs) noexcept { dialogs_ = dialogs; }
+  IDialogs& GetDialogs();
+
+  // The host's classes and objects that rules can reach (reasoner/engine/HostObjects.h).
+  THostObjects& GetObjects();
 
   // The place of the last failure that left a parse or a run; empty fields where there was none.
   const TFailurePlace& GetFailurePlace() const noexcept { return failure_place_; }
@@ -426,6 +450,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   TReasonerEvent OnStartInference;
   TInferenceEvent OnEndInference;
   TPrintOutEvent OnPrintOut;
+  TPrintOutEvent OnUnknownStream;  // for text to a name that no stream has
   TReadLineEvent OnReadLine;
   TReadTokenEvent OnReadToken;
 
@@ -521,6 +546,7 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   void RuleMarkedFired(TRule& rule) override;
   std::int32_t NextToFire(std::int32_t max_rules) const;
   void RunStep(std::int32_t index);
+  std::int32_t RunRules(std::int32_t max_rules);
   void RebuildAgenda();
   bool PlaceActivation(std::unique_ptr<TActivation> activation);
   void ForgetPlacing(const TActivation& activation);
@@ -555,11 +581,19 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   std::string GlobalSection(bool late);
   void RemoveRulesOn(const IFactTemplate& fact_template);
   std::unique_ptr<TKBParser> NewParser();
+  // Flushes the streams when the operation is over, whichever way it ends.
+  template <class TOperation>
+  auto Flushed(TOperation operation);
   template <class TOperation>
   auto WithText(std::string_view text, TOperation operation);
   template <class TOperation>
   auto WithStream(TStream& stream, const TEncoding* encoding, const std::string& file_name,
                   TOperation operation);
+  template <class TOperation>
+  void LoadStream(TStream& stream, const TEncoding* encoding, const std::string& file_name,
+                  TOperation operation);
+  template <class TOperation>
+  void LoadFile(const std::string& file_name, const TEncoding* encoding, TOperation operation);
 
   std::recursive_mutex lock_;
   std::array<Ref<IUserFunction>, kLogicFunctionCount> logic_functions_;
@@ -608,8 +642,13 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   std::vector<std::unique_ptr<TKBParser>> old_parsers_;  // replaced while they were at work
   std::int32_t parses_ = 0;
   std::unique_ptr<TIOStreams> io_streams_;
-  std::unique_ptr<TStream> capture_;
+  std::shared_ptr<TStream> capture_;
   const TEncoding* capture_encoding_ = nullptr;
+  std::unique_ptr<TKBTokenizerStream> batch_;
+  std::string batch_file_name_;  // of the batch that is about to start
+  IDialogs* dialogs_ = nullptr;
+  std::unique_ptr<IDialogs> terminal_dialogs_;
+  std::unique_ptr<THostObjects> objects_;
   std::unique_ptr<TGlobalVariables> global_variables_;
   std::unique_ptr<TKBDefinedTypes> defined_types_;
   std::unique_ptr<TKBAgenda> agenda_;
@@ -629,5 +668,25 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   std::unique_ptr<TUserFunctions> user_functions_;
   std::unique_ptr<TKBContext> context_;
 };
+
+template <class TOperation>
+auto TReasoner::Flushed(TOperation operation) {
+  struct Flush {
+    TReasoner& engine;
+    int failures = std::uncaught_exceptions();
+    ~Flush() noexcept(false) {
+      if (std::uncaught_exceptions() == failures) {
+        engine.FlushStreams();
+        return;
+      }
+      try {
+        engine.FlushStreams();
+      } catch (...) {
+        // The failure that is under way is the one that counts.
+      }
+    }
+  } flush{*this};
+  return operation();
+}
 
 }  // namespace reasoner

@@ -229,6 +229,10 @@ std::int32_t TReasoner::NextToFire(std::int32_t max_rules) const {
 }
 
 std::int32_t TReasoner::Run(std::int32_t max_rules) {
+  return Flushed([this, max_rules] { return RunRules(max_rules); });
+}
+
+std::int32_t TReasoner::RunRules(std::int32_t max_rules) {
   using TGuard = std::lock_guard<std::recursive_mutex>;
   {
     // Another thread may be at work: what it has begun is waited for.

@@ -192,16 +192,18 @@ void TReasoner::SaveToStream(TStream& stream, const TEncoding* encoding) {
   stream.Write(Encoded(GetExpertSystem(), encoding));
 }
 
-// Every file is made in memory first: a failure on the way leaves the old one.
+// Every file is made in memory first: a failure on the way leaves the old one. What waits for a
+// stream on the same file is in it before.
 template <class TSave>
-static void SaveWhole(const std::string& file_name, TSave save) {
+static void SaveWhole(TReasoner& engine, const std::string& file_name, TSave save) {
+  engine.FlushStreams();
   TKitStringStream stream;
   save(stream);
   WriteFileWhole(file_name, stream.GetText());
 }
 
 void TReasoner::SaveToFile(const std::string& file_name, const TEncoding* encoding) {
-  SaveWhole(file_name, [&](TStream& stream) { SaveToStream(stream, encoding); });
+  SaveWhole(*this, file_name, [&](TStream& stream) { SaveToStream(stream, encoding); });
 }
 
 // One kind.
@@ -247,24 +249,24 @@ void TReasoner::SaveFacts(TStream& stream, std::string_view template_name,
 }
 
 void TReasoner::SaveRules(const std::string& file_name, const TEncoding* encoding) {
-  SaveWhole(file_name, [&](TStream& stream) { SaveRules(stream, encoding); });
+  SaveWhole(*this, file_name, [&](TStream& stream) { SaveRules(stream, encoding); });
 }
 
 void TReasoner::SaveFactTemplates(const std::string& file_name, const TEncoding* encoding) {
-  SaveWhole(file_name, [&](TStream& stream) { SaveFactTemplates(stream, encoding); });
+  SaveWhole(*this, file_name, [&](TStream& stream) { SaveFactTemplates(stream, encoding); });
 }
 
 void TReasoner::SaveDefinedTypes(const std::string& file_name, const TEncoding* encoding) {
-  SaveWhole(file_name, [&](TStream& stream) { SaveDefinedTypes(stream, encoding); });
+  SaveWhole(*this, file_name, [&](TStream& stream) { SaveDefinedTypes(stream, encoding); });
 }
 
 void TReasoner::SaveFacts(const std::string& file_name, const TEncoding* encoding) {
-  SaveWhole(file_name, [&](TStream& stream) { SaveFacts(stream, encoding); });
+  SaveWhole(*this, file_name, [&](TStream& stream) { SaveFacts(stream, encoding); });
 }
 
 void TReasoner::SaveFacts(const std::string& file_name, std::string_view template_name,
                           const TEncoding* encoding) {
-  SaveWhole(file_name, [&](TStream& stream) { SaveFacts(stream, template_name, encoding); });
+  SaveWhole(*this, file_name, [&](TStream& stream) { SaveFacts(stream, template_name, encoding); });
 }
 
 }  // namespace reasoner

@@ -4,6 +4,7 @@
 
 #include "reasoner/engine/Reasoner.h"
 #include "reasoner/language/PrettyPrint.h"
+#include "reasoner/support/FirstFailure.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/Messages.h"
@@ -61,6 +62,21 @@ template <class TOperation>
 auto TReasoner::WithText(std::string_view text, TOperation operation) {
   TKitStringStream stream{std::string(text)};
   return WithStream(stream, nullptr, "", operation);
+}
+
+// Loading: what was printed to a file meanwhile is in it when the load has ended.
+template <class TOperation>
+void TReasoner::LoadStream(TStream& stream, const TEncoding* encoding, const std::string& file_name,
+                           TOperation operation) {
+  Flushed([&] { return WithStream(stream, encoding, file_name, operation); });
+}
+
+template <class TOperation>
+void TReasoner::LoadFile(const std::string& file_name, const TEncoding* encoding,
+                         TOperation operation) {
+  FlushStreams();
+  TFileStream stream(file_name, fmOpenRead);
+  LoadStream(stream, encoding, file_name, operation);
 }
 
 bool TReasoner::Parse(std::string_view text, bool execute) {
@@ -209,21 +225,19 @@ Ref<IKBValue> TReasoner::ParseValue(std::string_view text, TKBTypes types,
 }
 
 void TReasoner::LoadFromStream(TStream& stream, const TEncoding* encoding) {
-  WithStream(stream, encoding, "", [](TKBParser& parser) { return parser.Parse(true); });
+  LoadStream(stream, encoding, "", [](TKBParser& parser) { return parser.Parse(true); });
 }
 
 void TReasoner::LoadFromFile(const std::string& file_name, const TEncoding* encoding) {
-  TFileStream stream(file_name, fmOpenRead);
-  WithStream(stream, encoding, file_name, [](TKBParser& parser) { return parser.Parse(true); });
+  LoadFile(file_name, encoding, [](TKBParser& parser) { return parser.Parse(true); });
 }
 
 void TReasoner::LoadFacts(TStream& stream, const TEncoding* encoding) {
-  WithStream(stream, encoding, "", [](TKBParser& parser) { return parser.LoadFacts(); });
+  LoadStream(stream, encoding, "", [](TKBParser& parser) { return parser.LoadFacts(); });
 }
 
 void TReasoner::LoadFacts(const std::string& file_name, const TEncoding* encoding) {
-  TFileStream stream(file_name, fmOpenRead);
-  WithStream(stream, encoding, file_name, [](TKBParser& parser) { return parser.LoadFacts(); });
+  LoadFile(file_name, encoding, [](TKBParser& parser) { return parser.LoadFacts(); });
 }
 
 template <class TClear>
@@ -235,34 +249,32 @@ static auto ClearedFirst(TClear clear) {
 }
 
 void TReasoner::LoadRules(TStream& stream, const TEncoding* encoding) {
-  WithStream(stream, encoding, "", ClearedFirst([this] { rules_->Clear(); }));
+  LoadStream(stream, encoding, "", ClearedFirst([this] { rules_->Clear(); }));
 }
 
 void TReasoner::LoadRules(const std::string& file_name, const TEncoding* encoding) {
-  TFileStream stream(file_name, fmOpenRead);
-  WithStream(stream, encoding, file_name, ClearedFirst([this] { rules_->Clear(); }));
+  LoadFile(file_name, encoding, ClearedFirst([this] { rules_->Clear(); }));
 }
 
 void TReasoner::LoadFactTemplates(TStream& stream, const TEncoding* encoding) {
-  WithStream(stream, encoding, "", ClearedFirst([this] { ClearTemplates(); }));
+  LoadStream(stream, encoding, "", ClearedFirst([this] { ClearTemplates(); }));
 }
 
 void TReasoner::LoadFactTemplates(const std::string& file_name, const TEncoding* encoding) {
-  TFileStream stream(file_name, fmOpenRead);
-  WithStream(stream, encoding, file_name, ClearedFirst([this] { ClearTemplates(); }));
+  LoadFile(file_name, encoding, ClearedFirst([this] { ClearTemplates(); }));
 }
 
 void TReasoner::LoadDefinedTypes(TStream& stream, const TEncoding* encoding) {
-  WithStream(stream, encoding, "", ClearedFirst([this] { ClearTypes(); }));
+  LoadStream(stream, encoding, "", ClearedFirst([this] { ClearTypes(); }));
 }
 
 void TReasoner::LoadDefinedTypes(const std::string& file_name, const TEncoding* encoding) {
-  TFileStream stream(file_name, fmOpenRead);
-  WithStream(stream, encoding, file_name, ClearedFirst([this] { ClearTypes(); }));
+  LoadFile(file_name, encoding, ClearedFirst([this] { ClearTypes(); }));
 }
 
 void TReasoner::SetExpertSystem(std::string_view text) {
-  WithText(text, ClearedFirst([this] { Clear(); }));
+  TKitStringStream stream{std::string(text)};
+  LoadStream(stream, nullptr, "", ClearedFirst([this] { Clear(); }));
   Reset();
 }
 
@@ -272,61 +284,124 @@ static bool IsTerminal(const std::string& name) { return name.empty() || name ==
 
 void TReasoner::PrintOut(const std::string& out_id, const std::string& text) {
   if (IsTerminal(out_id)) {
-    if (capture_) return WriteStringToStream(*capture_, text, capture_encoding_);
+    if (const std::shared_ptr<TStream> capture = capture_)
+      return WriteStringToStream(*capture, text, capture_encoding_);
     if (OnPrintOut) OnPrintOut(*this, out_id, text);
     return;
   }
-  if (TGTextStream* stream = io_streams_->Find(out_id)) {
+  if (const std::shared_ptr<TGTextStream> stream = io_streams_->Find(out_id)) {
     stream->Put(text);
+  } else if (OnUnknownStream) {
+    OnUnknownStream(*this, out_id, text);
   } else if (!OnPrintOut) {
     Raise(SNoSuchFunction, "printout");
   }
 }
 
+void TReasoner::FlushStreams() {
+  FirstFailure failures;
+  failures.Try([this] { io_streams_->Flush(); });
+  failures.Try([this] {
+    if (const std::shared_ptr<TStream> capture = capture_) capture->Flush();
+  });
+  failures.Raise();
+}
+
 bool TReasoner::StartCapture(std::unique_ptr<TStream> stream, const TEncoding* encoding) {
   if (!stream) return false;
   WritePreambleToStream(*stream, encoding);
-  capture_ = std::move(stream);
+  const std::shared_ptr<TStream> old = std::exchange(capture_, std::move(stream));
   capture_encoding_ = encoding;
+  if (old) old->Flush();
   return true;
 }
 
 bool TReasoner::StartCapture(const std::string& file_name, const TEncoding* encoding) {
+  FlushStreams();  // the file may be one of those that are open
+  std::unique_ptr<TStream> stream;
   try {
-    return StartCapture(std::make_unique<TFileStream>(file_name, fmCreate), encoding);
+    stream = std::make_unique<TFileStream>(file_name, fmCreate);
   } catch (const EKitException&) {
     return false;
   }
+  return StartCapture(std::move(stream), encoding);
 }
 
 bool TReasoner::StopCapture() {
-  capture_.reset();
+  if (const std::shared_ptr<TStream> capture = std::exchange(capture_, nullptr)) capture->Flush();
   return true;
+}
+
+bool TReasoner::Batch(TStream& stream, const TEncoding* encoding) {
+  const DepthGuard guard("batch");
+  const std::string file_name = std::exchange(batch_file_name_, "");
+  std::unique_ptr<TKBTokenizerStream> tokenizer = NewTokenizer(stream, encoding);
+  TKBTokenizerStream& lines = *tokenizer;
+  std::swap(batch_, tokenizer);
+  struct Nested {
+    TReasoner& engine;
+    std::unique_ptr<TKBTokenizerStream>& outer;
+    ~Nested() { std::swap(engine.batch_, outer); }
+  } nested{*this, tokenizer};
+  const auto* const place = dynamic_cast<const TKBClipsStream*>(&lines);
+  return Flushed([&] {
+    while (!lines.AtEnd()) {
+      const std::int32_t number = place == nullptr ? 1 : place->GetLineNumber();
+      TKitStringStream line(lines.GetLine());
+      WithStream(line, nullptr, file_name, [number](TKBParser& parser) {
+        if (auto* clips = dynamic_cast<TKBClipsStream*>(parser.GetTokenizer()))
+          clips->SetLineNumber(number);
+        return parser.Parse(true);
+      });
+    }
+    return true;
+  });
+}
+
+bool TReasoner::Batch(const std::string& file_name, const TEncoding* encoding) {
+  FlushStreams();
+  TFileStream stream(file_name, fmOpenRead);
+  batch_file_name_ = file_name;
+  return Batch(stream, encoding);
 }
 
 std::string TReasoner::ReadLine(const std::string& in_id) {
   if (!IsTerminal(in_id)) {
-    if (TGTextStream* stream = io_streams_->Find(in_id))
+    if (const std::shared_ptr<TGTextStream> stream = io_streams_->Find(in_id))
       return stream->AtEnd() ? std::string() : stream->GetLine();
   }
-  if (!OnReadLine) Raise(SNoReadFunctionWarning, "readline");
   std::string text;
+  if (batch_) {
+    text = batch_->GetLine();
+    PrintOut(text + std::string(NewLineString));
+    return text;
+  }
+  if (!OnReadLine) Raise(SNoReadFunctionWarning, "readline");
   OnReadLine(*this, in_id, text);
   return text;
 }
 
+static Ref<IStreamToken> TakeToken(TKBTokenizerStream& stream) {
+  Ref<IStreamToken> token = stream.NextSingleToken();
+  stream.DiscardUntilEOL();
+  return token;
+}
+
 Ref<IStreamToken> TReasoner::ReadToken(const std::string& in_id) {
   if (!IsTerminal(in_id)) {
-    if (TGTextStream* stream = io_streams_->Find(in_id)) {
-      auto* tokenizer = dynamic_cast<TKBTokenizerStream*>(stream);
+    if (const std::shared_ptr<TGTextStream> stream = io_streams_->Find(in_id)) {
+      auto* tokenizer = dynamic_cast<TKBTokenizerStream*>(stream.get());
       if (tokenizer == nullptr) Raise(SInvalidStreamClass, "read");
-      Ref<IStreamToken> token = tokenizer->NextToken();
-      tokenizer->DiscardUntilEOL();
-      return token;
+      return TakeToken(*tokenizer);
     }
   }
-  if (!OnReadToken) Raise(SNoReadFunctionWarning, "read");
   Ref<IStreamToken> token;
+  if (batch_) {
+    token = TakeToken(*batch_);
+    PrintOut(token->ToString() + std::string(NewLineString));
+    return token;
+  }
+  if (!OnReadToken) Raise(SNoReadFunctionWarning, "read");
   OnReadToken(*this, in_id, token);
   // A handler that gives nothing is at the end of its input.
   return token ? token : Make<TKBStreamToken>(std::int32_t{dtNone}, Text("EOF"));

@@ -242,14 +242,24 @@ void TKBClipsStream::PutBackChar(char character) {
 int TKBClipsStream::GetChar() { return NextChar(); }
 
 std::string TKBClipsStream::GetLine() {
+  std::string line = TakeLine();
+  whitespace_.clear();
+  return line;
+}
+
+void TKBClipsStream::Put(std::string_view text) {
+  Clear();
+  after_return_ = false;
+  TKBTokenizerStream::Put(text);
+}
+
+std::string TKBClipsStream::TakeLine() {
   if (after_return_) {
     after_return_ = false;
     const int next = RawChar();
     if (next != '\n' && next != kEnd) PutBack(static_cast<char>(next));
   }
   std::string line = TKBTokenizerStream::GetLine();
-  whitespace_ += line;
-  whitespace_ += NewLineString;
   ++line_number_;
   column_ = 1;
   return line;
@@ -289,7 +299,8 @@ Ref<IStreamToken> TKBClipsStream::BuildNextToken() {
     }
     if (first != ';') return BuildWord(static_cast<char>(first));
     whitespace_ += ';';
-    GetLine();
+    whitespace_ += TakeLine();
+    whitespace_ += NewLineString;
   }
 }
 
@@ -447,6 +458,13 @@ Ref<IStreamToken> TKBClipsStream::NextToken() {
   return token;
 }
 
+Ref<IStreamToken> TKBClipsStream::NextSingleToken() {
+  if (!tokens_.empty()) return NextToken();
+  ClearEcho();
+  last_ = BuildNextToken();
+  return last_;
+}
+
 void TKBClipsStream::PutBackToken(const Ref<IStreamToken>& token) {
   tokens_.push_back(token);
   last_ = token;
@@ -492,9 +510,7 @@ void TKBClipsStream::DiscardUntilEOL() {
     // What came behind the token may have ended its line already.
     if (!tokens_.empty() || line_number_ > line) return;
   }
-  const std::size_t kept = whitespace_.size();
-  GetLine();
-  whitespace_.resize(kept);
+  TakeLine();
 }
 
 const Ref<IStreamToken>& TKBClipsStream::GetCurrentToken() {

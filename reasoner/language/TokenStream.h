@@ -106,6 +106,8 @@ class TKBTokenizerStream : public TGTextStream {
   virtual void MoveToNextConstruct() = 0;
   // At the end dtNone tokens for ever after.
   virtual Ref<IStreamToken> NextToken() = 0;
+  // The same for one who reads data: what the token may begin is not read ahead.
+  virtual Ref<IStreamToken> NextSingleToken() { return NextToken(); }
   // The last token put back comes next.
   virtual void PutBackToken(const Ref<IStreamToken>& token) = 0;
   // The word behind an opening parenthesis, which stays in the stream; empty where no word stands
@@ -135,6 +137,7 @@ class TKBClipsStream : public TKBTokenizerStream {
   void DiscardUntilEOL() override;
   void MoveToNextConstruct() override;
   Ref<IStreamToken> NextToken() override;
+  Ref<IStreamToken> NextSingleToken() override;
   void PutBackToken(const Ref<IStreamToken>& token) override;
   std::string Head() override;
 
@@ -146,7 +149,10 @@ class TKBClipsStream : public TKBTokenizerStream {
   std::string ToString() const override;
 
   int GetChar() override;
+  // A line that is taken by itself leaves nothing behind for the white space of the next token.
   std::string GetLine() override;
+  // Drops the tokens that are waiting: what is written takes the place of what comes behind them.
+  void Put(std::string_view text) override;
   // Takes blanks up to and with one line end; tells whether there was one.
   virtual bool SkipInLineSpaces();
 
@@ -166,6 +172,7 @@ class TKBClipsStream : public TKBTokenizerStream {
     bool trimmed;     // a token behind it was put back: one blank follows
   };
 
+  std::string TakeLine();
   int NextChar();
   void PutBackChar(char character);
   Ref<IStreamToken> BuildWord(char first);

@@ -1,6 +1,7 @@
 #include "reasoner/library/Builtin.h"
 
 #include "reasoner/engine/Reasoner.h"
+#include "reasoner/support/Numbers.h"
 #include "reasoner/support/Streams.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -53,6 +54,14 @@ Ref<IKBValue> FreshCopy(const IKBValue& value) {
   Ref<IKBValue> copy = value.Clone();
   if (value.GetDType() == dtList) copy->SetAsList(value.GetAsList()->Clone());
   return copy;
+}
+
+std::string TotalLine(std::string_view beginning, std::int64_t count, std::string_view what) {
+  std::string line(beginning);
+  line += IntegerToText(count);
+  line += what;
+  line += NewLineString;
+  return line;
 }
 
 std::string AsLines(std::string text) {

@@ -89,5 +89,7 @@ Ref<IKBValue> FreshCopy(const IKBValue& value);
 
 // `text` with a line break at its end, unless it is empty.
 std::string AsLines(std::string text);
+// The closing line of a listing.
+std::string TotalLine(std::string_view beginning, std::int64_t count, std::string_view what);
 
 }  // namespace reasoner

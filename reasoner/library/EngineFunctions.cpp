@@ -198,7 +198,10 @@ class TExitFunction final : public TBuiltinFunction<TExitFunction> {
                                        .comment = "Immediately stops execution of the reasoner",
                                        .example = "(exit)"};
 
-  void Call(const IFunCall&, TKBContext&, Ref<IKBValue>&) override { throw EAbort(); }
+  void Call(const IFunCall&, TKBContext& context, Ref<IKBValue>&) override {
+    EngineOf(context).FlushStreams();
+    throw EAbort();
+  }
 };
 
 class TDoBackwardChainingFunction final : public TBuiltinFunction<TDoBackwardChainingFunction> {

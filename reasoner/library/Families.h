@@ -16,11 +16,17 @@ void AddStorageFunctions(TUserFunctionList& functions);
 void AddEngineFunctions(TUserFunctionList& functions);
 void AddMultifieldFunctions(TUserFunctionList& functions);
 void AddIOFunctions(TUserFunctionList& functions);
+void AddFileFunctions(TUserFunctionList& functions);
 void AddMathFunctions(TUserFunctionList& functions);
 void AddPredicateFunctions(TUserFunctionList& functions);
 void AddStringFunctions(TUserFunctionList& functions);
 void AddTrigonometryFunctions(TUserFunctionList& functions);
 void AddBusinessFunctions(TUserFunctionList& functions);
 void AddListingFunctions(TUserFunctionList& functions);
+void AddConstructFunctions(TUserFunctionList& functions);
+void AddSystemFunctions(TUserFunctionList& functions);
+void AddDateFunctions(TUserFunctionList& functions);
+void AddDialogFunctions(TUserFunctionList& functions);
+void AddObjectFunctions(TUserFunctionList& functions);
 
 }  // namespace reasoner

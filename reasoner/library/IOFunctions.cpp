@@ -1,4 +1,4 @@
-// Printing and reading through the engine's logical streams, and loading.
+// Printing and reading through the engine's logical streams.
 
 #include <string>
 
@@ -127,26 +127,10 @@ class TReadLineFunction final : public TBuiltinFunction<TReadLineFunction> {
   }
 };
 
-class TLoadFunction final : public TBuiltinFunction<TLoadFunction> {
- public:
-  static constexpr TFunctionInfo kInfo{.name = "load",
-                                       .syntax = " <filename>",
-                                       .arguments = Exactly(1),
-                                       .comment = "Loads the specified file into the reasoner",
-                                       .example = "(load \"colors.clp\")"};
-
-  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    const Text file_name = TextArgument(fun_call, 0, context);
-    EngineOf(context).LoadFromFile(file_name.str());
-    result = FCTrue;
-  }
-};
-
 }  // namespace
 
 void AddIOFunctions(TUserFunctionList& functions) {
-  functions.AddNew<TPrintOutFunction, TFormatFunction, TReadFunction, TReadLineFunction,
-                   TLoadFunction>();
+  functions.AddNew<TPrintOutFunction, TFormatFunction, TReadFunction, TReadLineFunction>();
 }
 
 }  // namespace reasoner

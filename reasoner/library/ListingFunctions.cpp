@@ -1,5 +1,5 @@
-// Listing, removing and asking for constructs. What one call lists goes out at once, every line
-// with its end.
+// Showing what the engine holds, and asking for names. What one call lists goes out at once, every
+// line with its end.
 
 #include <algorithm>
 #include <array>
@@ -12,20 +12,12 @@
 #include "reasoner/functions/UserPackage.h"
 #include "reasoner/library/Builtin.h"
 #include "reasoner/library/Families.h"
+#include "reasoner/library/KindFunction.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/support/Streams.h"
 
 namespace reasoner {
 namespace {
-
-// The closing line of a listing.
-std::string TotalLine(std::string_view beginning, std::int64_t count, std::string_view what) {
-  std::string line(beginning);
-  line += IntegerToText(count);
-  line += what;
-  line += NewLineString;
-  return line;
-}
 
 constexpr std::string_view kTerminal = "t";
 
@@ -129,22 +121,6 @@ class TShowRulesFunction final : public TBuiltinFunction<TShowRulesFunction> {
   }
 };
 
-class TUnDefRuleFunction final : public TBuiltinFunction<TUnDefRuleFunction> {
- public:
-  static constexpr TFunctionInfo kInfo{
-      .name = "undefrule",
-      .syntax = " <rule-name>",
-      .arguments = Exactly(1),
-      .comment = "Deletes the specified rule from the rule base",
-      .example = "(undefrule greet)",
-      .prelude = "(defrule greet (name ?n) => (printout t \"Hello, \" ?n crlf))"};
-
-  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    const Text name = TextArgument(fun_call, 0, context);
-    result = BooleanValue(EngineOf(context).GetRules().Remove(name));
-  }
-};
-
 class TSetGenFunction final : public TBuiltinFunction<TSetGenFunction> {
  public:
   static constexpr TFunctionInfo kInfo{
@@ -191,40 +167,6 @@ bool IsKnown(TStructKind kind, const Text& name, const TKBContext& context) {
   return false;
 }
 
-// One class for all questions of this form: the name says which registry is asked.
-class TIsKBStructFunction final : public TDescribedFunction {
- public:
-  struct TRow {
-    TStructKind kind;
-    TFunctionInfo info;
-  };
-  static const std::array<TRow, 7> kRows;
-
-  explicit TIsKBStructFunction(const TRow& row) : row_(&row) {}
-
-  void InitMetaData() override { Describe(row_->info); }
-
-  // Another of the names turns the function into that question; any other name leaves it what it
-  // is.
-  void SetFunctionName(std::string_view name) override {
-    for (const TRow& row : kRows) {
-      if (row.info.name != name) continue;
-      row_ = &row;
-      comment_ = row.info.comment;
-      example_ = row.info.example;
-      prelude_ = row.info.prelude;
-    }
-    TDescribedFunction::SetFunctionName(name);
-  }
-
-  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    result = BooleanValue(IsKnown(row_->kind, TextArgument(fun_call, 0, context), context));
-  }
-
- private:
-  const TRow* row_;
-};
-
 constexpr TFunctionInfo Question(std::string_view name, std::string_view comment,
                                  std::string_view example, std::string_view prelude = {}) {
   return {.name = name,
@@ -235,33 +177,41 @@ constexpr TFunctionInfo Question(std::string_view name, std::string_view comment
           .prelude = prelude};
 }
 
-constexpr std::array<TIsKBStructFunction::TRow, 7> TIsKBStructFunction::kRows{{
-    {skBinding, Question("is-binding", "Returns TRUE if the argument is a binding (variable) name",
-                         "(is-binding x)", "(bind ?x 5)")},
-    {skDefType, Question("is-deftype", "Returns TRUE if the argument is a defined type name",
-                         "(is-deftype speed)")},
-    {skFunction, Question("is-deffunction", "Returns TRUE if the argument is a function name",
-                          "(is-deffunction str-cat)")},
-    {skGlobal, Question("is-defglobal", "Returns TRUE if the argument is a global variable name",
-                        "(is-defglobal *limit*)", "(defglobal ?*limit* = 5)")},
-    {skRule,
-     Question("is-defrule", "Returns TRUE if the argument is a rule name", "(is-defrule greet)",
-              "(defrule greet (name ?n) => (printout t \"Hello, \" ?n crlf))")},
-    {skFactSet, Question("is-deffacts", "Returns TRUE if the argument is a deffacts (factset) name",
-                         "(is-deffacts colors)", "(deffacts colors (color red))")},
-    {skTemplate, Question("is-deftemplate",
-                          "Returns TRUE if the argument is a deftemplate (fact template) name",
-                          "(is-deftemplate food)", "(deftemplate food (slot name))")},
-}};
+// One class for all questions of this form: the name says which registry is asked.
+class TIsKBStructFunction final : public TKindFunction<TIsKBStructFunction, TStructKind> {
+ public:
+  using TKindFunction::TKindFunction;
+  static constexpr std::array<TRow, 7> kRows{{
+      {skBinding,
+       Question("is-binding", "Returns TRUE if the argument is a binding (variable) name",
+                "(is-binding x)", "(bind ?x 5)")},
+      {skDefType, Question("is-deftype", "Returns TRUE if the argument is a defined type name",
+                           "(is-deftype speed)")},
+      {skFunction, Question("is-deffunction", "Returns TRUE if the argument is a function name",
+                            "(is-deffunction str-cat)")},
+      {skGlobal, Question("is-defglobal", "Returns TRUE if the argument is a global variable name",
+                          "(is-defglobal *limit*)", "(defglobal ?*limit* = 5)")},
+      {skRule,
+       Question("is-defrule", "Returns TRUE if the argument is a rule name", "(is-defrule greet)",
+                "(defrule greet (name ?n) => (printout t \"Hello, \" ?n crlf))")},
+      {skFactSet,
+       Question("is-deffacts", "Returns TRUE if the argument is a deffacts (factset) name",
+                "(is-deffacts colors)", "(deffacts colors (color red))")},
+      {skTemplate, Question("is-deftemplate",
+                            "Returns TRUE if the argument is a deftemplate (fact template) name",
+                            "(is-deftemplate food)", "(deftemplate food (slot name))")},
+  }};
+
+  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
+    result = BooleanValue(IsKnown(GetKind(), TextArgument(fun_call, 0, context), context));
+  }
+};
 
 }  // namespace
 
 void AddListingFunctions(TUserFunctionList& functions) {
-  functions.AddNew<TAgendaFunction, TShowFactsFunction, TShowRulesFunction, TSetGenFunction,
-                   TUnDefRuleFunction>();
-  for (const TIsKBStructFunction::TRow& row : TIsKBStructFunction::kRows) {
-    functions.Add(Make<TIsKBStructFunction>(row));
-  }
+  functions.AddNew<TAgendaFunction, TShowFactsFunction, TShowRulesFunction, TSetGenFunction>();
+  AddKinds<TIsKBStructFunction>(functions);
 }
 
 }  // namespace reasoner

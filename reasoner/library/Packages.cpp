@@ -16,6 +16,7 @@ void TStandardPackage::CreateFunctions() {
   AddEngineFunctions(GetFunctions());
   AddMultifieldFunctions(GetFunctions());
   AddIOFunctions(GetFunctions());
+  AddFileFunctions(GetFunctions());
 }
 
 TMiscPackage::TMiscPackage(TComponent* owner) : TUserPackage(owner) { Rebuild(); }
@@ -23,6 +24,17 @@ TMiscPackage::TMiscPackage(TComponent* owner) : TUserPackage(owner) { Rebuild();
 void TMiscPackage::CreateFunctions() {
   TUserPackage::CreateFunctions();
   AddListingFunctions(GetFunctions());
+  AddConstructFunctions(GetFunctions());
+  AddSystemFunctions(GetFunctions());
+  AddDateFunctions(GetFunctions());
+  AddDialogFunctions(GetFunctions());
+}
+
+TObjectPackage::TObjectPackage(TComponent* owner) : TUserPackage(owner) { Rebuild(); }
+
+void TObjectPackage::CreateFunctions() {
+  TUserPackage::CreateFunctions();
+  AddObjectFunctions(GetFunctions());
 }
 
 TPredicatePackage::TPredicatePackage(TComponent* owner) : TUserPackage(owner) { Rebuild(); }
@@ -78,6 +90,7 @@ TUserPackage* MakePackage(TFunctionPackage package, TComponent* engine) {
     case pBusiness:
       return new TBusinessPackage(engine);
     case pObject:
+      return new TObjectPackage(engine);
     case pFuzzyLogic:
       return nullptr;
   }

@@ -19,11 +19,21 @@ class TStandardPackage : public TUserPackage {
   void CreateFunctions() override;
 };
 
-// Listing, removing and asking for constructs.
+// Listing, removing and asking for constructs; settings, dates and dialogs.
 class TMiscPackage : public TUserPackage {
  public:
   explicit TMiscPackage(TComponent* owner = nullptr);
   std::string ClassName() const override { return "TMiscPackage"; }
+
+ protected:
+  void CreateFunctions() override;
+};
+
+// The host's classes and objects.
+class TObjectPackage : public TUserPackage {
+ public:
+  explicit TObjectPackage(TComponent* owner = nullptr);
+  std::string ClassName() const override { return "TObjectPackage"; }
 
  protected:
   void CreateFunctions() override;

@@ -157,7 +157,37 @@ void TGTextStream::PutBack(std::string_view characters) {
   characters.copy(buffer_.data() + position_, characters.size());
 }
 
+// How many bytes the stream is ahead of the reader.
+std::size_t TGTextStream::BytesAhead() const {
+  const std::size_t left = buffer_.size() - position_;
+  if (raw_.empty() || left > decoded_) {
+    return bytes_.size() + encoding_->Encode(std::string_view(buffer_).substr(position_)).size();
+  }
+  // Bytes that are no text have become longer: the place is found by decoding once more.
+  std::string pending;
+  std::size_t taken = 0;
+  std::size_t characters = 0;
+  while (taken < raw_.size() && characters < decoded_ - left) {
+    pending += raw_[taken++];
+    characters += encoding_->Decode(pending, false).size();
+  }
+  return bytes_.size() + raw_.size() - (taken - pending.size());
+}
+
+void TGTextStream::DropLookAhead() {
+  started_ = true;  // what is written stands where a mark would
+  if (!std::exchange(reading_, false)) return;
+  const std::size_t ahead = BytesAhead();
+  if (ahead > 0) stream_->SetPosition(stream_->GetPosition() - static_cast<std::int64_t>(ahead));
+  buffer_.clear();
+  position_ = 0;
+  bytes_.clear();
+  raw_.clear();
+  ended_ = false;
+}
+
 void TGTextStream::Put(std::string_view text) {
+  DropLookAhead();
   if (encoding_ == TEncoding::UTF8NoMark() && IsCleanUtf8(text, true)) {
     stream_->Write(text);
   } else {
@@ -178,6 +208,8 @@ void TGTextStream::Flush() { stream_->Flush(); }
 bool TGTextStream::Fill() {
   buffer_.clear();
   position_ = 0;
+  raw_.clear();
+  reading_ = true;
   while (buffer_.empty() && !ended_) {
     const std::size_t kept = bytes_.size();
     bytes_.resize(kept + kReadSize);
@@ -196,7 +228,12 @@ bool TGTextStream::Fill() {
       if (bytes_.starts_with(mark)) bytes_.erase(0, mark.size());
       started_ = true;
     }
+    const bool is_utf8 = encoding_ == TEncoding::UTF8NoMark() || encoding_ == TEncoding::UTF8();
+    if (is_utf8) raw_ = bytes_;
     buffer_ = encoding_->Decode(bytes_, ended_);
+    decoded_ = buffer_.size();
+    raw_.resize(raw_.size() - std::min(raw_.size(), bytes_.size()));
+    if (raw_.size() == decoded_) raw_.clear();  // nothing has been replaced
   }
   return !buffer_.empty();
 }

@@ -103,7 +103,8 @@ class TFileStream : public TStream {
 };
 
 // Reads and writes text over a byte stream. Characters are the bytes of the text's UTF-8 form; a
-// leading mark is stripped. Any number of characters can be put back.
+// leading mark is stripped. Any number of characters can be put back. Text that is written goes to
+// where reading has come to, and what has been read ahead is read again.
 class TGTextStream : public TPersistent {
  public:
   static constexpr int kEnd = -1;
@@ -136,14 +137,19 @@ class TGTextStream : public TPersistent {
 
  private:
   bool Fill();
+  void DropLookAhead();
+  std::size_t BytesAhead() const;
 
   TStream* stream_;
   std::unique_ptr<TStream> owned_;
   const TEncoding* encoding_;
   std::string buffer_;  // decoded text from position_ on
   std::size_t position_ = 0;
-  std::string bytes_;     // read, but not a whole character yet
-  bool started_ = false;  // the mark at the start has been looked at
+  std::string bytes_;        // read, but not a whole character yet
+  std::string raw_;          // what the buffer was made of, where it held bytes that are no text
+  std::size_t decoded_ = 0;  // size of the buffer as it was made
+  bool reading_ = false;     // read since the last write
+  bool started_ = false;     // the mark at the start has been looked at
   bool ended_ = false;
 };
 

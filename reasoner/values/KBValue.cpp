@@ -11,6 +11,7 @@
 #include "reasoner/values/BindingInfo.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/values/KBFuzzySet.h"
+#include "reasoner/values/ObjectHandle.h"
 #include "reasoner/values/SingletonsVector.h"
 #include "reasoner/values/ValueVector.h"
 #include "reasoner/vocabulary/Messages.h"
@@ -83,6 +84,20 @@ Ref<IKBValue> NewFuzzy(const Ref<IFuzzySet>& set) {
   Ref<IKBValue> value = Make<TKBValue>();
   value->SetAsFuzzy(set);
   return value;
+}
+
+Ref<IKBValue> NewObjectValue(const Ref<TObjectHandle>& handle) {
+  Ref<IKBValue> value = Make<TKBValue>();
+  value->SetAsHandle(handle);
+  return value;
+}
+
+std::uint32_t TObjectHandle::GetHashCode() const {
+  return static_cast<std::uint32_t>(std::bit_cast<std::uintptr_t>(this));
+}
+
+std::string TObjectHandle::ToString() const {
+  return "<Object: " + GetClass().GetClassName() + ">";
 }
 
 Ref<IKBValue> NewList(const Ref<IValueVector>& list) { return Make<TKBValue>(list); }
@@ -178,12 +193,18 @@ IFuzzySet* TKBValue::GetAsFuzzy() const {
 
 TObject* TKBValue::GetAsObject() const {
   if (type_ != dtObject) RaiseNotA("object");
+  if (const TObjectHandle* handle = GetAsHandle()) return handle->GetObject();
   return IsOwningObject() ? payload_.owned->object : payload_.object;
 }
 
 const TClassReference* TKBValue::GetAsClass() const {
   if (type_ != dtClass) RaiseNotA("class");
   return payload_.class_reference;
+}
+
+TObjectHandle* TKBValue::GetAsHandle() const {
+  if (type_ != dtObject) RaiseNotA("object");
+  return HoldsHandle() ? static_cast<TObjectHandle*>(payload_.shared.get()) : nullptr;
 }
 
 bool TKBValue::IsOwningObject() const noexcept {
@@ -206,11 +227,12 @@ void TKBValue::CheckChangeable() const {
 void TKBValue::Drop() noexcept {
   const TKBType old = type_;
   const bool owned = IsOwningObject();
+  const bool shared = HoldsReference();
   type_ = dtNone;
   flags_ &= kConstant;
   if (HoldsText(old)) {
     payload_.text.~Text();
-  } else if (HoldsShared(old)) {
+  } else if (shared) {
     // The reference leaves the cell first: what it ends may come back to this cell.
     const Ref<ICloneable> held = std::move(payload_.shared);
     payload_.shared.~Ref();
@@ -307,6 +329,17 @@ void TKBValue::SetAsOwnedObject(TObject* object) {
   Changed();
 }
 
+void TKBValue::SetAsHandle(const Ref<TObjectHandle>& handle) {
+  if (!handle) return SetAsObject(nullptr);
+  CheckChangeable();
+  const Ref<TObjectHandle> kept = handle;  // may be this cell's own
+  Drop();
+  new (&payload_.shared) Ref<ICloneable>(kept);
+  type_ = dtObject;
+  flags_ |= kHoldsHandle;
+  Changed();
+}
+
 void TKBValue::SetAsClass(const TClassReference* class_reference) {
   CheckChangeable();
   Drop();
@@ -339,11 +372,13 @@ void TKBValue::CopyPayload(const TKBValue& source, bool own_list) {
     Text text = source.payload_.text;
     Drop();
     new (&payload_.text) Text(std::move(text));
-  } else if (HoldsShared(type)) {
+  } else if (source.HoldsReference()) {
+    const bool is_handle = source.HoldsHandle();
     Ref<ICloneable> shared = source.payload_.shared;
     if (type == dtList && own_list) shared = static_cast<const TValueVector&>(*shared).Clone();
     Drop();
     new (&payload_.shared) Ref<ICloneable>(std::move(shared));
+    if (is_handle) flags_ |= kHoldsHandle;
   } else if (source.IsOwningObject()) {
     std::unique_ptr<TObject> copy(CopyOwnedObject(*source.payload_.owned->object));
     SetAsOwnedObject(copy.get());
@@ -473,8 +508,11 @@ bool TKBValue::EqualsByType(const TKBValue& other) const {
     }
     case dtFuzzy:
       return FuzzyValueEquals(*GetAsFuzzy(), other);
-    case dtObject:
-      return GetAsObject() == other.GetAsObject();
+    case dtObject: {
+      const TObjectHandle* handle = GetAsHandle();
+      if (handle != other.GetAsHandle()) return false;
+      return handle != nullptr || GetAsObject() == other.GetAsObject();
+    }
     case dtExternalAddress:
       return payload_.address == other.GetAsExternalAddress();
     case dtClass:
@@ -502,6 +540,7 @@ std::uint32_t TKBValue::GetHashCode() const {
     case dtClass:
       return static_cast<std::uint32_t>(std::bit_cast<std::uintptr_t>(payload_.address));
     case dtObject:
+      if (HoldsHandle()) return payload_.shared->GetHashCode();
       return static_cast<std::uint32_t>(std::bit_cast<std::uintptr_t>(GetAsObject()));
     case dtFunCall:
     case dtFact:
@@ -575,6 +614,10 @@ void TKBValue::AppendTo(std::string& text) const {
       return;
     }
     case dtObject: {
+      if (HoldsHandle()) {
+        text += payload_.shared->ToString();
+        return;
+      }
       const TObject* object = GetAsObject();
       if (object == nullptr) return;
       if (const auto* info = dynamic_cast<const TBindingInfo*>(object)) {

@@ -10,7 +10,7 @@
 // - dtInteger, dtFactId, dtDescriptor: a 32-bit integer
 // - dtFloat: a double
 // - dtFunCall, dtFact, dtList, dtSingletons: a counted object
-// - dtObject: an object, borrowed or owned; null allowed
+// - dtObject: an object, borrowed or owned, or the handle of a host's object; null allowed
 // - dtClass, dtExternalAddress: a class reference, an address; borrowed
 //
 // A cell is 40 bytes; it lives in the pool and makes nothing beside itself unless it owns a
@@ -29,6 +29,7 @@ namespace reasoner {
 
 class TIFuzzySet;
 class TObject;
+class TObjectHandle;
 
 using IFuzzySet = TIFuzzySet;
 
@@ -90,6 +91,7 @@ class TKBValue final : public IInterface, public Pooled {
   ISingletonsVector* GetAsSingletons() const;
   IFuzzySet* GetAsFuzzy() const;  // never null
   TObject* GetAsObject() const;
+  TObjectHandle* GetAsHandle() const;  // null where the object was stored in another way
   const TClassReference* GetAsClass() const;
   bool IsOwningObject() const noexcept;
 
@@ -115,6 +117,7 @@ class TKBValue final : public IInterface, public Pooled {
   void SetAsObject(TObject* object);  // borrows
   // Takes ownership. A component may be ended elsewhere: the cell then is empty.
   void SetAsOwnedObject(TObject* object);
+  void SetAsHandle(const Ref<TObjectHandle>& handle);  // null stands for no object
   void SetAsClass(const TClassReference* class_reference);
   // Empties the cell without telling anyone.
   void Reset();
@@ -161,7 +164,7 @@ class TKBValue final : public IInterface, public Pooled {
   friend class TKBValueNexus;
   struct OwnedObject;
 
-  enum Flags : std::uint8_t { kConstant = 1, kOwnsObject = 2, kNilClone = 4 };
+  enum Flags : std::uint8_t { kConstant = 1, kOwnsObject = 2, kNilClone = 4, kHoldsHandle = 8 };
 
   union Payload {
     Text text;
@@ -182,6 +185,9 @@ class TKBValue final : public IInterface, public Pooled {
   static bool HoldsShared(TKBType type) noexcept {
     return TKBTypes{dtFunCall, dtFact, dtList, dtSingletons, dtFuzzy}.Has(type);
   }
+
+  bool HoldsHandle() const noexcept { return (flags_ & kHoldsHandle) != 0; }
+  bool HoldsReference() const noexcept { return HoldsShared(type_) || HoldsHandle(); }
 
   void SetText(const Text& text, TKBType type);
   void SetInteger(std::int32_t value, TKBType type);
@@ -213,5 +219,6 @@ Ref<IKBValue> NewList(const Ref<IValueVector>& list);
 Ref<IKBValue> NewFactValue(const Ref<IFact>& fact);
 Ref<IKBValue> NewFunCallValue(const Ref<IFunCall>& fun_call);
 Ref<IKBValue> NewFuzzy(const Ref<IFuzzySet>& set);
+Ref<IKBValue> NewObjectValue(const Ref<TObjectHandle>& handle);
 
 }  // namespace reasoner

@@ -255,5 +255,7 @@ inline constexpr TMessage<" in fact set %s"> SInFactSet;
 inline constexpr TMessage<"Unknown Type (%d)"> SUnknownType;
 inline constexpr TMessage<"The next fact id would be beyond its range"> SFactIdsExhausted;
 inline constexpr TMessage<"Invalid class of stream for %s"> SInvalidStreamClass;
+inline constexpr TMessage<"\"%s\" is not a valid %s"> SInvalidDateTime;
+inline constexpr TMessage<"Class name already exists: \"%s\""> SDuplicateClassNames;
 
 }  // namespace reasoner

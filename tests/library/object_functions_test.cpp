@@ -1,0 +1,256 @@
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "reasoner/engine/HostObjects.h"
+#include "reasoner/values/Constants.h"
+#include "tests/support/EngineFixture.h"
+#include "tests/support/Failure.h"
+
+namespace reasoner {
+namespace {
+
+int live = 0;
+
+struct Machine {
+  Machine() { ++live; }
+  Machine(const Machine&) = delete;
+  Machine& operator=(const Machine&) = delete;
+  virtual ~Machine() { --live; }
+  std::string label = "m";
+  std::int32_t uses = 0;
+};
+
+struct Padding {
+  virtual ~Padding() = default;
+  std::int64_t padding = 0;
+};
+
+enum Speed { slow, fast };
+
+// The base is not at the object's own address.
+struct Drill : Padding, Machine {
+  double power = 1.5;
+  bool on = false;
+  std::uint8_t level = 3;
+  Speed speed = slow;
+  std::shared_ptr<Machine> partner;
+  TComponent* shelf = nullptr;
+  std::int64_t serial = 5'000'000'000;
+};
+
+class ObjectFunctionsTest : public EngineTest {
+ protected:
+  ObjectFunctionsTest() {
+    live = 0;
+    Register(engine);
+  }
+
+  static void Register(TReasoner& engine) {
+    engine.GetObjects()
+        .Register<Machine>("Machine")
+        .Factory([] { return std::make_unique<Machine>(); })
+        .Action([](Machine& machine) { return ++machine.uses > 1; })
+        .Field("label", &Machine::label);
+    engine.GetObjects()
+        .Register<Drill, Machine>("Drill")
+        .Factory([] { return std::make_unique<Drill>(); })
+        .Field("power", &Drill::power)
+        .Field("on", &Drill::on)
+        .Field("level", &Drill::level)
+        .Field("partner", &Drill::partner)
+        .Field("shelf", &Drill::shelf)
+        .ReadOnly("serial", [](const Drill& drill) { return drill.serial; })
+        .ReadOnly("uses", [](const Drill& drill) { return drill.uses; })
+        .Enumeration(
+            "speed", {"slow", "fast"}, [](const Drill& drill) { return drill.speed; },
+            [](Drill& drill, Speed speed) { drill.speed = speed; });
+  }
+  void Bind(const std::string& name, const Ref<IKBValue>& value) {
+    engine.GetContext().AddGlobalBinding(name, value);
+  }
+};
+
+TEST_F(ObjectFunctionsTest, PropertiesOfEveryKind) {
+  Load(
+      "(bind ?d (create-object (get-class \"DRILL\"))) (bind ?m (create-object (get-class "
+      "machine)))");
+  ExpectShown({
+      {"(create$ ?d)", "<Object: Drill> "},
+      {"(get-properties ?d)", "label power on level partner shelf serial uses speed "},
+      {"(get-property ?d Power)", "1.5000"},
+      {"(set-property ?d power 2)", "TRUE"},
+      {"(get-property ?d power)", "2.0000"},
+      {"(set-property ?d on TRUE)", "TRUE"},
+      {"(get-property ?d on)", "TRUE"},
+      {"(set-property ?d level 255)", "TRUE"},
+      {"(get-property ?d level)", "255"},
+      {"(set-property ?d LABEL 7)", "TRUE"},
+      {"(get-property ?d label)", "\"7\""},
+      {"(set-property ?d speed FAST)", "TRUE"},
+      {"(get-property ?d speed)", "1"},
+      {"(set-property ?d speed 0)", "TRUE"},
+      {"(get-property ?d speed)", "0"},
+      {"(get-property ?d partner)", ""},
+      {"(set-property ?d partner ?m)", "TRUE"},
+      {"(eq (get-property ?d partner) ?m)", "TRUE"},
+      {"(set-property ?d partner nil)", "TRUE"},
+      {"(set-property ?d uses 4)", "FALSE"},
+      {"(set-property ?d nothing 4)", "FALSE"},
+      {"(eq (get-property ?d nothing) nil)", "TRUE"},
+      {"(execute-action ?d)", "FALSE"},
+      {"(execute-action ?d)", "TRUE"},
+      {"(get-property ?d uses)", "2"},
+      {"(is-class ?d (get-class Machine))", "TRUE"},
+      {"(is-class ?m (get-class Drill))", "FALSE"},
+      {"(is-class nil (get-class Drill))", "FALSE"},
+      {"(objectp ?d)", "TRUE"},
+  });
+  ExpectError("(set-property ?d level 256)",
+              "Invalid argument for set-property function call: 256");
+  ExpectError("(set-property ?d speed 2)", "Invalid argument for set-property function call: 2");
+  ExpectError("(set-property ?d speed medium)", "function call: medium");
+  ExpectError("(set-property ?d on maybe)", "Value and type mismatch");
+  ExpectError("(set-property ?d power maybe)", "Not a");
+  ExpectError("(set-property ?d partner (create-object (get-class TComponent)))",
+              "Invalid argument for set-property");
+  ExpectError("(get-property ?d serial)", "Integer overflow in get-property");
+  ExpectError("(get-property 5 label)", "Not a object type");
+  ExpectError("(get-class Hammer)", "Unknown class name: Hammer");
+  ExpectError("(create-object (get-class TObject))", "Unknown class name: TObject");
+  ExpectError("(create-object nil)", "Not a class type");
+}
+
+TEST_F(ObjectFunctionsTest, FreedObjectsReadAsGone) {
+  Load("(bind ?d (create-object (get-class Drill))) (bind ?e ?d)");
+  Load("(deftemplate t (slot o)) (assert (t (o ?d)))");
+  EXPECT_EQ(live, 1);
+  ExpectShown({
+      {"(free-object ?d ?e)", "TRUE"},
+      {"(free-object ?e nil)", "TRUE"},
+      {"(eq (get-property ?e power) nil)", "TRUE"},
+      {"(get-properties ?e)", ""},
+      {"(set-property ?e power 1)", "FALSE"},
+      {"(is-class ?e (get-class Drill))", "FALSE"},
+      {"(execute-action ?e)", "FALSE"},
+      {"(eq ?d ?e)", "TRUE"},
+      {"(get-property (create-object (get-class Drill)) power)", "1.5000"},
+  });
+  EXPECT_EQ(live, 1);
+  engine.Retract(1);
+  EXPECT_EQ(engine.GetFacts().GetCount(), 1);
+}
+
+TEST_F(ObjectFunctionsTest, WhatRulesMadeEndsWithTheEngine) {
+  Ref<IKBValue> kept;
+  {
+    TReasoner other;
+    Register(other);
+    kept = other.ParseNExecuteFunCall("(create-object (get-class Drill))");
+    other.Parse("(create-object (get-class TComponent))", true);
+    EXPECT_EQ(live, 1);
+  }
+  EXPECT_EQ(live, 0);
+  EXPECT_EQ(kept->ToString(), "<Object: Drill>");
+  EXPECT_EQ(kept->GetAsObject(), nullptr);
+  EXPECT_TRUE(kept->Equals(*kept->Clone()));
+}
+
+TEST_F(ObjectFunctionsTest, SharedAndLentObjectsStayTheHosts) {
+  auto drill = std::make_shared<Drill>();
+  const std::shared_ptr<Machine> as_machine = drill;
+  Bind("d", engine.GetObjects().Share(as_machine));
+  EXPECT_TRUE(engine.GetObjects().Share(drill)->Equals(*engine.GetObjects().Share(as_machine)));
+  ExpectShown({{"(get-property ?d power)", "1.5000"}});
+  EXPECT_EQ(engine.GetObjects().Get<Machine>(*engine.GetObjects().Share(drill)).get(), drill.get());
+  drill.reset();
+  EXPECT_EQ(live, 1);  // as_machine
+  const_cast<std::shared_ptr<Machine>&>(as_machine).reset();
+  EXPECT_EQ(live, 0);
+  ExpectShown({{"(eq (get-property ?d power) nil)", "TRUE"}, {"(free-object ?d)", "TRUE"}});
+  {
+    Machine lent;
+    Bind("l", engine.GetObjects().Lend(lent));
+    ExpectShown({{"(set-property ?l label x)", "TRUE"}});
+    EXPECT_EQ(lent.label, "x");
+    engine.GetObjects().Forget(lent);
+  }
+  ExpectShown({{"(set-property ?l label y)", "FALSE"}});
+  Machine kept;
+  Bind("k", engine.GetObjects().Lend(kept));
+  ExpectShown({{"(free-object ?k)", "TRUE"}, {"(set-property ?k label y)", "FALSE"}});
+  EXPECT_EQ(kept.label, "m");
+  for (int i = 0; i < 1000; ++i) engine.GetObjects().Share(std::make_shared<Machine>());
+  EXPECT_LT(engine.GetObjects().GetCount(), 200u);
+}
+
+TEST_F(ObjectFunctionsTest, FreeingAnObjectInItsOwnSetter) {
+  struct Suicide {
+    int x = 0;
+  };
+  engine.GetObjects()
+      .Register<Suicide>("Suicide")
+      .Factory([] { return std::make_unique<Suicide>(); })
+      .Property(
+          "x", [](const Suicide& object) { return object.x; },
+          [this](Suicide& object, int x) {
+            Show("(free-object ?s)");
+            object.x = x;
+          });
+  Load("(bind ?s (create-object (get-class Suicide)))");
+  ExpectShown({{"(set-property ?s x 1)", "TRUE"}, {"(set-property ?s x 1)", "FALSE"}});
+}
+
+TEST_F(ObjectFunctionsTest, Components) {
+  TComponent house;
+  auto own = std::make_unique<TReasoner>(&house);
+  own->SetName("engine");
+  own->OnPrintOut = [](TReasoner&, const std::string&, const std::string&) {};
+  const auto show = [&own](const std::string& call) {
+    return own->ParseNExecuteFunCall(call)->ToString();
+  };
+  EXPECT_EQ(show("(is-class (get-component) (get-class TComponent))"), "TRUE");
+  EXPECT_EQ(show("(eq (get-component Engine) (get-component (get-component) ENGINE))"), "TRUE");
+  EXPECT_EQ(show("(eq (get-component nobody) nil)"), "TRUE");
+  EXPECT_EQ(show("(bind ?c (create-component (get-class TComponent) (get-component)))"),
+            "<Object: TComponent>");
+  EXPECT_EQ(show("(set-property ?c Name Door)"), "TRUE");
+  EXPECT_EQ(show("(length$ (get-components))"), "2");
+  EXPECT_EQ(house.GetComponentCount(), 2u);
+  // Ended by its owner, it is gone for the rules as well.
+  delete house.FindComponent("Door");
+  EXPECT_EQ(show("(eq (get-property ?c Name) nil)"), "TRUE");
+  EXPECT_EQ(show("(free-object ?c)"), "TRUE");
+  // Rules end what they have made, and not what the host has.
+  show("(bind ?c (create-component (get-class TComponent) (get-component)))");
+  show("(free-object ?c (get-component))");
+  EXPECT_EQ(house.GetComponentCount(), 1u);
+  EXPECT_EQ(show("(is-class (get-component) (get-class TComponent))"), "TRUE");
+  own.reset();
+}
+
+TEST_F(ObjectFunctionsTest, ComponentsThatAreMissing) {
+  ExpectShown({{"(eq (get-component) nil)", "TRUE"}});
+  ExpectError("(get-component x)", "Expected component argument to get-component function call");
+  ExpectError("(get-components)", "Expected component argument to get-components function call");
+  ExpectError("(get-component nil x)", "Expected component argument to get-component");
+  ExpectError("(create-component (get-class Drill) nil)",
+              "Expected component argument to create-component");
+  ExpectError("(create-component (get-class TComponent) (create-object (get-class Drill)))",
+              "Expected component argument to create-component");
+  ExpectError(
+      "(create-component (get-class TComponent) nil (create-object (get-class TComponent)))",
+      "Invalid argument for create-component");
+}
+
+TEST_F(ObjectFunctionsTest, ClassesHaveOneNameEach) {
+  EXPECT_EQ(FailureOf([this] { engine.GetObjects().Register<Padding>("drill"); }),
+            "Class name already exists: \"drill\"");
+  Padding nameless;
+  EXPECT_THROW(engine.GetObjects().Lend(nameless), EKBException);
+}
+
+}  // namespace
+}  // namespace reasoner
