@@ -22,5 +22,9 @@ void AddStringFunctions(TUserFunctionList& functions);
 void AddTrigonometryFunctions(TUserFunctionList& functions);
 void AddBusinessFunctions(TUserFunctionList& functions);
 void AddListingFunctions(TUserFunctionList& functions);
+void AddFuzzyValueFunctions(TUserFunctionList& functions);
+void AddFuzzySettingFunctions(TUserFunctionList& functions);
+void AddFuzzyReadoutFunctions(TUserFunctionList& functions);
+void AddFuzzyShapeFunctions(TUserFunctionList& functions);
 
 }  // namespace reasoner

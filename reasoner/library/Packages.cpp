@@ -60,6 +60,16 @@ void TBusinessPackage::CreateFunctions() {
   AddBusinessFunctions(GetFunctions());
 }
 
+TFuzzyLogicPackage::TFuzzyLogicPackage(TComponent* owner) : TUserPackage(owner) { Rebuild(); }
+
+void TFuzzyLogicPackage::CreateFunctions() {
+  TUserPackage::CreateFunctions();
+  AddFuzzyValueFunctions(GetFunctions());
+  AddFuzzySettingFunctions(GetFunctions());
+  AddFuzzyReadoutFunctions(GetFunctions());
+  AddFuzzyShapeFunctions(GetFunctions());
+}
+
 // Null for a package that has no function yet.
 TUserPackage* MakePackage(TFunctionPackage package, TComponent* engine) {
   switch (package) {
@@ -77,8 +87,9 @@ TUserPackage* MakePackage(TFunctionPackage package, TComponent* engine) {
       return new TTrigonometryPackage(engine);
     case pBusiness:
       return new TBusinessPackage(engine);
-    case pObject:
     case pFuzzyLogic:
+      return new TFuzzyLogicPackage(engine);
+    case pObject:
       return nullptr;
   }
   return nullptr;

@@ -43,6 +43,7 @@ class TTestNode : public TReteNode {
   void CopyTests(const TTestNode& source);
 
   std::vector<std::unique_ptr<TKBSlotTest>> tests_;
+  // Calls, or comparisons by degree: who passes them may change.
   bool has_calls_ = false;
 };
 
@@ -61,7 +62,8 @@ class TJoinNode final : public TTestNode {
 
   using TTestNode::AddTest;
   void AddJoinTest(TSlotTestType test_type, std::int32_t token_index, const Text& left,
-                   std::int32_t left_sub_index, const Text& right, std::int32_t right_sub_index);
+                   std::int32_t left_sub_index, const Text& right, std::int32_t right_sub_index,
+                   bool is_fuzzy = false);
   // Chooses an equality to hash on, once all tests are there.
   void PrepareShortCut();
   bool UsesShortCut() const noexcept { return use_short_cut_; }
