@@ -182,7 +182,12 @@ void TReasoner::Assign(const TPersistent& source) {
   bool complete = user_functions_->Assign(*other.user_functions_, true);
   complete = complete && fact_templates_->GetCount() == templates;
   SetMinActivationStrength(other.min_activation_strength_);
+  SetFuzzyEqualsThreshold(other.fuzzy_equals_threshold_);
+  FuzzyInferenceMethod = other.FuzzyInferenceMethod;
+  FuzzyCorrelationMethod = other.FuzzyCorrelationMethod;
+  FuzzyAutoTerms = false;  // each variable comes with the terms that it has
   defined_types_->Assign(*other.defined_types_);
+  FuzzyAutoTerms = other.FuzzyAutoTerms;
   fact_templates_->Assign(*other.fact_templates_);
   if (!complete) {
     std::vector<Ref<IUserFunction>> interpreted;

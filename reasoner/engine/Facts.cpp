@@ -48,7 +48,7 @@ TFacts::Entry* TFacts::SearchEntry(const IFact& fact) const noexcept {
 }
 
 TFacts::Entry* TFacts::FindEqual(const IFact& fact, std::uint32_t hash) const {
-  if (cache_hash_codes_) {
+  if (IsFiled(fact)) {
     for (Entry* entry = hashes_.Chain(hash); entry != nullptr; entry = entry->hash_next) {
       if (entry->hash == hash && !entry->leaving && entry->fact->EqualsFact(fact)) return entry;
     }
@@ -89,7 +89,7 @@ void TFacts::InsertDirect(std::int32_t index, const Ref<IFact>& fact, std::uint3
   entry->id = static_cast<std::uint32_t>(fact->GetID());
   entry->hash = hash;
   ids_.Insert(*entry);
-  if (cache_hash_codes_) {
+  if (IsFiled(*fact)) {
     try {
       hashes_.Insert(*entry);
     } catch (...) {
@@ -178,9 +178,9 @@ void TFacts::SetCacheHashCodes(bool value) {
   for (Entry* entry = entries_.First(); entry != nullptr;
        entry = CountedSequence<Entry>::Next(*entry)) {
     entry->hash_next = nullptr;
-    entry->hashed = value && !entry->leaving;
+    entry->hashed = IsFiled(*entry->fact) && !entry->leaving;
     if (!entry->hashed) continue;
-    entry->hash = entry->fact->GetHashCode();
+    entry->hash = HashOf(*entry->fact);
     hashes_.Insert(*entry);
   }
 }

@@ -80,7 +80,12 @@ class TFacts : public TPersistent {
   Entry* SearchEntry(const IFact& fact) const noexcept;
   // One with equal content. `hash` is the fact's, while the list files facts by it.
   Entry* FindEqual(const IFact& fact, std::uint32_t hash) const;
+  // Facts with fuzzy slots are always filed: each assertion looks for an equal one.
+  bool IsFiled(const IFact& fact) const {
+    return cache_hash_codes_ || (fact.GetTemplate() && fact.GetTemplate()->IsFuzzy());
+  }
   std::uint32_t HashOf(const IFact& fact) const {
+    if (fact.GetTemplate() && fact.GetTemplate()->IsFuzzy()) return fact.GetCrispHash();
     return cache_hash_codes_ ? fact.GetHashCode() : 0;
   }
   void InsertDirect(std::int32_t index, const Ref<IFact>& fact, std::uint32_t hash);

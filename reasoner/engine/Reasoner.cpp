@@ -133,6 +133,8 @@ TReasoner::~TReasoner() {
   OnAddRule = OnRemoveRule = OnRuleFired = nullptr;
   OnAddUserFunction = OnRemoveUserFunction = nullptr;
   OnAssertion = OnRetraction = nullptr;
+  OnFuzzyCorrelation = nullptr;
+  OnFuzzyInference = nullptr;
   OnEndInference = nullptr;
   OnPrintOut = OnUnknownStream = nullptr;
   OnReadLine = nullptr;
@@ -144,6 +146,7 @@ TReasoner::~TReasoner() {
   FreeDoomed();
   user_functions_->Clear();
   CloseLink();
+  fuzzy_parser_link_->parser = nullptr;
   rules_.reset();
   global_variables_.reset();
   fact_templates_.reset();

@@ -43,6 +43,7 @@
 #include "reasoner/support/Component.h"
 #include "reasoner/support/Depth.h"
 #include "reasoner/support/Random.h"
+#include "reasoner/support/membership/FuzzyVariable.h"
 #include "reasoner/vocabulary/KBInterfaces.h"
 
 namespace reasoner {
@@ -110,12 +111,20 @@ using TFactTemplateEvent =
 using TRuleEvent = std::function<void(TReasoner& sender, TRule& rule)>;
 using TUserFunctionEvent =
     std::function<void(TReasoner& sender, const Ref<IUserFunction>& function)>;
+// With `done` set the engine leaves out what it would do itself.
+using TFuzzyCorrelationEvent =
+    std::function<void(TReasoner& sender, const Ref<IFact>& fact, float strength, bool& done)>;
+using TFactCombineEvent = std::function<void(TReasoner& sender, const Ref<IFact>& fact1,
+                                             const Ref<IFact>& fact2, bool& done)>;
 using TKBDefinedTypeEvent = std::function<void(TReasoner& sender, const Ref<IKBDefinedType>& type)>;
 
 class IDialogs;
 class THostObjects;
 
-class TReasoner : public TComponent, public IReasoner, public ISingletonsParser {
+class TReasoner : public TComponent,
+                  public IReasoner,
+                  public ISingletonsParser,
+                  public IFuzzyParser {
  public:
   // A new engine holds the packages' functions, the two implied templates and the fact
   // (Initial-Fact) with id 0. A factory whose object is no descendant of the class told for its
@@ -154,6 +163,11 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   Ref<IKBValue> ParseValue(std::string_view text);  // null where the text holds no value
   Ref<IKBValue> ParseValue(std::string_view text, const IFactSlot& slot);
   Ref<IKBValue> ParseValue(std::string_view text, TKBTypes types, const Ref<IKBDefinedType>& type);
+
+  Ref<IFuzzySet> ParseFuzzySet(IFuzzyVariable* variable, std::string_view text) override;
+  Ref<IFuzzyVariable> ParseFuzzyVariable(std::string_view text) override;
+  // A fuzzy expression, evaluated in the engine's own context.
+  Ref<IFuzzySet> ParseFuzzyExpression(IFuzzyVariable* variable, std::string_view text);
 
   // Definitions meet those already there under DuplicateConstructs; nothing is cleared or reset. A
   // file that cannot be read raises EKitException.
@@ -199,9 +213,14 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   void Assign(const TPersistent& source) override;
 
   // Facts.
-  // The id of the new fact, or -1 for a refused duplicate. The match is done when the call returns;
-  // inside the network the fact waits for its turn.
+  // The id of the new fact, or -1 for a refused duplicate. A fact with fuzzy slots is weakened by
+  // the strength of the rule that asserts it, and takes the place of the fact that is equal but for
+  // its fuzzy values: those are united, or with `unconditional` intersected. The match is done when
+  // the call returns; inside the network the fact waits for its turn.
   std::int32_t Assert(const Ref<IFact>& fact, bool unconditional = false);
+  // The same with another inference method.
+  std::int32_t Assert(const Ref<IFact>& fact, TFuzzyInferenceMethod method,
+                      bool unconditional = false);
   std::int32_t Assert(std::string_view text);
   // Nothing happens for an unknown id or fact.
   void Retract(std::int32_t id);
@@ -223,6 +242,31 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
     return pending_retractions_;
   }
   std::int32_t NewFactId();  // raises at the end of the range
+
+  // Fuzzy values.
+  // A value, an expression or a text as a fuzzy value of a variable, which may be null where no
+  // term is named. Without a context what needs one comes back as a list that waits for it.
+  Ref<IKBValue> EvalFuzzyExpression(IFuzzyVariable* variable, const Ref<IKBValue>& value,
+                                    TKBContext* context) override;
+  Ref<IKBValue> EvalFuzzyExpression(IFuzzyVariable* variable, const Ref<IValueVector>& list,
+                                    TKBContext* context);
+  Ref<IKBValue> EvalFuzzyExpression(IFuzzyVariable* variable, std::string_view text,
+                                    TKBContext* context);
+  double EvalFuzzyExpression(IFuzzyVariable* variable, std::string_view text,
+                             Ref<IFuzzySet>& set) override;
+  Ref<IFuzzySet> EvalFuzzyExpression(IFuzzyVariable* variable, std::string_view text) override;
+  // Lowers the fuzzy values of a fact by the strength of a rule, unless that is 1.
+  virtual void FuzzyCorrelation(const Ref<IFact>& fact, float strength);
+  // The event, then the union of the second fact into the first.
+  virtual void FuzzyInference(const Ref<IFact>& fact1, const Ref<IFact>& fact2);
+  // Combines each fuzzy slot of the first fact with the second's, in the first.
+  virtual void FuzzyOperation(const Ref<IFact>& fact1, const Ref<IFact>& fact2, bool is_union);
+  // The first value becomes a new one; neither is changed. Values of two types, and lists of two
+  // lengths, leave it as it is.
+  virtual void FuzzyIntersection(Ref<IKBValue>& value1, const Ref<IKBValue>& value2,
+                                 TFuzzyOperation operation);
+  virtual void FuzzyUnion(Ref<IKBValue>& value1, const Ref<IKBValue>& value2,
+                          TFuzzyOperation operation);
 
   // Running.
   // Fires until the agenda is empty, `max_rules` have fired, or the engine is halted. Gives how
@@ -305,6 +349,16 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
       std::int32_t value);  // a value that is not above the present one adds 1 to that
   float GetMinActivationStrength() const noexcept { return min_activation_strength_; }
   void SetMinActivationStrength(float value);  // clamped to 0..1
+  // New fuzzy types get the terms low, medium and high.
+  bool FuzzyAutoTerms = true;
+  // How an assertion is combined with the equal fact that is there, and how a rule's strength
+  // weakens what it asserts.
+  TFuzzyInferenceMethod FuzzyInferenceMethod = fimMinMax;
+  TFuzzyCorrelationMethod FuzzyCorrelationMethod = fcmMinimum;
+  // Two fuzzy values are equal where they overlap by more. Clamped to 0..1; every fuzzy variable
+  // has a copy.
+  float GetFuzzyEqualsThreshold() const noexcept override { return fuzzy_equals_threshold_; }
+  void SetFuzzyEqualsThreshold(float value);
   float GetVersion() const noexcept { return version_; }
   // How deep text, calls, printing and values may nest, the stack permitting.
   std::int32_t GetMaxDepth() const noexcept { return max_depth_; }
@@ -389,6 +443,8 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   std::string PrettyPrint(const TRule& rule) override;
   std::string PrettyPrint(const TKBPattern& pattern) override;
   std::string PrettyPrint(const ISingletonsVector& singletons) override;
+  std::string PrettyPrint(const IFuzzySet& set, bool full) override;
+  std::string PrettyPrint(const IFuzzyVariable& variable) override;
   std::string PrettyPrint(const IFact& fact, std::string_view slot_name);
   std::string PrettyPrint(const IFact& fact, std::string_view slot_name, const IKBValue& value);
   std::string PrettyPrint(const IFact& fact, std::string_view slot_name, std::string_view text);
@@ -443,8 +499,10 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   TRuleEvent OnAddRule, OnRemoveRule;
   TRuleEvent OnRuleFired;  // before the fired activation leaves the agenda
   TUserFunctionEvent OnAddUserFunction, OnRemoveUserFunction;
-  TFactEvent OnAssertion;   // after the network has taken the fact
-  TFactEvent OnRetraction;  // before the network sees the fact go
+  TFactEvent OnAssertion;                     // after the network has taken the fact
+  TFactEvent OnRetraction;                    // before the network sees the fact go
+  TFuzzyCorrelationEvent OnFuzzyCorrelation;  // before a fact is weakened
+  TFactCombineEvent OnFuzzyInference;         // before FuzzyInference combines
   TReasonerEvent OnClear, OnClearDefinedTypes, OnClearFactTemplates, OnClearRules, OnClearFacts;
   TReasonerEvent OnReset;
   TReasonerEvent OnStartInference;
@@ -505,6 +563,9 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   // IReasoner, for the floors below.
   TComponent& AsComponent() noexcept override { return *this; }
   const Ref<IUserFunction>& GetLogicFunction(TLogicFunction function) override;
+  const Ref<TFuzzyParserLink>& GetFuzzyParserLink() const noexcept override {
+    return fuzzy_parser_link_;
+  }
   void EnterTemplate(const Ref<IFactTemplate>& fact_template) override;
   void EnterType(const Ref<IKBDefinedType>& type) override;
   void EnterFunction(const Ref<IUserFunction>& function) override;
@@ -535,6 +596,8 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   void MakeImplied();
   void MakeLogicFunctions();
   bool Watches(TConstructWatch watch) const { return Watch.Has(watch) && OnPrintOut != nullptr; }
+  std::int32_t EnterFact(const Ref<IFact>& fact, std::uint32_t hash);
+  std::int32_t AssertFuzzy(const Ref<IFact>& asserted, bool unconditional);
   void PostWork(TNetworkWork work);
   void DrainWork();
   void DoWork(const TNetworkWork& work);
@@ -614,6 +677,9 @@ class TReasoner : public TComponent, public IReasoner, public ISingletonsParser 
   TErrorHandling parser_error_handling_ = ehRaiseImmediate;
   std::int32_t parser_max_errors_ = 10;
   float min_activation_strength_ = 0;
+  float fuzzy_equals_threshold_ = static_cast<float>(kDefaultFuzzyThreshold);
+  // What sets and variables, which may outlive the engine, know of it.
+  Ref<TFuzzyParserLink> fuzzy_parser_link_ = Make<TFuzzyParserLink>(this);
   float version_ = 2.7F;
   TFailurePlace failure_place_;
   std::int32_t rules_fired_ = 0;

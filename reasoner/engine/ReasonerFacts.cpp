@@ -47,9 +47,10 @@ std::int32_t TReasoner::NewFactId() {
   return next_fact_id_++;
 }
 
-std::int32_t TReasoner::Assert(const Ref<IFact>& asserted, bool) {
+std::int32_t TReasoner::Assert(const Ref<IFact>& asserted, bool unconditional) {
   if (!asserted->GetTemplate()) Raise(SNoTemplate);
   const ScopedMaxDepth depth(max_depth_);
+  if (asserted->GetTemplate()->IsFuzzy()) return AssertFuzzy(asserted, unconditional);
   const std::uint32_t hash = facts_->HashOf(*asserted);
   if (!fact_duplication_ && facts_->FindEqual(*asserted, hash) != nullptr) return -1;
   // One object stands in the list once.
@@ -58,6 +59,11 @@ std::int32_t TReasoner::Assert(const Ref<IFact>& asserted, bool) {
     if (!fact_duplication_) return -1;
     fact = fact->Clone();
   }
+  return EnterFact(fact, hash);
+}
+
+// Gives a fact its id and its place, and sends it into the network.
+std::int32_t TReasoner::EnterFact(const Ref<IFact>& fact, std::uint32_t hash) {
   const std::int32_t id = NewFactId();
   fact->SetID(id);
   facts_->InsertDirect(facts_->GetCount(), fact, hash);

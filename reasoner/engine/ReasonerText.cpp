@@ -207,6 +207,15 @@ Ref<ISingletonsVector> TReasoner::ParseSingletons(std::string_view text) {
   return WithText(text, [](TKBParser& parser) { return parser.ParseSingletons(); });
 }
 
+Ref<IFuzzySet> TReasoner::ParseFuzzySet(IFuzzyVariable* variable, std::string_view text) {
+  if (variable == nullptr) Raise(SUndefinedFuzzyVariable);
+  return WithText(text, [variable](TKBParser& parser) { return parser.ParseFuzzySet(*variable); });
+}
+
+Ref<IFuzzyVariable> TReasoner::ParseFuzzyVariable(std::string_view text) {
+  return WithText(text, [](TKBParser& parser) { return parser.ParseFuzzyVariable(); });
+}
+
 Ref<IKBValue> TReasoner::ParseValue(std::string_view text) {
   return WithText(text, [](TKBParser& parser) { return parser.ParseValue(); });
 }

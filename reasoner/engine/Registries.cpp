@@ -160,6 +160,10 @@ void TKBDefinedTypes::PutValue(std::string_view name, const Ref<IKBDefinedType>&
     Replace(old, type);
     return;
   }
+  if (const Ref<IFuzzyVariable> variable = type->GetFuzzyType()) {
+    variable->SetThreshold(double{engine_.GetFuzzyEqualsThreshold()});
+    if (engine_.FuzzyAutoTerms) variable->AddAutoTerms();
+  }
   table_.Put(name, type);
   engine_.AddDefinedType(type);
 }

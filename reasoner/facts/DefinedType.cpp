@@ -7,6 +7,7 @@
 #include "reasoner/support/Depth.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
+#include "reasoner/values/KBFuzzySet.h"
 #include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
@@ -50,6 +51,10 @@ Ref<IKBValue> CreateEmptyValue(TKBTypes types) {
 
 TKBDefinedType::TKBDefinedType(IReasoner* reasoner) { SetReasoner(reasoner); }
 
+TKBDefinedType::~TKBDefinedType() {
+  if (fuzzy_type_) fuzzy_type_->SetParser(nullptr);
+}
+
 void TKBDefinedType::Change() {
   if (!OnChange) return;
   const Ref<IKBDefinedType> self(this);
@@ -68,7 +73,6 @@ void TKBDefinedType::EndUpdate() {
 
 void TKBDefinedType::SetName(const std::string& name) { REASONER_SET(name_, name); }
 void TKBDefinedType::SetComment(const std::string& comment) { REASONER_SET(comment_, comment); }
-void TKBDefinedType::SetUnits(const std::string& units) { REASONER_SET(units_, units); }
 void TKBDefinedType::SetRangeLimited(bool limited) { REASONER_SET(range_limited_, limited); }
 void TKBDefinedType::SetCardinalityLimited(bool limited) {
   REASONER_SET(cardinality_limited_, limited);
@@ -77,8 +81,28 @@ void TKBDefinedType::SetImplicit(bool implicit) { REASONER_SET(implicit_, implic
 
 #undef REASONER_SET
 
+void TKBDefinedType::SetUnits(const std::string& units) {
+  if (units_ == units) return;
+  units_ = units;
+  if (fuzzy_type_) fuzzy_type_->SetUnits(units);
+  Change();
+}
+
 void TKBDefinedType::SetReasoner(IReasoner* reasoner) {
   reasoner_ = reasoner == nullptr ? Ref<TReasonerLink>() : reasoner->GetLink();
+  TellFuzzyType();
+}
+
+// The variable is read and printed by the engine that has the type.
+void TKBDefinedType::TellFuzzyType() {
+  if (!fuzzy_type_) return;
+  IReasoner* const reasoner = GetReasoner();
+  const Ref<TFuzzyParserLink> link =
+      reasoner == nullptr ? Ref<TFuzzyParserLink>() : reasoner->GetFuzzyParserLink();
+  fuzzy_type_->SetParser(link);
+  for (std::int32_t i = 0; i < fuzzy_type_->GetSetCount(); ++i) {
+    fuzzy_type_->GetSet(i)->SetParser(link);
+  }
 }
 
 void TKBDefinedType::SetBaseTypes(TKBTypes types) {
@@ -86,11 +110,34 @@ void TKBDefinedType::SetBaseTypes(TKBTypes types) {
   if (masked == base_types_) return;
   if (masked.Has(dtFuzzy) && !(masked == TKBTypes{dtFuzzy})) Raise(SCannotMixFuzzy);
   base_types_ = masked;
+  if (!masked.Has(dtFuzzy)) {
+    SetFuzzyType(nullptr);
+  } else if (!fuzzy_type_) {
+    const Ref<IFuzzyVariable> variable = Make<TKBFuzzyVariable>(name_);
+    if (range_limited_) variable->SetUniverse(min_range_, max_range_);
+    variable->SetUnits(units_);
+    return SetFuzzyType(variable);
+  }
+  Change();
+}
+
+void TKBDefinedType::SetFuzzyType(const Ref<IFuzzyVariable>& variable) {
+  if (variable == fuzzy_type_) return;
+  if (fuzzy_type_) fuzzy_type_->SetParser(nullptr);
+  fuzzy_type_ = variable;
+  TellFuzzyType();
+  if (variable) {
+    base_types_ = dtFuzzy;
+    min_range_ = variable->GetUniverseFrom();
+    max_range_ = variable->GetUniverseTo();
+    units_ = variable->GetUnits();
+  }
   Change();
 }
 
 void TKBDefinedType::SetMaxRange(double value) {
   if (max_range_ == value) return;
+  if (fuzzy_type_) fuzzy_type_->SetUniverse(std::min(min_range_, value), value);
   max_range_ = value;
   if (max_range_ < min_range_) min_range_ = max_range_;
   Change();
@@ -98,6 +145,7 @@ void TKBDefinedType::SetMaxRange(double value) {
 
 void TKBDefinedType::SetMinRange(double value) {
   if (min_range_ == value) return;
+  if (fuzzy_type_) fuzzy_type_->SetUniverse(value, std::max(max_range_, value));
   min_range_ = value;
   if (min_range_ > max_range_) max_range_ = min_range_;
   Change();
@@ -285,7 +333,7 @@ bool TKBDefinedType::ConstraintsEqual(const TKBDefinedType& other) const {
   return true;
 }
 
-static bool IsFuzzyAccepted(TKBType type) {
+static bool MayBecomeFuzzy(TKBType type) {
   // Terms, numbers, points and what will yield one of them; evaluated later.
   return TKBTypes{dtAtom,  dtString,  dtInteger,    dtVariable,
                   dtFloat, dtFunCall, dtSingletons, dtMultiVariable}
@@ -304,7 +352,10 @@ bool TKBDefinedType::IsValid(const IKBValue& value) const {
     return std::all_of(list.begin(), list.end(),
                        [this](const Ref<IKBValue>& member) { return !member || IsValid(*member); });
   }
-  if (base_types_.Has(dtFuzzy)) return IsFuzzyAccepted(type);
+  if (base_types_.Has(dtFuzzy)) {
+    return type == dtFuzzy ? value.GetAsFuzzy()->GetVariable() == fuzzy_type_.get()
+                           : MayBecomeFuzzy(type);
+  }
   if (!(base_types_ + KBAlwaysValidTypes).Has(type)) return false;
   TValueConstraint kind = vcAtom;
   if (const auto own = KindOf(value); own && constraints_.Has(*own) && !IsConstraint(value, kind))
@@ -360,6 +411,7 @@ Ref<IKBValue> TKBDefinedType::CreateValidDefault(bool is_multi) const {
     if (min_range_ != kNoMinRange) return min_range_;
     return max_range_ != kNoMaxRange ? max_range_ : 0;
   };
+  if (fuzzy_type_) return NewFuzzy(fuzzy_type_->GetEmptySet());
   Ref<IKBValue> value = CreateEmptyValue(base_types_);
   switch (value->GetDType()) {
     case dtAtom:
@@ -397,6 +449,8 @@ void TKBDefinedType::Assign(const TKBDefinedType& source) {
   tag_ = source.tag_;
   implicit_ = source.implicit_;
   units_ = source.units_;
+  fuzzy_type_ = source.fuzzy_type_ ? source.fuzzy_type_->Clone() : Ref<IFuzzyVariable>();
+  TellFuzzyType();
   constraints_ = source.constraints_;
   atoms_ = source.atoms_;
   strings_ = source.strings_;
@@ -415,6 +469,7 @@ Ref<IKBDefinedType> TKBDefinedType::Clone() const {
 bool TKBDefinedType::Equals(const ICloneable& other) const {
   const auto* type = dynamic_cast<const TKBDefinedType*>(&other);
   if (type == nullptr || name_ != type->name_ || !(base_types_ == type->base_types_)) return false;
+  if (fuzzy_type_) return type->fuzzy_type_ && fuzzy_type_->Equals(*type->fuzzy_type_);
   return FloatEquals(min_range_, type->min_range_) && FloatEquals(max_range_, type->max_range_) &&
          min_cardinality_ == type->min_cardinality_ && max_cardinality_ == type->max_cardinality_ &&
          range_limited_ == type->range_limited_ &&

@@ -39,13 +39,16 @@ class TKBDefinedType final : public ICloneable {
   TValueConstraints GetConstraints() const noexcept { return constraints_; }
   bool IsImplicit() const noexcept { return implicit_; }
   const Ref<IKBDefinedType>& GetAncestor() const noexcept { return ancestor_; }
+  // The variable of a fuzzy type, which is the type's alone; null for any other.
+  const Ref<IFuzzyVariable>& GetFuzzyType() const noexcept { return fuzzy_type_; }
   IReasoner* GetReasoner() const noexcept { return reasoner_ ? reasoner_->engine : nullptr; }
   std::int32_t GetTag() const noexcept { return tag_; }
 
   void SetName(const std::string& name);
   void SetComment(const std::string& comment);
   void SetUnits(const std::string& units);
-  // Keeps the members of KBSlotTypesWithFuzzy. FUZZY beside anything else raises.
+  // Keeps the members of KBSlotTypesWithFuzzy. FUZZY beside anything else raises; FUZZY alone makes
+  // a variable of the type's name, range and units, and any other set ends the one that is there.
   void SetBaseTypes(TKBTypes types);
   // A bound beyond the other one takes it along. Setting a bound does not turn the limit on.
   void SetMinRange(double value);
@@ -54,6 +57,8 @@ class TKBDefinedType final : public ICloneable {
   void SetMinCardinality(std::int32_t value);  // negative counts as 0
   void SetMaxCardinality(std::int32_t value);
   void SetCardinalityLimited(bool limited);
+  // Makes the type a fuzzy one with the variable's range and units; null ends the variable alone.
+  void SetFuzzyType(const Ref<IFuzzyVariable>& variable);
   void SetImplicit(bool implicit);
   // Ends `Implicit`. A chain that comes back to this type raises.
   void SetAncestor(const Ref<IKBDefinedType>& ancestor);
@@ -111,6 +116,8 @@ class TKBDefinedType final : public ICloneable {
   static constexpr std::int32_t kNoMaxCardinality = 2147483647;
 
  private:
+  ~TKBDefinedType() override;
+  void TellFuzzyType();
   std::optional<TValueConstraint> KindOf(const IKBValue& value) const;
   TValueConstraint KindOrRaise(const IKBValue& value) const;
   std::int32_t IndexOfAllowed(const IKBValue& value, TValueConstraint kind) const;
@@ -137,6 +144,7 @@ class TKBDefinedType final : public ICloneable {
   std::string units_;
   bool implicit_ = false;
   Ref<IKBDefinedType> ancestor_;
+  Ref<IFuzzyVariable> fuzzy_type_;
   std::int32_t update_count_ = 0;
 };
 

@@ -8,6 +8,7 @@
 #include "reasoner/support/Format.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
+#include "reasoner/values/KBFuzzySet.h"
 #include "reasoner/values/ValueVector.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -112,12 +113,22 @@ std::vector<Text> TFact::GetSlotNames() const {
   return names;
 }
 
+// A text that a fuzzy slot is to read; nil is no text.
+static bool IsFuzzyText(const IKBValue& value) {
+  return TKBTypes{dtAtom, dtString}.Has(value.GetDType()) && !value.IsNilLike() &&
+         !IsValueConstant(value);
+}
+
 void TFact::SetValue(std::string_view name, const Ref<IKBValue>& value) {
   const std::int32_t ordinal = RequireOrdinal(name);
   Ref<IKBValue> kept = value ? value : Ref<IKBValue>(FCNil);
   const IReasoner* reasoner = template_->GetReasoner();
   if (reasoner != nullptr && reasoner->GetTypeChecks().Has(tcDynamic)) {
     const Ref<IFactSlot> slot(template_->SlotAt(ordinal));
+    if (IFuzzyVariable* const variable = slot->IsFuzzy() ? slot->GetFuzzyVariable() : nullptr;
+        variable != nullptr && IsFuzzyText(*kept)) {
+      kept->SetAsFuzzy(variable->EvalFuzzyExpression(kept->TextView()));
+    }
     if (!slot->IsValid(kept.get())) {
       if (kept->GetDType() != dtInteger || !slot->GetSlotType().Has(dtFloat) ||
           slot->GetSlotType().Has(dtInteger)) {
@@ -198,6 +209,10 @@ void TFact::AssignCrossing(const TFact& source) {
     if (slot == nullptr) {
       if (value.ToString().empty()) continue;
       Raise(SInvalidSlotName, name.view());
+    }
+    if (slot->IsFuzzy()) {
+      fact->SetValue(name, slot->TakeFuzzyValue(value));
+      continue;
     }
     fact->SetValue(name, KBReparseTypes.Has(value.GetDType())
                              ? reasoner->ParseSlotValueText(value.ToString(), *slot)
@@ -280,6 +295,15 @@ std::uint32_t TFact::GetHashCode() const {
   TextHasher hasher;
   if (!template_) return 0;
   for (const std::int32_t ordinal : template_->SortedOrdinals()) HashText(hasher, *PeekAt(ordinal));
+  return template_->GetHashCode() * 31 + hasher.Get();
+}
+
+std::uint32_t TFact::GetCrispHash() const {
+  TextHasher hasher;
+  if (!template_) return 0;
+  for (const std::int32_t ordinal : template_->SortedOrdinals()) {
+    if (!template_->SlotAt(ordinal)->IsFuzzy()) HashText(hasher, *PeekAt(ordinal));
+  }
   return template_->GetHashCode() * 31 + hasher.Get();
 }
 

@@ -65,6 +65,8 @@ class TFact final : public ICloneable, public Pooled {
   bool Equals(const ICloneable& other) const override;
   bool EqualsFact(const TFact& other) const;
   std::uint32_t GetHashCode() const override;
+  // The same without the fuzzy slots: alike for facts that are equal.
+  std::uint32_t GetCrispHash() const;
   std::string ToString() const override;
   // "f-", the id padded to the width of the engine's next one, a blank and the fact.
   std::string ToIDString() const;

@@ -2,6 +2,7 @@
 
 #include "reasoner/facts/FactTemplate.h"
 #include "reasoner/values/Constants.h"
+#include "reasoner/values/KBFuzzySet.h"
 #include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
@@ -62,6 +63,59 @@ void TFactSlot::SetExtendedTypeInfo(const Ref<IKBDefinedType>& type) {
   TKBTypes types = type ? type->GetBaseTypes() : TKBTypes{};
   if (name_ == SDefaultSlotName) types += KBMultiSlotTypes;
   SetSlotType(types);
+  TellThreshold();
+}
+
+// A type of the slot's own is in no registry that would tell its variable.
+void TFactSlot::TellThreshold() const {
+  if (!extended_type_info_ || !extended_type_info_->IsImplicit()) return;
+  const Ref<IFuzzyVariable>& variable = extended_type_info_->GetFuzzyType();
+  const IReasoner* reasoner = template_ == nullptr ? nullptr : template_->GetReasoner();
+  if (variable && reasoner != nullptr) {
+    variable->SetThreshold(double{reasoner->GetFuzzyEqualsThreshold()});
+  }
+}
+
+IFuzzyVariable* TFactSlot::GetFuzzyVariable() const noexcept {
+  return extended_type_info_ ? extended_type_info_->GetFuzzyType().get() : nullptr;
+}
+
+Ref<IKBValue> TFactSlot::EvalFuzzyValue(IReasoner& engine, const Ref<IKBValue>& value,
+                                        TKBContext& context) const {
+  const Ref<IFuzzyVariable> variable(GetFuzzyVariable());
+  const Ref<IKBValue> result = engine.EvalFuzzyExpression(variable.get(), value, &context);
+  if (slot_type_.Has(dtList)) {
+    if (result->GetDType() == dtList)
+      return IsValueConstant(*result) ? NewList(NewVector()) : result;
+    const Ref<IValueVector> list = NewVector();
+    list->Add(result);
+    return NewList(list);
+  }
+  if (result->GetDType() != dtFuzzy) Raise(SInvalidFuzzyExpression, value->ToString());
+  return result;
+}
+
+Ref<IKBValue> TFactSlot::TakeFuzzyValue(const IKBValue& value) const {
+  IFuzzyVariable* const variable = GetFuzzyVariable();
+  if (variable == nullptr) return value.Clone();
+  if (value.GetDType() == dtList) {
+    const Ref<IValueVector> list = NewVector();
+    for (const Ref<IKBValue>& member : *value.GetAsList()) {
+      list->Add(member ? TakeFuzzyValue(*member) : member);
+    }
+    list->SetTag(value.GetAsList()->GetTag());
+    return NewList(list);
+  }
+  if (value.GetDType() != dtFuzzy) return value.Clone();
+  const IFuzzySet& set = *value.GetAsFuzzy();
+  if (set.GetVariable() == variable) return value.Clone();
+  if (IFuzzySet* own = variable->FindFuzzySet(set.GetGivenName())) {
+    return NewFuzzy(Ref<IFuzzySet>(own));
+  }
+  const Ref<IFuzzySet> taken = set.Clone();
+  taken->SetVariable(variable);
+  taken->SetParser(variable->GetParserLink());
+  return NewFuzzy(taken);
 }
 
 // Whether a value of this type, or every member of a list, may stand in a slot of these types.
@@ -123,25 +177,36 @@ void TFactSlot::Assign(const TFactSlot& source) {
       source.template_ == nullptr ? nullptr : source.template_->GetReasoner();
   if (source.extended_type_info_ && reasoner != nullptr && source.template_ != nullptr &&
       source_reasoner != reasoner) {
-    if (const Ref<IKBDefinedType> own =
-            reasoner->FindDefinedType(source.extended_type_info_->GetName())) {
-      // The type of that name in this engine, and a default that is read anew where it is bound to
-      // an engine.
-      SetExtendedTypeInfo(own);
-      SetSlotType(source.slot_type_);
-      const Ref<IKBValue>& value = source.slot_default_;
-      if (value && KBReparseTypes.Has(value->GetDType())) {
-        SetSlotDefault(reasoner->ParseSlotValueText(value->ToString(), *this));
-      } else {
-        SetSlotDefault(value);
-      }
-      return;
+    Ref<IKBDefinedType> own;
+    if (source.extended_type_info_->IsImplicit()) {
+      own = Make<TKBDefinedType>(reasoner);
+      own->Assign(*source.extended_type_info_);
+    } else {
+      own = reasoner->FindDefinedType(source.extended_type_info_->GetName());
     }
+    if (own) return AssignType(source, *reasoner, own);
   }
   if (template_ != nullptr) template_->SlotTypeChanged();
   extended_type_info_ = source.extended_type_info_;
   slot_type_ = source.slot_type_;
   SetSlotDefault(source.slot_default_);
+  TellThreshold();
+}
+
+// A slot of another engine, with its type in this one: a default that is bound to an engine is read
+// anew.
+void TFactSlot::AssignType(const TFactSlot& source, IReasoner& reasoner,
+                           const Ref<IKBDefinedType>& own) {
+  SetExtendedTypeInfo(own);
+  SetSlotType(source.slot_type_);
+  const Ref<IKBValue>& value = source.slot_default_;
+  if (value && IsFuzzy()) {
+    SetSlotDefault(TakeFuzzyValue(*value));
+  } else if (value && KBReparseTypes.Has(value->GetDType())) {
+    SetSlotDefault(reasoner.ParseSlotValueText(value->ToString(), *this));
+  } else {
+    SetSlotDefault(value);
+  }
 }
 
 Ref<IFactSlot> TFactSlot::Clone() const {
@@ -162,6 +227,7 @@ bool TFactSlot::Equals(const ICloneable& other) const {
   const IKBValue* b = slot->slot_default_.get();
   if (a == b) return true;
   if (a == nullptr || b == nullptr) return false;
+  if (IsFuzzy() && IsSameFuzzyValue(*a, *b)) return true;
   try {
     return a->EqualsStar(*b);
   } catch (const EKBException&) {

@@ -47,6 +47,16 @@ class TFactSlot final : public ICloneable, private IKBValueListener {
   std::string GetInvalidValueString(const IKBValue& value) const;
   Ref<IKBValue> CreateValidDefault(bool is_multi) const;
 
+  // The variable of a fuzzy slot; null for any other, and for one that names no type.
+  IFuzzyVariable* GetFuzzyVariable() const noexcept;
+  // A value as this slot, which is fuzzy, holds it: evaluated in the context, and in a multislot a
+  // list. Several values raise where there is no multislot.
+  Ref<IKBValue> EvalFuzzyValue(IReasoner& engine, const Ref<IKBValue>& value,
+                               TKBContext& context) const;
+  // A value of another fuzzy slot, such as one of another engine: its sets become this slot's, by
+  // name where there is such a set.
+  Ref<IKBValue> TakeFuzzyValue(const IKBValue& value) const;
+
   // Takes over name, types and default; the name registers this slot in its template.
   void Assign(const TFactSlot& source);
   // A new slot of the same template: it takes this one's place there.
@@ -60,6 +70,8 @@ class TFactSlot final : public ICloneable, private IKBValueListener {
 
   ~TFactSlot() override;
   void ValueChanged(const Ref<IKBValue>& value) override;
+  void TellThreshold() const;
+  void AssignType(const TFactSlot& source, IReasoner& reasoner, const Ref<IKBDefinedType>& own);
   IReasoner* DynamicChecker() const;  // the engine, if values are checked at run time
 
   TFactTemplate* template_ = nullptr;  // emptied when the slot leaves it or it ends

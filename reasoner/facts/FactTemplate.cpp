@@ -77,12 +77,10 @@ bool TFactTemplate::DescendsFrom(std::string_view name) const {
   return false;
 }
 
-bool TFactTemplate::IsFuzzy() const {
-  if (fuzzy_stale_) {
-    fuzzy_ = std::any_of(slots_.begin(), slots_.end(),
-                         [](const Ref<IFactSlot>& slot) { return slot && slot->IsFuzzy(); });
-    fuzzy_stale_ = false;
-  }
+bool TFactTemplate::FindFuzzy() const {
+  fuzzy_ = std::any_of(slots_.begin(), slots_.end(),
+                       [](const Ref<IFactSlot>& slot) { return slot && slot->IsFuzzy(); });
+  fuzzy_stale_ = false;
   return fuzzy_;
 }
 
@@ -264,7 +262,10 @@ void TFactTemplate::FillFactWithDefaults(IFact& fact) {
     value->AssignCopy(*slot->GetSlotDefault());
     if (slot->GetSlotDefault()->IsNilLike()) value = slot->GetSlotDefault()->Clone();
     IReasoner* reasoner = GetReasoner();
-    if (slot->IsDefaultDynamic() && reasoner != nullptr) value = reasoner->ResolveInContext(value);
+    if (slot->IsDefaultDynamic() && reasoner != nullptr) {
+      value = slot->IsFuzzy() ? slot->EvalFuzzyValue(*reasoner, value, reasoner->GetContext())
+                              : reasoner->ResolveInContext(value);
+    }
     fact.SetValue(name, value);
   }
 }

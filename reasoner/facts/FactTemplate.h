@@ -34,7 +34,8 @@ class TFactTemplate final : public ICloneable {
   bool IsBackwardChaining() const noexcept { return backward_chaining_; }
   // Fewer than two slots and one of them the unnamed list: facts are written as a list of values.
   bool IsOrdered() const noexcept { return ordered_; }
-  bool IsFuzzy() const;
+  // True when a slot is fuzzy.
+  bool IsFuzzy() const { return fuzzy_stale_ ? FindFuzzy() : fuzzy_; }
   TComponent* GetOwner() const noexcept;
   IReasoner* GetReasoner() const noexcept { return reasoner_ ? reasoner_->engine : nullptr; }
   std::int32_t GetTag() const noexcept { return tag_; }
@@ -100,6 +101,7 @@ class TFactTemplate final : public ICloneable {
   ~TFactTemplate() override;
   void NewSlotName(IFactSlot& slot, const Text& name);
   void SlotTypeChanged() noexcept { fuzzy_stale_ = true; }
+  bool FindFuzzy() const;
   void LayoutChanged();
   void SettleOrdered();
   void AddCheckedSlot(std::string_view name, const Ref<IKBValue>& slot_default, TKBTypes types);

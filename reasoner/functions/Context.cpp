@@ -206,12 +206,20 @@ void TKBContext::Resolve(IFact& fact) {
   if (!fact.GetTemplate()) Raise(SNoTemplate);
   const Ref<IFactTemplate> fact_template = fact.GetTemplate();
   const std::vector<Text> names = fact_template->GetSlotNames();  // a call may change the template
+  const bool is_fuzzy = fact_template->IsFuzzy() && engine_ != nullptr;
   for (const Text& name : names) {
     const std::int32_t ordinal = fact_template->OrdinalOf(name);
     if (ordinal < 0) continue;
     const Ref<IKBValue> stored = fact.GetValueAt(ordinal);
     Ref<IKBValue> value = stored->Resolve(this);
-    if (value->GetDType() == dtList) {
+    if (is_fuzzy && fact_template->SlotAt(ordinal)->IsFuzzy()) {
+      const Ref<IFactSlot> slot(fact_template->SlotAt(ordinal));
+      value = slot->EvalFuzzyValue(*engine_, value, *this);
+    } else if (is_fuzzy && value->GetDType() == dtList) {
+      // Beside fuzzy slots a list stands as it is, in a cell of the fact's own.
+      const Ref<IValueVector> list = value->GetAsList()->Clone();
+      value = NewList(list);
+    } else if (value->GetDType() == dtList) {
       // The fact's own cell and list, whoever else knows the one that was evaluated.
       const Ref<IValueVector> expanded = ExpandList(*value->GetAsList());
       Ref<IKBValue> own = NewList(expanded);

@@ -76,7 +76,7 @@ Ref<IKBValue> CombineValues(const Ref<IKBValue>& value1, const IKBValue& value2,
   return NewList(list);
 }
 
-void CombineFacts(IFact& fact1, IFact& fact2, TFuzzyOperation operation, bool is_union) {
+void CombineFacts(IFact& fact1, IFact& fact2, const TFuzzyCombination& combine) {
   if (fact1.GetTemplate() != fact2.GetTemplate()) {
     const auto name = [](const IFact& fact) {
       return fact.GetTemplate() ? fact.GetTemplate()->GetTemplateName() : std::string();
@@ -85,7 +85,13 @@ void CombineFacts(IFact& fact1, IFact& fact2, TFuzzyOperation operation, bool is
   }
   ChangeFuzzySlots(fact1, [&](std::int32_t ordinal, const Ref<IKBValue>& value) {
     const Ref<IKBValue> other = fact2.GetValueAt(ordinal);
-    return CombineValues(value, *other, operation, is_union);
+    return combine(value, other);
+  });
+}
+
+void CombineFacts(IFact& fact1, IFact& fact2, TFuzzyOperation operation, bool is_union) {
+  CombineFacts(fact1, fact2, [=](const Ref<IKBValue>& value1, const Ref<IKBValue>& value2) {
+    return CombineValues(value1, *value2, operation, is_union);
   });
 }
 

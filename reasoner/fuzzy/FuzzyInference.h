@@ -6,6 +6,8 @@
 
 #pragma once
 
+#include <functional>
+
 #include "reasoner/support/membership/FuzzyWords.h"
 #include "reasoner/values/KBValue.h"
 
@@ -26,6 +28,9 @@ Ref<IKBValue> CombineValues(const Ref<IKBValue>& value1, const IKBValue& value2,
                             TFuzzyOperation operation, bool is_union);
 // Each such slot of the first fact combined with the second's. Raises for facts of two templates
 // and "Fact is not a fuzzy fact" for a template without fuzzy slots.
+using TFuzzyCombination =
+    std::function<Ref<IKBValue>(const Ref<IKBValue>& value1, const Ref<IKBValue>& value2)>;
+void CombineFacts(IFact& fact1, IFact& fact2, const TFuzzyCombination& combine);
 void CombineFacts(IFact& fact1, IFact& fact2, TFuzzyOperation operation, bool is_union);
 
 }  // namespace reasoner

@@ -3,6 +3,7 @@
 #include "reasoner/language/PrettyPrint.h"
 #include "reasoner/support/Format.h"
 #include "reasoner/support/Numbers.h"
+#include "reasoner/support/membership/FuzzyVariable.h"
 
 namespace reasoner {
 
@@ -16,9 +17,15 @@ TCaptionNode TypeTree(const IKBDefinedType& type) {
     node.Add("Cardinality: " + IntegerToText(type.GetMinCardinality()) + "-" +
              IntegerToText(type.GetMaxCardinality()));
   }
-  if (type.IsRangeLimited())
+  if (type.IsRangeLimited() || type.GetFuzzyType())
     node.Add("Range: " + FormatText("%.4f-%.4f", {type.GetMinRange(), type.GetMaxRange()}));
   if (!type.GetConstraints().empty()) node.Add("Allowed: " + GetAllowedString(type));
+  if (const Ref<IFuzzyVariable>& variable = type.GetFuzzyType()) {
+    TCaptionNode& terms = node.Add("Fuzzy Terms: ");
+    for (std::int32_t i = 0; i < variable->GetSetCount(); ++i) {
+      terms.Add(variable->GetSet(i)->ToString());
+    }
+  }
   return node;
 }
 

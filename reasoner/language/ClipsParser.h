@@ -81,6 +81,8 @@ class TKBClipsParser : public TKBParser {
   bool ParseGlobalVariables() override;
   Ref<IValueVector> ParseList() override;
   Ref<IKBValue> ParseNExecuteFunCall() override;
+  Ref<IFuzzySet> ParseFuzzySet(IFuzzyVariable& variable) override;
+  Ref<IFuzzyVariable> ParseFuzzyVariable() override;
   std::unique_ptr<TKBPattern> ParsePattern(std::int32_t negated_count,
                                            TVariableTable& variables) override;
   std::unique_ptr<TRule> ParseRule() override;
@@ -107,6 +109,8 @@ class TKBClipsParser : public TKBParser {
   std::string PrettyPrint(const TKBPattern& pattern) override;
   std::string PrettyPrint(std::string_view variable_name, const IKBValue& value) override;
   std::string PrettyPrint(const ISingletonsVector& singletons) override;
+  std::string PrettyPrint(const IFuzzySet& fuzzy_set, bool full) override;
+  std::string PrettyPrint(const IFuzzyVariable& fuzzy_variable) override;
   std::string PrettyPrint(const IUserFunction& function) override;
   std::string PrettyPrint(const IInterpretedFunction& function) override;
   std::string PrettyPrint(const IKBDefinedType& defined_type) override;
@@ -173,6 +177,10 @@ class TKBClipsParser : public TKBParser {
   Ref<IKBValue> ParseListedValue(const Ref<IStreamToken>& token);
   Ref<IKBValue> ParseCoordinate();
   Ref<IKBValue> ParseSlotValue(TKBTypes types);
+  Ref<IKBValue> ParseFuzzyValue(TKBTypes types, const IKBDefinedType* defined_type);
+  Ref<IKBValue> ParseFuzzyField();
+  void ParseFuzzyClauses(IFuzzyVariable& variable);
+  void ParseFuzzyTerms(IFuzzyVariable& variable);
   void ParseArgument(IFunCall& fun_call, const Ref<IStreamToken>& token,
                      const TSlotFunction* slot_function);
   void CheckValue(Ref<IKBValue>& value, TKBTypes types, const IKBDefinedType* defined_type);
@@ -186,8 +194,14 @@ class TKBClipsParser : public TKBParser {
   IKBDefinedType& ImplicitType(IFactSlot& slot);
   void ParseFacet(IKBDefinedType& type, const Ref<IStreamToken>& open,
                   const Ref<IStreamToken>& word, TWordCase word_case, Ref<IStreamToken>& last);
-  void ParseRangeAndCardinality(IKBDefinedType& type, bool allow_variable, bool is_cardinality,
-                                TWordCase word_case, Ref<IStreamToken>& last);
+  void ParseRangeAndCardinality(IKBDefinedType& type, bool is_cardinality, TWordCase word_case,
+                                Ref<IStreamToken>& last);
+  // The two bounds of a clause; null where none is wanted. `last` is its closing parenthesis.
+  struct TBounds {
+    Ref<IKBValue> min;
+    Ref<IKBValue> max;
+  };
+  TBounds ParseBounds(std::string_view name, bool allow_variable, Ref<IStreamToken>& last);
   Ref<IKBValue> ParseBound(const Ref<IStreamToken>& token, bool allow_variable);
   void ParseAllowedEnumerations(IKBDefinedType& type, TWordCase word_case, Ref<IStreamToken>& last);
   std::string ParseUnits();
@@ -199,6 +213,7 @@ class TKBClipsParser : public TKBParser {
   void ParsePatternSlot(TKBPattern& pattern, TVariableTable& variables, Ref<IStreamToken>& token);
   void ParseField(TField& field, Ref<IStreamToken>& token);
   void ParseConstraint(TField& field, Ref<IStreamToken> token);
+  void ParseFuzzyConstraint(TField& field, bool negated);
   void AddTest(const TField& field, const Ref<IKBValue>& value, bool negated);
   void AddReturnValueTests(const TField& field, bool negated);
   // A generated name that the rule does not hold yet.

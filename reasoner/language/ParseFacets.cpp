@@ -38,6 +38,7 @@ const TTypeWord kTypeWords[] = {
     {STypeExternalAddrKeyword, {dtExternalAddress, dtInteger}},
     {STypeFactIdKeyword, {dtFactId, dtInteger}},
     {STypeFactKeyword, dtFact},
+    {STypeFuzzyKeyword, dtFuzzy},
 };
 
 // Each makes of a value what its clause admits.
@@ -94,6 +95,9 @@ void TKBClipsParser::ParseQualifier(IFactSlot& slot, TKBTypes& types,
   } else if (EqualsIgnoreCase(text, "range") || EqualsIgnoreCase(text, "cardinality") ||
              EqualsIgnoreCase(text, "units") ||
              EqualsIgnoreCase(text.substr(0, kAllowedPrefix.size()), kAllowedPrefix)) {
+    if (slot.IsFuzzy() && !EqualsIgnoreCase(text, "cardinality")) {
+      ParseError("ParseFactTemplateSlot", SFuzzyDefinitionError);
+    }
     Ref<IStreamToken> last;
     ParseFacet(ImplicitType(slot), open, word, kAnyCaseWords, last);
     PutBack(last);
@@ -129,7 +133,7 @@ void TKBClipsParser::ParseFacet(IKBDefinedType& type, const Ref<IStreamToken>& o
   PutBack(open);
   const bool is_cardinality = SameWord(text, "cardinality", any_case);
   if (is_cardinality || SameWord(text, "range", any_case)) {
-    ParseRangeAndCardinality(type, true, is_cardinality, word_case, last);
+    ParseRangeAndCardinality(type, is_cardinality, word_case, last);
   } else {
     ParseAllowedEnumerations(type, word_case, last);
   }
@@ -169,6 +173,9 @@ TKBTypes TKBClipsParser::ParseSlotTypes(Ref<IKBDefinedType>& defined_type) {
     AddSlotType(token, types, defined_type);
   }
   PutBack(token);
+  if (types.Has(dtFuzzy) && !(types == TKBTypes{dtFuzzy})) {
+    ParseError("ParseSlotTypes", SCannotMixFuzzy);
+  }
   return types;
 }
 
@@ -192,9 +199,24 @@ Ref<IKBValue> TKBClipsParser::ParseBound(const Ref<IStreamToken>& token, bool al
   }
 }
 
-void TKBClipsParser::ParseRangeAndCardinality(IKBDefinedType& type, bool allow_variable,
-                                              bool is_cardinality, TWordCase word_case,
-                                              Ref<IStreamToken>& last) {
+TKBClipsParser::TBounds TKBClipsParser::ParseBounds(std::string_view name, bool allow_variable,
+                                                    Ref<IStreamToken>& last) {
+  TBounds bounds;
+  const Ref<IStreamToken> first = Next();
+  if (!first->Is(dtInteger) && !first->Is(dtVariable) && !first->Is(dtFloat) && !first->Is('(')) {
+    ParseError(kLocation, SExpectedIntVarFun, name);
+  }
+  bounds.min = ParseBound(first, allow_variable);
+  const Ref<IStreamToken> second = Next();
+  if (second->Is(')') || second->IsEnd()) ParseError(kLocation, SExpectedIntVarFun, name);
+  bounds.max = ParseBound(second, allow_variable);
+  last = Next();
+  RequireClose(*last, kLocation);
+  return bounds;
+}
+
+void TKBClipsParser::ParseRangeAndCardinality(IKBDefinedType& type, bool is_cardinality,
+                                              TWordCase word_case, Ref<IStreamToken>& last) {
   const Ref<IKBDefinedType> kept(&type);
   Expect('(', kLocation);
   const Ref<IStreamToken> word = Next();
@@ -203,33 +225,16 @@ void TKBClipsParser::ParseRangeAndCardinality(IKBDefinedType& type, bool allow_v
     ParseError(kLocation, SMissingRange);
   }
   if (is_cardinality) {
+    const TBounds bounds = ParseBounds("cardinality", true, last);
     type.SetCardinalityLimited(true);
+    if (bounds.min) type.SetMinCardinality(bounds.min->GetAsInteger());
+    if (bounds.max) type.SetMaxCardinality(bounds.max->GetAsInteger());
   } else {
+    const TBounds bounds = ParseBounds("range", true, last);
     type.SetRangeLimited(true);
+    if (bounds.min) type.SetMinRange(bounds.min->GetAsNumeric());
+    if (bounds.max) type.SetMaxRange(bounds.max->GetAsNumeric());
   }
-  const std::string_view name = is_cardinality ? "cardinality" : "range";
-  const Ref<IStreamToken> first = Next();
-  if (!first->Is(dtInteger) && !first->Is(dtVariable) && !first->Is(dtFloat) && !first->Is('(')) {
-    ParseError(kLocation, SExpectedIntVarFun, name);
-  }
-  if (const Ref<IKBValue> bound = ParseBound(first, allow_variable)) {
-    if (is_cardinality) {
-      type.SetMinCardinality(bound->GetAsInteger());
-    } else {
-      type.SetMinRange(bound->GetAsNumeric());
-    }
-  }
-  const Ref<IStreamToken> second = Next();
-  if (second->Is(')') || second->IsEnd()) ParseError(kLocation, SExpectedIntVarFun, name);
-  if (const Ref<IKBValue> bound = ParseBound(second, allow_variable)) {
-    if (is_cardinality) {
-      type.SetMaxCardinality(bound->GetAsInteger());
-    } else {
-      type.SetMaxRange(bound->GetAsNumeric());
-    }
-  }
-  last = Next();
-  RequireClose(*last, kLocation);
 }
 
 void TKBClipsParser::ParseAllowedEnumerations(IKBDefinedType& type, TWordCase word_case,

@@ -10,6 +10,7 @@
 #include "reasoner/language/PrettyPrint.h"
 #include "reasoner/language/TextHelpers.h"
 #include "reasoner/support/Numbers.h"
+#include "reasoner/support/membership/FuzzyText.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/KBExceptions.h"
 
@@ -63,6 +64,8 @@ std::string ShortenEcho(std::string echo) {
 TKBClipsParser::TKBClipsParser(IReasoner& engine, TKBClipsStream* stream)
     : TKBParser(engine, stream), clips_stream_(stream) {
   AddSlotFunction("assert", 0, kNoEnd);
+  AddSlotFunction("fuzzy-assert", 0, kNoEnd);
+  AddSlotFunction("fuzzy-assert-unconditional", 0, kNoEnd);
   AddSlotFunction("modify", 1, kNoEnd);
   AddSlotFunction("duplicate", 1, kNoEnd);
 }
@@ -353,6 +356,12 @@ TKBClipsParser::THeader TKBClipsParser::ParseHeader(std::string_view error_messa
 
 std::string TKBClipsParser::PrettyPrint(const TFactSet& fact_set) {
   return reasoner::PrettyPrint(fact_set);
+}
+std::string TKBClipsParser::PrettyPrint(const IFuzzySet& fuzzy_set, bool full) {
+  return FuzzySetText(fuzzy_set, full);
+}
+std::string TKBClipsParser::PrettyPrint(const IFuzzyVariable& fuzzy_variable) {
+  return FuzzyVariableText(fuzzy_variable);
 }
 std::string TKBClipsParser::PrettyPrint(const IFact& fact) { return reasoner::PrettyPrint(fact); }
 std::string TKBClipsParser::PrettyPrint(const IFact& fact, std::string_view slot_name) {

@@ -1,6 +1,7 @@
 // Functions, globals and defined types.
 
 #include "reasoner/language/ClipsParser.h"
+#include "reasoner/values/KBFuzzySet.h"
 #include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
@@ -69,7 +70,18 @@ Ref<IKBDefinedType> TKBClipsParser::ParseDefinedType() {
   type->SetName(header.name);
   type->SetComment(header.comment);
   Expect(')', kLocation);
-  Ref<IStreamToken> token = Next();
+  Ref<IStreamToken> token;
+  if (type->GetBaseTypes().Has(dtFuzzy)) {
+    // The ancestor's terms are there to be used and to be replaced.
+    const Ref<IFuzzyVariable> variable =
+        ancestor ? type->GetFuzzyType() : Ref<IFuzzyVariable>(Make<TKBFuzzyVariable>());
+    variable->SetParser(engine_.GetFuzzyParserLink());
+    variable->SetName(header.name);
+    ParseFuzzyClauses(*variable);
+    type->SetFuzzyType(nullptr);  // the type's range and units follow its variable's
+    type->SetFuzzyType(variable);
+  }
+  token = Next();
   while (token->Is('(')) {
     const Ref<IStreamToken> word = Next();
     Ref<IStreamToken> last;

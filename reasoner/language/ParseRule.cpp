@@ -205,6 +205,9 @@ void TKBClipsParser::ParseConstraint(TField& field, Ref<IStreamToken> token) {
       ParseError("ParsePattern", SNotMultiSlot, field.slot.GetName().view());
     }
     AddTest(field, Make<TKBValue>(name, kind), negated);
+  } else if (field.slot.IsFuzzy()) {
+    PutBack(token);
+    ParseFuzzyConstraint(field, negated);
   } else if (token->IsPlainValue()) {
     Ref<IKBValue> value = token->Value();
     if (StaticChecks) ConvertIntegers(value, field.slot.GetSlotType());

@@ -83,6 +83,12 @@ static bool IsDefaultValid(const IFactSlot& slot, const IKBValue* value) {
 }
 
 void TKBClipsParser::FinishDefault(IFactSlot& slot, Ref<IKBValue> slot_default) {
+  if (slot_default && slot.IsFuzzy() && !slot.IsDefaultDynamic() &&
+      slot.GetFuzzyVariable() != nullptr) {
+    // A facet behind the default may have given the slot a type of its own.
+    slot_default =
+        slot.EvalFuzzyValue(engine_, slot.TakeFuzzyValue(*slot_default), engine_.GetContext());
+  }
   if (slot_default) {
     if (StaticChecks && !(slot_default == FCNil) && !(slot_default == FCNilList)) {
       ConvertIntegers(slot_default, slot.GetSlotType());

@@ -123,7 +123,8 @@ void TKBClipsParser::CheckValue(Ref<IKBValue>& value, TKBTypes types,
 }
 
 Ref<IKBValue> TKBClipsParser::ParseValue(TKBTypes types, const Ref<IKBDefinedType>& defined_type) {
-  Ref<IKBValue> value = ParseSlotValue(types);
+  Ref<IKBValue> value =
+      types.Has(dtFuzzy) ? ParseFuzzyValue(types, defined_type.get()) : ParseSlotValue(types);
   if (StaticChecks) CheckValue(value, types, defined_type.get());
   return value;
 }

@@ -20,6 +20,7 @@
 #include "reasoner/functions/InterpretedFunction.h"
 #include "reasoner/language/TokenStream.h"
 #include "reasoner/match/Rule.h"
+#include "reasoner/support/membership/FuzzyVariable.h"
 #include "reasoner/values/SingletonsVector.h"
 #include "reasoner/values/ValueHashTable.h"
 
@@ -56,6 +57,9 @@ using TParseDefinedTypeEvent =
     std::function<void(TKBParser& sender, const Ref<IKBDefinedType>& defined_type)>;
 using TParseSingletonsEvent =
     std::function<void(TKBParser& sender, const Ref<ISingletonsVector>& singletons)>;
+using TParseFuzzySetEvent = std::function<void(TKBParser& sender, const Ref<IFuzzySet>& fuzzy_set)>;
+using TParseFuzzyVariableEvent =
+    std::function<void(TKBParser& sender, const Ref<IFuzzyVariable>& fuzzy_variable)>;
 // After a top-level expression has been dealt with. Constructs report ptNone; a rule or a fact set
 // that the engine has kept comes as the object, anything else as the interface.
 using TParseEvent = std::function<void(TKBParser& sender, TParsedType parsed_type, TObject* object,
@@ -89,6 +93,8 @@ class TKBParser : public TPersistent {
   TParsePatternEvent OnParsePattern;
   TParseRuleEvent OnParseRule;
   TParseDefinedTypeEvent OnParseDefinedType;
+  TParseFuzzySetEvent OnParseFuzzySet;
+  TParseFuzzyVariableEvent OnParseFuzzyVariable;
   TParseSingletonsEvent OnParseSingletons;
 
   // Drops the tokens that wait in the stream.
@@ -121,6 +127,10 @@ class TKBParser : public TPersistent {
   virtual Ref<IFactSlot> ParseFactTemplateSlot() = 0;
   virtual Ref<IUserFunction> ParseFunction() = 0;
   virtual Ref<IFunCall> ParseFunCall() = 0;
+  // A term, which may use those that the variable has; it is not added to it.
+  virtual Ref<IFuzzySet> ParseFuzzySet(IFuzzyVariable& variable) = 0;
+  // The clauses of a variable, up to but without the parenthesis behind them.
+  virtual Ref<IFuzzyVariable> ParseFuzzyVariable() = 0;
   virtual Ref<IKBValue> ParseVariable(std::string& name) = 0;
   virtual bool ParseGlobalVariables() = 0;
   virtual Ref<IValueVector> ParseList() = 0;
@@ -155,6 +165,9 @@ class TKBParser : public TPersistent {
   virtual std::string PrettyPrint(const TKBPattern& pattern) = 0;
   virtual std::string PrettyPrint(std::string_view variable_name, const IKBValue& value) = 0;
   virtual std::string PrettyPrint(const ISingletonsVector& singletons) = 0;
+  // With `full` the definition as a term, else the name.
+  virtual std::string PrettyPrint(const IFuzzySet& fuzzy_set, bool full) = 0;
+  virtual std::string PrettyPrint(const IFuzzyVariable& fuzzy_variable) = 0;
   virtual std::string PrettyPrint(const IUserFunction& function) = 0;
   virtual std::string PrettyPrint(const IInterpretedFunction& function) = 0;
   virtual std::string PrettyPrint(const IKBDefinedType& defined_type) = 0;

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cmath>
 
+#include "reasoner/fuzzy/FuzzyExpression.h"
 #include "reasoner/language/TextHelpers.h"
 #include "reasoner/language/TokenStream.h"
 #include "reasoner/support/Depth.h"
 #include "reasoner/support/Numbers.h"
+#include "reasoner/support/membership/FuzzySet.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -73,7 +75,23 @@ static std::string CommentBlock(std::string_view comment) {
 static void AppendFactSource(std::string& source, const IFact& fact, bool written_slots_alone);
 static void AppendCallSource(std::string& source, const IFunCall& fun_call, bool pairs);
 
+// A fuzzy expression that waits for its variables; its brackets are no words.
+static void AppendKeptSource(std::string& source, const IValueVector& list) {
+  const Ref<IValueVector> written = KeptExpressionAsWritten(list);
+  for (const Ref<IKBValue>& item : *written) {
+    const bool is_bracket =
+        item->GetDType() == dtAtom && (item->TextView() == "[" || item->TextView() == "]");
+    if (is_bracket) {
+      source += item->TextView();
+    } else {
+      AppendSource(source, *item);
+    }
+    source += ' ';
+  }
+}
+
 static void AppendListSource(std::string& source, const IValueVector& list) {
+  if (IsKeptExpression(list)) return AppendKeptSource(source, list);
   for (const Ref<IKBValue>& member : list) {
     AppendSource(source, member ? *member : *FCNil);
     source += ' ';
@@ -123,6 +141,9 @@ void AppendSource(std::string& source, const IKBValue& value) {
       return;
     case dtFact:
       if (const IFact* const fact = value.GetAsFact()) AppendFactSource(source, *fact, true);
+      return;
+    case dtFuzzy:
+      source += value.GetAsFuzzy()->ToSource();
       return;
     case dtSingletons:
       if (const ISingletonsVector* const points = value.GetAsSingletons())
@@ -315,8 +336,9 @@ static void AppendSavedSlot(std::string& source, std::string& comment, const IFa
     source += ' ';
   }
   const bool is_empty = slot.IsMulti() && value->IsNilLike();
-  const bool is_misplaced = !slot.IsMulti() && value->GetDType() == dtList;
-  if ((is_misplaced || !slot.IsValid(value)) && !is_empty) {
+  const bool is_misplaced =
+      !slot.IsMulti() && value->GetDType() == dtList && !IsKeptExpression(*value->GetAsList());
+  if ((is_misplaced || !slot.IsValid(value)) && !is_empty && !slot.IsFuzzy()) {
     source += CallFor(*value);
   } else if (!is_empty) {
     AppendSavedValue(source, *value);

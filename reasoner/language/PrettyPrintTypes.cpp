@@ -5,6 +5,7 @@
 #include "reasoner/language/PrettyPrint.h"
 #include "reasoner/language/TokenStream.h"
 #include "reasoner/support/Numbers.h"
+#include "reasoner/support/membership/FuzzyVariable.h"
 #include "reasoner/values/Constants.h"
 
 namespace reasoner {
@@ -115,6 +116,19 @@ bool BeginsWithAllowedOf(const IKBDefinedType& type, const IKBDefinedType& ances
   return true;
 }
 
+// A fuzzy type begins with its ancestor's terms when it is read.
+bool HasTermsOf(const IKBDefinedType& type, const IKBDefinedType& ancestor) {
+  const Ref<IFuzzyVariable>& variable = ancestor.GetFuzzyType();
+  if (!variable) return true;
+  if (!type.GetFuzzyType()) return false;
+  for (std::int32_t i = 0; i < variable->GetSetCount(); ++i) {
+    const IFuzzySet& set = *variable->GetSet(i);
+    const IFuzzySet* const own = type.GetFuzzyType()->FindFuzzySet(set.GetGivenName());
+    if (set.IsTerm() && (own == nullptr || !own->IsTerm())) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 const IKBDefinedType* PrintedAncestor(const IKBDefinedType& type) {
@@ -135,6 +149,7 @@ const IKBDefinedType* PrintedAncestor(const IKBDefinedType& type) {
   if (type.IsCardinalityLimited() && opens(type.GetMaxCardinality(), ancestor->GetMaxCardinality(),
                                            IKBDefinedType::kNoMaxCardinality))
     return nullptr;
+  if (!HasTermsOf(type, *ancestor)) return nullptr;
   return BeginsWithAllowedOf(type, *ancestor) ? ancestor : nullptr;
 }
 
@@ -235,8 +250,14 @@ std::string PrettyPrint(const IFactTemplate& fact_template) {
 
 std::string PrettyPrint(const IKBDefinedType& defined_type) {
   if (defined_type.IsImplicit()) {
-    return "(type " + TypeWords(defined_type.GetBaseTypes()) + ")" + std::string(NewLineString) +
-           Facets(defined_type);
+    // A slot's own fuzzy type is a named one with another number of members.
+    const bool is_named =
+        defined_type.GetFuzzyType() != nullptr && defined_type.GetName() != SImplicitDefinedType;
+    return "(type " +
+           (is_named ? AtomToSource(defined_type.GetName())
+                     : TypeWords(defined_type.GetBaseTypes())) +
+           ")" + std::string(NewLineString) +
+           (is_named ? CardinalityClause(defined_type) : Facets(defined_type));
   }
   const std::string line_start = std::string(NewLineString) + std::string(IndentString);
   std::string text = "(deftype " + AtomToSource(defined_type.GetName()) + " ";
@@ -250,6 +271,9 @@ std::string PrettyPrint(const IKBDefinedType& defined_type) {
   }
   text += TypeWords(types) + ")";
   text += NewLineString;
+  if (const Ref<IFuzzyVariable>& variable = defined_type.GetFuzzyType()) {
+    return text + variable->ToString() + ")";
+  }
   return text + Facets(defined_type) + ")";
 }
 

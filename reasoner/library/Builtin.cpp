@@ -50,6 +50,17 @@ Ref<IKBValue> EvaluateMember(const IValueVector& list, std::int32_t index, TKBCo
   return member->Resolve(&context);
 }
 
+Ref<IFact> OnRegisteredTemplate(const Ref<IFact>& fact, TReasoner& engine) {
+  const Ref<IFactTemplate> written = fact->GetTemplate();
+  if (!written) Raise(SNoTemplate);
+  const Ref<IFactTemplate> registered = engine.FindFactTemplate(written->GetTemplateName());
+  if (registered == written) return fact;
+  if (!registered) Raise(SUnknownFactTemplate, written->GetTemplateName());
+  const Ref<IFact> moved = Make<TFact>(registered);
+  for (const Text& name : fact->GetSlotNames()) moved->SetValue(name, fact->GetValue(name));
+  return moved;
+}
+
 Ref<IKBValue> FreshCopy(const IKBValue& value) {
   Ref<IKBValue> copy = value.Clone();
   if (value.GetDType() == dtList) copy->SetAsList(value.GetAsList()->Clone());

@@ -84,6 +84,10 @@ const IKBValue& WrittenArgument(const IFunCall& fun_call, std::int32_t index);
 // A member of a list evaluated; a list may hold null, which counts as nil.
 Ref<IKBValue> EvaluateMember(const IValueVector& list, std::int32_t index, TKBContext& context);
 
+// A fact that was parsed before its template was defined anew moves to the registered one. Raises
+// "Unknown fact template: %s" when there is none, and for a slot that is gone.
+Ref<IFact> OnRegisteredTemplate(const Ref<IFact>& fact, TReasoner& engine);
+
 // A cell that is its holder's alone; a list has its own vector.
 Ref<IKBValue> FreshCopy(const IKBValue& value);
 

@@ -22,19 +22,6 @@ Ref<IFact> RequireFact(const IKBValue& value, TReasoner& engine) {
   return fact;
 }
 
-// A fact that was parsed before its template was defined anew moves to the registered one. Raises
-// "Unknown fact template: %s" when there is none, and for a slot that is gone.
-Ref<IFact> OnRegisteredTemplate(const Ref<IFact>& fact, TReasoner& engine) {
-  const Ref<IFactTemplate> written = fact->GetTemplate();
-  if (!written) Raise(SNoTemplate);
-  const Ref<IFactTemplate> registered = engine.FindFactTemplate(written->GetTemplateName());
-  if (registered == written) return fact;
-  if (!registered) Raise(SUnknownFactTemplate, written->GetTemplateName());
-  const Ref<IFact> moved = Make<TFact>(registered);
-  for (const Text& name : fact->GetSlotNames()) moved->SetValue(name, fact->GetValue(name));
-  return moved;
-}
-
 class TAssertFunction final : public TBuiltinFunction<TAssertFunction> {
  public:
   static constexpr TFunctionInfo kInfo{.name = "assert",
@@ -147,8 +134,21 @@ class TRetractStringFunction final : public TBuiltinFunction<TRetractStringFunct
 // The slots that `modify` and `duplicate` are to change, with their new values.
 using TSlotChanges = std::vector<std::pair<Text, Ref<IKBValue>>>;
 
+// The items behind the name are one fuzzy expression; in a multislot there may be several.
+Ref<IKBValue> NewFuzzyValue(const IValueVector& pair, const IFactSlot& slot, TKBContext& context) {
+  Ref<IKBValue> value = pair.GetValueCount() > 1 ? pair.GetItem(1) : Ref<IKBValue>();
+  if (pair.GetValueCount() > 2) {
+    const Ref<IValueVector> items = NewVector();
+    for (std::int32_t i = 1; i < pair.GetValueCount(); ++i) items->Add(pair.GetItem(i));
+    value = NewList(items);
+  }
+  if (!value) value = FCNil;
+  return slot.EvalFuzzyValue(EngineOf(context), value, context);
+}
+
 // The value of a pair "(name item item ...)" for a slot, in a cell that nobody else has.
 Ref<IKBValue> NewSlotValue(const IValueVector& pair, const IFactSlot& slot, TKBContext& context) {
+  if (slot.IsFuzzy()) return NewFuzzyValue(pair, slot, context);
   const bool whole_list =
       pair.GetValueCount() >= 2 && pair.GetItem(1) && pair.GetItem(1)->GetDType() == dtList;
   if (slot.IsMulti() && !whole_list) {

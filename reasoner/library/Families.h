@@ -28,5 +28,9 @@ void AddSystemFunctions(TUserFunctionList& functions);
 void AddDateFunctions(TUserFunctionList& functions);
 void AddDialogFunctions(TUserFunctionList& functions);
 void AddObjectFunctions(TUserFunctionList& functions);
+void AddFuzzyValueFunctions(TUserFunctionList& functions);
+void AddFuzzySettingFunctions(TUserFunctionList& functions);
+void AddFuzzyReadoutFunctions(TUserFunctionList& functions);
+void AddFuzzyShapeFunctions(TUserFunctionList& functions);
 
 }  // namespace reasoner

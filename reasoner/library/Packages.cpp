@@ -72,7 +72,17 @@ void TBusinessPackage::CreateFunctions() {
   AddBusinessFunctions(GetFunctions());
 }
 
-// Null for a package that has no function yet.
+TFuzzyLogicPackage::TFuzzyLogicPackage(TComponent* owner) : TUserPackage(owner) { Rebuild(); }
+
+void TFuzzyLogicPackage::CreateFunctions() {
+  TUserPackage::CreateFunctions();
+  AddFuzzyValueFunctions(GetFunctions());
+  AddFuzzySettingFunctions(GetFunctions());
+  AddFuzzyReadoutFunctions(GetFunctions());
+  AddFuzzyShapeFunctions(GetFunctions());
+}
+
+// A new package, which the component owns.
 TUserPackage* MakePackage(TFunctionPackage package, TComponent* engine) {
   switch (package) {
     case pStandard:
@@ -92,7 +102,7 @@ TUserPackage* MakePackage(TFunctionPackage package, TComponent* engine) {
     case pObject:
       return new TObjectPackage(engine);
     case pFuzzyLogic:
-      return nullptr;
+      return new TFuzzyLogicPackage(engine);
   }
   return nullptr;
 }

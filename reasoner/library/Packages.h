@@ -89,4 +89,14 @@ class TBusinessPackage : public TUserPackage {
   void CreateFunctions() override;
 };
 
+// Fuzzy values, the settings of fuzzy reasoning, defuzzification and plots.
+class TFuzzyLogicPackage : public TUserPackage {
+ public:
+  explicit TFuzzyLogicPackage(TComponent* owner = nullptr);
+  std::string ClassName() const override { return "TFuzzyLogicPackage"; }
+
+ protected:
+  void CreateFunctions() override;
+};
+
 }  // namespace reasoner

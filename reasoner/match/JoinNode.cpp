@@ -58,9 +58,10 @@ TJoinNode::TJoinNode(TReteNetwork& rete, const TJoinNode& source)
 
 void TJoinNode::AddJoinTest(TSlotTestType test_type, std::int32_t token_index, const Text& left,
                             std::int32_t left_sub_index, const Text& right,
-                            std::int32_t right_sub_index) {
+                            std::int32_t right_sub_index, bool is_fuzzy) {
   tests_.push_back(std::make_unique<TKBJoinTest>(test_type, token_index, left, left_sub_index,
-                                                 right, right_sub_index));
+                                                 right, right_sub_index, is_fuzzy));
+  has_calls_ = has_calls_ || is_fuzzy;
 }
 
 void TJoinNode::PrepareShortCut() {
@@ -68,7 +69,8 @@ void TJoinNode::PrepareShortCut() {
     for (std::unique_ptr<TKBSlotTest>& test : tests_) {
       const auto* join_test = dynamic_cast<const TKBJoinTest*>(test.get());
       if (join_test == nullptr || join_test->GetJoinTestType() != wanted ||
-          join_test->GetSlotTestType() != sttEquals || join_test->ComparesFactIds()) {
+          join_test->GetSlotTestType() != sttEquals || join_test->ComparesFactIds() ||
+          join_test->IsFuzzy) {
         continue;
       }
       short_cut_ = join_test;
@@ -118,6 +120,7 @@ bool TJoinNode::Serves(const TJoinNode& other) const {
 bool TJoinNode::RunTests(const TKBToken& left, const Ref<IFact>& right, bool with_calls) {
   for (const std::unique_ptr<TKBSlotTest>& test : tests_) {
     if (const auto* join_test = dynamic_cast<const TKBJoinTest*>(test.get())) {
+      if (join_test->IsFuzzy && !with_calls) continue;
       if (!join_test->Compare(left, *right)) return false;
     } else if (with_calls) {
       const ScopedMatch match(GetContext(), Ref<const IMatch>(&left), right);

@@ -45,6 +45,7 @@ class TTestNode : public TReteNode {
   void CopyTests(const TTestNode& source);
 
   std::vector<std::unique_ptr<TKBSlotTest>> tests_;
+  // Calls, or comparisons by degree: who passes them may change.
   bool has_calls_ = false;
 };
 
@@ -67,7 +68,8 @@ class TJoinNode final : public TTestNode {
 
   using TTestNode::AddTest;
   void AddJoinTest(TSlotTestType test_type, std::int32_t token_index, const Text& left,
-                   std::int32_t left_sub_index, const Text& right, std::int32_t right_sub_index);
+                   std::int32_t left_sub_index, const Text& right, std::int32_t right_sub_index,
+                   bool is_fuzzy = false);
   // A rule whose pattern asks for goals uses the join from now on. The first such rule speaks for
   // all of them; when it goes, the next one does.
   void AddGoalPlan(TGoalPlan plan) { goal_plans_.push_back(std::move(plan)); }

@@ -1,6 +1,8 @@
 #include "reasoner/match/PatternNode.h"
 
+#include "reasoner/fuzzy/FuzzyMatch.h"
 #include "reasoner/match/ReteNetwork.h"
+#include "reasoner/match/SlotTest.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/values/ValueVector.h"
@@ -61,8 +63,28 @@ bool TPatternMatchNode::RunFunction(const Ref<TKBToken>& token) {
   return !IsFalse(*value_->Resolve(&GetContext()));
 }
 
-bool TPatternMatchNode::Passes(const Ref<TKBToken>& token) {
+// Two values of a fact compared. What is taken away passes every fuzzy test: it is looked up by its
+// facts further down.
+static bool ComparePlaces(const IKBValue& a, const IKBValue& b, bool negated, bool is_leaving,
+                          float& degree) {
+  if (!IsFuzzyTest(a, b)) return a.Equals(b) != negated;
+  if (is_leaving) return true;
+  const FuzzyMatch match = MatchFuzzy(a, b, negated);
+  if (match.passed) degree = match.degree;
+  return match.passed;
+}
+
+void TPatternMatchNode::PassOn(const Ref<TKBToken>& token, float degree) {
+  if (token->GetStrength() <= degree) return CallChildren(token);
+  if (GetRete().GetMinActivationStrength() > degree) return;
+  const Ref<TKBToken> weaker = Make<TKBToken>(*token);
+  weaker->SetStrength(degree);
+  CallChildren(weaker);
+}
+
+bool TPatternMatchNode::Passes(const Ref<TKBToken>& token, float& degree) {
   IFact& fact = *token->GetFact();
+  const bool is_leaving = token->GetTag() == taRemove;
   switch (test_) {
     case pmtUnknown:
     case pmtFailTest:
@@ -76,16 +98,18 @@ bool TPatternMatchNode::Passes(const Ref<TKBToken>& token) {
       const bool negated = test_ == pmtTestNotEqual || test_ == pmtTestMultiSlotNotEqual;
       const Ref<IKBValue> place = PlaceIn(fact, first_slot_, args_.first);
       if (!place) return false;
-      if (value_->GetDType() != dtFunCall) return place->Equals(*value_) != negated;
+      if (value_->GetDType() != dtFunCall) {
+        return ComparePlaces(*place, *value_, negated, is_leaving, degree);
+      }
       // What is taken away is looked up by its facts: the function may have changed its mind.
-      if (token->GetTag() == taRemove) return true;
+      if (is_leaving) return true;
       return RunFunction(token) != negated;
     }
     case pmtTestSlotValueEqual:
     case pmtTestSlotValueNotEqual: {
       const Ref<IKBValue> a = PlaceIn(fact, first_slot_, args_.first);
       const Ref<IKBValue> b = PlaceIn(fact, second_slot_, args_.second);
-      return a && b && a->Equals(*b) == (test_ == pmtTestSlotValueEqual);
+      return a && b && ComparePlaces(*a, *b, test_ == pmtTestSlotValueNotEqual, is_leaving, degree);
     }
     case pmtTestMultiSlotLength: {
       const Ref<IKBValue> place = PlaceIn(fact, first_slot_, NoSubIndex);
@@ -150,13 +174,15 @@ bool TPatternMatchNode::CallNode(const Ref<TKBToken>& token, TCallType) {
   }
   if (test_ == pmtTestMultiSlotMultiField) return Expand(token);
   if (test_ == pmtTestClassType || test_ == pmtTestMultiSlotLength) {
-    if (!Passes(token)) return false;
+    float whole = 1.0F;
+    if (!Passes(token, whole)) return false;
     CallChildren(token);
     return true;
   }
   try {
-    if (!Passes(token)) return false;
-    CallChildren(token);
+    float degree = 1.0F;
+    if (!Passes(token, degree)) return false;
+    PassOn(token, degree);
   } catch (Exception& failure) {
     failure.AppendMessage(std::string(SPatternMatchError.kFormat) + ToString());
     throw;
@@ -168,7 +194,7 @@ bool TPatternMatchNode::Serves(TPatternMatchTest test, const IKBValue* value,
                                const TNodeArgs& args) const {
   if (test != test_ || !(args == args_)) return false;
   if (value == nullptr || !value_) return value == nullptr && !value_;
-  return value->Equals(*value_);
+  return SameConstant(*value, *value_);
 }
 
 std::string TPatternMatchNode::ToString() const {

@@ -61,7 +61,10 @@ class TPatternMatchNode final : public TReteNode {
  private:
   // The value of the node's first place in a fact; null where there is no such place.
   Ref<IKBValue> PlaceIn(IFact& fact, const TSlotAccess& slot, std::int32_t sub_index) const;
-  bool Passes(const Ref<TKBToken>& token);
+  // `degree` is left alone but by a fuzzy comparison, which says how true it is.
+  bool Passes(const Ref<TKBToken>& token, float& degree);
+  // Passes on a token that is true to the degree, at most.
+  void PassOn(const Ref<TKBToken>& token, float degree);
   bool RunFunction(const Ref<TKBToken>& token);
   bool Expand(const Ref<TKBToken>& token);
 

@@ -51,6 +51,7 @@ class ReteCompiler {
   Ref<IFunCall> CompileCall(const IFunCall& fun_call, std::int32_t fact_index) const;
   Ref<IFunCall> GlobalTest(const IKBValue& variable, const TKBPattern& pattern, std::int32_t slot,
                            const TKBPatternMatchTest& test, std::int32_t fact_index) const;
+  bool IsFuzzyPlace(const TBinding& binding) const;
   bool ReachesBeyond(const IFunCall& fun_call, std::int32_t index) const;
   void PointAtOnlyFact(IFunCall& fun_call) const;
   void AddJoinTests(TTestNode& node, TJoinNode* join, std::int32_t pattern_index);
@@ -323,6 +324,21 @@ void ReteCompiler::BuildPlaceTests() {
   }
 }
 
+static bool IsFuzzySlot(const TKBPattern& pattern, const Text& name) {
+  const IFactSlot* const slot = pattern.GetFactTemplate()->FindSlot(name);
+  return slot != nullptr && slot->IsFuzzy();
+}
+
+// Whether a variable is bound in a fuzzy slot.
+bool ReteCompiler::IsFuzzyPlace(const TBinding& binding) const {
+  for (std::int32_t i = 0; i < rule_.GetPatternCount(); ++i) {
+    const TKBPattern& pattern = rule_.GetPattern(i);
+    if (pattern.IsTest() || rule_.FactIndexOf(i) != binding.FactIndex) continue;
+    if (IsFuzzySlot(pattern, binding.SlotIndex)) return true;
+  }
+  return false;
+}
+
 void ReteCompiler::AddJoinTests(TTestNode& node, TJoinNode* join, std::int32_t pattern_index) {
   const TKBPattern& pattern = rule_.GetPattern(pattern_index);
   const std::int32_t fact_index = rule_.FactIndexOf(pattern_index);
@@ -337,10 +353,11 @@ void ReteCompiler::AddJoinTests(TTestNode& node, TJoinNode* join, std::int32_t p
       const TOccurrence* base = BaseOf(occurrences);
       for (const TOccurrence& occurrence : occurrences) {
         if (base != nullptr && &occurrence != base) continue;
-        join->AddJoinTest(occurrence.test->GetSlotTestType(), binding->FactIndex,
-                          binding->SlotIndex, binding->SubIndex,
-                          pattern.GetSlotName(occurrence.slot),
-                          occurrence.test->GetMultiSlotSubIndex());
+        join->AddJoinTest(
+            occurrence.test->GetSlotTestType(), binding->FactIndex, binding->SlotIndex,
+            binding->SubIndex, pattern.GetSlotName(occurrence.slot),
+            occurrence.test->GetMultiSlotSubIndex(),
+            IsFuzzySlot(pattern, pattern.GetSlotName(occurrence.slot)) || IsFuzzyPlace(*binding));
       }
     }
   }

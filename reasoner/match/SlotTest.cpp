@@ -3,8 +3,17 @@
 #include "reasoner/match/Pattern.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
+#include "reasoner/values/KBFuzzySet.h"
 
 namespace reasoner {
+
+bool SameConstant(const IKBValue& a, const IKBValue& b) {
+  if (a.GetDType() != dtFuzzy && b.GetDType() != dtFuzzy) return a.Equals(b);
+  if (a.GetDType() != b.GetDType()) return false;
+  const IFuzzySet& set_a = *a.GetAsFuzzy();
+  const IFuzzySet& set_b = *b.GetAsFuzzy();
+  return set_a.GetVariable() == set_b.GetVariable() && set_a.SamePoints(set_b);
+}
 
 bool TKBSlotTest::Equals(const TKBSlotTest& other) const {
   return typeid(*this) == typeid(other) && test_type_ == other.test_type_;
@@ -14,13 +23,14 @@ std::string TKBSlotTest::ToString() const { return test_type_ == sttEquals ? "="
 
 TKBJoinTest::TKBJoinTest(TSlotTestType test_type, std::int32_t token_index, const Text& left,
                          std::int32_t left_sub_index, const Text& right,
-                         std::int32_t right_sub_index)
+                         std::int32_t right_sub_index, bool is_fuzzy)
     : TKBSlotTest(test_type),
       RightSubIndex(right_sub_index),
       RightIndex(right),
       LeftIndex(left),
       TokenIndex(token_index),
       LeftSubIndex(left_sub_index),
+      IsFuzzy(is_fuzzy),
       left_(left),
       right_(right),
       left_is_pattern_(left == SPatternBinding) {}
@@ -67,7 +77,7 @@ bool TKBJoinTest::Compare(const IMatch& token, IFact& fact) const {
 
 std::unique_ptr<TKBSlotTest> TKBJoinTest::Clone() const {
   return std::make_unique<TKBJoinTest>(test_type_, TokenIndex, LeftIndex, LeftSubIndex, RightIndex,
-                                       RightSubIndex);
+                                       RightSubIndex, IsFuzzy);
 }
 
 bool TKBJoinTest::Equals(const TKBSlotTest& other) const {
@@ -147,7 +157,7 @@ bool TKBPatternMatchTest::Equals(const TKBSlotTest& other) const {
   const auto& test = static_cast<const TKBPatternMatchTest&>(other);
   if (sub_index_ != test.sub_index_ || conjunction_ != test.conjunction_) return false;
   if (slot_value_ == test.slot_value_) return true;
-  return slot_value_ && test.slot_value_ && slot_value_->Equals(*test.slot_value_);
+  return slot_value_ && test.slot_value_ && SameConstant(*slot_value_, *test.slot_value_);
 }
 
 bool TKBPatternMatchTest::PerformTest(TKBContext& context) {

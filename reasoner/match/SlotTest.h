@@ -13,6 +13,10 @@
 
 namespace reasoner {
 
+// Whether two constants of tests are the same. Fuzzy ones overlap easily: theirs are the same
+// points of the same variable.
+bool SameConstant(const IKBValue& a, const IKBValue& b);
+
 class TKBSlotTest : public TPersistent {
  public:
   TSlotTestType GetSlotTestType() const noexcept { return test_type_; }
@@ -32,7 +36,8 @@ class TKBSlotTest : public TPersistent {
 class TKBJoinTest final : public TKBSlotTest {
  public:
   TKBJoinTest(TSlotTestType test_type, std::int32_t token_index, const Text& left,
-              std::int32_t left_sub_index, const Text& right, std::int32_t right_sub_index);
+              std::int32_t left_sub_index, const Text& right, std::int32_t right_sub_index,
+              bool is_fuzzy = false);
 
   // tstSlot when neither side has a sub-index.
   TTemplateSlotType GetJoinTestType() const noexcept {
@@ -57,6 +62,8 @@ class TKBJoinTest final : public TKBSlotTest {
   const Text LeftIndex;
   const std::int32_t TokenIndex;
   const std::int32_t LeftSubIndex;
+  // A side is a fuzzy slot: its values are equal by degree and have no key in common.
+  const bool IsFuzzy;
 
  private:
   TSlotAccess left_;

@@ -1,8 +1,10 @@
 #include "reasoner/values/KBFuzzySet.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "reasoner/values/SingletonsVector.h"
+#include "reasoner/values/ValueVector.h"
 
 namespace reasoner {
 
@@ -28,6 +30,18 @@ float FuzzyValueDegree(const IFuzzySet& set, const IKBValue& value) {
     default:
       return 0;
   }
+}
+
+bool IsSameFuzzyValue(const IKBValue& a, const IKBValue& b) {
+  if (a.GetDType() != b.GetDType()) return false;
+  if (a.GetDType() == dtFuzzy) return a.GetAsFuzzy()->SamePoints(*b.GetAsFuzzy());
+  if (a.GetDType() != dtList) return false;
+  const IValueVector& list_a = *a.GetAsList();
+  const IValueVector& list_b = *b.GetAsList();
+  return std::equal(list_a.begin(), list_a.end(), list_b.begin(), list_b.end(),
+                    [](const Ref<IKBValue>& x, const Ref<IKBValue>& y) {
+                      return x == y || (x && y && IsSameFuzzyValue(*x, *y));
+                    });
 }
 
 TKBFuzzyVariable::TKBFuzzyVariable(std::string_view name) : TIFuzzyVariable(name) {

@@ -18,6 +18,9 @@ bool FuzzyValueEquals(const IFuzzySet& set, const IKBValue& value);
 // The degree of that, from 0 to 1.
 float FuzzyValueDegree(const IFuzzySet& set, const IKBValue& value);
 
+// Whether two values, or lists of them, are fuzzy and the same: by their points, not by overlap.
+bool IsSameFuzzyValue(const IKBValue& a, const IKBValue& b);
+
 class TKBFuzzySet : public TIFuzzySet {
  public:
   using TIFuzzySet::Equals;

@@ -30,7 +30,10 @@ class TFact;
 class TFactSet;
 class TFactSlot;
 class TFactTemplate;
+class TFuzzyParserLink;
 class TFunctionCall;
+class TIFuzzySet;
+class TIFuzzyVariable;
 class TInterpretedFunction;
 class TKBContext;
 class TKBDefinedType;
@@ -48,6 +51,8 @@ using IFact = TFact;
 using IFactSlot = TFactSlot;
 using IFactTemplate = TFactTemplate;
 using IFunCall = TFunctionCall;
+using IFuzzySet = TIFuzzySet;
+using IFuzzyVariable = TIFuzzyVariable;
 using IInterpretedFunction = TInterpretedFunction;
 using IKBDefinedType = TKBDefinedType;
 using IKBValue = TKBValue;
@@ -167,6 +172,14 @@ class IReasoner {
   virtual std::string PrintFactLine(const IFact& fact) = 0;
   virtual Ref<IKBValue> ParseSlotValueText(std::string_view text, const IFactSlot& slot) = 0;
   virtual Ref<IFactSlot> ParseSlotText(std::string_view text) = 0;
+
+  // Fuzzy values.
+  virtual const Ref<TFuzzyParserLink>& GetFuzzyParserLink() const noexcept = 0;
+  virtual float GetFuzzyEqualsThreshold() const noexcept = 0;
+  // The value as a fuzzy value of the variable, which may be null. Without a context what needs one
+  // comes back as it is.
+  virtual Ref<IKBValue> EvalFuzzyExpression(IFuzzyVariable* variable, const Ref<IKBValue>& value,
+                                            TKBContext* context) = 0;
 
   // Constructs that have been read whole: each goes to its registry, which decides about a name in
   // use.

@@ -61,6 +61,14 @@ const struct {
      "double-declining-balance future-value interest-payment interest-rate "
      "internal-rate-of-return net-present-value number-of-periods payment period-payment "
      "present-value sln-depreciation syd-depreciation"},
+    {pFuzzyLogic,
+     "create-fuzzy-value fuzzy-assert fuzzy-assert-unconditional fuzzy-union fuzzy-union-x "
+     "fuzzy-intersection fuzzy-intersection-x get-fs get-fs-length get-fs-x get-fs-y "
+     "get-fs-variable get-fs-value get-activation-threshold set-activation-threshold "
+     "get-fuzzy-auto-terms set-fuzzy-auto-terms get-fuzzy-correlation set-fuzzy-correlation "
+     "get-fuzzy-inference set-fuzzy-inference get-fuzzy-threshold set-fuzzy-threshold get-u "
+     "get-u-from get-u-to get-u-units moment-defuzzify maximum-defuzzify is-undecidable "
+     "get-compatibility-index plot-fuzzy-value s z pi tri beta"},
 };
 
 // Those of them that are still to come.

@@ -1,0 +1,145 @@
+// Fuzzy variables, their terms, and fuzzy values where slots and patterns have them.
+
+#include "reasoner/functions/Context.h"
+#include "reasoner/fuzzy/FuzzyExpression.h"
+#include "reasoner/language/ClipsParser.h"
+#include "reasoner/values/Constants.h"
+#include "reasoner/values/KBFuzzySet.h"
+#include "reasoner/vocabulary/Messages.h"
+
+namespace reasoner {
+
+Ref<IFuzzyVariable> TKBClipsParser::ParseFuzzyVariable() {
+  const Ref<IFuzzyVariable> variable = Make<TKBFuzzyVariable>();
+  variable->SetParser(engine_.GetFuzzyParserLink());
+  ParseFuzzyClauses(*variable);
+  return variable;
+}
+
+void TKBClipsParser::ParseFuzzyClauses(IFuzzyVariable& variable) {
+  static constexpr std::string_view kLocation = "ParseFuzzyVariable";
+  const Ref<IFuzzyVariable> kept(&variable);
+  Ref<IStreamToken> token = Next();
+  for (; !token->Is(')') && !token->IsEnd(); token = Next()) {
+    const Ref<IStreamToken> word = Next();
+    if (!token->Is('(')) ParseError(kLocation, SMissingOpenParens);
+    Ref<IStreamToken> last;
+    if (word->IsWord("range")) {
+      const TBounds bounds = ParseBounds("range", false, last);
+      if (!bounds.min || !bounds.max) ParseError(kLocation, SExpectedValue);
+      variable.SetUniverse(bounds.min->GetAsNumeric(), bounds.max->GetAsNumeric());
+    } else if (word->IsWord("units")) {
+      variable.SetUnits(ParseUnits());
+      Expect(')', kLocation);
+    } else if (word->IsWord("values")) {
+      ParseFuzzyTerms(variable);
+    } else {
+      ParseError(kLocation, SExpectedKeyword, "range, units, or values");
+    }
+  }
+  PutBack(token);
+  if (OnParseFuzzyVariable) OnParseFuzzyVariable(*this, kept);
+}
+
+// Up to the parenthesis behind the terms.
+void TKBClipsParser::ParseFuzzyTerms(IFuzzyVariable& variable) {
+  Ref<IStreamToken> token = Next();
+  for (; token->Is('('); token = Next()) {
+    PutBack(token);
+    const Ref<IFuzzySet> term = ParseFuzzySet(variable);
+    term->SetTerm(true);
+    variable.Add(term);
+  }
+  if (!token->Is(')')) {
+    PutBack(token);
+    ParseFuzzySet(variable);  // which says what is wrong
+  }
+}
+
+Ref<IFuzzySet> TKBClipsParser::ParseFuzzySet(IFuzzyVariable& variable) {
+  static constexpr std::string_view kLocation = "ParseFuzzySet";
+  const Ref<IFuzzyVariable> kept(&variable);
+  const THeader header = ParseHeader(SExpectedFuzzySet.kFormat, kLocation, "term", false);
+  PutBack(header.token);
+  Ref<IKBValue> value = ParseValue();
+  if (!value) ParseError(kLocation, SExpectedValue);
+  value = engine_.ResolveInContext(value);
+  value = engine_.EvalFuzzyExpression(&variable, value, &engine_.GetContext());
+  // A copy: what was read may be another term, or be held by whoever made it.
+  const Ref<IFuzzySet> set = value->GetAsFuzzy()->Clone();
+  if (set->GetVariable() != &variable) set->SetVariable(&variable);
+  set->SetName(header.name);
+  set->SetParser(engine_.GetFuzzyParserLink());
+  Expect(')', kLocation);
+  if (OnParseFuzzySet) OnParseFuzzySet(*this, set);
+  return set;
+}
+
+// The value of a fuzzy slot. What needs a context is kept as it is written.
+Ref<IKBValue> TKBClipsParser::ParseFuzzyValue(TKBTypes types, const IKBDefinedType* defined_type) {
+  static constexpr std::string_view kLocation = "ParseValue";
+  const bool is_multi = types.Has(dtMultiSlot);
+  if (is_multi && !StaticChecks) return NewList(ParseList());
+  if (defined_type == nullptr) ParseError(kLocation, SNeedFuzzyType);
+  const Ref<IFuzzyVariable> variable = defined_type->GetFuzzyType();
+  Ref<IKBValue> written;
+  if (is_multi) {
+    written = NewList(ParseList());
+  } else if (NextIs('=')) {
+    Next();
+    written = ParseCallAfterEqualSign(kLocation);
+  } else {
+    written = ParseValue();
+    if (!written) written = FCNil;
+  }
+  const Ref<IKBValue> value = engine_.EvalFuzzyExpression(variable.get(), written, nullptr);
+  if (value == FCNil) ParseError(kLocation, SInvalidFuzzyExpression, written->ToString());
+  if (!is_multi) {
+    // One expression alone; it may have to wait for its variables.
+    if (value->GetDType() == dtList && !IsSingleExpression(*value->GetAsList())) {
+      ParseError(kLocation, SInvalidFuzzyExpression, written->ToString());
+    }
+    return value;
+  }
+  if (value->GetDType() == dtList) return value;
+  const Ref<IValueVector> list = NewVector();
+  list->Add(value);
+  return NewList(list);
+}
+
+// The values of a pattern's field, in a list where there are several.
+Ref<IKBValue> TKBClipsParser::ParseFuzzyField() {
+  const Ref<IValueVector> list = NewVector();
+  Ref<IStreamToken> token = Next();
+  while (!token->IsEnd() && !token->Is(dtVariable) && !token->Is(dtMultiVariable)) {
+    const Ref<IKBValue> value = ParseListedValue(token);
+    if (!value) break;
+    list->Add(value);
+    token = Next();
+  }
+  if (list->GetValueCount() == 0) ParseError("ParsePattern", SBadSlotValue, token->ToString());
+  PutBack(token);
+  return list->GetValueCount() == 1 ? list->First() : NewList(list);
+}
+
+// Every value up to what is none is one fuzzy expression; in a multislot several may stand beside
+// each other, a field each.
+void TKBClipsParser::ParseFuzzyConstraint(TField& field, bool negated) {
+  const Ref<IKBValue> written = ParseFuzzyField();
+  const Ref<IKBValue> resolved = engine_.ResolveInContext(written);
+  const Ref<IFuzzyVariable> variable(field.slot.GetFuzzyVariable());
+  const Ref<IKBValue> value =
+      engine_.EvalFuzzyExpression(variable.get(), resolved, &engine_.GetContext());
+  if (value->GetDType() == dtFuzzy) return AddTest(field, value, negated);
+  const bool is_list = value->GetDType() == dtList && value->GetAsList()->GetValueCount() > 0;
+  if (!is_list || !field.slot.IsMulti()) {
+    ParseError("ParsePattern", SInvalidFuzzyExpression, written->ToString());
+  }
+  const IValueVector& list = *value->GetAsList();
+  for (std::int32_t i = 0; i < list.GetValueCount(); ++i) {
+    if (i > 0) ++field.sub_index;
+    AddTest(field, list.GetItem(i), negated && i == 0);
+  }
+}
+
+}  // namespace reasoner
