@@ -43,7 +43,7 @@ TFileStream::TFileStream(const std::string& file_name, TFileMode mode) : file_na
   if (file_ == nullptr) Fail("open");
   struct stat status;
   if (fstat(fileno(file_), &status) == 0 && S_ISDIR(status.st_mode)) {
-    std::fclose(file_);
+    std::fclose(std::exchange(file_, nullptr));
     errno = EISDIR;
     Fail("open");
   }
@@ -89,6 +89,7 @@ void TFileStream::Flush() {
 
 void TFileStream::Fail(const char* doing) const {
   const std::string reason = std::generic_category().message(errno);
+  if (file_ != nullptr) std::clearerr(file_);  // one failure is told once
   throw EKitException(FormatText("Cannot %s %s: %s", {doing, file_name_, reason}));
 }
 

@@ -372,7 +372,7 @@ TEST_F(RegistriesTest, AStreamNameInUseFollowsThePolicyToo) {
   const auto open = [this] {
     engine.GetIOStreams().Add(
         "s", std::make_unique<TGTextStream>(std::make_unique<TKitStringStream>("")));
-    return engine.GetIOStreams().Find("s");
+    return engine.GetIOStreams().Find("s").get();
   };
   const TGTextStream* first = open();
   engine.DuplicateConstructs = dcIgnore;

@@ -80,6 +80,9 @@ TEST_F(FileFunctionsTest, Modes) {
   ExpectError("(open \".\" f)", "Cannot open .");
   ExpectError("(open \"new\" f \"x\")", "Invalid File Access Specifier: \"x\"");
   EXPECT_FALSE(engine.GetIOStreams().ContainsKey("f"));
+  Load("(open \"old\" r)");
+  ExpectError("(printout r x)", "Cannot write old");
+  ExpectShown({{"(readline r)", "\"12345\""}, {"(close r)", "TRUE"}});
   Load("(open \"new\" w \"w\")");
   ExpectError("(read w)", "Invalid class of stream for read");
 }
