@@ -17,6 +17,7 @@ const char* const kUsage =
     "  --run             after loading, resets the engine and runs its rules\n"
     "  --limit N         runs at most N rules (with --run)\n"
     "  --strategy NAME   orders rules of equal salience: depth (the default) or breadth\n"
+    "  --textbook        rules mean what users of other production systems expect\n"
     "  --watch LIST      reports what happens; LIST is one or more of facts, rules, activations,\n"
     "                    compilations, statistics and all, with commas between them\n"
     "  --function-reference\n"
@@ -93,6 +94,8 @@ Options ReadOptions(const std::vector<std::string>& arguments) {
       options.limit = ReadLimit(value());
     } else if (name == "--strategy") {
       options.strategy = ReadStrategy(value());
+    } else if (name == "--textbook") {
+      options.textbook = true;
     } else if (name == "--watch") {
       options.watch += ReadWatches(value());
     } else if (name == "--function-reference") {

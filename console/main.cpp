@@ -136,6 +136,7 @@ static int Main(const std::vector<std::string>& arguments) {
   TReasoner engine;
   terminal.Attach(engine);
   engine.SetStrategy(options.strategy);
+  engine.SetTextbookSemantics(options.textbook);
   engine.Watch = options.watch;
   try {
     LoadSources(engine, terminal, options);

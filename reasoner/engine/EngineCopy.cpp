@@ -154,17 +154,30 @@ void TReasoner::Assign(const TPersistent& source) {
     has_own_parser_ = other.has_own_parser_;
   }
   tokenizer_factory_ = other.tokenizer_factory_;
-  parser_->StrictFacts = false;  // the copies imply what the source has implied
   SetTypeChecks({});
   SalienceEvaluation = other.SalienceEvaluation;
   strategy_ = other.strategy_;
   SetFactDuplication(other.fact_duplication_);
-  // Names meet their namesakes here only where both engines begin with them.
-  DuplicateConstructs = dcOverwrite;
   SetParserMaxErrors(other.parser_max_errors_);
-  SetParserErrorHandling(ehRaiseImmediate);
+  // Names meet their namesakes here only where both engines begin with them, the copies imply what
+  // the source has implied, and a failure is one at once.
+  struct Copying {
+    TReasoner& engine;
+    const TReasoner& other;
+    Copying(TReasoner& own, const TReasoner& source) : engine(own), other(source) {
+      engine.DuplicateConstructs = dcOverwrite;
+      engine.SetParserErrorHandling(ehRaiseImmediate);
+      engine.parser_->StrictFacts = false;
+    }
+    ~Copying() {
+      engine.DuplicateConstructs = other.DuplicateConstructs;
+      engine.SetParserErrorHandling(other.parser_error_handling_);
+      engine.parser_->StrictFacts = other.parser_->StrictFacts;
+    }
+  } copying(*this, other);
   Watch = other.Watch;
   ResetGlobals = other.ResetGlobals;
+  SetTextbookSemantics(other.GetTextbookSemantics());
   const std::int32_t templates = fact_templates_->GetCount();
   bool complete = user_functions_->Assign(*other.user_functions_, true);
   complete = complete && fact_templates_->GetCount() == templates;
@@ -189,9 +202,6 @@ void TReasoner::Assign(const TPersistent& source) {
   facts_->Assign(*other.facts_);
   FirstFailure failures;  // of rules that cannot test a fact, as it is there
   failures.Try([&] { rules_->Assign(*other.rules_); });
-  parser_->StrictFacts = other.parser_->StrictFacts;
-  DuplicateConstructs = other.DuplicateConstructs;
-  SetParserErrorHandling(other.parser_error_handling_);
   SetTypeChecks(other.type_checks_);
   failures.Raise();
 }

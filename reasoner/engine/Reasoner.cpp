@@ -204,6 +204,8 @@ void TReasoner::Reset() {
   // The ids start again before any handler can assert a fact.
   facts_->ClearDirect();
   next_fact_id_ = 0;
+  pending_assertions_.clear();
+  pending_retractions_.clear();
   RetractFacts();
   for (TRule* rule : rules_->GetItems()) rule->Reset();
   Assert(SInitialFact);
@@ -246,6 +248,24 @@ void TReasoner::SetFactDuplication(bool value) {
   if (value == fact_duplication_) return;
   fact_duplication_ = value;
   facts_->SetCacheHashCodes(!value);
+}
+
+void TReasoner::SetTextbookSemantics(bool value) {
+  if (value == GetTextbookSemantics()) return;
+  RequireIdleNetwork("changing the semantics");
+  GetLink()->textbook_semantics = value;
+  std::vector<std::pair<std::int32_t, std::string>> rules;
+  for (const TRule* rule : rules_->GetItems())
+    rules.emplace_back(rule->GetRuleId(), rule->GetRuleName());
+  std::sort(rules.begin(), rules.end());
+  // No node of the old kind is left for the new ones to share. A handler may take rules away.
+  FirstFailure failures;
+  for (auto compile : {&TReasoner::UncompileRule, &TReasoner::CompileRule}) {
+    for (const auto& [id, name] : rules) {
+      if (TRule* rule = rules_->Find(name)) failures.Try([&] { (this->*compile)(*rule); });
+    }
+  }
+  failures.Raise();
 }
 
 void TReasoner::SetPackages(TFunctionPackages value) {

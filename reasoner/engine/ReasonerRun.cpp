@@ -212,7 +212,7 @@ void TReasoner::RebuildAgenda() {
     TActivation* activation = rebuilding_[first];
     rebuilding_.erase(rebuilding_.begin() + static_cast<std::ptrdiff_t>(first));
     if (activation == nullptr) continue;
-    activation->SetStrength(1.0F);
+    if (!GetTextbookSemantics()) activation->SetStrength(1.0F);
     failures.Try([&] { PlaceActivation(std::unique_ptr<TActivation>(activation)); });
   }
   failures.Raise();

@@ -30,23 +30,33 @@ std::int32_t TInterpretedFunction::GetMaxArgumentCount() const noexcept {
 }
 
 // Arguments are evaluated in the new frame, one after the other, each after the formals before it
-// are bound.
+// are bound: a formal can hide a variable that a later argument names. In textbook semantics all of
+// them are evaluated in the caller's frame first.
 void TInterpretedFunction::BindFormals(const IFunCall& fun_call, TKBContext& frame) const {
   const std::int32_t given = fun_call.GetArgumentCount();
+  std::vector<Ref<IKBValue>> evaluated;
+  if (const IReasoner* engine = frame.GetEngine();
+      engine != nullptr && engine->GetLink()->textbook_semantics) {
+    for (std::int32_t i = 0; i < given; ++i)
+      evaluated.push_back(fun_call.GetArgument(i)->Resolve(frame.GetParent()));
+  }
+  const auto argument = [&](std::int32_t i) {
+    return evaluated.empty() ? fun_call.GetArgument(i)->Resolve(&frame)
+                             : evaluated[static_cast<std::size_t>(i)];
+  };
   for (std::int32_t i = 0; i < GetArgumentCount(); ++i) {
     const IKBValue& formal = *GetArgument(i);
     const Text name = formal.GetAsString();
     switch (formal.GetDType()) {
       case dtMultiVariable: {
         const Ref<IValueVector> rest = NewVector();
-        for (std::int32_t j = i; j < given; ++j)
-          rest->Add(fun_call.GetArgument(j)->Resolve(&frame));
+        for (std::int32_t j = i; j < given; ++j) rest->Add(argument(j));
         frame.AddLocalBinding(name, NewList(rest));
         break;
       }
       case dtVariable:
         if (i >= given) Raise(STooFewArgs, GetFunctionName().view());
-        frame.AddLocalBinding(name, fun_call.GetArgument(i)->Resolve(&frame));
+        frame.AddLocalBinding(name, argument(i));
         break;
       default:
         frame.SetVariable(name, FCNil);

@@ -519,8 +519,8 @@ std::string PrettyPrint(const IUserFunction& function) {
 // Patterns and rules.
 
 static void AppendTests(std::string& text, const TKBPattern& pattern, std::int32_t slot) {
-  const std::int32_t count = pattern.GetSlotTestCount(slot);
-  if (count == 0) {
+  const auto& tests = pattern.GetWrittenTests(slot);
+  if (tests.empty()) {
     if (!pattern.HasTestList(slot) || pattern.GetSlotLength(slot) == 0) return;
     const std::vector<Ref<IFactSlot>> slots = pattern.GetFactTemplate()->GetSlots();
     const bool is_multi = !slots.empty() && slots.front()->IsMulti();
@@ -529,11 +529,10 @@ static void AppendTests(std::string& text, const TKBPattern& pattern, std::int32
     text += reasoner == nullptr ? prefix : reasoner->GenerateSymbol(prefix);
     return;
   }
-  for (std::int32_t i = 0; i < count; ++i) {
-    const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, i);
+  for (std::size_t i = 0; i < tests.size(); ++i) {
+    const TKBPatternMatchTest& test = *tests[i];
     if (i > 0) {
-      const bool same_field =
-          test.GetMultiSlotSubIndex() == pattern.GetSlotTest(slot, i - 1).GetMultiSlotSubIndex();
+      const bool same_field = test.GetMultiSlotSubIndex() == tests[i - 1]->GetMultiSlotSubIndex();
       text += !same_field ? ' ' : test.IsJoinedByAnd() ? '&' : '|';
     }
     if (test.GetSlotTestType() == sttNotEquals && !pattern.IsTest()) text += '~';

@@ -201,11 +201,41 @@ class TExitFunction final : public TBuiltinFunction<TExitFunction> {
   void Call(const IFunCall&, TKBContext&, Ref<IKBValue>&) override { throw EAbort(); }
 };
 
+class TDoBackwardChainingFunction final : public TBuiltinFunction<TDoBackwardChainingFunction> {
+ public:
+  static constexpr TFunctionInfo kInfo{
+      .name = "do-backward-chaining",
+      .syntax = " <fact-template-name>*",
+      .arguments = AtLeast(0),
+      .comment =
+          "Prepares the reasoner for backward chaining on a particular fact template or series of "
+          "fact templates.  The command creates backward chaining templates to match the fact "
+          "template arguments",
+      .example = "(do-backward-chaining reading)"};
+
+  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
+    TReasoner& engine = EngineOf(context);
+    for (std::int32_t i = 0; i < fun_call.GetArgumentCount(); ++i) {
+      const Text argument = TextArgument(fun_call, i, context);
+      const std::string name(argument.view());
+      if (name == STestCE || name == "not") Raise(SBackChainCE, name);
+      const Ref<IFactTemplate> wanted = engine.CreateFactTemplate(name);
+      wanted->SetBackwardChaining(true);
+      const Ref<IFactTemplate> goal = Make<TFactTemplate>(
+          &engine, std::string(SBackChainPrefix) + name, "Goal seeker for " + name, wanted);
+      goal->SetParent(nullptr);
+      engine.GetFactTemplates().Add(goal);
+    }
+    result = FCTrue;
+  }
+};
+
 }  // namespace
 
 void AddEngineFunctions(TUserFunctionList& functions) {
   functions.AddNew<TGenSymStarFunction, TVersionFunction, TWatchFunction, TUnwatchFunction,
-                   THaltFunction, TRunFunction, TResetFunction, TClearFunction, TExitFunction>();
+                   THaltFunction, TRunFunction, TResetFunction, TClearFunction, TExitFunction,
+                   TDoBackwardChainingFunction>();
 }
 
 }  // namespace reasoner

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "reasoner/match/ReteNetwork.h"
-#include "reasoner/support/FirstFailure.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -46,12 +45,14 @@ TJoinNode::TJoinNode(TReteNetwork& rete, bool negated, bool unique, bool asks_fo
     : TTestNode(rete),
       negated_(negated),
       unique_(unique),
+      one_partner_(unique && !negated && rete.IsTextbook()),
       asks_for_goals_(asks_for_goals),
       hash_key_(hash_key) {}
 
 TJoinNode::TJoinNode(TReteNetwork& rete, const TJoinNode& source)
     : TJoinNode(rete, source.negated_, source.unique_, source.asks_for_goals_, source.hash_key_) {
   CopyTests(source);
+  compares_chains_ = source.compares_chains_;
   PrepareShortCut();
 }
 
@@ -106,12 +107,14 @@ bool TJoinNode::Serves(const TJoinNode& other) const {
       tests_.size() != other.tests_.size()) {
     return false;
   }
-  return std::all_of(
-      tests_.begin(), tests_.end(), [&other](const std::unique_ptr<TKBSlotTest>& test) {
-        return std::any_of(
-            other.tests_.begin(), other.tests_.end(),
-            [&test](const std::unique_ptr<TKBSlotTest>& wanted) { return test->Equals(*wanted); });
-      });
+  // A test may stand twice: what the one tests, the other must, and the other way round.
+  const auto covers = [](const TJoinNode& all, const TJoinNode& some) {
+    return std::all_of(some.tests_.begin(), some.tests_.end(), [&all](const auto& wanted) {
+      return std::any_of(all.tests_.begin(), all.tests_.end(),
+                         [&wanted](const auto& test) { return test->Equals(*wanted); });
+    });
+  };
+  return covers(*this, other) && covers(other, *this);
 }
 
 bool TJoinNode::RunTests(const TKBToken& left, const Ref<IFact>& right, bool with_calls) {
@@ -130,9 +133,14 @@ bool TJoinNode::RunTests(const TKBToken& left, const Ref<IFact>& right, bool wit
 // Calls visit(entry) for each right token that the tests may allow with a left one, in the order of
 // the memory, until it answers false. The memory does not change meanwhile.
 template <class TVisit>
-void TJoinNode::VisitRight(const TKBToken& left, TVisit visit) {
+void TJoinNode::VisitRight(const Ref<TKBToken>& left, TVisit visit) {
+  if (compares_chains_) {
+    const TKBToken unmatched(left, GetRete().GetEngine().GetNotOrTestFact());
+    if (Entry* entry = right_->Find(unmatched)) visit(*entry);
+    return;
+  }
   if (use_short_cut_) {
-    IFact* fact = left.GetFacts(short_cut_->TokenIndex);
+    IFact* fact = left->GetFacts(short_cut_->TokenIndex);
     const Ref<IKBValue> value = fact == nullptr ? Ref<IKBValue>() : short_cut_->LeftValue(*fact);
     for (Entry* entry = right_->FirstWithKey(TokenKeyOf(value.get())); entry != nullptr;
          entry = entry->group_next) {
@@ -151,6 +159,10 @@ void TJoinNode::VisitRight(const TKBToken& left, TVisit visit) {
 
 template <class TVisit>
 void TJoinNode::VisitLeft(const TKBToken& right, TVisit visit) {
+  if (compares_chains_) {
+    if (Entry* entry = left_->Find(*right.GetParent())) visit(*entry);
+    return;
+  }
   if (use_short_cut_) {
     IFact* fact = right.GetFacts(0);
     const Ref<IKBValue> value = fact == nullptr ? Ref<IKBValue>() : short_cut_->RightValue(*fact);
@@ -168,7 +180,7 @@ void TJoinNode::VisitLeft(const TKBToken& right, TVisit visit) {
 }
 
 void TJoinNode::PassPair(const Ref<TKBToken>& left, const TKBToken& right, TTokenAction tag) {
-  const Ref<TKBToken> pair = Make<TKBToken>(left, right.GetFact());
+  const Ref<TKBToken> pair = Make<TKBToken>(left, right.GetFact(), right.GetSplit());
   pair->SetStrength(std::min(left->GetStrength(), right.GetStrength()));
   pair->SetTag(tag);
   CallChildren(pair);
@@ -183,18 +195,18 @@ void TJoinNode::PassUnmatched(const Ref<TKBToken>& left, float strength, TTokenA
 
 // The entries of the other memory that the tests allow. Where a test is a call it may raise: then
 // nothing has happened yet, and the token just stored is taken out again.
-std::vector<TJoinNode::Entry*> TJoinNode::PartnersOf(const TKBToken& token, bool is_left,
+std::vector<TJoinNode::Entry*> TJoinNode::PartnersOf(const Ref<TKBToken>& token, bool is_left,
                                                      TKBTokenTree& memory, Entry& stored) {
   std::vector<Entry*> partners;
   try {
     if (is_left) {
       VisitRight(token, [&](Entry& right) {
-        if (RunTests(token, right.token->GetFact(), true)) partners.push_back(&right);
+        if (RunTests(*token, right.token->GetFact(), true)) partners.push_back(&right);
         return partners.empty() || !unique_ || negated_;
       });
     } else {
-      VisitLeft(token, [&](Entry& left) {
-        if (RunTests(*left.token, token.GetFact(), true)) partners.push_back(&left);
+      VisitLeft(*token, [&](Entry& left) {
+        if (RunTests(*left.token, token->GetFact(), true)) partners.push_back(&left);
       });
     }
   } catch (...) {
@@ -202,6 +214,22 @@ std::vector<TJoinNode::Entry*> TJoinNode::PartnersOf(const TKBToken& token, bool
     throw;
   }
   return partners;
+}
+
+void TJoinNode::ForgetRule(const TRule& rule) {
+  goal_plans_.erase(
+      std::remove_if(goal_plans_.begin(), goal_plans_.end(),
+                     [&rule](const TGoalPlan& plan) { return plan.GetRule() == &rule; }),
+      goal_plans_.end());
+}
+
+// The left token found no partner: what it waits for is asked for, once the network is idle again.
+void TJoinNode::AskForGoal(const TKBToken& left) {
+  IReasoner& engine = GetRete().GetEngine();
+  const Ref<IFact> goal = goal_plans_.front().MakeGoal(engine, left);
+  // A goal that brought the token here is there: with equal facts allowed it would be asked for
+  // without end.
+  if (!left.GetFact()->EqualsFact(*goal)) engine.AddPendingFact(goal, true);
 }
 
 void TJoinNode::LeftCame(const Ref<TKBToken>& token) {
@@ -212,6 +240,7 @@ void TJoinNode::LeftCame(const Ref<TKBToken>& token) {
   FirstFailure failures;
   const auto pass = [&](const Entry& right) {
     ++pass_count_;
+    if (one_partner_) entry->blockers.push_back(right.token);
     failures.Try([&] { PassPair(stored, *right.token, token->GetTag()); });
   };
   const auto block = [&](const Entry& right) {
@@ -219,11 +248,11 @@ void TJoinNode::LeftCame(const Ref<TKBToken>& token) {
     if (has_calls_) entry->blockers.push_back(right.token);
   };
   if (has_calls_) {
-    for (const Entry* right : PartnersOf(*token, true, *left_, *entry)) {
+    for (const Entry* right : PartnersOf(token, true, *left_, *entry)) {
       negated_ ? block(*right) : pass(*right);
     }
   } else {
-    VisitRight(*token, [&](Entry& right) {
+    VisitRight(token, [&](Entry& right) {
       if (!RunTests(*token, right.token->GetFact(), false)) return true;
       negated_ ? block(right) : pass(right);
       return negated_ || !unique_;
@@ -233,6 +262,7 @@ void TJoinNode::LeftCame(const Ref<TKBToken>& token) {
     ++pass_count_;
     failures.Try([&] { PassUnmatched(stored, 1.0F, token->GetTag()); });
   }
+  if (pass_count_ == 0 && !goal_plans_.empty()) failures.Try([&] { AskForGoal(*stored); });
   failures.Raise();
 }
 
@@ -240,13 +270,19 @@ void TJoinNode::LeftGoes(const Ref<TKBToken>& token) {
   Entry* entry = left_->Find(*token);
   if (entry == nullptr) return;
   const Ref<TKBToken> stored = entry->token;
+  Ref<TKBToken> partner;
+  if (one_partner_ && !entry->blockers.empty()) partner = entry->blockers.front();
   left_->Remove(*entry);
   if (negated_) {
     if (stored->GetNegatedCount() == 0) PassUnmatched(stored, 1.0F, taRemove);
     return;
   }
+  if (one_partner_) {
+    if (partner) PassPair(stored, *partner, taRemove);
+    return;
+  }
   FirstFailure failures;
-  VisitRight(*stored, [&](Entry& right) {
+  VisitRight(stored, [&](Entry& right) {
     if (RunTests(*stored, right.token->GetFact(), false))
       failures.Try([&] { PassPair(stored, *right.token, taRemove); });
     return true;
@@ -262,6 +298,10 @@ void TJoinNode::RightCame(const Ref<TKBToken>& token) {
   const auto meet = [&](Entry& left) {
     const Ref<TKBToken> match = left.token;
     if (!negated_) {
+      if (one_partner_) {
+        if (!left.blockers.empty()) return;
+        left.blockers.push_back(stored);
+      }
       return failures.Try([&] { PassPair(match, *token, token->GetTag()); });
     }
     match->SetNegatedCount(match->GetNegatedCount() + 1);
@@ -270,13 +310,27 @@ void TJoinNode::RightCame(const Ref<TKBToken>& token) {
     failures.Try([&] { PassUnmatched(match, token->GetStrength(), taRemove); });
   };
   if (has_calls_) {
-    for (Entry* left : PartnersOf(*token, false, *right_, *entry)) meet(*left);
+    for (Entry* left : PartnersOf(token, false, *right_, *entry)) meet(*left);
   } else {
     VisitLeft(*token, [&](Entry& left) {
       if (RunTests(*left.token, token->GetFact(), false)) meet(left);
     });
   }
   failures.Raise();
+}
+
+// The left token has lost its only partner: the next one in the memory takes its place.
+void TJoinNode::OfferNextPartner(Entry& left, FirstFailure& failures) {
+  const Ref<TKBToken> match = left.token;
+  failures.Try([&] {
+    VisitRight(match, [&](Entry& right) {
+      if (!RunTests(*match, right.token->GetFact(), true)) return true;
+      left.blockers.push_back(right.token);
+      return false;
+    });
+  });
+  if (left.blockers.empty()) return;
+  failures.Try([&] { PassPair(match, *left.blockers.front(), match->GetTag()); });
 }
 
 void TJoinNode::RightGoes(const Ref<TKBToken>& token) {
@@ -287,6 +341,12 @@ void TJoinNode::RightGoes(const Ref<TKBToken>& token) {
   FirstFailure failures;
   VisitLeft(*stored, [&](Entry& left) {
     const Ref<TKBToken> match = left.token;
+    if (one_partner_) {
+      if (left.blockers.empty() || left.blockers.front() != stored) return;
+      left.blockers.clear();
+      failures.Try([&] { PassPair(match, *stored, taRemove); });
+      return OfferNextPartner(left, failures);
+    }
     if (!negated_) {
       if (RunTests(*match, stored->GetFact(), false))
         failures.Try([&] { PassPair(match, *stored, taRemove); });

@@ -17,9 +17,11 @@
 #include <string>
 #include <vector>
 
+#include "reasoner/match/Goal.h"
 #include "reasoner/match/ReteNode.h"
 #include "reasoner/match/SlotTest.h"
 #include "reasoner/match/TokenTree.h"
+#include "reasoner/support/FirstFailure.h"
 
 namespace reasoner {
 
@@ -56,6 +58,10 @@ class TJoinNode final : public TTestNode {
 
   bool IsNegatedPattern() const noexcept { return negated_; }
   bool IsUnique() const noexcept { return unique_; }
+  // For a further level of negation, whose right tokens are left tokens that the level before has
+  // let through: each blocks the left token that it is made of, and no other.
+  void CompareChains() noexcept { compares_chains_ = true; }
+  bool ComparesChains() const noexcept { return compares_chains_; }
   std::int32_t GetHashKey() const noexcept { return hash_key_; }
   // Tokens of the last call that went on as matches.
   std::int32_t GetPassCount() const noexcept { return pass_count_; }
@@ -64,6 +70,14 @@ class TJoinNode final : public TTestNode {
   void AddJoinTest(TSlotTestType test_type, std::int32_t token_index, const Text& left,
                    std::int32_t left_sub_index, const Text& right, std::int32_t right_sub_index,
                    bool is_fuzzy = false);
+  // A rule whose pattern asks for goals uses the join from now on. The first such rule speaks for
+  // all of them; when it goes, the next one does.
+  void AddGoalPlan(TGoalPlan plan) { goal_plans_.push_back(std::move(plan)); }
+  void ForgetRule(const TRule& rule);
+  // The rule that speaks, or null.
+  const TRule* GetGoalRule() const noexcept {
+    return goal_plans_.empty() ? nullptr : goal_plans_.front().GetRule();
+  }
   // Chooses an equality to hash on, once all tests are there.
   void PrepareShortCut();
   bool UsesShortCut() const noexcept { return use_short_cut_; }
@@ -85,11 +99,13 @@ class TJoinNode final : public TTestNode {
 
   bool RunTests(const TKBToken& left, const Ref<IFact>& right, bool with_calls);
   template <class TVisit>
-  void VisitRight(const TKBToken& left, TVisit visit);
+  void VisitRight(const Ref<TKBToken>& left, TVisit visit);
   template <class TVisit>
   void VisitLeft(const TKBToken& right, TVisit visit);
-  std::vector<Entry*> PartnersOf(const TKBToken& token, bool is_left, TKBTokenTree& memory,
+  std::vector<Entry*> PartnersOf(const Ref<TKBToken>& token, bool is_left, TKBTokenTree& memory,
                                  Entry& stored);
+  void OfferNextPartner(Entry& left, FirstFailure& failures);
+  void AskForGoal(const TKBToken& left);
   void LeftCame(const Ref<TKBToken>& token);
   void LeftGoes(const Ref<TKBToken>& token);
   void RightCame(const Ref<TKBToken>& token);
@@ -100,6 +116,8 @@ class TJoinNode final : public TTestNode {
 
   bool negated_;
   bool unique_;
+  bool compares_chains_ = false;
+  bool one_partner_ = false;  // textbook: a unique pattern has one partner at any time
   bool asks_for_goals_;
   bool use_short_cut_ = false;
   std::int32_t hash_key_;
@@ -107,6 +125,7 @@ class TJoinNode final : public TTestNode {
   const TKBJoinTest* short_cut_ = nullptr;  // the test hashed on, the first one of the list
   std::unique_ptr<TKBTokenTree> right_;
   std::unique_ptr<TKBTokenTree> left_;
+  std::vector<TGoalPlan> goal_plans_;
 };
 
 }  // namespace reasoner

@@ -5,6 +5,7 @@
 #include "reasoner/functions/FunctionCall.h"
 #include "reasoner/match/Rule.h"
 #include "reasoner/support/Numbers.h"
+#include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
@@ -149,7 +150,7 @@ void TKBPattern::SetSlotTest(std::int32_t slot, std::int32_t test,
   if (GetSlotTest(slot, test).Equals(*value)) return;
   value->pattern_ = this;
   slots_[Checked(slot)].tests[static_cast<std::size_t>(test)] = std::move(value);
-  Change();
+  TestChange();
 }
 
 void TKBPattern::AddTest(std::string_view slot_name, const Ref<IKBValue>& value,
@@ -174,14 +175,46 @@ void TKBPattern::AddTest(std::string_view slot_name, std::unique_ptr<TKBPatternM
   slot.has_list = true;
   test->pattern_ = this;
   slot.tests.push_back(std::move(test));
-  Change();
+  TestChange();
 }
 
 void TKBPattern::RemoveTest(std::int32_t slot, std::int32_t test) {
   GetSlotTest(slot, test);
   std::vector<std::unique_ptr<TKBPatternMatchTest>>& tests = slots_[Checked(slot)].tests;
   tests.erase(tests.begin() + test);
+  TestChange();
+}
+
+const std::vector<std::unique_ptr<TKBPatternMatchTest>>& TKBPattern::GetWrittenTests(
+    std::int32_t slot) const {
+  const Slot& asked = slots_[Checked(slot)];
+  return asked.written.empty() ? asked.tests : asked.written;
+}
+
+void TKBPattern::TestChange() {
+  for (Slot& slot : slots_) slot.written.clear();
   Change();
+}
+
+std::vector<std::unique_ptr<TKBPatternMatchTest>> TKBPattern::CloneTests(
+    const std::vector<std::unique_ptr<TKBPatternMatchTest>>& tests) {
+  std::vector<std::unique_ptr<TKBPatternMatchTest>> clones;
+  for (const std::unique_ptr<TKBPatternMatchTest>& test : tests) {
+    std::unique_ptr<TKBSlotTest> clone = test->Clone();
+    clones.emplace_back(static_cast<TKBPatternMatchTest*>(clone.release()));
+    clones.back()->pattern_ = this;
+  }
+  return clones;
+}
+
+// A call that is true where the predicate holds: `or` takes nothing but TRUE for true, a predicate
+// everything but FALSE.
+static Ref<IFunCall> IsNotFalse(IReasoner& engine, IFunCall& predicate) {
+  Ref<IFunCall> comparison = Make<TFunctionCall>(&engine, "neq");
+  comparison->BindLogicFunction(engine.GetLogicFunction(lfNeq));
+  comparison->AddArgument(Ref<IFunCall>(&predicate));
+  comparison->AddArgument(FCFalse);
+  return comparison;
 }
 
 // A test on a value as a call: the call itself, or a comparison of the two.
@@ -189,7 +222,7 @@ static Ref<IFunCall> ConvertToFunCall(IReasoner& engine, const TKBPatternMatchTe
                                       const Ref<IKBValue>& field) {
   const bool equals = test.GetSlotTestType() == sttEquals;
   const Ref<IKBValue>& value = test.GetSlotValue();
-  if (value->GetDType() == dtFunCall && equals) return Ref<IFunCall>(value->GetAsFunCall());
+  if (value->GetDType() == dtFunCall && equals) return IsNotFalse(engine, *value->GetAsFunCall());
   if (value->GetDType() == dtFunCall) {
     Ref<IFunCall> negation = Make<TFunctionCall>(&engine, "not");
     negation->BindLogicFunction(engine.GetLogicFunction(lfNot));
@@ -212,6 +245,7 @@ void TKBPattern::FixSlot(std::int32_t slot_index) {
                           const Ref<IKBValue>& value, std::int32_t sub_index) {
     tests.push_back(std::make_unique<TKBPatternMatchTest>(this, sttEquals, sub_index, value));
   };
+  std::vector<std::unique_ptr<TKBPatternMatchTest>> written = CloneTests(slot.tests);
   std::vector<std::unique_ptr<TKBPatternMatchTest>> fixed;
   std::size_t begin = 0;
   while (begin < slot.tests.size()) {
@@ -232,7 +266,8 @@ void TKBPattern::FixSlot(std::int32_t slot_index) {
     Ref<IKBValue> variable;
     const TKBPatternMatchTest& first = *slot.tests[begin];
     if (first.GetSlotValue()->GetDType() == dtVariable && first.GetSlotTestType() == sttEquals) {
-      const TBinding* binding = owner_->GetBindingByName(first.GetSlotValue()->GetAsVariable());
+      const TBinding* binding =
+          owner_->BindingFor(first.GetSlotValue()->GetAsVariable(), owner_->FactIndexOf(*this));
       if (binding != nullptr && binding->SlotIndex == slot.name && binding->SubIndex == field &&
           binding->FactIndex == owner_->FactIndexOf(*this)) {
         variable = first.GetSlotValue();
@@ -267,6 +302,7 @@ void TKBPattern::FixSlot(std::int32_t slot_index) {
     add(fixed, NewFunCallValue(alternatives), field);
   }
   slot.tests.swap(fixed);
+  slot.written = std::move(written);
 }
 
 void TKBPattern::FixTests() {
@@ -298,11 +334,8 @@ void TKBPattern::Assign(const TPersistent& source) {
     copy.name = slot.name;
     copy.has_list = slot.has_list;
     copy.length = slot.length;
-    for (const std::unique_ptr<TKBPatternMatchTest>& test : slot.tests) {
-      std::unique_ptr<TKBSlotTest> clone = test->Clone();
-      copy.tests.emplace_back(static_cast<TKBPatternMatchTest*>(clone.release()));
-      copy.tests.back()->pattern_ = this;
-    }
+    copy.tests = CloneTests(slot.tests);
+    copy.written = CloneTests(slot.written);
     slots_.push_back(std::move(copy));
   }
   EndUpdate();

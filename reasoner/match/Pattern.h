@@ -66,6 +66,8 @@ class TKBPattern final : public TPersistent {
   TKBPatternMatchTest& GetSlotTest(std::int32_t slot, std::int32_t test) const;
   void SetSlotTest(std::int32_t slot, std::int32_t test,
                    std::unique_ptr<TKBPatternMatchTest> value);
+  // The tests as they were written, before FixTests folded alternatives: for printing.
+  const std::vector<std::unique_ptr<TKBPatternMatchTest>>& GetWrittenTests(std::int32_t slot) const;
 
   // Appends a test; raises for a slot that the template lacks. `joined_by_and` tells `&` from `|`
   // where both stand in one field; without it, it is as `conjunction`.
@@ -83,6 +85,8 @@ class TKBPattern final : public TPersistent {
   void BeginUpdate() noexcept { ++update_count_; }
   void EndUpdate();
   void Change();
+  // A test has changed.
+  void TestChange();
 
   void Assign(const TPersistent& source) override;
   // A copy without owner; in another engine on the template of that name there, which is made if it
@@ -97,12 +101,15 @@ class TKBPattern final : public TPersistent {
   struct Slot {
     Text name;
     std::vector<std::unique_ptr<TKBPatternMatchTest>> tests;
+    std::vector<std::unique_ptr<TKBPatternMatchTest>> written;  // empty where it is `tests`
     bool has_list = false;  // tests were given once, perhaps none
     std::int32_t length = -1;
   };
 
   std::size_t Checked(std::int32_t slot) const;
   Slot& SlotFor(std::string_view name);
+  std::vector<std::unique_ptr<TKBPatternMatchTest>> CloneTests(
+      const std::vector<std::unique_ptr<TKBPatternMatchTest>>& tests);
   void FixSlot(std::int32_t slot);
   void EnterSlots();
 

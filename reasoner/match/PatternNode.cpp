@@ -122,6 +122,20 @@ bool TPatternMatchNode::Passes(const Ref<TKBToken>& token, float& degree) {
   return false;
 }
 
+// The split of an expansion: the one that the fact had already, the place of the field and the
+// length of its span, mixed so that no two expansions of one fact meet.
+static std::uint64_t SplitOf(std::uint64_t before, std::int32_t ordinal, std::int32_t place,
+                             std::int32_t span) {
+  std::uint64_t mixed = before;
+  for (const std::int32_t part : {ordinal, place, span}) {
+    mixed = (mixed ^ static_cast<std::uint32_t>(part)) + 0x9E3779B97F4A7C15u;
+    mixed = (mixed ^ mixed >> 30) * 0xBF58476D1CE4E5B9u;
+    mixed = (mixed ^ mixed >> 27) * 0x94D049BB133111EBu;
+    mixed ^= mixed >> 31;
+  }
+  return mixed;
+}
+
 bool TPatternMatchNode::Expand(const Ref<TKBToken>& token) {
   IFact& fact = *token->GetFact();
   const std::int32_t ordinal = first_slot_.In(*fact.GetTemplate());
@@ -134,6 +148,7 @@ bool TPatternMatchNode::Expand(const Ref<TKBToken>& token) {
   const Ref<IValueVector> list(value->GetAsList());
   const std::int32_t length = list->GetValueCount();
   const std::int32_t place = args_.first;
+  const bool splits = GetRete().IsTextbook();
   if (length < place) return true;
   // The longest span first, down to the empty one.
   for (std::int32_t span = length - place; span >= 0; --span) {
@@ -143,10 +158,11 @@ bool TPatternMatchNode::Expand(const Ref<TKBToken>& token) {
     for (std::int32_t i = place; i < place + span; ++i) inner->Add(list->GetItem(i));
     expanded->Add(NewList(inner));
     for (std::int32_t i = place + span; i < length; ++i) expanded->Add(list->GetItem(i));
-    const Ref<TKBToken> split =
-        Make<TKBToken>(token->GetTag(), fact.CloneWith(ordinal, NewList(expanded)));
-    split->SetStrength(token->GetStrength());
-    CallChildren(split);
+    const Ref<TKBToken> expansion =
+        Make<TKBToken>(token->GetTag(), fact.CloneWith(ordinal, NewList(expanded)),
+                       splits ? SplitOf(token->GetSplit(), ordinal, place, span) : 0);
+    expansion->SetStrength(token->GetStrength());
+    CallChildren(expansion);
   }
   return true;
 }

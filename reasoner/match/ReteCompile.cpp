@@ -289,16 +289,31 @@ void ReteCompiler::BuildPlaceTests() {
   for (std::int32_t i = 0; i < rule_.GetPatternCount(); ++i) {
     const TKBPattern& pattern = rule_.GetPattern(i);
     if (pattern.IsTest()) continue;
+    const std::int32_t fact_index = rule_.FactIndexOf(i);
     for (const auto& [name, occurrences] : VariablesOf(pattern)) {
+      const TBinding* binding = rule_.BindingFor(name, fact_index);
+      if (binding == nullptr) continue;  // a global: each place is tested by itself
       const TOccurrence* base = BaseOf(occurrences);
-      if (base == nullptr) continue;
-      if (rule_.BindingFor(name, rule_.FactIndexOf(i)) == nullptr)
-        continue;  // a global: each place is tested by itself
+      TNodeArgs args;
+      if (binding->FactIndex == fact_index) {
+        // The binding may lie among the alternatives of a field, which are no occurrences any more.
+        args.first_slot = binding->SlotIndex;
+        args.first = binding->SubIndex;
+        if (binding->SlotIndex == SPatternBinding) continue;
+        if (base != nullptr && !(pattern.GetSlotName(base->slot) == args.first_slot &&
+                                 base->test->GetMultiSlotSubIndex() == args.first)) {
+          base = nullptr;
+        }
+      } else if (base == nullptr) {
+        continue;
+      } else {
+        args.first_slot = pattern.GetSlotName(base->slot);
+        args.first = base->test->GetMultiSlotSubIndex();
+      }
       for (const TOccurrence& other : occurrences) {
         if (&other == base) continue;
-        const TNodeArgs args{pattern.GetSlotName(base->slot), pattern.GetSlotName(other.slot),
-                             base->test->GetMultiSlotSubIndex(),
-                             other.test->GetMultiSlotSubIndex()};
+        args.second_slot = pattern.GetSlotName(other.slot);
+        args.second = other.test->GetMultiSlotSubIndex();
         const TPatternMatchTest kind = other.test->GetSlotTestType() == sttEquals
                                            ? pmtTestSlotValueEqual
                                            : pmtTestSlotValueNotEqual;
@@ -360,13 +375,23 @@ void ReteCompiler::AddJoinTests(TTestNode& node, TJoinNode* join, std::int32_t p
   }
 }
 
+// Whether a call decides what leaves the pattern's chain.
+static bool AsksCalls(const TReteNode* node) {
+  while (const auto* pattern_node = dynamic_cast<const TPatternMatchNode*>(node)) {
+    const Ref<IKBValue>& value = pattern_node->GetValue();
+    if (value && value->GetDType() == dtFunCall) return true;
+    node = pattern_node->GetFirstParent();
+  }
+  return false;
+}
+
 void ReteCompiler::BuildJoins() {
   for (std::int32_t i = 1; i < rule_.GetPatternCount(); ++i) {
     const TKBPattern& pattern = rule_.GetPattern(i);
     TReteNode*& left = tails_[static_cast<std::size_t>(i - 1)];
     TReteNode*& right = tails_[static_cast<std::size_t>(i)];
     const std::int32_t negations = pattern.GetNegatedCount();
-    const bool asks = pattern.GetFactTemplate()->IsBackwardChaining() && !pattern.IsExplicit();
+    const bool asks = !pattern.IsTest() && TGoalPlan::IsWanted(pattern);
     TReteNode* node = nullptr;
     if (pattern.IsTest()) {
       auto& test_node = network_.NewNode<TTestNode>();
@@ -387,12 +412,16 @@ void ReteCompiler::BuildJoins() {
         network_.FreeNode(*node);
         throw;
       }
-      // A join of two of the same tails with the same tests serves both rules.
-      TReteNode* shared = nullptr;
+      // A join of two of the same tails with the same tests serves both rules. It must hold what a
+      // join of the new rule's own would: where a call decides, it may have answered otherwise
+      // then, and a unique pattern's partner depends on what was there when.
+      const bool may_share =
+          negations == 0 && !pattern.IsUnique() && !AsksCalls(left) && !AsksCalls(right);
+      TJoinNode* shared = nullptr;
       for (const TReteEdge& edge : left->GetEdges()) {
-        if (shared != nullptr || edge.call_type != ctLeft) continue;
+        if (!may_share || shared != nullptr || edge.call_type != ctLeft) continue;
         auto* candidate = dynamic_cast<TJoinNode*>(edge.to);
-        if (candidate == nullptr || negations > 0 || !candidate->Serves(join)) continue;
+        if (candidate == nullptr || !candidate->Serves(join)) continue;
         const bool meets = std::any_of(right->GetEdges().begin(), right->GetEdges().end(),
                                        [&](const TReteEdge& other) {
                                          return other.to == candidate && other.call_type == ctRight;
@@ -404,6 +433,7 @@ void ReteCompiler::BuildJoins() {
         node = shared;
         node->SetRuleUseCount(node->GetRuleUseCount() + 1);
         Use(*node);
+        if (asks) shared->AddGoalPlan(TGoalPlan(rule_, pattern));
         Trace("=2");
         LinkNodes(*left, *node, ctLeft, false);
         LinkNodes(*right, *node, ctRight, false);
@@ -411,6 +441,7 @@ void ReteCompiler::BuildJoins() {
         continue;
       }
       join.PrepareShortCut();
+      if (asks) join.AddGoalPlan(TGoalPlan(rule_, pattern));
     }
     new_nodes_.insert(node);
     Use(*node);
@@ -424,6 +455,7 @@ void ReteCompiler::BuildJoins() {
       Use(next);
       LinkNodes(*node, next, ctRight, true);
       LinkNodes(*left, next, ctLeft, true);
+      if (network_.IsTextbook()) next.CompareChains();
       next.PrepareShortCut();
       node = &next;
     }

@@ -186,6 +186,7 @@ std::vector<TReteNode*> TReteNetwork::CutOffRule(TRule& rule, FirstFailure& fail
   std::vector<TReteNode*> nodes = std::move(found->second);
   rule_nodes_.erase(found);
   for (TReteNode* node : nodes) {
+    if (auto* join = dynamic_cast<TJoinNode*>(node)) join->ForgetRule(rule);
     auto* terminal = dynamic_cast<TPatternMatchTerminalNode*>(node);
     if (terminal == nullptr) continue;
     terminal->Deafen();

@@ -46,6 +46,8 @@ class TReteNetwork : public TPersistent {
   ~TReteNetwork() override;
 
   IReasoner& GetEngine() const noexcept { return engine_; }
+  // Which semantics new nodes follow; those that are there were made under it.
+  bool IsTextbook() const noexcept { return engine_.GetLink()->textbook_semantics; }
 
   // How the facts that are there reach a rule: not at all; or all of them, where a failure leaves
   // no trace of the rule; or each that can be matched, where the rule stays and the first failure

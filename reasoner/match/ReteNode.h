@@ -38,6 +38,9 @@ class TReteNode : public TObject {
   TKBContext& GetContext() noexcept { return context_; }
 
   const std::vector<TReteEdge>& GetEdges() const noexcept { return edges_; }
+  const TReteNode* GetFirstParent() const noexcept {
+    return parents_.empty() ? nullptr : parents_.front();
+  }
   std::int32_t GetInDegree() const noexcept { return static_cast<std::int32_t>(parents_.size()); }
   void AddEdge(TReteNode& to, TCallType call_type);
 

@@ -64,6 +64,7 @@ class TRule final : public TComponent {
   std::int32_t IndexOfTemplate(const IFactTemplate& fact_template) const;
   // Where the fact of a pattern stands in a token: a test takes no place.
   std::int32_t FactIndexOf(std::int32_t pattern_index) const;
+  std::int32_t FactIndexOf(const TKBPattern& pattern) const;
   // Appends a pattern: rewrites it, binds its variables, and adds what it needs before and behind
   // it.
   void AddPattern(std::unique_ptr<TKBPattern> pattern);
@@ -117,7 +118,6 @@ class TRule final : public TComponent {
 
   IReasoner& RequireEngine() const;
   void PatternAdded(std::int32_t index);
-  std::int32_t FactIndexOf(const TKBPattern& pattern) const;
   // A generated name that the rule does not hold yet.
   Text NewVariableName(std::string_view prefix) const;
   bool IsPlainlyBound(const Text& name) const;

@@ -114,25 +114,25 @@ TKBPatternMatchTest::TKBPatternMatchTest(TKBPattern* pattern, TSlotTestType test
 void TKBPatternMatchTest::SetSlotTestType(TSlotTestType test_type) {
   if (test_type == test_type_) return;
   test_type_ = test_type;
-  if (pattern_ != nullptr) pattern_->Change();
+  if (pattern_ != nullptr) pattern_->TestChange();
 }
 
 void TKBPatternMatchTest::SetSlotValue(const Ref<IKBValue>& value) {
   slot_value_ = value ? value->Clone() : nullptr;
-  if (pattern_ != nullptr) pattern_->Change();
+  if (pattern_ != nullptr) pattern_->TestChange();
 }
 
 void TKBPatternMatchTest::SetMultiSlotSubIndex(std::int32_t sub_index) {
   if (sub_index == sub_index_) return;
   sub_index_ = sub_index;
-  if (pattern_ != nullptr) pattern_->Change();
+  if (pattern_ != nullptr) pattern_->TestChange();
 }
 
 void TKBPatternMatchTest::SetConjunction(bool conjunction) {
   if (conjunction == conjunction_) return;
   conjunction_ = conjunction;
   joined_by_and_ = conjunction;
-  if (pattern_ != nullptr) pattern_->Change();
+  if (pattern_ != nullptr) pattern_->TestChange();
 }
 
 void TKBPatternMatchTest::Assign(const TPersistent& source) {

@@ -15,32 +15,44 @@ static std::uint32_t MixIdentity(std::uint32_t hash, std::uint32_t id) {
   return static_cast<std::uint32_t>(mixed * 0xBF58476D1CE4E5B9u >> 32);
 }
 
-TKBToken::TKBToken(TTokenAction tag, Ref<IFact> fact)
-    : count_(1), fact_(std::move(fact)), fact_id_(fact_ ? fact_->GetID() : -1), tag_(tag) {
-  sort_code_ = static_cast<std::uint32_t>(fact_id_);
-  identity_ = MixIdentity(0, sort_code_);
+// A fact that was not expanded leaves the hash as it is.
+static std::uint32_t MixSplit(std::uint64_t split, std::uint32_t id) {
+  return id + static_cast<std::uint32_t>(split >> 32);
 }
 
-TKBToken::TKBToken(const Ref<TKBToken>& parent, Ref<IFact> fact)
+TKBToken::TKBToken(TTokenAction tag, Ref<IFact> fact, std::uint64_t split)
+    : count_(1),
+      tag_(tag),
+      fact_(std::move(fact)),
+      split_(split),
+      fact_id_(fact_ ? fact_->GetID() : -1) {
+  sort_code_ = static_cast<std::uint32_t>(fact_id_);
+  identity_ = MixIdentity(0, MixSplit(split_, sort_code_));
+}
+
+TKBToken::TKBToken(const Ref<TKBToken>& parent, Ref<IFact> fact, std::uint64_t split)
     : count_(parent->count_ + 1),
+      tag_(parent->tag_),
       fact_(std::move(fact)),
       parent_(parent),
+      split_(split),
       strength_(parent->strength_),
-      fact_id_(fact_ ? fact_->GetID() : -1),
-      tag_(parent->tag_) {
+      fact_id_(fact_ ? fact_->GetID() : -1) {
   sort_code_ = parent->sort_code_ * 8 + (fact_ ? static_cast<std::uint32_t>(fact_id_) : 0);
-  identity_ = MixIdentity(parent->identity_, static_cast<std::uint32_t>(fact_id_));
+  identity_ =
+      MixIdentity(parent->identity_, MixSplit(split_, static_cast<std::uint32_t>(fact_id_)));
 }
 
 TKBToken::TKBToken(const TKBToken& source)
     : count_(source.count_),
+      tag_(source.tag_),
       fact_(source.fact_),
       parent_(source.parent_),
+      split_(source.split_),
       strength_(source.strength_),
       sort_code_(source.sort_code_),
       identity_(source.identity_),
-      fact_id_(source.fact_id_),
-      tag_(source.tag_) {}
+      fact_id_(source.fact_id_) {}
 
 IFact* TKBToken::GetFacts(std::int32_t index) const noexcept {
   const TKBToken* token = this;
@@ -60,7 +72,8 @@ bool TKBToken::EqualsChain(const TKBToken& other, bool strengths) const noexcept
   if (a->identity_ != b->identity_ || a->count_ != b->count_) return a == b;
   while (true) {
     if (a == b) return true;
-    if (a->sort_code_ != b->sort_code_ || a->fact_id_ != b->fact_id_) return false;
+    if (a->sort_code_ != b->sort_code_ || a->fact_id_ != b->fact_id_ || a->split_ != b->split_)
+      return false;
     if (strengths && a->strength_ != b->strength_) return false;
     if (!a->parent_) return true;
     if (!b->parent_) return false;

@@ -21,10 +21,11 @@ class TKBToken final : public IMatch, public Pooled {
  public:
   // A clear token: no facts.
   TKBToken() = default;
-  // A chain of one.
-  TKBToken(TTokenAction tag, Ref<IFact> fact);
+  // A chain of one. `split` tells apart the expansions of one fact where they are to count each by
+  // itself; 0 is the fact as it is.
+  TKBToken(TTokenAction tag, Ref<IFact> fact, std::uint64_t split = 0);
   // The parent's chain and one fact more (or none), with the parent's tag and strength.
-  TKBToken(const Ref<TKBToken>& parent, Ref<IFact> fact);
+  TKBToken(const Ref<TKBToken>& parent, Ref<IFact> fact, std::uint64_t split = 0);
   // A copy, with no negations counted.
   explicit TKBToken(const TKBToken& source);
 
@@ -39,6 +40,7 @@ class TKBToken final : public IMatch, public Pooled {
   std::uint32_t GetSortCode() const noexcept { return sort_code_; }
   // A hash of the chain of ids that differs where sort codes collide.
   std::uint32_t GetIdentityHash() const noexcept { return identity_; }
+  std::uint64_t GetSplit() const noexcept { return split_; }
   // The id that the last fact had when the token was made.
   std::int32_t GetFactID() const noexcept { return fact_id_; }
 
@@ -48,7 +50,7 @@ class TKBToken final : public IMatch, public Pooled {
   void SetStrength(float strength) noexcept { strength_ = strength < 0 ? 0 : strength; }
 
   bool Equals(const TKBToken& other) const noexcept { return EqualsChain(other, true); }
-  // The same chain of ids, whatever the strengths.
+  // The same chain of ids (and splits), whatever the strengths.
   bool EqualsFacts(const TKBToken& other) const noexcept { return EqualsChain(other, false); }
 
   // The tag's name, " cnt=" and " negcnt=" with the counts, and the facts, the last first, a line
@@ -62,13 +64,14 @@ class TKBToken final : public IMatch, public Pooled {
 
   std::int32_t count_ = 0;
   std::int32_t negated_count_ = 0;
+  TTokenAction tag_ = taClear;  // here it costs no room: a token fills 64 bytes
   Ref<IFact> fact_;
   Ref<TKBToken> parent_;
+  std::uint64_t split_ = 0;
   float strength_ = 1.0F;
   std::uint32_t sort_code_ = 0;
   std::uint32_t identity_ = 0;
   std::int32_t fact_id_ = -1;
-  TTokenAction tag_ = taClear;
 };
 
 }  // namespace reasoner

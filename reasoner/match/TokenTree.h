@@ -23,7 +23,7 @@ namespace reasoner {
 
 class TKBTokenTree {
  public:
-  // A token's place. What a negated join keeps of it: the right tokens that block it.
+  // A token's place, and what its join keeps with it.
   struct Group;
   struct Entry : Pooled {
     Ref<TKBToken> token;
@@ -36,7 +36,8 @@ class TKBTokenTree {
     Entry* group_next = nullptr;
     Entry* identity_next = nullptr;
     Group* group = nullptr;
-    std::vector<Ref<TKBToken>> blockers;  // only where a function decides who blocks
+    // Where a function decides who blocks, those; where a left token has one partner at most, it.
+    std::vector<Ref<TKBToken>> blockers;
   };
   struct Group : Pooled {
     std::uint32_t key = 0;

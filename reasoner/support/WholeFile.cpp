@@ -60,16 +60,22 @@ class TemporaryFile {
 
   const fs::path& GetPath() const noexcept { return path_; }
 
-  bool Write(std::string_view bytes) {
-    bool good = std::fwrite(bytes.data(), 1, bytes.size(), file_) == bytes.size();
-    good = std::fflush(file_) == 0 && good;
+  // Gives the first error, or 0.
+  int Write(std::string_view bytes) {
+    int error = 0;
+    const auto check = [&error](bool good) {
+      if (!good && error == 0) error = errno;
+    };
+    check(std::fwrite(bytes.data(), 1, bytes.size(), file_) == bytes.size());
+    check(std::fflush(file_) == 0);
 #if __has_include(<unistd.h>)
-    // On the disk before the name: a loss of power leaves one of the two contents.
-    good = fsync(fileno(file_)) == 0 && good;
+    // On the disk before the name: a loss of power leaves one of the two contents. Some file
+    // systems know no such thing.
+    check(fsync(fileno(file_)) == 0 || errno == EINVAL);
 #endif
-    good = std::fclose(file_) == 0 && good;
+    check(std::fclose(file_) == 0);
     file_ = nullptr;
-    return good;
+    return error;
   }
 
   void Become(const fs::path& target) {
@@ -97,7 +103,7 @@ void WriteFileWhole(const std::string& file_name, std::string_view bytes) {
     return;
   }
   TemporaryFile temporary(target);
-  if (!temporary.Write(bytes)) Fail(file_name, std::strerror(errno));
+  if (const int error = temporary.Write(bytes)) Fail(file_name, std::strerror(error));
   if (fs::exists(status)) {
     fs::permissions(temporary.GetPath(), status.permissions(), none);
     if (none) Fail(file_name, none.message());

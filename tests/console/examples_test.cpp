@@ -15,9 +15,10 @@ namespace {
 
 const std::filesystem::path kExamples = REASONER_SOURCE_DIR "/examples";
 
-std::vector<std::string> ExamplesWith(const std::string& extension) {
+std::vector<std::string> ExamplesWith(const std::string& extension,
+                                      const std::string& folder = "") {
   std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(kExamples)) {
+  for (const auto& entry : std::filesystem::directory_iterator(kExamples / folder)) {
     if (entry.path().extension() == extension) names.push_back(entry.path().stem().string());
   }
   std::sort(names.begin(), names.end());
@@ -51,6 +52,29 @@ TEST_P(KnowledgeBaseTest, PrintsWhatIsExpected) {
 
 INSTANTIATE_TEST_SUITE_P(Examples, KnowledgeBaseTest, ::testing::ValuesIn(ExamplesWith(".clp")),
                          TestName);
+
+// The programs of the manual's page on semantics, each with both results.
+using SemanticsTest = ExampleTest;
+
+TEST_P(SemanticsTest, PrintsWhatEachSemanticsSays) {
+  const std::filesystem::path program = kExamples / "textbook" / GetParam();
+  const std::string manual = ReadWholeFile(REASONER_SOURCE_DIR "/docs/textbook.md");
+  std::string shown = "```\n";
+  for (const bool textbook : {false, true}) {
+    std::vector<std::string> arguments = {REASONER_CONSOLE, "--run", program.string() + ".clp"};
+    if (textbook) arguments.insert(arguments.begin() + 1, "--textbook");
+    const TRunResult result = RunProgram(arguments);
+    EXPECT_EQ(result.output,
+              ReadWholeFile(program.string() + (textbook ? ".textbook" : "") + ".expected"));
+    EXPECT_EQ(result.errors, "");
+    shown += std::string("$ reasoner ") + (textbook ? "--textbook " : "") + "--run " + GetParam() +
+             ".clp\n" + result.output;
+  }
+  EXPECT_NE(manual.find(shown + "```"), std::string::npos) << "the manual shows another result";
+}
+
+INSTANTIATE_TEST_SUITE_P(Examples, SemanticsTest,
+                         ::testing::ValuesIn(ExamplesWith(".clp", "textbook")), TestName);
 #endif
 
 #ifdef REASONER_EXAMPLES_DIR

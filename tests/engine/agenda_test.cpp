@@ -233,5 +233,31 @@ TEST_F(AgendaTest, ALongAgendaKeepsItsOrder) {
             engine.GetFacts().GetCount() - (engine.GetFacts().GetFactByID(0) ? 1 : 0));
 }
 
+TEST_F(AgendaTest, WhatWaitsCanBeKeptAsideAndPutBack) {
+  Load("(defrule r (declare (salience 5)) (a ?x) => (printout t ?x)) (defrule s (b) =>)");
+  Load("(assert (a 1) (b) (a 2) (a 3))");
+  TActivationAgenda kept;
+  kept.Assign(engine.GetAgenda());
+  const std::string before = engine.GetAgenda().ToString();
+  EXPECT_EQ(kept.ToString(), before);
+  EXPECT_EQ(engine.Run(2), 2);
+  engine.Retract("(a 1)");
+  EXPECT_EQ(engine.GetAgendaCount(), 1);
+  engine.SetAgenda(kept);
+  EXPECT_EQ(engine.GetAgendaCount(), 3) << "the fact of one of them is gone";
+  engine.Retract("(a 2)");
+  EXPECT_EQ(engine.GetAgendaCount(), 2) << "what was put back is withdrawn with its match";
+  engine.GetRules().Remove("r");
+  EXPECT_EQ(engine.GetAgendaCount(), 1);
+  EXPECT_FALSE(kept.GetActivation(0).HasRule()) << "a copy forgets its rule";
+  engine.SetAgenda(kept);
+  EXPECT_EQ(engine.GetAgendaCount(), 1);
+  EXPECT_EQ(FailureOf([&] { engine.SetActivation(0, nullptr); }),
+            "Invalid object, agenda can only accept TActivation objects");
+  const TActivation* const old = &engine.GetActivation(0);
+  engine.SetActivation(0, old->Clone());
+  EXPECT_EQ(engine.Run(), 1);
+}
+
 }  // namespace
 }  // namespace reasoner

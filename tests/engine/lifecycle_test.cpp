@@ -1,5 +1,6 @@
 #include "reasoner/functions/HostFunction.h"
 #include "reasoner/functions/UserPackage.h"
+#include "reasoner/language/ClipsParser.h"
 #include "reasoner/values/Constants.h"
 #include "tests/support/EngineFixture.h"
 #include "tests/support/Failure.h"
@@ -168,6 +169,60 @@ TEST_F(LifecycleTest, NothingReachesTheHostWhileAnEngineEnds) {
     other.OnClear = [&](TReasoner&) { ++events; };
   }
   EXPECT_EQ(events, 0);
+}
+
+// A language in which `%` begins a comment, too.
+class PercentStream final : public TKBClipsStream {
+ public:
+  using TKBClipsStream::TKBClipsStream;
+  Ref<IStreamToken> BuildNextToken() override {
+    Ref<IStreamToken> token = TKBClipsStream::BuildNextToken();
+    while (token->GetText() == "%") {
+      GetLine();
+      token = TKBClipsStream::BuildNextToken();
+    }
+    return token;
+  }
+};
+
+// A parser under which rules have a name of the host's.
+class NamingParser final : public TKBClipsParser {
+ public:
+  using TKBClipsParser::TKBClipsParser;
+  std::unique_ptr<TRule> ParseRule() override {
+    std::unique_ptr<TRule> rule = TKBClipsParser::ParseRule();
+    rule->SetRuleName("my-" + rule->GetRuleName());
+    return rule;
+  }
+};
+
+TEST_F(LifecycleTest, AHostBringsItsOwnTokenizerAndParser) {
+  engine.SetTokenizerType([](TStream& stream, const TEncoding* encoding) {
+    return std::make_unique<PercentStream>(&stream, encoding);
+  });
+  engine.SetParserType([](TReasoner& own) { return std::make_unique<NamingParser>(own); });
+  Load("(defrule r % a remark ) ( \n (a ?x) => (printout t % another\n ?x))");
+  EXPECT_EQ(engine.GetRules().GetNames(), std::vector<std::string>{"my-r"});
+  TReasoner copy;
+  copy.Assign(engine);
+  copy.Parse("(defrule s % here, too\n =>)", true);
+  EXPECT_EQ(copy.GetRules().GetNames(), (std::vector<std::string>{"my-my-r", "my-s"}));
+  engine.SetTokenizerType(nullptr);
+  EXPECT_NE(FailureOf([&] { engine.Parse("(defrule t % no remark\n =>)", true); }), "");
+}
+
+TEST_F(LifecycleTest, ARuleIsPutTogetherFromTexts) {
+  auto rule = std::make_unique<TRule>(&engine);
+  rule->SetRuleName("made");
+  TVariableTable variables;
+  engine.ParseRulePatterns(*rule, variables, "(a ?x) ?f <- (b ?x)");
+  EXPECT_TRUE(variables.Contains("x"));
+  engine.ParseRuleActions(*rule, variables, "(retract ?f) (printout t ?x)");
+  engine.GetRules().Add(std::move(rule));
+  Load("(assert (a 1) (b 1))");
+  EXPECT_EQ(engine.Run(), 1);
+  EXPECT_EQ(TakeOutput(), "1");
+  EXPECT_EQ(engine.GetFacts().GetCount(), 2);
 }
 
 }  // namespace

@@ -100,7 +100,8 @@ const TLife kLives[] = {
      }},
     {"AFiringThatClears",
      [](TReasoner& engine) {
-       Do(engine, "(defrule r (a ?x) => (clear) (assert-string \"(left 1)\")) (assert (a 1) (a 2))");
+       Do(engine,
+          "(defrule r (a ?x) => (clear) (assert-string \"(left 1)\")) (assert (a 1) (a 2))");
        engine.Run();
      }},
     {"DuplicatesAndStrategies",

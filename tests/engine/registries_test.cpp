@@ -179,6 +179,154 @@ TEST_F(RegistriesTest, AHostsRuleIsRegisteredAndLeavesAlive) {
   EXPECT_EQ(engine.GetReteNetwork().GetNodeCount(), 0u);
 }
 
+TEST_F(RegistriesTest, ARedefinedTemplateTakesItsChildrenAlong) {
+  Load(R"((deftemplate parent (slot a)) (deftemplate child extends parent (slot b))
+          (deftemplate grandchild extends child)
+          (assert (child (a 1) (b 2)) (grandchild (a 3))))");
+  Load("(deftemplate parent (slot a) (slot c (default 9)))");
+  const Ref<IFactTemplate> child = engine.FindFactTemplate("child");
+  EXPECT_EQ(child->GetParent().get(), engine.FindFactTemplate("parent").get());
+  EXPECT_EQ(engine.FindFactTemplate("grandchild")->GetParent().get(), child.get());
+  EXPECT_EQ(Facts(),
+            "f-0 (Initial-Fact)\nf-3 (child (a 1) (b 2) (c 9))\nf-4 (grandchild (a 3) (c 9))");
+  EXPECT_EQ(FailureOf([&] { Load("(deftemplate parent extends grandchild)"); }),
+            "Fact templates inheritance structure corrupted");
+  EXPECT_TRUE(engine.FindFactTemplate("parent")->ContainsSlot("c")) << "as it was";
+  engine.GetFactTemplates().Remove("parent");
+  EXPECT_FALSE(child->GetParent()) << "what it extended has gone";
+  EXPECT_EQ(Facts(),
+            "f-0 (Initial-Fact)\nf-3 (child (a 1) (b 2) (c 9))\nf-4 (grandchild (a 3) (c 9))");
+}
+
+TEST_F(RegistriesTest, ATypeKeepsItsFacetsWhenItsAncestorIsRedefinedOrGoes) {
+  Load(R"((deftype base extends (type INTEGER) (range 0 9))
+          (deftype low extends (type base)) (deftype high extends (type base) (range 5 9)))");
+  Load("(deftype base extends (type INTEGER) (range 0 3) (units mm))");
+  const Ref<IKBDefinedType> low = engine.FindDefinedType("low");
+  EXPECT_EQ(low->GetAncestor().get(), engine.FindDefinedType("base").get());
+  TReasoner other;
+  other.Parse(engine.GetExpertSystem(), true);
+  for (const char* name : {"low", "high"}) {
+    EXPECT_EQ(other.FindDefinedType(name)->GetMaxRange(), 9) << name;
+    EXPECT_EQ(other.FindDefinedType(name)->GetUnits(), "") << name;
+  }
+  EXPECT_NE(FailureOf([&] {
+              Load("(deftype base extends (type low))");
+            }).find("Type inheritance loop detected"),
+            std::string::npos);
+  engine.GetDefinedTypes().Remove("base");
+  EXPECT_FALSE(low->GetAncestor());
+  EXPECT_EQ(low->GetMaxRange(), 9);
+}
+
+TEST_F(RegistriesTest, WhatFitsComesOverUnharmedAndWhatDoesNotIsReported) {
+  Load(
+      "(deftemplate item (slot a) (slot b)) (defrule r (declare (oneshot TRUE) (salience 9)) (item "
+      "(a ?x)) =>)");
+  const Ref<IFact> fact = engine.FindFactTemplate("item")->NewFact();
+  fact->SetValue("a", NewFloat(1.0 / 3));
+  fact->SetValue("b", NewFactId(0));
+  engine.Assert(fact);
+  Load("(assert (item (a x)) (item (a 4)))");
+  std::unique_ptr<TRule> hosts =
+      engine.ParseRule("(defrule hosts (item (a ?x)) => (printout t ?x))");
+  engine.GetRules().Add(*hosts);
+  int fired = 0;
+  engine.GetRules().Find("r")->OnFire = [&fired](TRule&, TKBContext&) { ++fired; };
+  EXPECT_EQ(engine.Run(1), 1);
+  engine.Watch = {cwCompilation};
+  TakeOutput();
+  engine.Parse("(deftemplate item (slot a (type NUMBER)) (slot b))", true);
+  EXPECT_NE(output.find("Dropped: (item (a x))\n   Parsing Error"), std::string::npos) << output;
+  engine.Watch = {};
+  const Ref<IFact> kept = engine.GetFacts().Get(2);
+  EXPECT_EQ(kept->GetValue("a")->GetAsFloat(), 1.0 / 3);
+  EXPECT_EQ(kept->GetValue("b")->GetDType(), dtFactId);
+  EXPECT_EQ(engine.GetFacts().GetCount(), 3);
+  EXPECT_EQ(engine.GetRules().Find("hosts"), hosts.get());
+  EXPECT_TRUE(engine.GetRules().Find("r")->HasFired());
+  EXPECT_EQ(engine.GetAgendaCount(), 2) << "the one-shot rule has fired";
+  engine.GetRules().Find("r")->Reset();
+  engine.Assert("(item (a 7))");
+  engine.Run();
+  EXPECT_EQ(fired, 2) << "the handler has come over";
+}
+
+TEST_F(RegistriesTest, ABuiltInFunctionComesBackWhenItsStandInGoes) {
+  Load("(deffunction abs (?x) mine) (deffunction abs (?x) mine-again)");
+  EXPECT_EQ(Show("(abs -1)"), "mine-again");
+  engine.GetUserFunctions().Remove("abs");
+  EXPECT_EQ(Show("(abs -1)"), "1");
+  Load("(deffunction abs (?x) mine)");
+  engine.Clear();
+  EXPECT_EQ(Show("(abs -1)"), "1");
+  engine.GetUserFunctions().Remove("abs");
+  EXPECT_FALSE(engine.ContainsUserFunction("abs"));
+}
+
+TEST_F(RegistriesTest, AFactWrittenBeforeItsTemplateWasRedefinedMovesThere) {
+  Load(R"((deftemplate item (slot a) (slot b (default 5)))
+          (deffunction make () (assert (item (a 1)))))");
+  engine.GetFactTemplates().Add([this] {
+    engine.GetFactTemplates().Remove("item");
+    return engine.ParseFactTemplate("(deftemplate item (slot a) (slot c (default 6)))");
+  }());
+  Show("(make)");
+  EXPECT_EQ(engine.GetFacts().Get(1)->ToString(), "(item (a 1) (c 6))");
+  engine.GetFactTemplates().Remove("item");
+  ExpectError("(make)", "Unknown fact template: item");
+}
+
+TEST_F(RegistriesTest, AChangedRuleStaysThoughAFactCannotBeTested) {
+  Load("(defrule r (a ?x) =>) (assert (a 1) (a x) (a 3))");
+  TRule& rule = *engine.GetRules().Find("r");
+  const std::unique_ptr<TRule> other = engine.ParseRule("(defrule other (a ?x&:(> ?x 0)) =>)");
+  EXPECT_NE(FailureOf([&] { rule.SetPatterns(*other); }), "");
+  EXPECT_EQ(engine.GetAgendaCount(), 2) << "the facts that can be tested";
+  Load("(assert (a 4))");
+  EXPECT_EQ(engine.GetAgendaCount(), 3);
+  EXPECT_NE(FailureOf([&] { Load("(defrule new (a ?x&:(> ?x 0)) =>)"); }), "");
+  EXPECT_EQ(engine.GetRules().Find("new"), nullptr) << "a new rule comes whole or not at all";
+}
+
+TEST_F(RegistriesTest, RegistriesTellTheEngineThroughOperationsThatCanBeOverridden) {
+  class Listener : public TReasoner {
+   public:
+    using TReasoner::TReasoner;
+    std::string heard;
+    void AddRule(TRule& rule) override {
+      heard += "+" + rule.GetRuleName();
+      TReasoner::AddRule(rule);
+    }
+    void ClearRules() override { heard += " clear"; }
+    void RemoveFunction(const Ref<IUserFunction>& function) override {
+      heard += " -" + function->GetFunctionName().str();
+    }
+  } listener;
+  listener.Parse("(defrule r (a) =>)", true);
+  listener.GetUserFunctions().Remove("abs");
+  listener.GetRules().Clear();
+  EXPECT_EQ(listener.heard, "+r -abs clear");
+}
+
+TEST_F(RegistriesTest, FactSetsStandInAnOrderThatAHostChooses) {
+  Load("(deffacts one (a 1)) (deffacts two (a 2))");
+  TFactSet first;
+  first.SetFactSetName("first");
+  first.SetFacts({"(a 0)"});
+  EXPECT_EQ(engine.GetFactSets().Insert(0, first), 0);
+  engine.Reset();
+  EXPECT_EQ(Facts(), "f-0 (Initial-Fact)\nf-1 (a 0 )\nf-2 (a 1 )\nf-3 (a 2 )");
+  TFactSet other;
+  other.SetFactSetName("other");
+  other.SetFacts({"(a 9)"});
+  EXPECT_EQ(engine.GetFactSets().SetItem(1, other), 1);
+  engine.Reset();
+  EXPECT_EQ(Facts(), "f-0 (Initial-Fact)\nf-1 (a 0 )\nf-2 (a 9 )\nf-3 (a 2 )");
+  EXPECT_EQ(FailureOf([&] { engine.GetFactSets().Insert(7, first); }),
+            "List index out of bounds (7)");
+}
+
 TEST_F(RegistriesTest, ParentsPrintBeforeTheirChildren) {
   Load("(deftype base extends (type INTEGER)) (deftype middle extends (type base))");
   Load("(deftype last extends (type middle))");

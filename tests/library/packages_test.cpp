@@ -73,7 +73,7 @@ const struct {
 
 // Those of them that are still to come.
 const char* const kMissing =
-    "do-backward-chaining open close remove rename save load-facts save-facts batch "
+    "open close remove rename save load-facts save-facts batch "
     "dribble-on dribble-off undeftype parse guard time get-dynamic-constraint-checking "
     "get-static-constraint-checking input-box input-query message-dlg show-message "
     "list-defrules list-deftypes list-deffacts list-deffunctions list-deftemplates "

@@ -44,9 +44,16 @@ TEST_F(MatchEdgeCasesTest, SeveralVariablesInOneField) {
       {"(defrule r (a ?x) (b ?x|3) => (printout t b)) (assert (a 1) (b 1) (b 2) (b 3))", "bb"},
       {"(defrule r (a ?x) (b ~?x|3) => (printout t b)) (assert (a 3) (b 1) (b 3))", "bb"},
       {"(defrule r (a ?x) (b ~?x&~3|4&?y) => (printout t ?y)) (assert (a 1) (b 5) (b 3))", "5"},
+      // One that is bound among alternatives is compared wherever else it stands.
+      {"(defrule r (a b|?x ?x) => (printout t ?x)) (assert (a 1 2) (a 3 3) (a b b))", "b3"},
+      // A predicate among alternatives holds unless it is FALSE, as one that stands alone does.
+      {"(defrule r (a ?x&1|:(create$ ?x)) => (printout t ?x)) (assert (a 1) (a 2))", "21"},
       // Equal joins are shared, joins that only begin alike are not.
       {"(defrule one (a ?x ?y) (b ?x&?x) => (printout t one))"
        "(defrule two (a ?x ?y) (b ?x&?y) => (printout t two)) (assert (a 1 2) (b 1))",
+       "one"},
+      {"(defrule one (a ?x ?y) (b ~?x&~?x) => (printout t one))"
+       "(defrule two (a ?x ?y) (b ~?x&~?y) => (printout t two)) (assert (a 1 2) (b 2))",
        "one"},
       {"(defrule two (a ?x ?y) (b ?x&?y) => (printout t two))"
        "(defrule one (a ?x ?y) (b ?x&?x) => (printout t one)) (assert (a 1 2) (b 1))",
@@ -71,9 +78,18 @@ TEST_F(MatchEdgeCasesTest, NegatedPatternsOfManyFields) {
        "(assert (go 1 2 3) (a 2 3))",
        "1"},
       // What a negated pattern bound is bound anew behind it.
+      {"(defrule r (go) (not (b ?x)) (not (a ?x|1)) => (printout t free)) (assert (go) (a 2))",
+       "free"},
       {"(defrule r (not (a ?x)) (b ?x) => (printout t ?x)) (reset) (assert (b 3))", "3"},
   };
   for (const TRow& row : rows) EXPECT_EQ(Fired(row.text), row.fired) << row.text;
+}
+
+TEST_F(MatchEdgeCasesTest, AlternativesPrintAsTheyWereWritten) {
+  Load("(defrule r (a ?x&1|:(create$ ?x) ~2) => )");
+  EXPECT_NE(engine.GetRules().Find("r")->ToString().find("(a ?x&1|:(create$ ?x) ~2)"),
+            std::string::npos)
+      << engine.GetRules().Find("r")->ToString();
 }
 
 // What is retracted is looked up by its facts: a call that would answer otherwise by now holds
@@ -95,6 +111,24 @@ TEST_F(MatchEdgeCasesTest, CallsThatChangeTheirMindKeepNothing) {
     engine.Retract(fact);
     EXPECT_EQ(OnAgenda(), left) << fact;
   }
+}
+
+// A rule that comes later must not hang on memories that never held what it was fed.
+TEST_F(MatchEdgeCasesTest, AMemoryWithAHistoryIsNotShared) {
+  Load(
+      "(defglobal ?*limit* = 0) (defrule one (a :(> ?*limit* 2)) (b) => )"
+      "(assert (a 3) (b)) (bind ?*limit* 5)"
+      "(defrule two (a :(> ?*limit* 2)) (b) => )");
+  ASSERT_EQ(OnAgenda(), "two ");
+  engine.Retract("(a 3)");
+  EXPECT_EQ(OnAgenda(), "");
+  engine.Clear();
+  Load(
+      "(defrule one (a) (unique (b ?)) (c) => ) (assert (b 1) (b 2) (a) (c))"
+      "(retract 0) (defrule two (a) (unique (b ?)) (c) => )");
+  ASSERT_EQ(OnAgenda(), "two ");
+  engine.Retract("(a)");
+  EXPECT_EQ(OnAgenda(), "");
 }
 
 TEST_F(MatchEdgeCasesTest, AFailingRedefinitionLeavesTheOldRule) {

@@ -86,7 +86,8 @@ inline void CheckMemories(TReasoner& engine, const std::string& when) {
         for (std::int32_t other = 0; other < right.GetHashSize(); ++other) {
           for (const auto* item = right.FirstInBucket(other); item != nullptr;
                item = item->bucket_next) {
-            bool passes = true;
+            bool passes =
+                !join->ComparesChains() || entry->token->EqualsFacts(*item->token->GetParent());
             for (std::int32_t t = 0; t < join->GetTestCount(); ++t) {
               const auto* test = dynamic_cast<const TKBJoinTest*>(&join->GetTest(t));
               if (test == nullptr) {

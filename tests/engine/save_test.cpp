@@ -1,0 +1,241 @@
+// The document of a knowledge base, files that are written whole, and copies between engines.
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "reasoner/functions/HostFunction.h"
+#include "reasoner/support/WholeFile.h"
+#include "reasoner/values/Constants.h"
+#include "tests/support/EngineFixture.h"
+#include "tests/support/Failure.h"
+
+namespace reasoner {
+namespace {
+
+namespace fs = std::filesystem;
+
+class SaveTest : public EngineTest {
+ protected:
+  SaveTest() {
+    folder = fs::temp_directory_path() / ("save-test-" + std::to_string(::getpid()));
+    fs::create_directories(folder);
+  }
+  ~SaveTest() override { fs::remove_all(folder); }
+
+  std::string Path(const char* name) const { return (folder / name).string(); }
+  static std::string ContentOf(const std::string& path) {
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
+  }
+  // What stands under a title of the document, up to the next line of stars.
+  std::string Section(const std::string& title) {
+    const std::string text = engine.GetExpertSystem();
+    const std::size_t at = text.find("\n; " + title + " \n");
+    if (at == std::string::npos) return "none";
+    const std::size_t begin = at + title.size() + 5;
+    return text.substr(begin, text.find("\n; *****", begin) - begin);
+  }
+  std::string Facts(TReasoner& of) { return of.GetFacts().ToString(); }
+
+  fs::path folder;
+};
+
+TEST_F(SaveTest, ANewEnginesDocument) {
+  const std::string text = engine.GetExpertSystem();
+  EXPECT_EQ(text.substr(0, 63),
+            "; *************************\n; Reasoner v2.7000 Output\n; Created");
+  EXPECT_NE(text.find("\n; Number of Global Variables: 0\n; Number of Defined Types:    0\n"
+                      "; Number of Fact Templates:   2\n; Number of Rules:            0\n"
+                      "; Number of Fact Sets:        0\n; Number of Facts:            1\n"
+                      "(set-fact-duplication TRUE)\n\n; *************************\n"
+                      "; Fact Templates \n\n(deftemplate Initial-Fact \"(Implied)\")\n"),
+            std::string::npos)
+      << text;
+  EXPECT_EQ(Section("Deffunctions"), "");
+  EXPECT_EQ(Section("Facts"), "\n(assert\n   (Initial-Fact)\n)\n");
+  for (const char* title : {"Global Variables", "Defined Types", "Rules", "Fact Sets"})
+    EXPECT_EQ(Section(title), "none") << title;
+  engine.SetFactDuplication(true);
+  EXPECT_NE(engine.GetExpertSystem().find("\n(set-fact-duplication FALSE)\n"), std::string::npos);
+}
+
+TEST_F(SaveTest, GlobalsThatNeedAFunctionComeBehindTheFunctions) {
+  Load(R"((deffunction twice (?x) (* ?x ?*base*))
+          (defglobal ?*base* = 2)
+          (defglobal ?*late* = (twice 4))
+          (defglobal ?*later* = (+ ?*late* 1))
+          (defglobal ?*early* = (+ 1 2)))");
+  EXPECT_EQ(Section("Global Variables"), "\n(defglobal ?*base* = 2 ?*early* = (+ 1 2))");
+  const std::string text = engine.GetExpertSystem();
+  EXPECT_GT(text.find("(defglobal ?*late* = (twice 4) ?*later* = (+ ?*late* 1))"),
+            text.find("(deffunction twice"))
+      << text;
+  TReasoner other;
+  other.Parse(text, true);
+  EXPECT_EQ(other.ParseNExecuteFunCall("(create$ ?*late* ?*later*)")->ToString(), "8 9 ");
+}
+
+TEST_F(SaveTest, MarkedTemplatesAreMarkedAgain) {
+  Load("(deftemplate wish (slot n)) (do-backward-chaining wish) (defrule r (need-wish (n ?x)) =>)");
+  const std::string text = engine.GetExpertSystem();
+  EXPECT_NE(text.find("\n(do-backward-chaining wish)\n"), std::string::npos) << text;
+  EXPECT_EQ(text.find("(do-backward-chaining need-wish)"), std::string::npos);
+  TReasoner other;
+  other.Parse(text, true);
+  EXPECT_TRUE(other.FindFactTemplate("wish")->IsBackwardChaining());
+  EXPECT_NE(other.GetRules().Find("r"), nullptr);
+}
+
+TEST_F(SaveTest, ValuesWithoutTextAreToldOfAndOthersComeBackAsTheyWere) {
+  Load("(deftemplate item (slot n (type INTEGER)) (slot s (default x)) (multislot m))");
+  const Ref<IFact> fact = engine.FindFactTemplate("item")->NewFact();
+  fact->SetValue("n", NewString("no number"));
+  fact->SetValue("s", NewFactId(0));
+  const Ref<IValueVector> list = NewVector();
+  list->Add(NewAtom("nil"));
+  list->Add(NewFactId(0));
+  list->Add(NewFloat(1.0 / 3));
+  fact->SetValue("m", NewList(list));
+  engine.Assert(fact);
+  EXPECT_EQ(Section("Facts"),
+            "\n(assert\n   (Initial-Fact)\n"
+            "   ; slot m: a value without text is left out\n"
+            "   ; slot s: a value without text is left out\n"
+            "   (item (m (sym-cat n il) 0.3333333333333333 ) (n (str-cat \"no number\")))\n)\n");
+  TReasoner other;
+  other.Clear();
+  other.Parse(engine.GetExpertSystem(), true);
+  const Ref<IFact> loaded = other.GetFacts().Get(1);
+  EXPECT_EQ(loaded->GetValue("n")->GetDType(), dtString);
+  EXPECT_EQ(loaded->GetValue("m")->GetAsList()->GetItem(0)->ToString(), "nil");
+  EXPECT_EQ(loaded->GetValue("m")->GetAsList()->GetItem(1)->GetAsFloat(), 1.0 / 3);
+  EXPECT_EQ(loaded->GetValue("s")->ToString(), "x") << "the default";
+}
+
+TEST_F(SaveTest, LoadingKeepsFactsAndSettingTheSystemResets) {
+  Load("(deftemplate a (slot n)) (deffacts start (a (n 1))) (assert (a (n 2)))");
+  const std::string text = engine.GetExpertSystem();
+  TReasoner loaded;
+  loaded.Parse(text, true);
+  EXPECT_EQ(Facts(loaded), "(Initial-Fact)\n(a (n 2))");
+  TReasoner set;
+  set.Parse("(defrule gone (a) =>)", true);
+  set.SetExpertSystem(text);
+  EXPECT_EQ(Facts(set), "(Initial-Fact)\n(a (n 1))");
+  EXPECT_EQ(set.GetRules().GetCount(), 0);
+}
+
+TEST_F(SaveTest, ARuleWithoutPatternsDoesNotFireAgainForALoad) {
+  Load("(defrule start => (printout t started))");
+  const std::string text = engine.GetExpertSystem();
+  EXPECT_EQ(engine.Run(), 1);
+  engine.DuplicateConstructs = dcIgnore;
+  Load(text);
+  EXPECT_EQ(engine.GetAgendaCount(), 0);
+}
+
+TEST_F(SaveTest, KindsAreSavedAndLoadedAlone) {
+  Load(R"((deftype small extends (type INTEGER) (range 0 9))
+          (deftype tiny extends (type small) (range 0 3))
+          (deftemplate a (slot n (type tiny))) (deftemplate b (slot n))
+          (defrule second (a) =>) (defrule first (b) =>)
+          (assert (a (n 1)) (b (n "two")) (a (n 3))))");
+  engine.SaveRules(Path("rules"));
+  EXPECT_LT(ContentOf(Path("rules")).find("second"), ContentOf(Path("rules")).find("first"))
+      << "in the order of the table";
+  engine.SaveFacts(Path("facts"), "a");
+  EXPECT_EQ(ContentOf(Path("facts")), "(a (n 1))\n(a (n 3))\n");
+  engine.SaveFacts(Path("none"), "unknown");
+  EXPECT_EQ(ContentOf(Path("none")), "");
+  engine.SaveFacts(Path("all"));
+  engine.SaveFactTemplates(Path("templates"));
+  engine.SaveDefinedTypes(Path("types"), TEncoding::Unicode());
+  TReasoner other;
+  other.Parse("(defrule gone (z) =>) (deftype gone extends (type ATOM))", true);
+  other.LoadDefinedTypes(Path("types"), TEncoding::Unicode());
+  EXPECT_EQ(other.GetDefinedTypes().GetNames(), (std::vector<std::string>{"small", "tiny"}));
+  EXPECT_EQ(other.GetRules().GetCount(), 0) << "cleared with the templates";
+  other.LoadFactTemplates(Path("templates"));
+  other.LoadRules(Path("rules"));
+  EXPECT_EQ(other.GetRules().GetNames(), (std::vector<std::string>{"second", "first"}));
+  other.LoadFacts(Path("all"));
+  EXPECT_EQ(Facts(other), "(Initial-Fact)\n(a (n 1))\n(b (n \"two\"))\n(a (n 3))");
+  EXPECT_EQ(other.GetAgendaCount(), 3);
+  other.Reset();
+  EXPECT_EQ(Facts(other), "(Initial-Fact)") << "the engine's own templates are there";
+}
+
+TEST_F(SaveTest, AFileIsWrittenWholeOrNotAtAll) {
+  const std::string path = Path("kb.clp");
+  engine.SaveToFile(path);
+  fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write);
+  fs::create_symlink("kb.clp", Path("link"));
+  Load("(deffacts one (a))");
+  engine.SaveToFile(Path("link"));
+  EXPECT_TRUE(fs::is_symlink(Path("link")));
+  const std::string saved = ContentOf(path);
+  EXPECT_NE(saved.find("(deffacts one"), std::string::npos);
+  EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_NE(FailureOf([&] { engine.SaveToFile(Path("no/such/folder.clp")); }), "");
+  EXPECT_EQ(ContentOf(path), saved);
+  std::size_t files = 0;
+  for ([[maybe_unused]] const auto& entry : fs::directory_iterator(folder)) ++files;
+  EXPECT_EQ(files, 2u) << "no temporary file is left";
+  WriteFileWhole("/dev/null", "text");
+  EXPECT_TRUE(fs::is_character_file("/dev/null"));
+}
+
+TEST_F(SaveTest, ACopyIsAnEngineOfItsOwn) {
+  Load(R"((deftype small extends (type INTEGER) (range 0 9))
+          (deftype tiny extends (type small) (units "mm"))
+          (deftemplate a (slot n (type tiny))) (deftemplate b extends a)
+          (deffunction f (?x) (g ?x)) (deffunction g (?x) (+ ?x 1))
+          (defglobal ?*g* = (f 1)) (deffacts start (a (n 2)) (b (n 3)))
+          (defrule r (declare (salience 5)) (a (n ?x)) => (printout t (f ?x)))
+          (reset))");
+  engine.DuplicateConstructs = dcError;
+  engine.SetStrategy(ssBreadthFirst);
+  engine.SetTypeChecks({tcStatic, tcDynamic});
+  TReasoner copy;
+  copy.Parse("(defrule gone (a) =>)", true);
+  copy.Assign(engine);
+  EXPECT_EQ(copy.DuplicateConstructs, dcError);
+  EXPECT_EQ(copy.GetStrategy(), ssBreadthFirst);
+  EXPECT_TRUE(copy.GetTypeChecks().Has(tcDynamic));
+  EXPECT_EQ(copy.FindDefinedType("tiny")->GetAncestor().get(), copy.FindDefinedType("small").get());
+  EXPECT_EQ(copy.FindFactTemplate("b")->GetParent().get(), copy.FindFactTemplate("a").get());
+  EXPECT_EQ(copy.FindFactTemplate("a")->GetSlot("n")->GetExtendedTypeInfo().get(),
+            copy.FindDefinedType("tiny").get());
+  EXPECT_EQ(Facts(copy), Facts(engine));
+  std::string printed_there;
+  copy.OnPrintOut = [&printed_there](TReasoner&, const std::string&, const std::string& text) {
+    printed_there += text;
+  };
+  EXPECT_EQ(copy.Run(), 2);
+  EXPECT_EQ(printed_there, "34");
+  EXPECT_EQ(engine.GetAgendaCount(), 2) << "the source has not moved";
+  engine.Clear();
+  copy.Reset();
+  printed_there.clear();
+  EXPECT_EQ(copy.Run(), 2);
+  EXPECT_EQ(printed_there, "34") << "nothing of the copy hangs on the source";
+}
+
+TEST_F(SaveTest, ARuleOfAnotherEngineComesOverByItsText) {
+  Load("(deffunction f () 1) (defrule r (a ?x) => (printout t here))");
+  TReasoner other;
+  other.Parse("(defrule r (b ?x) (c ?x) => (printout t there ?x))", true);
+  TRule& rule = *engine.GetRules().Find("r");
+  rule.Assign(*other.GetRules().Find("r"));
+  other.Clear();
+  Load("(assert (b 1) (c 1))");
+  EXPECT_EQ(engine.Run(), 1);
+  EXPECT_EQ(TakeOutput(), "there1");
+}
+
+}  // namespace
+}  // namespace reasoner

@@ -1,0 +1,438 @@
+#include "tests/oracle/BruteForce.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <functional>
+#include <stdexcept>
+
+#include "reasoner/values/Constants.h"
+#include "reasoner/values/ValueVector.h"
+
+namespace reasoner::oracle {
+namespace {
+
+using TEnvironment = BruteForce::TEnvironment;
+
+const TValue* Find(const TEnvironment& environment, const std::string& variable) {
+  for (const auto& [name, value] : environment) {
+    if (name == variable) return &value;
+  }
+  return nullptr;
+}
+
+TValue Evaluate(const TTerm& term, const TEnvironment& own, const TEnvironment& before);
+
+TValue Evaluate(const TCall& call, const TEnvironment& own, const TEnvironment& before) {
+  std::vector<TValue> values;
+  for (const TTerm& term : call.terms) values.push_back(Evaluate(term, own, before));
+  static const TValue kTrue = TValue::Single("TRUE");
+  static const TValue kFalse = TValue::Single("FALSE");
+  const auto is_true = [](const TValue& value) { return !(value == kFalse); };
+  if (call.function == "pick") return TValue::Single(values[0] == values[1] ? "a" : "b");
+  bool result = false;
+  if (call.function == "eq") {
+    result = std::all_of(values.begin() + 1, values.end(),
+                         [&](const TValue& value) { return value == values[0]; });
+  } else if (call.function == "neq") {
+    result = std::none_of(values.begin() + 1, values.end(),
+                          [&](const TValue& value) { return value == values[0]; });
+  } else if (call.function == "not") {
+    result = !is_true(values[0]);
+  } else if (call.function == "and") {
+    result = std::all_of(values.begin(), values.end(), is_true);
+  } else if (call.function == "or") {
+    result = std::any_of(values.begin(), values.end(), is_true);
+  } else {
+    throw std::logic_error("the reading knows no " + call.function);
+  }
+  return result ? kTrue : kFalse;
+}
+
+TValue Evaluate(const TTerm& term, const TEnvironment& own, const TEnvironment& before) {
+  if (term.call) return Evaluate(*term.call, own, before);
+  if (!term.IsVariable()) return TValue::Single(term.text);
+  if (const TValue* value = Find(before, term.text)) return *value;
+  if (const TValue* value = Find(own, term.text)) return *value;
+  throw std::logic_error("the reading knows no " + term.text);
+}
+
+bool Holds(const TConstraint& constraint, const TValue& value, const TEnvironment& own,
+           const TEnvironment& before) {
+  bool holds = false;
+  switch (constraint.kind) {
+    case TConstraint::kLiteral:
+      holds = value == TValue::Single(constraint.text);
+      break;
+    case TConstraint::kVariable:
+      holds = value == Evaluate(TTerm{constraint.text, nullptr}, own, before);
+      break;
+    case TConstraint::kPredicate:
+      holds = !(Evaluate(*constraint.call, own, before) == TValue::Single("FALSE"));
+      break;
+    case TConstraint::kEquation:
+      holds = value == Evaluate(*constraint.call, own, before);
+      break;
+  }
+  return holds != constraint.negated;
+}
+
+// `&` binds tighter than `|`. A leading variable that the field binds stands before all
+// alternatives.
+bool Holds(const TField& field, bool leads, const TValue& value, const TEnvironment& own,
+           const TEnvironment& before) {
+  bool any = false;
+  bool all = true;
+  for (std::size_t i = leads ? 1 : 0; i < field.constraints.size(); ++i) {
+    if (field.constraints[i].behind_bar && i > (leads ? 1u : 0u)) {
+      any = any || all;
+      all = true;
+    }
+    all = all && Holds(field.constraints[i], value, own, before);
+  }
+  return any || all;
+}
+
+bool Names(const TCall& call, const std::function<bool(const std::string&)>& is_wanted) {
+  return std::any_of(call.terms.begin(), call.terms.end(), [&](const TTerm& term) {
+    return term.call ? Names(*term.call, is_wanted) : term.IsVariable() && is_wanted(term.text);
+  });
+}
+
+std::int32_t BucketOf(const TValue& value) {
+  Ref<IKBValue> hashed;
+  if (value.is_list) {
+    const Ref<IValueVector> list = NewVector();
+    for (const std::string& item : value.items) list->Add(NewAtom(item));
+    hashed = NewList(list);
+  } else {
+    hashed = NewAtom(value.items.front());
+  }
+  return static_cast<std::int32_t>(
+      std::abs(static_cast<std::int64_t>(static_cast<std::int32_t>(hashed->GetHashCode()))) % 101);
+}
+
+// All ways to lay a list over the fields of a slot, the longest spans first.
+void Split(const std::vector<std::string>& items, const std::vector<TField>& fields,
+           std::size_t item, std::vector<TValue>& places, const std::function<void()>& take) {
+  if (places.size() == fields.size()) {
+    if (item == items.size()) take();
+    return;
+  }
+  if (!fields[places.size()].is_span) {
+    if (item == items.size()) return;
+    places.push_back(TValue::Single(items[item]));
+    Split(items, fields, item + 1, places, take);
+    places.pop_back();
+    return;
+  }
+  for (std::size_t end = items.size() + 1; end-- > item;) {
+    places.push_back(
+        TValue{true, std::vector<std::string>(items.begin() + static_cast<std::ptrdiff_t>(item),
+                                              items.begin() + static_cast<std::ptrdiff_t>(end))});
+    Split(items, fields, end, places, take);
+    places.pop_back();
+  }
+}
+
+template <class TPlaces>
+auto FindPlace(const TPlaces& places, const std::string& variable) {
+  return std::find_if(places.begin(), places.end(),
+                      [&](const auto& place) { return place.variable == variable; });
+}
+
+}  // namespace
+
+BruteForce::TReading BruteForce::Read(const TElement& element, const std::vector<TPlace>& earlier,
+                                      std::int32_t fact_index) {
+  TReading reading;
+  reading.element = &element;
+  reading.earlier = earlier;
+  if (element.is_test) return reading;
+  if (!element.bound.empty()) reading.own.push_back({element.bound, fact_index, -1, -1});
+  std::vector<std::string> order;  // of the earlier variables that stand for themselves
+  for (std::size_t s = 0; s < element.slots.size(); ++s) {
+    const bool is_multi =
+        Templates()[static_cast<std::size_t>(element.fact_template)].slots[s].is_multi;
+    for (std::size_t f = 0; f < element.slots[s].fields.size(); ++f) {
+      const TField& field = element.slots[s].fields[f];
+      for (const TConstraint& constraint : field.constraints) {
+        if (constraint.kind != TConstraint::kVariable) continue;
+        const TPlace place{constraint.text, fact_index, static_cast<std::int32_t>(s),
+                           is_multi ? static_cast<std::int32_t>(f) : -1};
+        if (FindPlace(earlier, constraint.text) == earlier.end()) {
+          if (!constraint.negated && FindPlace(reading.own, constraint.text) == reading.own.end())
+            reading.own.push_back(place);
+        } else if (!field.HasBar()) {
+          if (std::find(order.begin(), order.end(), constraint.text) == order.end())
+            order.push_back(constraint.text);
+          if (!constraint.negated &&
+              FindPlace(reading.bases, constraint.text) == reading.bases.end())
+            reading.bases.push_back(place);
+        }
+      }
+    }
+  }
+  for (const bool whole : {true, false}) {
+    for (const std::string& variable : order) {
+      const auto right = FindPlace(reading.bases, variable);
+      const auto left = FindPlace(earlier, variable);
+      if (!reading.hash_right.variable.empty() || right == reading.bases.end() || left->slot < 0 ||
+          whole != (right->field < 0 && left->field < 0)) {
+        continue;
+      }
+      reading.hash_right = *right;
+      reading.hash_left = *left;
+    }
+  }
+  return reading;
+}
+
+BruteForce::BruteForce(const TRuleText& rule, bool textbook) : textbook_(textbook) {
+  std::vector<TPlace> bound;
+  std::int32_t fact_index = 0;
+  const TElement& first = rule.elements.front();
+  starts_with_initial_ = first.is_test || first.negations > 0;
+  if (starts_with_initial_) ++fact_index;
+  for (const TElement& element : rule.elements) {
+    readings_.push_back(Read(element, bound, fact_index));
+    if (element.is_test) continue;
+    ++fact_index;
+    deep_negation_ = deep_negation_ || element.negations > 1;
+    if (element.negations > 0) continue;
+    for (const TPlace& place : readings_.back().own) {
+      bound.push_back(place);
+      variables_.push_back(place.variable);
+    }
+  }
+}
+
+bool BruteForce::Leads(const TReading& reading, std::size_t slot, std::size_t field) {
+  const TField& read = reading.element->slots[slot].fields[field];
+  if (!read.HasBar()) return false;
+  const TConstraint& first = read.constraints.front();
+  const auto place = FindPlace(reading.own, first.text);
+  return first.kind == TConstraint::kVariable && !first.negated && place != reading.own.end() &&
+         place->slot == static_cast<std::int32_t>(slot) &&
+         std::max(place->field, 0) == static_cast<std::int32_t>(field);
+}
+
+// What the pattern says by itself.
+bool BruteForce::PassesAlone(const TReading& reading, const TView& view) {
+  const auto is_earlier = [&](const std::string& variable) {
+    return FindPlace(reading.earlier, variable) != reading.earlier.end();
+  };
+  const auto is_local = [&](const TConstraint& constraint) {
+    return constraint.kind == TConstraint::kVariable
+               ? !is_earlier(constraint.text)
+               : !constraint.call || !Names(*constraint.call, is_earlier);
+  };
+  for (std::size_t s = 0; s < view.places.size(); ++s) {
+    for (std::size_t f = 0; f < view.places[s].size(); ++f) {
+      const TField& field = reading.element->slots[s].fields[f];
+      const TValue& value = view.places[s][f];
+      if (field.HasBar()) {
+        if (std::all_of(field.constraints.begin(), field.constraints.end(), is_local) &&
+            !Holds(field, Leads(reading, s, f), value, view.bindings, {}))
+          return false;
+        continue;
+      }
+      for (const TConstraint& constraint : field.constraints) {
+        if (is_local(constraint)) {
+          if (!Holds(constraint, value, view.bindings, {})) return false;
+          continue;
+        }
+        if (constraint.kind != TConstraint::kVariable) continue;
+        const auto base = FindPlace(reading.bases, constraint.text);
+        if (base == reading.bases.end()) continue;
+        const TValue& compared = view.places[static_cast<std::size_t>(base->slot)]
+                                            [static_cast<std::size_t>(std::max(base->field, 0))];
+        const bool is_base = &compared == &value && !constraint.negated;
+        if (!is_base && (compared == value) == constraint.negated) return false;
+      }
+    }
+  }
+  return true;
+}
+
+bool BruteForce::Passes(const TReading& reading, const TView& view, const TEnvironment& before) {
+  for (std::size_t s = 0; s < view.places.size(); ++s) {
+    for (std::size_t f = 0; f < view.places[s].size(); ++f) {
+      if (!Holds(reading.element->slots[s].fields[f], Leads(reading, s, f), view.places[s][f],
+                 view.bindings, before))
+        return false;
+    }
+  }
+  return true;
+}
+
+// What a memory behind the pattern holds.
+std::vector<BruteForce::TView> BruteForce::Entries(const TReading& reading, const TAlive& facts,
+                                                   bool in_memory) const {
+  const TElement& element = *reading.element;
+  std::vector<TView> entries;
+  for (const TKnownFact* fact : facts) {
+    if (!Descends(fact->fact_template, element.fact_template)) continue;
+    std::vector<std::int32_t> buckets;
+    TView view;
+    view.fact = fact;
+    view.places.resize(element.slots.size());
+    const auto take = [&] {
+      view.bindings.clear();
+      for (const TPlace& place : reading.own) {
+        view.bindings.emplace_back(
+            place.variable, place.slot < 0
+                                ? TValue::Single("<Fact-" + std::to_string(fact->id) + ">")
+                                : view.places[static_cast<std::size_t>(place.slot)]
+                                             [static_cast<std::size_t>(std::max(place.field, 0))]);
+      }
+      if (!PassesAlone(reading, view)) return;
+      if (in_memory && !textbook_) {
+        const TPlace& hashed = reading.hash_right;
+        const std::int32_t bucket =
+            hashed.variable.empty()
+                ? 0
+                : BucketOf(view.places[static_cast<std::size_t>(hashed.slot)]
+                                      [static_cast<std::size_t>(std::max(hashed.field, 0))]);
+        if (std::find(buckets.begin(), buckets.end(), bucket) != buckets.end()) return;
+        buckets.push_back(bucket);
+      }
+      entries.push_back(view);
+    };
+    const std::function<void(std::size_t)> fill = [&](std::size_t slot) {
+      if (slot == element.slots.size()) return take();
+      if (element.slots[slot].is_tested) {
+        Split(fact->values[slot], element.slots[slot].fields, 0, view.places[slot],
+              [&] { fill(slot + 1); });
+      } else {
+        fill(slot + 1);
+      }
+    };
+    fill(0);
+  }
+  return entries;
+}
+
+std::vector<BruteForce::TToken> BruteForce::LeftMemory(const TReading& reading,
+                                                       const std::vector<TToken>& tokens,
+                                                       bool first_level) const {
+  if (textbook_) return tokens;
+  std::vector<TToken> held;
+  for (TToken token : tokens) {
+    const TPlace& hashed = reading.hash_left;
+    token.bucket = !first_level || hashed.variable.empty()
+                       ? 0
+                       : BucketOf(*Find(token.bindings, hashed.variable));
+    const bool is_held = std::any_of(held.begin(), held.end(), [&](const TToken& other) {
+      return other.bucket == token.bucket && other.ids == token.ids;
+    });
+    if (!is_held) held.push_back(token);
+  }
+  return held;
+}
+
+std::vector<BruteForce::TToken> BruteForce::Join(const TReading& reading,
+                                                 const std::vector<TToken>& tokens,
+                                                 const std::vector<TKnownFact>& history,
+                                                 std::int64_t rule_added) const {
+  TAlive alive;
+  TAlive known;
+  for (const TKnownFact& fact : history) {
+    known.push_back(&fact);
+    if (fact.died == TKnownFact::kAlive) alive.push_back(&fact);
+  }
+  const bool by_time = reading.element->unique && !textbook_;
+  const std::vector<TView> right = Entries(reading, by_time ? known : alive);
+  std::vector<TToken> joined;
+  for (const TToken& token : LeftMemory(reading, tokens, true)) {
+    const std::int64_t came = std::max(token.came, rule_added);
+    bool had_first = false;
+    for (const TView& view : right) {
+      if (!Passes(reading, view, token.bindings)) continue;
+      // Facts that a new rule finds are fed to it in their order.
+      const bool was_there = view.fact->born < token.came && view.fact->died > came;
+      const bool is_alive = view.fact->died == TKnownFact::kAlive;
+      bool pairs = is_alive;
+      if (by_time && view.fact->born < token.came) {
+        pairs = is_alive && was_there && !had_first;
+        had_first = had_first || was_there;
+      }
+      if (!pairs) continue;
+      TToken pair = token;
+      pair.ids.push_back(view.fact->id);
+      pair.came = std::max(pair.came, view.fact->born);
+      pair.bindings.insert(pair.bindings.end(), view.bindings.begin(), view.bindings.end());
+      joined.push_back(std::move(pair));
+      if (reading.element->unique && textbook_) break;
+    }
+  }
+  return joined;
+}
+
+std::vector<BruteForce::TToken> BruteForce::Negate(const TReading& reading,
+                                                   const std::vector<TToken>& tokens,
+                                                   const std::vector<TView>& right) const {
+  std::vector<TToken> passed;
+  for (const TToken& token : LeftMemory(reading, tokens, true)) {
+    if (std::none_of(right.begin(), right.end(),
+                     [&](const TView& view) { return Passes(reading, view, token.bindings); }))
+      passed.push_back(token);
+  }
+  for (std::int32_t level = 1; level < reading.element->negations; ++level) {
+    std::vector<TToken> next;
+    for (const TToken& token : LeftMemory(reading, tokens, false)) {
+      const bool is_blocked = textbook_ ? std::any_of(passed.begin(), passed.end(),
+                                                      [&](const TToken& other) {
+                                                        return other.ids == token.ids &&
+                                                               other.bindings == token.bindings;
+                                                      })
+                                        : !passed.empty();
+      if (!is_blocked) next.push_back(token);
+    }
+    passed = std::move(next);
+  }
+  for (TToken& token : passed) token.ids.push_back(-1);
+  return passed;
+}
+
+std::vector<std::string> BruteForce::Matches(const std::vector<TKnownFact>& history,
+                                             std::int64_t rule_added) const {
+  TAlive alive;
+  for (const TKnownFact& fact : history) {
+    if (fact.died == TKnownFact::kAlive) alive.push_back(&fact);
+  }
+  std::vector<TToken> tokens;
+  if (starts_with_initial_) {
+    for (const TKnownFact* fact : alive) {
+      if (fact->fact_template == -1) tokens.push_back(TToken{{fact->id}, fact->born, {}, 0});
+    }
+  }
+  for (std::size_t i = 0; i < readings_.size(); ++i) {
+    const TReading& reading = readings_[i];
+    const TElement& element = *reading.element;
+    if (element.is_test) {
+      std::erase_if(tokens, [&](const TToken& token) {
+        const bool is_false = Evaluate(element.test, {}, token.bindings) == TValue::Single("FALSE");
+        return is_false == (element.negations == 0);
+      });
+    } else if (element.negations > 0) {
+      tokens = Negate(reading, tokens, Entries(reading, alive));
+    } else if (i == 0) {
+      // No memory stands before the first join: every expansion goes on.
+      for (const TView& view : Entries(reading, alive, false))
+        tokens.push_back(TToken{{view.fact->id}, view.fact->born, view.bindings, 0});
+    } else {
+      tokens = Join(reading, tokens, history, rule_added);
+    }
+  }
+  std::vector<std::string> matches;
+  for (const TToken& token : tokens) {
+    std::string text;
+    for (const std::int32_t id : token.ids) text += " f-" + std::to_string(id);
+    for (const auto& [name, value] : token.bindings) text += " " + name + "=" + value.ToString();
+    matches.push_back(std::move(text));
+  }
+  std::sort(matches.begin(), matches.end());
+  return matches;
+}
+
+}  // namespace reasoner::oracle

@@ -1,0 +1,111 @@
+// What a left side means, read directly: all combinations of facts are tried, nothing is kept.
+//
+// In textbook semantics that is all there is to say. The engine's own semantics show some of the
+// network where a plain reading would not, and the reading models these:
+// - a memory holds the expansions of one fact once a bucket, the longest span that passes first,
+//   so the key that a join hashes on can be seen: the first equality of whole slots, else of
+//   fields, in the order in which the pattern's variables come
+// - from the second level of a negation on, one token that the level before lets through blocks all
+//   left tokens
+// - a unique pattern gives a new left token its first partner only, but each new right token to all
+//   left tokens: when facts came and went is part of the reading
+//
+// What the generator leaves out, or the comparison allows, because more of the network's history
+// would have to be modelled:
+// - in the engine's own semantics: a first pattern with `$?` directly before a negated one, or
+//   before one with `$?` and a third one; unique patterns behind negated ones, behind or with `$?`,
+//   or on a template that came before in the rule
+// - a match that has fired and, in the midst of one token, goes and comes back at a negation of
+//   several levels: it may stand on the agenda again
+// - goals, function calls that raise or change their mind, fuzzy values
+// - ids from 101 on: buckets by fact id would show in the order of partners
+// - the order of activations made by one token (each one's place on the agenda is checked)
+
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/oracle/Program.h"
+
+namespace reasoner::oracle {
+
+// A fact with the times at which it came and went.
+struct TKnownFact {
+  static constexpr std::int64_t kAlive = std::numeric_limits<std::int64_t>::max();
+
+  std::int32_t id = 0;
+  std::int32_t fact_template = 0;  // -1 for the initial fact
+  std::vector<std::vector<std::string>> values;
+  std::int64_t born = 0;
+  std::int64_t died = kAlive;
+};
+
+class BruteForce {
+ public:
+  BruteForce(const TRuleText& rule, bool textbook);
+
+  // The matches of the facts that are alive, each as text: the ids, -1 for what is not there, and
+  // the variables with their values.
+  std::vector<std::string> Matches(const std::vector<TKnownFact>& history,
+                                   std::int64_t rule_added) const;
+  bool HasDeepNegation() const { return deep_negation_; }
+  // The variables that actions see.
+  const std::vector<std::string>& GetVariables() const { return variables_; }
+
+  using TEnvironment = std::vector<std::pair<std::string, TValue>>;
+
+ private:
+  struct TPlace {
+    std::string variable;
+    std::int32_t fact_index = 0;
+    std::int32_t slot = -1;   // -1 for the fact itself
+    std::int32_t field = -1;  // -1 for a slot as a whole
+  };
+  // An element with what is bound before it and in it.
+  struct TReading {
+    const TElement* element = nullptr;
+    std::vector<TPlace> earlier;
+    std::vector<TPlace> own;
+    std::vector<TPlace> bases;  // the place that is compared with an earlier variable
+    TPlace hash_right;          // without a variable: none
+    TPlace hash_left;
+  };
+  struct TView {
+    const TKnownFact* fact = nullptr;
+    std::vector<std::vector<TValue>> places;
+    TEnvironment bindings;
+  };
+  struct TToken {
+    std::vector<std::int32_t> ids;
+    std::int64_t came = 0;
+    TEnvironment bindings;
+    std::int32_t bucket = 0;
+  };
+  using TAlive = std::vector<const TKnownFact*>;
+
+  static TReading Read(const TElement& element, const std::vector<TPlace>& earlier,
+                       std::int32_t fact_index);
+  std::vector<TView> Entries(const TReading& reading, const TAlive& facts,
+                             bool in_memory = true) const;
+  static bool Leads(const TReading& reading, std::size_t slot, std::size_t field);
+  static bool PassesAlone(const TReading& reading, const TView& view);
+  static bool Passes(const TReading& reading, const TView& view, const TEnvironment& before);
+  std::vector<TToken> LeftMemory(const TReading& reading, const std::vector<TToken>& tokens,
+                                 bool first_level) const;
+  std::vector<TToken> Join(const TReading& reading, const std::vector<TToken>& left,
+                           const std::vector<TKnownFact>& history, std::int64_t rule_added) const;
+  std::vector<TToken> Negate(const TReading& reading, const std::vector<TToken>& tokens,
+                             const std::vector<TView>& right) const;
+
+  bool textbook_;
+  bool deep_negation_ = false;
+  bool starts_with_initial_ = false;
+  std::vector<TReading> readings_;
+  std::vector<std::string> variables_;
+};
+
+}  // namespace reasoner::oracle

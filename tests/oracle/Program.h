@@ -1,0 +1,137 @@
+// Programs of the oracle: rules, and what is done to an engine that holds them.
+//
+// A program is data that can be printed as rule-language text, read by the brute-force matcher
+// without any of the engine's classes, and cut down to a smaller one that fails in the same way.
+
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace reasoner::oracle {
+
+// An atom is its text, a span of a list its members.
+struct TValue {
+  bool is_list = false;
+  std::vector<std::string> items;
+
+  static TValue Single(std::string text) { return TValue{false, {std::move(text)}}; }
+  std::string ToString() const;
+  friend bool operator==(const TValue& a, const TValue& b) {
+    return a.is_list == b.is_list && a.items == b.items;
+  }
+};
+
+struct TCall;
+
+// An argument: a constant, a variable (with its "?" or "$?"), or a call.
+struct TTerm {
+  std::string text;
+  std::shared_ptr<const TCall> call;
+
+  bool IsVariable() const { return !text.empty() && (text[0] == '?' || text[0] == '$'); }
+  std::string ToString() const;
+};
+
+// Of eq, neq, and, or, not, and pick, a deffunction of the preamble.
+struct TCall {
+  std::string function;
+  std::vector<TTerm> terms;
+
+  std::string ToString() const;
+};
+
+struct TConstraint {
+  enum Kind : std::uint8_t { kLiteral, kVariable, kPredicate, kEquation } kind = kLiteral;
+  bool negated = false;
+  bool behind_bar = false;  // "|" and not "&" stands before it
+  std::string text;         // of a literal, or of a variable with its "?" or "$?"
+  std::shared_ptr<const TCall> call;
+
+  std::string ToString() const;
+};
+
+// One field; without constraints it is a wildcard.
+struct TField {
+  bool is_span = false;
+  std::vector<TConstraint> constraints;
+
+  bool HasBar() const;
+  std::string ToString() const;
+};
+
+struct TSlotPattern {
+  bool is_tested = false;
+  std::vector<TField> fields;
+};
+
+struct TElement {
+  bool is_test = false;
+  std::int32_t negations = 0;  // of a test: 0 or 1
+  bool unique = false;
+  std::string bound;  // "?f1", or empty
+  std::int32_t fact_template = 0;
+  std::vector<TSlotPattern> slots;  // as the template's, sorted by name
+  TCall test;
+
+  std::string ToString() const;
+};
+
+struct TAction {
+  enum Kind : std::uint8_t { kAssert, kRetract } kind = kAssert;
+  std::vector<TTerm> terms;  // the fields of an ordered fact, or the bound fact
+};
+
+struct TRuleText {
+  std::string name;
+  std::int32_t salience = 0;
+  std::vector<TElement> elements;
+  std::vector<TAction> actions;
+
+  std::string ToString() const;
+};
+
+struct TOperation {
+  enum Kind : std::uint8_t {
+    kAssert,
+    kRetract,
+    kModify,
+    kDuplicate,
+    kAddRule,
+    kRemoveRule,
+    kReset,
+    kClear,
+    kStep
+  } kind = kAssert;
+  std::int32_t fact_template = 0;
+  std::vector<std::vector<std::string>> values;  // a slot each
+  std::uint32_t target = 0;                      // chooses a fact or a slot, modulo their number
+  std::uint32_t rule = 0;                        // an index of the program's rules
+};
+
+struct TProgram {
+  std::vector<TRuleText> rules;
+  std::vector<TOperation> operations;
+};
+
+struct TSlotText {
+  std::string name;
+  bool is_multi;
+};
+struct TTemplateText {
+  std::string name;
+  bool is_ordered;
+  std::int32_t parent;           // -1 for none
+  std::vector<TSlotText> slots;  // sorted by name
+};
+const std::vector<TTemplateText>& Templates();
+// Whether facts of the one template match patterns of the other.
+bool Descends(std::int32_t fact_template, std::int32_t ancestor);
+// The templates and functions that all programs share.
+std::string Preamble();
+std::string FactText(std::int32_t fact_template,
+                     const std::vector<std::vector<std::string>>& values);
+
+}  // namespace reasoner::oracle
