@@ -215,7 +215,7 @@ static void CarryValues(const IFact& old, IFact& fact) {
     const std::int32_t old_ordinal = old_template.OrdinalOf(slot.GetName());
     if (old_ordinal < 0 || !old.HasValueAt(old_ordinal)) continue;
     const IKBValue& value = *old.PeekAt(old_ordinal);
-    if (value.GetDType() == dtFuzzy || !slot.IsValid(&value)) continue;
+    if (value.GetDType() == dtFuzzy || slot.IsFuzzy() || !slot.IsValid(&value)) continue;
     const bool unchanged =
         !HasSource(value) ||
         (fact.HasValueAt(ordinal) && ValueToSource(value) == ValueToSource(*fact.PeekAt(ordinal)));

@@ -210,7 +210,7 @@ void TFact::AssignCrossing(const TFact& source) {
       if (value.ToString().empty()) continue;
       Raise(SInvalidSlotName, name.view());
     }
-    if (slot->IsFuzzy()) {
+    if (slot->IsFuzzy() || value.GetDType() == dtFuzzy) {
       fact->SetValue(name, slot->TakeFuzzyValue(value));
       continue;
     }

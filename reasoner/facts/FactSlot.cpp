@@ -97,7 +97,6 @@ Ref<IKBValue> TFactSlot::EvalFuzzyValue(IReasoner& engine, const Ref<IKBValue>& 
 
 Ref<IKBValue> TFactSlot::TakeFuzzyValue(const IKBValue& value) const {
   IFuzzyVariable* const variable = GetFuzzyVariable();
-  if (variable == nullptr) return value.Clone();
   if (value.GetDType() == dtList) {
     const Ref<IValueVector> list = NewVector();
     for (const Ref<IKBValue>& member : *value.GetAsList()) {
@@ -109,12 +108,14 @@ Ref<IKBValue> TFactSlot::TakeFuzzyValue(const IKBValue& value) const {
   if (value.GetDType() != dtFuzzy) return value.Clone();
   const IFuzzySet& set = *value.GetAsFuzzy();
   if (set.GetVariable() == variable) return value.Clone();
-  if (IFuzzySet* own = variable->FindFuzzySet(set.GetGivenName())) {
-    return NewFuzzy(Ref<IFuzzySet>(own));
+  if (variable != nullptr) {
+    if (IFuzzySet* own = variable->FindFuzzySet(set.GetGivenName())) {
+      return NewFuzzy(Ref<IFuzzySet>(own));
+    }
   }
   const Ref<IFuzzySet> taken = set.Clone();
   taken->SetVariable(variable);
-  taken->SetParser(variable->GetParserLink());
+  taken->SetParser(variable == nullptr ? Ref<TFuzzyParserLink>() : variable->GetParserLink());
   return NewFuzzy(taken);
 }
 

@@ -215,10 +215,6 @@ void TKBContext::Resolve(IFact& fact) {
     if (is_fuzzy && fact_template->SlotAt(ordinal)->IsFuzzy()) {
       const Ref<IFactSlot> slot(fact_template->SlotAt(ordinal));
       value = slot->EvalFuzzyValue(*engine_, value, *this);
-    } else if (is_fuzzy && value->GetDType() == dtList) {
-      // Beside fuzzy slots a list stands as it is, in a cell of the fact's own.
-      const Ref<IValueVector> list = value->GetAsList()->Clone();
-      value = NewList(list);
     } else if (value->GetDType() == dtList) {
       // The fact's own cell and list, whoever else knows the one that was evaluated.
       const Ref<IValueVector> expanded = ExpandList(*value->GetAsList());

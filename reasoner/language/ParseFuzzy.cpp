@@ -79,7 +79,7 @@ Ref<IFuzzySet> TKBClipsParser::ParseFuzzySet(IFuzzyVariable& variable) {
 Ref<IKBValue> TKBClipsParser::ParseFuzzyValue(TKBTypes types, const IKBDefinedType* defined_type) {
   static constexpr std::string_view kLocation = "ParseValue";
   const bool is_multi = types.Has(dtMultiSlot);
-  if (is_multi && !StaticChecks) return NewList(ParseList());
+  if (is_multi && defined_type == nullptr && !StaticChecks) return NewList(ParseList());
   if (defined_type == nullptr) ParseError(kLocation, SNeedFuzzyType);
   const Ref<IFuzzyVariable> variable = defined_type->GetFuzzyType();
   Ref<IKBValue> written;

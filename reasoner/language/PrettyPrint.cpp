@@ -8,7 +8,7 @@
 #include "reasoner/language/TokenStream.h"
 #include "reasoner/support/Depth.h"
 #include "reasoner/support/Numbers.h"
-#include "reasoner/support/membership/FuzzySet.h"
+#include "reasoner/support/membership/FuzzyVariable.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -142,9 +142,11 @@ void AppendSource(std::string& source, const IKBValue& value) {
     case dtFact:
       if (const IFact* const fact = value.GetAsFact()) AppendFactSource(source, *fact, true);
       return;
-    case dtFuzzy:
-      source += value.GetAsFuzzy()->ToSource();
+    case dtFuzzy: {
+      const std::string words = value.GetAsFuzzy()->ToSource();
+      source += words.empty() || words == "()" ? "nil" : words;  // a set without points
       return;
+    }
     case dtSingletons:
       if (const ISingletonsVector* const points = value.GetAsSingletons())
         source += PrettyPrint(*points);
@@ -175,6 +177,31 @@ std::string PrettyPrint(const ISingletonsVector& singletons) {
 
 // Calls.
 
+// A fuzzy value where its words would be read as so many arguments: a call that gives it.
+static void AppendFuzzyCall(std::string& source, const IFuzzySet& set) {
+  const IFuzzyVariable* const variable = set.GetVariable();
+  std::string words = set.ToSource();
+  if (words.empty() || words == "()") words = "nil";
+  if (variable == nullptr && words.starts_with('(') && !words.starts_with("((")) {
+    source += words;  // the call that makes the shape
+    return;
+  }
+  source += "(create-fuzzy-value ";
+  AppendAtomSource(source, variable == nullptr ? std::string() : variable->GetName());
+  source += ' ';
+  for (const char character : words) {
+    // Brackets are strings among arguments.
+    if (character == '[') {
+      source += "\"[\" ";
+    } else if (character == ']') {
+      source += " \"]\"";
+    } else {
+      source += character;
+    }
+  }
+  source += ')';
+}
+
 static void AppendCallSource(std::string& source, const IFunCall& fun_call, bool pairs) {
   const DepthGuard guard("function call");
   source += CommentBlock(fun_call.GetComment());
@@ -189,7 +216,11 @@ static void AppendCallSource(std::string& source, const IFunCall& fun_call, bool
     const bool is_list = argument && argument->GetDType() == dtList;
     const bool is_pair = pairs && (i > 0 || is_list);
     source += is_pair ? " (" : " ";
-    AppendSource(source, argument ? *argument : *FCNil);
+    if (argument && argument->GetDType() == dtFuzzy) {
+      AppendFuzzyCall(source, *argument->GetAsFuzzy());
+    } else {
+      AppendSource(source, argument ? *argument : *FCNil);
+    }
     if (is_pair) source += ')';
   }
   source += ')';
@@ -278,6 +309,11 @@ static bool IsNilWord(const IKBValue& value) {
 
 std::string CallFor(const IKBValue& value) {
   if (IsNilWord(value)) return "(sym-cat n il)";
+  if (value.GetDType() == dtFuzzy) {
+    std::string source;
+    AppendFuzzyCall(source, *value.GetAsFuzzy());
+    return source;
+  }
   const auto head = [&value]() -> std::string_view {
     switch (value.GetDType()) {
       case dtString:

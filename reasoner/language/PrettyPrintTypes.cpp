@@ -172,6 +172,8 @@ std::string DefaultClause(const IFactSlot& slot) {
   if (!value) return "";
   const std::string_view keyword = slot.IsDefaultDynamic() ? "(default-dynamic " : "(default ";
   std::string text(keyword);
+  // The empty set, which nil is too, is what a fuzzy slot has without a default.
+  if (slot.IsFuzzy() && !slot.IsMulti() && value->ToString().empty()) return "";
   if (value->Equals(*FCNil)) {
     // An atom without text is the default of most slots, but not of a slot of numbers.
     const Ref<IKBValue> own = slot.CreateValidDefault(slot.GetSlotType().Has(dtList));

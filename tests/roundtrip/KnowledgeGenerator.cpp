@@ -1,5 +1,7 @@
 #include "tests/roundtrip/KnowledgeGenerator.h"
 
+#include <algorithm>
+
 #include "reasoner/language/PrettyPrint.h"
 #include "reasoner/language/TokenStream.h"
 #include "reasoner/values/Constants.h"
@@ -14,6 +16,22 @@ static const std::string kTexts[] = {
     "",     "word",         "two words", "a \"quoted\" word", "back\\slash",
     "\n",   "; no comment", "(a)",       "\xE2\x82\xAC 5",    "line\nbreak\n",
     "tab\t"};
+// Fuzzy values of any type: every one has these terms.
+static const char* const kFuzzyValues[] = {"low",
+                                           "high",
+                                           "very medium",
+                                           "not low",
+                                           "low or high",
+                                           "not [ low or medium ] and-product high",
+                                           "25",
+                                           "0.123456789",
+                                           "((0 0) (1.00001 0.5) (2 1))",
+                                           "(tri 1 2 3)",
+                                           "(s 0 10)",
+                                           "(beta 5 4 1 2)",
+                                           "nil",
+                                           "very extremely (pi 2 1)",
+                                           "high scaled-by 0.3 or [ low and [ high or low ] ]"};
 static const std::int32_t kIntegers[] = {0, 1, -1, 2, 7, 100, -2147483647, 2147483647};
 static const double kFloats[] = {0.0, 0.5, -1.25, 0.00001, 1e300, 3.14159265358979, 1.0 / 3, 100};
 
@@ -45,7 +63,9 @@ Ref<IKBValue> KnowledgeGenerator::Value(char kind) {
   }
 }
 
-std::string KnowledgeGenerator::Literal(char kind) { return ValueToSource(*Value(kind)); }
+std::string KnowledgeGenerator::Literal(char kind) {
+  return kind == 'z' ? OneOf(kFuzzyValues) : ValueToSource(*Value(kind));
+}
 
 std::string KnowledgeGenerator::Facets(char kind, bool is_multi) {
   std::string text;
@@ -90,16 +110,36 @@ static std::string TypeWord(char kind) {
 }
 
 void KnowledgeGenerator::AddType(const std::string& name) {
+  // A fuzzy type stays one: values of the others have no words in it.
+  const auto known = std::find_if(types_.begin(), types_.end(),
+                                  [&name](const TType& type) { return type.name == name; });
+  if (known == types_.end() ? OneIn(3) : known->kind == 'z') return AddFuzzyType(name);
   TType type{name, "asifnl"[Below(6)]};
   std::string base = TypeWord(type.kind);
-  if (!types_.empty() && OneIn(3)) {
-    const TType& ancestor = OneOf(types_);
+  if (!types_.empty() && OneIn(3) && types_.back().kind != 'z') {
+    const TType& ancestor = types_.back();
     type.kind = ancestor.kind;
     base = ancestor.name;
   }
   Try("(deftype " + name + Comment() + " extends (type " + base + ")" +
       Facets(type.kind, OneIn(3)) + ")");
   if (engine_.GetDefinedTypes().ContainsKey(name)) types_.push_back(type);
+}
+
+void KnowledgeGenerator::AddFuzzyType(const std::string& name) {
+  const bool extends = !types_.empty() && types_.back().kind == 'z' && OneIn(2);
+  std::string text = "(deftype " + name + Comment() + " extends (type " +
+                     (extends ? types_.back().name : "FUZZY") + ")";
+  if (!extends || OneIn(3)) text += OneIn(2) ? " (range 0 10)" : " (range -0.5 3.14159265)";
+  if (OneIn(3)) text += " (units " + QuoteText(OneOf(kTexts)) + ")";
+  if (OneIn(2)) {
+    text += " (values (term low " + std::string(OneIn(2) ? "(z 1 3)" : "4") + ")";
+    text += " (term medium (pi 1 2.5 3)) (term high very not low)";
+    if (OneIn(2)) text += " (term other " + Literal('z') + ")";
+    text += ")";
+  }
+  Try(text + ")");
+  if (engine_.GetDefinedTypes().ContainsKey(name)) types_.push_back(TType{name, 'z'});
 }
 
 void KnowledgeGenerator::AddTemplate(const std::string& name) {
@@ -130,6 +170,7 @@ void KnowledgeGenerator::AddTemplate(const std::string& name) {
       const TType& type = OneOf(types_);
       slot.kind = type.kind;
       text += " (type " + type.name + ")";
+      if (type.kind == 'z' && slot.is_multi && OneIn(3)) text += " (cardinality 0 4)";
     } else if (slot.kind != '*' || OneIn(2)) {
       text += " (type " + TypeWord(slot.kind) + ")" + Facets(slot.kind, slot.is_multi);
     }
@@ -239,7 +280,9 @@ std::string KnowledgeGenerator::SlotTests(const TSlot& slot, std::vector<std::st
                 std::to_string(variables.size()) + " " + Literal(slot.kind) + ")";
         break;
       case 6:
-        text += slot.is_multi ? "$?" : "=(nth$ 0 (create$ " + Literal(slot.kind) + "))";
+        text += slot.is_multi      ? "$?"
+                : slot.kind == 'z' ? "?"
+                                   : "=(nth$ 0 (create$ " + Literal(slot.kind) + "))";
         break;
       default:
         variables.push_back("?v" + std::to_string(variables.size()));
@@ -320,20 +363,22 @@ void KnowledgeGenerator::AddFacts() {
     // A host may put in what the language would refuse there.
     const Ref<IFactTemplate> registered = engine_.FindFactTemplate(fact_template.name);
     if (!registered) continue;
-    const Ref<IFact> fact = registered->NewFact();
-    for (const IFactSlot* slot : {registered->GetSlots().front().get()}) {
-      if (!slot->IsMulti()) {
-        fact->SetValue(slot->GetName(), Value('*'));
-        continue;
-      }
-      const Ref<IValueVector> list = NewVector();
-      for (std::uint32_t j = Below(4); j > 0; --j) list->Add(Value('*'));
-      fact->SetValue(slot->GetName(), NewList(list));
-    }
     try {
+      const Ref<IFact> fact = registered->NewFact();
+      for (const IFactSlot* slot : {registered->GetSlots().front().get()}) {
+        if (slot->IsFuzzy()) continue;  // what is no fuzzy value has no text that gives it
+        if (!slot->IsMulti()) {
+          fact->SetValue(slot->GetName(), Value('*'));
+          continue;
+        }
+        const Ref<IValueVector> list = NewVector();
+        for (std::uint32_t j = Below(4); j > 0; --j) list->Add(Value('*'));
+        fact->SetValue(slot->GetName(), NewList(list));
+      }
       engine_.Assert(fact);
     } catch (const Exception&) {
-      // A rule's test does not take the value: the fact is there all the same.
+      // A rule's test does not take the value: the fact is there all the same. A default may not
+      // fit its slot: then there is none.
     }
   }
 }

@@ -24,7 +24,7 @@ class KnowledgeGenerator {
  private:
   struct TSlot {
     std::string name;
-    char kind = 'a';  // a, s, i, f, n (a number), l (an atom or a string), * (anything)
+    char kind = 'a';  // a, s, i, f, n (a number), l (an atom or a string), z (fuzzy), * (anything)
     bool is_multi = false;
   };
   struct TTemplate {
@@ -60,6 +60,7 @@ class KnowledgeGenerator {
                      const std::vector<std::string>& facts);
 
   void AddType(const std::string& name);
+  void AddFuzzyType(const std::string& name);
   void AddTemplate(const std::string& name);
   void AddFunction(const std::string& name);
   void AddGlobal(const std::string& name);

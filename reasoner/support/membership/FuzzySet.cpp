@@ -64,7 +64,10 @@ std::string TIFuzzySet::ToSource() const {
   if (name_ == SEmptyFuzzy) return {};
   if (name_.empty()) return expression_.empty() ? ShapeText(*this, fnExact) : expression_;
   // The name of a shape or a number shows four decimals, which may be fewer than it has.
-  if (shape_.type != fstPoints && name_.front() == '(') return ShapeText(*this, fnExact);
+  if (shape_.type != fstPoints && name_.front() == '(') {
+    const Ref<IFuzzySet> read = Make<TIFuzzySet>();
+    return ReadShape(name_, *read) && read->SamePoints(*this) ? name_ : ShapeText(*this, fnExact);
+  }
   if (const auto number = TextToFloat(name_); number && function_.IsPeak()) {
     const double x = function_.GetPoints()[1].x;
     if (*number != x) return FloatToSource(x);

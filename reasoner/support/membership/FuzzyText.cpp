@@ -171,6 +171,7 @@ std::string ShapeText(const IFuzzySet& set, TFuzzyNumbers numbers) {
 std::string FuzzySetText(const IFuzzySet& set, bool full) {
   if (set.GetGivenName() == SEmptyFuzzy) return {};
   if (!full) return set.GetName();
+  if (set.GetCount() == 0) return "(term " + set.GetName() + " nil)";
   const bool from_expression = set.GetType() == fstPoints && !set.GetExpression().empty();
   return "(term " + set.GetName() + " " +
          (from_expression ? set.GetExpression() : ShapeText(set, fnExact)) + ")";
