@@ -6,6 +6,7 @@
 
 #include "reasoner/engine/FuzzyValues.h"
 #include "reasoner/engine/Reasoner.h"
+#include "reasoner/functions/UserPackage.h"
 #include "reasoner/library/Builtin.h"
 
 namespace reasoner {
