@@ -20,6 +20,7 @@ const char* const kUsage =
     "  --textbook        rules mean what users of other production systems expect\n"
     "  --watch LIST      reports what happens; LIST is one or more of facts, rules, activations,\n"
     "                    compilations, statistics and all, with commas between them\n"
+    "  --plot TYPE FILE  at the end, draws the terms of the fuzzy TYPE into FILE as SVG\n"
     "  --function-reference\n"
     "                    prints a reference of all built-in functions as Markdown and ends\n"
     "  --version         prints the version and ends\n"
@@ -98,6 +99,10 @@ Options ReadOptions(const std::vector<std::string>& arguments) {
       options.textbook = true;
     } else if (name == "--watch") {
       options.watch += ReadWatches(value());
+    } else if (name == "--plot") {
+      const std::string type = value();
+      if (i + 1 >= arguments.size()) throw std::invalid_argument("--plot wants a type and a file");
+      options.plots.push_back(Plot{type, arguments[++i]});
     } else if (name == "--function-reference") {
       options.function_reference = true;
     } else if (name == "--version") {

@@ -16,8 +16,15 @@ struct Source {
   std::string value;
 };
 
+// A picture of a fuzzy type, drawn when all is loaded and run.
+struct Plot {
+  std::string type;
+  std::string file;
+};
+
 struct Options {
   std::vector<Source> sources;
+  std::vector<Plot> plots;
   bool run = false;
   bool help = false;
   bool version = false;

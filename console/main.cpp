@@ -13,6 +13,8 @@
 #include "console/Terminal.h"
 #include "reasoner/engine/Reasoner.h"
 #include "reasoner/support/Numbers.h"
+#include "reasoner/support/WholeFile.h"
+#include "reasoner/support/membership/FuzzyPicture.h"
 #include "reasoner/vocabulary/KBExceptions.h"
 
 namespace console {
@@ -110,6 +112,16 @@ static void LoadSources(TReasoner& engine, Terminal& terminal, const Options& op
   }
 }
 
+static void DrawPlots(TReasoner& engine, const Options& options) {
+  engine.ClearFailurePlace();
+  for (const Plot& plot : options.plots) {
+    const Ref<IKBDefinedType> type = engine.FindDefinedType(plot.type);
+    if (!type || !type->GetFuzzyType())
+      throw std::runtime_error("no fuzzy type to draw: " + plot.type);
+    WriteFileWhole(plot.file, FuzzyPicture(*type->GetFuzzyType()));
+  }
+}
+
 static int PrintFunctionReference() {
   try {
     return std::fputs(FunctionReference().c_str(), stdout) < 0 ? kFailure : kSuccess;
@@ -145,6 +157,7 @@ static int Main(const std::vector<std::string>& arguments) {
       engine.Reset();
       engine.Run(options.limit);
     }
+    DrawPlots(engine, options);
   } catch (const EAbort&) {
     // (exit): all went as the program wanted.
   } catch (const EKBParseException& failure) {

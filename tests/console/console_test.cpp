@@ -63,6 +63,22 @@ TEST_F(ConsoleTest, RunResetsFirstAndFiresAfterEverythingIsLoaded) {
   ExpectOutput({facts, rules}, "<Fact-1>\n");
 }
 
+TEST_F(ConsoleTest, PlotDrawsAFuzzyType) {
+  const std::string rules = Write("fan.clp",
+                                  "(deftype speed extends (type FUZZY) (range 0 100)\n"
+                                  "  (values (term slow (z 10 60)) (term fast (s 40 90))))\n");
+  const std::string picture = (folder_ / "speed.svg").string();
+  ExpectOutput({"--plot", "speed", picture, rules}, "");
+  const std::string svg = ReadWholeFile(picture);
+  EXPECT_EQ(svg.find("<svg "), 0u) << svg;
+  EXPECT_NE(svg.find(">fast</text>"), std::string::npos) << svg;
+  const TRunResult unknown = Run({"--plot", "colour", picture, rules});
+  EXPECT_EQ(unknown.status, 1);
+  EXPECT_EQ(unknown.errors, "no fuzzy type to draw: colour\n");
+  EXPECT_EQ(ReadWholeFile(picture), svg) << "the old picture stays";
+  EXPECT_EQ(Run({"--plot", "speed"}).status, 2);
+}
+
 TEST_F(ConsoleTest, LimitStopsTheRun) {
   const std::string rules = Write("rules.clp",
                                   "(deffacts d (n 1))\n"
