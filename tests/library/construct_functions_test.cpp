@@ -53,7 +53,7 @@ TEST_F(ConstructFunctionsTest, PrintedFormsReadBack) {
   ExpectError("(ppdefrule z)", "Unknown rule name: z");
   ExpectError("(ppdeftemplate z)", "Unknown fact template name: z");
   ExpectError("(ppdeffacts z)", "Unknown fact set name: z");
-  ExpectError("(ppdeffunction z)", "Unknown user function name: z");
+  ExpectError("(ppdeffunction no-such)", "Unknown user function name: no-such");
   ExpectError("(ppdeftype z)", "Unknown defined type name: z");
 }
 
