@@ -67,11 +67,23 @@ void TReasoner::RemoveDependencies() {
   failures.Raise();
 }
 
+// A slot with a cardinality of its own has a fuzzy type in a copy of the same name.
+static bool UsesType(const IFactSlot& slot, const IKBDefinedType& type) {
+  const IKBDefinedType* const own = slot.GetExtendedTypeInfo().get();
+  return own == &type || (own != nullptr && own->IsImplicit() && own->GetFuzzyType() &&
+                          own->GetName() == type.GetName());
+}
+
+static bool UsesType(const IFactTemplate& fact_template, const IKBDefinedType& type) {
+  const std::vector<Ref<IFactSlot>> slots = fact_template.GetSlots();
+  return std::any_of(slots.begin(), slots.end(),
+                     [&type](const Ref<IFactSlot>& slot) { return UsesType(*slot, type); });
+}
+
 void TReasoner::RemoveDependencies(const IKBDefinedType& type) {
   const std::vector<Ref<IFactTemplate>> templates = fact_templates_->GetItems();
   for (auto item = templates.rbegin(); item != templates.rend(); ++item) {
-    if ((*item)->FindSlotOfType(type) != nullptr)
-      fact_templates_->Remove((*item)->GetTemplateName());
+    if (UsesType(**item, type)) fact_templates_->Remove((*item)->GetTemplateName());
   }
 }
 
@@ -276,28 +288,57 @@ void TReasoner::RebuildChildren(const Ref<IFactTemplate>& old,
   failures.Raise();
 }
 
+// Gives a slot the type that takes its old one's place. The default comes along where it fits.
+static void ChangeSlotType(TReasoner& engine, IFactSlot& slot, const Ref<IKBDefinedType>& type) {
+  const Ref<IKBValue> value = slot.GetSlotDefault();
+  const bool is_multi = slot.IsMulti();
+  const bool was_fuzzy = slot.IsFuzzy();
+  const Ref<IKBDefinedType> own = slot.GetExtendedTypeInfo();
+  if (own && own->IsImplicit()) {
+    const Ref<IKBDefinedType> copy = type->Clone();
+    copy->SetImplicit(true);
+    if (own->IsCardinalityLimited()) {
+      copy->SetCardinalityLimited(true);
+      copy->SetMinCardinality(own->GetMinCardinality());
+      copy->SetMaxCardinality(own->GetMaxCardinality());
+    }
+    slot.SetExtendedTypeInfo(copy);
+  } else {
+    slot.SetExtendedTypeInfo(type);
+  }
+  if (is_multi) slot.SetSlotType(slot.GetSlotType() + KBMultiSlotTypes);  // a type does not tell
+  if (!value) return;
+  Ref<IKBValue> fitting = value;
+  // What a word or a number means hangs on the variable.
+  if (!slot.IsDefaultDynamic() &&
+      (was_fuzzy || slot.IsFuzzy() || KBReparseTypes.Has(value->GetDType()))) {
+    try {
+      fitting = engine.ParseValue(ValueToSource(*value), slot);
+      // A shape is a call where the type is not fuzzy.
+      if (!HasSource(*fitting)) fitting = nullptr;
+    } catch (const EKBInterrupted&) {
+      throw;
+    } catch (const EKBException&) {
+      fitting = nullptr;
+    }
+  }
+  const bool fits = fitting && slot.IsValid(fitting.get()) &&
+                    (!is_multi || slot.IsDefaultDynamic() || fitting->GetDType() == dtList);
+  slot.SetSlotDefault(fits ? fitting : slot.CreateValidDefault(is_multi));
+}
+
 void TReasoner::ReplaceDefinedType(const Ref<IKBDefinedType>& old,
                                    const Ref<IKBDefinedType>& type) {
   if (old->GetName() != type->GetName()) return RemoveDependencies(*old);
   const std::vector<Ref<IFactTemplate>> templates = fact_templates_->GetItems();
   FirstFailure failures;
   for (auto item = templates.rbegin(); item != templates.rend(); ++item) {
-    if ((*item)->FindSlotOfType(*old) == nullptr) continue;
+    if (!UsesType(**item, *old)) continue;
     // Its parent has been read again, and the template with it.
     if (fact_templates_->Find((*item)->GetTemplateName()) != *item) continue;
     const Ref<IFactTemplate> clone = (*item)->Clone();
     for (const Ref<IFactSlot>& slot : clone->GetSlots()) {
-      if (slot->GetExtendedTypeInfo() != old) continue;
-      const Ref<IKBValue> value = slot->GetSlotDefault();
-      const bool is_multi = slot->IsMulti();
-      slot->SetExtendedTypeInfo(type);
-      if (is_multi) {
-        // A type says nothing of that.
-        slot->SetSlotType(slot->GetSlotType() + KBMultiSlotTypes);
-        slot->SetSlotDefault(slot->IsValid(value.get()) ? value : slot->CreateValidDefault(true));
-      }
-      if (value && KBReparseTypes.Has(value->GetDType()))
-        failures.Try([&] { slot->SetSlotDefault(ParseValue(ValueToSource(*value), *slot)); });
+      if (UsesType(*slot, *old)) failures.Try([&] { ChangeSlotType(*this, *slot, type); });
     }
     failures.Try([&] { fact_templates_->Replace(*item, clone); });
   }

@@ -12,22 +12,16 @@
 #include <vector>
 
 #include "tests/console/ConsoleRun.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace console_test {
 namespace {
 
 class ConsoleTest : public ::testing::Test {
  protected:
-  ConsoleTest() {
-    std::string name = (std::filesystem::temp_directory_path() / "reasoner-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) ADD_FAILURE() << "no temporary folder";
-    folder_ = name;
-  }
-  ~ConsoleTest() override { std::filesystem::remove_all(folder_); }
-
   // A file of that text; the answer is its path.
   std::string Write(const std::string& name, const std::string& text) const {
-    std::string path = (folder_ / name).string();
+    std::string path = folder_ / name;
     std::ofstream(path) << text;
     return path;
   }
@@ -45,7 +39,7 @@ class ConsoleTest : public ::testing::Test {
     EXPECT_EQ(result.status, 0);
   }
 
-  std::filesystem::path folder_;
+  reasoner::TemporaryFolder folder_;
 };
 
 TEST_F(ConsoleTest, FilesAndTextsAreReadInTheirOrder) {
@@ -67,7 +61,7 @@ TEST_F(ConsoleTest, PlotDrawsAFuzzyType) {
   const std::string rules = Write("fan.clp",
                                   "(deftype speed extends (type FUZZY) (range 0 100)\n"
                                   "  (values (term slow (z 10 60)) (term fast (s 40 90))))\n");
-  const std::string picture = (folder_ / "speed.svg").string();
+  const std::string picture = folder_ / "speed.svg";
   ExpectOutput({"--plot", "speed", picture, rules}, "");
   const std::string svg = ReadWholeFile(picture);
   EXPECT_EQ(svg.find("<svg "), 0u) << svg;
@@ -168,7 +162,7 @@ TEST_F(ConsoleTest, FailureInARunNamesTheRule) {
 }
 
 TEST_F(ConsoleTest, FileThatCannotBeReadIsAFailure) {
-  const std::string missing = (folder_ / "missing.clp").string();
+  const std::string missing = folder_ / "missing.clp";
   const TRunResult result = Run({missing, "-e", "(printout t next crlf)"});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output, "");

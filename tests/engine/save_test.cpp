@@ -1,7 +1,5 @@
 // The document of a knowledge base, files that are written whole, and copies between engines.
 
-#include <unistd.h>
-
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -11,6 +9,7 @@
 #include "reasoner/values/Constants.h"
 #include "tests/support/EngineFixture.h"
 #include "tests/support/Failure.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace reasoner {
 namespace {
@@ -19,13 +18,7 @@ namespace fs = std::filesystem;
 
 class SaveTest : public EngineTest {
  protected:
-  SaveTest() {
-    folder = fs::temp_directory_path() / ("save-test-" + std::to_string(::getpid()));
-    fs::create_directories(folder);
-  }
-  ~SaveTest() override { fs::remove_all(folder); }
-
-  std::string Path(const char* name) const { return (folder / name).string(); }
+  std::string Path(const char* name) const { return folder / name; }
   static std::string ContentOf(const std::string& path) {
     std::ostringstream text;
     text << std::ifstream(path, std::ios::binary).rdbuf();
@@ -41,7 +34,7 @@ class SaveTest : public EngineTest {
   }
   std::string Facts(TReasoner& of) { return of.GetFacts().ToString(); }
 
-  fs::path folder;
+  TemporaryFolder folder;
 };
 
 TEST_F(SaveTest, ANewEnginesDocument) {
@@ -183,7 +176,7 @@ TEST_F(SaveTest, AFileIsWrittenWholeOrNotAtAll) {
   EXPECT_NE(FailureOf([&] { engine.SaveToFile(Path("no/such/folder.clp")); }), "");
   EXPECT_EQ(ContentOf(path), saved);
   std::size_t files = 0;
-  for ([[maybe_unused]] const auto& entry : fs::directory_iterator(folder)) ++files;
+  for ([[maybe_unused]] const auto& entry : fs::directory_iterator(folder.GetPath())) ++files;
   EXPECT_EQ(files, 2u) << "no temporary file is left";
   WriteFileWhole("/dev/null", "text");
   EXPECT_TRUE(fs::is_character_file("/dev/null"));

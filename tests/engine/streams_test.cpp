@@ -15,6 +15,7 @@
 #include "reasoner/vocabulary/KBExceptions.h"
 #include "tests/support/EngineFixture.h"
 #include "tests/support/Failure.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace reasoner {
 namespace {
@@ -28,13 +29,7 @@ std::string Content(const std::string& file_name) {
 
 class LogicalStreamsTest : public EngineTest {
  protected:
-  LogicalStreamsTest() {
-    std::filesystem::remove_all(folder_);
-    std::filesystem::create_directories(folder_);
-  }
-  ~LogicalStreamsTest() override { std::filesystem::remove_all(folder_); }
-
-  std::string Path(const std::string& name) const { return folder_ + name; }
+  std::string Path(const std::string& name) const { return folder_ / name; }
   void Write(const std::string& name, const std::string& text) const {
     std::ofstream(Path(name), std::ios::binary) << text;
   }
@@ -50,7 +45,7 @@ class LogicalStreamsTest : public EngineTest {
   }
 
  private:
-  std::string folder_ = ::testing::TempDir() + "logical_streams/";
+  TemporaryFolder folder_;
 };
 
 TEST_F(LogicalStreamsTest, ABatchLineIsAnExpressionAndTheNextMayBeItsInput) {

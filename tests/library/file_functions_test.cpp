@@ -6,6 +6,7 @@
 #include <string>
 
 #include "tests/support/EngineFixture.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace reasoner {
 namespace {
@@ -14,17 +15,8 @@ namespace fs = std::filesystem;
 
 class FileFunctionsTest : public EngineTest {
  protected:
-  FileFunctionsTest() : home_(fs::current_path()) {
-    const fs::path folder = ::testing::TempDir() + "file_functions";
-    fs::remove_all(folder);
-    fs::create_directories(folder);
-    fs::current_path(folder);
-  }
-  ~FileFunctionsTest() override {
-    const fs::path folder = fs::current_path();
-    fs::current_path(home_);
-    fs::remove_all(folder);
-  }
+  FileFunctionsTest() : home_(fs::current_path()) { fs::current_path(folder_.GetPath()); }
+  ~FileFunctionsTest() override { fs::current_path(home_); }
 
   static std::string Content(const std::string& name) {
     std::ifstream file(name, std::ios::binary);
@@ -37,6 +29,7 @@ class FileFunctionsTest : public EngineTest {
   }
 
  private:
+  TemporaryFolder folder_;
   fs::path home_;
 };
 

@@ -110,10 +110,7 @@ static std::string TypeWord(char kind) {
 }
 
 void KnowledgeGenerator::AddType(const std::string& name) {
-  // A fuzzy type stays one: values of the others have no words in it.
-  const auto known = std::find_if(types_.begin(), types_.end(),
-                                  [&name](const TType& type) { return type.name == name; });
-  if (known == types_.end() ? OneIn(3) : known->kind == 'z') return AddFuzzyType(name);
+  if (OneIn(3)) return AddFuzzyType(name);
   TType type{name, "asifnl"[Below(6)]};
   std::string base = TypeWord(type.kind);
   if (!types_.empty() && OneIn(3) && types_.back().kind != 'z') {
