@@ -68,8 +68,11 @@ bool TUserFunctions::Assign(const TUserFunctions& source, bool tolerant) {
       continue;
     }
     const Ref<IUserFunction> own = Find(function->GetFunctionName());
-    if (own && typeid(*own) == typeid(*function) && own->GetComment() == function->GetComment())
-      continue;
+    if (own) {
+      const IUserFunction& here = *own;
+      const IUserFunction& there = *function;
+      if (typeid(here) == typeid(there) && here.GetComment() == there.GetComment()) continue;
+    }
     Add(function);
   }
   return AssignInterpretedFunctions(std::move(interpreted), tolerant);
