@@ -52,7 +52,7 @@ class ReteCompiler {
   Ref<IFunCall> GlobalTest(const IKBValue& variable, const TKBPattern& pattern, std::int32_t slot,
                            const TKBPatternMatchTest& test, std::int32_t fact_index) const;
   bool IsFuzzyPlace(const TBinding& binding) const;
-  bool ReachesBeyond(const IFunCall& fun_call, std::int32_t index) const;
+  bool ReachesBeyond(const IFunCall& fun_call, std::int32_t fact_index) const;
   void PointAtOnlyFact(IFunCall& fun_call) const;
   void AddJoinTests(TTestNode& node, TJoinNode* join, std::int32_t pattern_index);
   TReteNode& FeedNode(TReteNode& node);
@@ -157,15 +157,15 @@ static const TBindingInfo* PlaceOf(const IKBValue& value) {
 }
 
 // True when the call, at any depth, reads another fact than the one at `index`.
-bool ReteCompiler::ReachesBeyond(const IFunCall& fun_call, std::int32_t index) const {
+bool ReteCompiler::ReachesBeyond(const IFunCall& fun_call, std::int32_t fact_index) const {
   const DepthGuard guard("function call");
   for (std::int32_t i = 0; i < fun_call.GetArgumentCount(); ++i) {
     const Ref<IKBValue>& argument = fun_call.GetArgument(i);
     if (!argument) continue;
-    if (argument->GetDType() == dtFunCall && ReachesBeyond(*argument->GetAsFunCall(), index))
+    if (argument->GetDType() == dtFunCall && ReachesBeyond(*argument->GetAsFunCall(), fact_index))
       return true;
     const TBindingInfo* place = PlaceOf(*argument);
-    if (place != nullptr && place->FactIndex != index) return true;
+    if (place != nullptr && place->FactIndex != fact_index) return true;
   }
   return false;
 }
@@ -240,7 +240,7 @@ void ReteCompiler::BuildPatternChains() {
                             args);
         } else if (value->GetDType() == dtFunCall) {
           const Ref<IFunCall> call = CompileCall(*value->GetAsFunCall(), fact_index);
-          if (ReachesBeyond(*call, i)) continue;
+          if (ReachesBeyond(*call, fact_index)) continue;
           node = &Successor(node, ValueTest(test), NewFunCallValue(call), args);
         } else {
           node = &Successor(node, ValueTest(test), value, args);
@@ -368,7 +368,7 @@ void ReteCompiler::AddJoinTests(TTestNode& node, TJoinNode* join, std::int32_t p
       if (pattern.GetFactTemplate()->IsBackwardChaining())
         Raise(SBackChainFuncallPatterns, pattern.GetName());
       const Ref<IFunCall> call = CompileCall(*test.GetSlotValue()->GetAsFunCall(), fact_index);
-      if (join == nullptr || ReachesBeyond(*call, pattern_index)) {
+      if (join == nullptr || ReachesBeyond(*call, fact_index)) {
         node.AddTest(test.GetSlotTestType(), NewFunCallValue(call));
       }
     }

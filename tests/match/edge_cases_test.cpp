@@ -164,5 +164,13 @@ TEST_F(MatchEdgeCasesTest, AFailingHandlerOfOneActivationSparesTheOthers) {
   }
 }
 
+// A test element takes no place in a match: the call behind it is the pattern's own all the same.
+TEST_F(MatchEdgeCasesTest, ACallBehindATestElementDecidesBeforeTheLongestSpan) {
+  Load(R"((deffunction pick () b)
+          (defrule r (test (eq b b)) (w $? ~=(pick) $?) =>)
+          (assert (w a b)))");
+  EXPECT_EQ(engine.GetAgendaCount(), 1);
+}
+
 }  // namespace
 }  // namespace reasoner
