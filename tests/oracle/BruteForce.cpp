@@ -20,78 +20,6 @@ const TValue* Find(const TEnvironment& environment, const std::string& variable)
   return nullptr;
 }
 
-TValue Evaluate(const TTerm& term, const TEnvironment& own, const TEnvironment& before);
-
-TValue Evaluate(const TCall& call, const TEnvironment& own, const TEnvironment& before) {
-  std::vector<TValue> values;
-  for (const TTerm& term : call.terms) values.push_back(Evaluate(term, own, before));
-  static const TValue kTrue = TValue::Single("TRUE");
-  static const TValue kFalse = TValue::Single("FALSE");
-  const auto is_true = [](const TValue& value) { return !(value == kFalse); };
-  if (call.function == "pick") return TValue::Single(values[0] == values[1] ? "a" : "b");
-  bool result = false;
-  if (call.function == "eq") {
-    result = std::all_of(values.begin() + 1, values.end(),
-                         [&](const TValue& value) { return value == values[0]; });
-  } else if (call.function == "neq") {
-    result = std::none_of(values.begin() + 1, values.end(),
-                          [&](const TValue& value) { return value == values[0]; });
-  } else if (call.function == "not") {
-    result = !is_true(values[0]);
-  } else if (call.function == "and") {
-    result = std::all_of(values.begin(), values.end(), is_true);
-  } else if (call.function == "or") {
-    result = std::any_of(values.begin(), values.end(), is_true);
-  } else {
-    throw std::logic_error("the reading knows no " + call.function);
-  }
-  return result ? kTrue : kFalse;
-}
-
-TValue Evaluate(const TTerm& term, const TEnvironment& own, const TEnvironment& before) {
-  if (term.call) return Evaluate(*term.call, own, before);
-  if (!term.IsVariable()) return TValue::Single(term.text);
-  if (const TValue* value = Find(before, term.text)) return *value;
-  if (const TValue* value = Find(own, term.text)) return *value;
-  throw std::logic_error("the reading knows no " + term.text);
-}
-
-bool Holds(const TConstraint& constraint, const TValue& value, const TEnvironment& own,
-           const TEnvironment& before) {
-  bool holds = false;
-  switch (constraint.kind) {
-    case TConstraint::kLiteral:
-      holds = value == TValue::Single(constraint.text);
-      break;
-    case TConstraint::kVariable:
-      holds = value == Evaluate(TTerm{constraint.text, nullptr}, own, before);
-      break;
-    case TConstraint::kPredicate:
-      holds = !(Evaluate(*constraint.call, own, before) == TValue::Single("FALSE"));
-      break;
-    case TConstraint::kEquation:
-      holds = value == Evaluate(*constraint.call, own, before);
-      break;
-  }
-  return holds != constraint.negated;
-}
-
-// `&` binds tighter than `|`. A leading variable that the field binds stands before all
-// alternatives.
-bool Holds(const TField& field, bool leads, const TValue& value, const TEnvironment& own,
-           const TEnvironment& before) {
-  bool any = false;
-  bool all = true;
-  for (std::size_t i = leads ? 1 : 0; i < field.constraints.size(); ++i) {
-    if (field.constraints[i].behind_bar && i > (leads ? 1u : 0u)) {
-      any = any || all;
-      all = true;
-    }
-    all = all && Holds(field.constraints[i], value, own, before);
-  }
-  return any || all;
-}
-
 bool Names(const TCall& call, const std::function<bool(const std::string&)>& is_wanted) {
   return std::any_of(call.terms.begin(), call.terms.end(), [&](const TTerm& term) {
     return term.call ? Names(*term.call, is_wanted) : term.IsVariable() && is_wanted(term.text);
@@ -127,11 +55,19 @@ void Split(const std::vector<std::string>& items, const std::vector<TField>& fie
   }
   for (std::size_t end = items.size() + 1; end-- > item;) {
     places.push_back(
-        TValue{true, std::vector<std::string>(items.begin() + static_cast<std::ptrdiff_t>(item),
-                                              items.begin() + static_cast<std::ptrdiff_t>(end))});
+        TValue{true,
+               std::vector<std::string>(items.begin() + static_cast<std::ptrdiff_t>(item),
+                                        items.begin() + static_cast<std::ptrdiff_t>(end)),
+               nullptr});
     Split(items, fields, end, places, take);
     places.pop_back();
   }
+}
+
+TValue LiteralFor(const TConstraint& constraint, const TValue& value) {
+  TValue literal = TValue::Single(constraint.text);
+  if (value.shape) literal.shape = ShapeOf(constraint.text);
+  return literal;
 }
 
 template <class TPlaces>
@@ -142,23 +78,111 @@ auto FindPlace(const TPlaces& places, const std::string& variable) {
 
 }  // namespace
 
+// Fuzzy values are equal where they overlap enough, and never equal to anything else.
+bool BruteForce::Agree(const TValue& a, const TValue& b) const {
+  if (!a.shape && !b.shape) return a == b;
+  return a.shape && b.shape && Possibility(*a.shape, *b.shape) > equals_threshold_;
+}
+
+TValue BruteForce::Evaluate(const TCall& call, const TEnvironment& own,
+                            const TEnvironment& before) const {
+  std::vector<TValue> values;
+  for (const TTerm& term : call.terms) values.push_back(Evaluate(term, own, before));
+  static const TValue kTrue = TValue::Single("TRUE");
+  static const TValue kFalse = TValue::Single("FALSE");
+  const auto is_true = [](const TValue& value) { return !(value == kFalse); };
+  const auto is_like_first = [&](const TValue& value) { return Agree(values[0], value); };
+  if (call.function == "pick") return TValue::Single(is_like_first(values[1]) ? "a" : "b");
+  bool result = false;
+  if (call.function == "eq") {
+    result = std::all_of(values.begin() + 1, values.end(), is_like_first);
+  } else if (call.function == "neq") {
+    result = std::none_of(values.begin() + 1, values.end(), is_like_first);
+  } else if (call.function == "not") {
+    result = !is_true(values[0]);
+  } else if (call.function == "and") {
+    result = std::all_of(values.begin(), values.end(), is_true);
+  } else if (call.function == "or") {
+    result = std::any_of(values.begin(), values.end(), is_true);
+  } else {
+    throw std::logic_error("the reading knows no " + call.function);
+  }
+  return result ? kTrue : kFalse;
+}
+
+TValue BruteForce::Evaluate(const TTerm& term, const TEnvironment& own,
+                            const TEnvironment& before) const {
+  if (term.call) return Evaluate(*term.call, own, before);
+  if (!term.IsVariable()) return TValue::Single(term.text);
+  if (const TValue* value = Find(before, term.text)) return *value;
+  if (const TValue* value = Find(own, term.text)) return *value;
+  throw std::logic_error("the reading knows no " + term.text);
+}
+
+bool BruteForce::Holds(const TConstraint& constraint, const TValue& value, const TEnvironment& own,
+                       const TEnvironment& before) const {
+  bool holds = false;
+  switch (constraint.kind) {
+    case TConstraint::kLiteral:
+      holds = Agree(value, LiteralFor(constraint, value));
+      break;
+    case TConstraint::kVariable:
+      holds = Agree(value, Evaluate(TTerm{constraint.text, nullptr}, own, before));
+      break;
+    case TConstraint::kPredicate:
+      holds = !(Evaluate(*constraint.call, own, before) == TValue::Single("FALSE"));
+      break;
+    case TConstraint::kEquation:
+      holds = Agree(value, Evaluate(*constraint.call, own, before));
+      break;
+  }
+  return holds != constraint.negated;
+}
+
+// `&` binds tighter than `|`. A leading variable that the field binds stands before all
+// alternatives.
+bool BruteForce::Holds(const TField& field, bool leads, const TValue& value,
+                       const TEnvironment& own, const TEnvironment& before) const {
+  bool any = false;
+  bool all = true;
+  for (std::size_t i = leads ? 1 : 0; i < field.constraints.size(); ++i) {
+    if (field.constraints[i].behind_bar && i > (leads ? 1u : 0u)) {
+      any = any || all;
+      all = true;
+    }
+    all = all && Holds(field.constraints[i], value, own, before);
+  }
+  return any || all;
+}
+
+// A test of the pattern's own: where it compares fuzzy values, the match is as strong as the test
+// is true at the most.
+bool BruteForce::Compares(const TValue& a, const TValue& b, bool negated, double& strength) const {
+  if (Agree(a, b) == negated) return false;
+  if (!a.shape && !b.shape) return true;
+  const double degree = a.shape && b.shape ? Possibility(*a.shape, *b.shape) : 0;
+  const double truth = negated ? 1 - degree : degree;
+  if (strength <= truth) return true;
+  strength = truth;
+  return least_strength_ <= truth;
+}
+
 BruteForce::TReading BruteForce::Read(const TElement& element, const std::vector<TPlace>& earlier,
                                       std::int32_t fact_index) {
   TReading reading;
   reading.element = &element;
   reading.earlier = earlier;
   if (element.is_test) return reading;
-  if (!element.bound.empty()) reading.own.push_back({element.bound, fact_index, -1, -1});
+  if (!element.bound.empty()) reading.own.push_back({element.bound, fact_index, -1, -1, false});
   std::vector<std::string> order;  // of the earlier variables that stand for themselves
   for (std::size_t s = 0; s < element.slots.size(); ++s) {
-    const bool is_multi =
-        Templates()[static_cast<std::size_t>(element.fact_template)].slots[s].is_multi;
+    const TSlotText& slot = Templates()[static_cast<std::size_t>(element.fact_template)].slots[s];
     for (std::size_t f = 0; f < element.slots[s].fields.size(); ++f) {
       const TField& field = element.slots[s].fields[f];
       for (const TConstraint& constraint : field.constraints) {
         if (constraint.kind != TConstraint::kVariable) continue;
         const TPlace place{constraint.text, fact_index, static_cast<std::int32_t>(s),
-                           is_multi ? static_cast<std::int32_t>(f) : -1};
+                           slot.is_multi ? static_cast<std::int32_t>(f) : -1, slot.is_fuzzy};
         if (FindPlace(earlier, constraint.text) == earlier.end()) {
           if (!constraint.negated && FindPlace(reading.own, constraint.text) == reading.own.end())
             reading.own.push_back(place);
@@ -177,7 +201,7 @@ BruteForce::TReading BruteForce::Read(const TElement& element, const std::vector
       const auto right = FindPlace(reading.bases, variable);
       const auto left = FindPlace(earlier, variable);
       if (!reading.hash_right.variable.empty() || right == reading.bases.end() || left->slot < 0 ||
-          whole != (right->field < 0 && left->field < 0)) {
+          right->is_fuzzy || left->is_fuzzy || whole != (right->field < 0 && left->field < 0)) {
         continue;
       }
       reading.hash_right = *right;
@@ -187,7 +211,10 @@ BruteForce::TReading BruteForce::Read(const TElement& element, const std::vector
   return reading;
 }
 
-BruteForce::BruteForce(const TRuleText& rule, bool textbook) : textbook_(textbook) {
+BruteForce::BruteForce(const TRuleText& rule, const TProgram& program, bool textbook)
+    : equals_threshold_(program.equals_threshold),
+      least_strength_(program.least_strength),
+      textbook_(textbook) {
   std::vector<TPlace> bound;
   std::int32_t fact_index = 0;
   const TElement& first = rule.elements.front();
@@ -197,6 +224,7 @@ BruteForce::BruteForce(const TRuleText& rule, bool textbook) : textbook_(textboo
     readings_.push_back(Read(element, bound, fact_index));
     if (element.is_test) continue;
     ++fact_index;
+    tests_fuzzy_ = tests_fuzzy_ || element.fact_template == kFuzzyTemplate;
     deep_negation_ = deep_negation_ || element.negations > 1;
     if (element.negations > 0) continue;
     for (const TPlace& place : readings_.back().own) {
@@ -216,50 +244,84 @@ bool BruteForce::Leads(const TReading& reading, std::size_t slot, std::size_t fi
          std::max(place->field, 0) == static_cast<std::int32_t>(field);
 }
 
-// What the pattern says by itself.
-bool BruteForce::PassesAlone(const TReading& reading, const TView& view) {
+bool BruteForce::IsLocal(const TReading& reading, const TConstraint& constraint) {
   const auto is_earlier = [&](const std::string& variable) {
     return FindPlace(reading.earlier, variable) != reading.earlier.end();
   };
-  const auto is_local = [&](const TConstraint& constraint) {
-    return constraint.kind == TConstraint::kVariable
-               ? !is_earlier(constraint.text)
-               : !constraint.call || !Names(*constraint.call, is_earlier);
-  };
+  return constraint.kind == TConstraint::kVariable
+             ? !is_earlier(constraint.text)
+             : !constraint.call || !Names(*constraint.call, is_earlier);
+}
+
+// The place of the pattern that stands for the variable where it is compared.
+const TValue* BruteForce::BaseOf(const TReading& reading, const std::string& variable,
+                                 const TView& view) {
+  for (const std::vector<TPlace>* places : {&reading.bases, &reading.own}) {
+    const auto place = FindPlace(*places, variable);
+    if (place == places->end() || place->slot < 0) continue;
+    return &view.places[static_cast<std::size_t>(place->slot)]
+                       [static_cast<std::size_t>(std::max(place->field, 0))];
+  }
+  return nullptr;
+}
+
+// What the pattern says by itself.
+bool BruteForce::PassesAlone(const TReading& reading, TView& view) const {
   for (std::size_t s = 0; s < view.places.size(); ++s) {
     for (std::size_t f = 0; f < view.places[s].size(); ++f) {
       const TField& field = reading.element->slots[s].fields[f];
       const TValue& value = view.places[s][f];
       if (field.HasBar()) {
-        if (std::all_of(field.constraints.begin(), field.constraints.end(), is_local) &&
+        if (std::all_of(field.constraints.begin(), field.constraints.end(),
+                        [&](const auto& constraint) { return IsLocal(reading, constraint); }) &&
             !Holds(field, Leads(reading, s, f), value, view.bindings, {}))
           return false;
         continue;
       }
+      std::vector<std::string> in_place;  // the variables that have their base here
       for (const TConstraint& constraint : field.constraints) {
-        if (is_local(constraint)) {
-          if (!Holds(constraint, value, view.bindings, {})) return false;
-          continue;
+        if (constraint.kind == TConstraint::kVariable) {
+          const TValue* base = BaseOf(reading, constraint.text, view);
+          if (base == nullptr) continue;
+          // Named again in its own place a fuzzy value is as equal to itself as it is high.
+          if (base == &value && !constraint.negated &&
+              std::find(in_place.begin(), in_place.end(), constraint.text) == in_place.end()) {
+            in_place.push_back(constraint.text);
+            continue;
+          }
+          if (!Compares(*base, value, constraint.negated, view.strength)) return false;
+        } else if (constraint.kind == TConstraint::kLiteral) {
+          if (!Compares(value, LiteralFor(constraint, value), constraint.negated, view.strength))
+            return false;
+        } else if (IsLocal(reading, constraint) && !Holds(constraint, value, view.bindings, {})) {
+          return false;
         }
-        if (constraint.kind != TConstraint::kVariable) continue;
-        const auto base = FindPlace(reading.bases, constraint.text);
-        if (base == reading.bases.end()) continue;
-        const TValue& compared = view.places[static_cast<std::size_t>(base->slot)]
-                                            [static_cast<std::size_t>(std::max(base->field, 0))];
-        const bool is_base = &compared == &value && !constraint.negated;
-        if (!is_base && (compared == value) == constraint.negated) return false;
       }
     }
   }
   return true;
 }
 
-bool BruteForce::Passes(const TReading& reading, const TView& view, const TEnvironment& before) {
+// What the pattern says of the facts before it. Equality of fuzzy values does not carry over: only
+// one place of a variable is compared with the earlier one, the others are compared with this one.
+bool BruteForce::Passes(const TReading& reading, const TView& view,
+                        const TEnvironment& before) const {
   for (std::size_t s = 0; s < view.places.size(); ++s) {
     for (std::size_t f = 0; f < view.places[s].size(); ++f) {
-      if (!Holds(reading.element->slots[s].fields[f], Leads(reading, s, f), view.places[s][f],
-                 view.bindings, before))
-        return false;
+      const TField& field = reading.element->slots[s].fields[f];
+      const TValue& value = view.places[s][f];
+      if (field.HasBar()) {
+        if (!Holds(field, Leads(reading, s, f), value, view.bindings, before)) return false;
+        continue;
+      }
+      for (const TConstraint& constraint : field.constraints) {
+        if (IsLocal(reading, constraint)) continue;
+        if (constraint.kind == TConstraint::kVariable) {
+          const TValue* base = BaseOf(reading, constraint.text, view);
+          if (base != nullptr && (base != &value || constraint.negated)) continue;
+        }
+        if (!Holds(constraint, value, view.bindings, before)) return false;
+      }
     }
   }
   return true;
@@ -278,6 +340,7 @@ std::vector<BruteForce::TView> BruteForce::Entries(const TReading& reading, cons
     view.places.resize(element.slots.size());
     const auto take = [&] {
       view.bindings.clear();
+      view.strength = 1;
       for (const TPlace& place : reading.own) {
         view.bindings.emplace_back(
             place.variable, place.slot < 0
@@ -300,7 +363,10 @@ std::vector<BruteForce::TView> BruteForce::Entries(const TReading& reading, cons
     };
     const std::function<void(std::size_t)> fill = [&](std::size_t slot) {
       if (slot == element.slots.size()) return take();
-      if (element.slots[slot].is_tested) {
+      if (const TSharedShape shape = fact->ShapeIn(slot); shape && element.slots[slot].is_tested) {
+        view.places[slot] = {TValue{false, fact->values[slot], shape}};
+        fill(slot + 1);
+      } else if (element.slots[slot].is_tested) {
         Split(fact->values[slot], element.slots[slot].fields, 0, view.places[slot],
               [&] { fill(slot + 1); });
       } else {
@@ -360,6 +426,7 @@ std::vector<BruteForce::TToken> BruteForce::Join(const TReading& reading,
       TToken pair = token;
       pair.ids.push_back(view.fact->id);
       pair.came = std::max(pair.came, view.fact->born);
+      pair.strength = std::min(pair.strength, view.strength);
       pair.bindings.insert(pair.bindings.end(), view.bindings.begin(), view.bindings.end());
       joined.push_back(std::move(pair));
       if (reading.element->unique && textbook_) break;
@@ -370,12 +437,29 @@ std::vector<BruteForce::TToken> BruteForce::Join(const TReading& reading,
 
 std::vector<BruteForce::TToken> BruteForce::Negate(const TReading& reading,
                                                    const std::vector<TToken>& tokens,
-                                                   const std::vector<TView>& right) const {
+                                                   const std::vector<TKnownFact>& history,
+                                                   std::int64_t rule_added) const {
+  TAlive known;
+  for (const TKnownFact& fact : history) known.push_back(&fact);
+  const std::vector<TView> right = Entries(reading, known);
   std::vector<TToken> passed;
-  for (const TToken& token : LeftMemory(reading, tokens, true)) {
-    if (std::none_of(right.begin(), right.end(),
-                     [&](const TView& view) { return Passes(reading, view, token.bindings); }))
-      passed.push_back(token);
+  for (TToken token : LeftMemory(reading, tokens, true)) {
+    bool is_blocked = false;
+    const std::int64_t came = std::max(token.came, rule_added);
+    std::int64_t unblocked = came;
+    double most = 1;
+    for (const TView& view : right) {
+      if (view.fact->died < unblocked || !Passes(reading, view, token.bindings)) continue;
+      is_blocked = is_blocked || view.fact->died == TKnownFact::kAlive;
+      most = view.strength;
+      // One fact let the token come and unblocked it: either may have been first.
+      if (view.fact->died == came && most < 1) most = TReadMatch::kAnyStrength;
+      unblocked = view.fact->died;
+    }
+    if (is_blocked) continue;
+    token.came = unblocked;
+    token.strength = std::min(token.strength, most);
+    passed.push_back(std::move(token));
   }
   for (std::int32_t level = 1; level < reading.element->negations; ++level) {
     std::vector<TToken> next;
@@ -390,12 +474,15 @@ std::vector<BruteForce::TToken> BruteForce::Negate(const TReading& reading,
     }
     passed = std::move(next);
   }
-  for (TToken& token : passed) token.ids.push_back(-1);
+  for (TToken& token : passed) {
+    token.ids.push_back(-1);
+    if (reading.element->negations > 1 && tests_fuzzy_) token.strength = TReadMatch::kAnyStrength;
+  }
   return passed;
 }
 
-std::vector<std::string> BruteForce::Matches(const std::vector<TKnownFact>& history,
-                                             std::int64_t rule_added) const {
+std::vector<TReadMatch> BruteForce::Matches(const std::vector<TKnownFact>& history,
+                                            std::int64_t rule_added) const {
   TAlive alive;
   for (const TKnownFact& fact : history) {
     if (fact.died == TKnownFact::kAlive) alive.push_back(&fact);
@@ -403,7 +490,7 @@ std::vector<std::string> BruteForce::Matches(const std::vector<TKnownFact>& hist
   std::vector<TToken> tokens;
   if (starts_with_initial_) {
     for (const TKnownFact* fact : alive) {
-      if (fact->fact_template == -1) tokens.push_back(TToken{{fact->id}, fact->born, {}, 0});
+      if (fact->fact_template == -1) tokens.push_back(TToken{{fact->id}, fact->born, {}, 1, 0});
     }
   }
   for (std::size_t i = 0; i < readings_.size(); ++i) {
@@ -415,23 +502,24 @@ std::vector<std::string> BruteForce::Matches(const std::vector<TKnownFact>& hist
         return is_false == (element.negations == 0);
       });
     } else if (element.negations > 0) {
-      tokens = Negate(reading, tokens, Entries(reading, alive));
+      tokens = Negate(reading, tokens, history, rule_added);
     } else if (i == 0) {
       // No memory stands before the first join: every expansion goes on.
       for (const TView& view : Entries(reading, alive, false))
-        tokens.push_back(TToken{{view.fact->id}, view.fact->born, view.bindings, 0});
+        tokens.push_back(TToken{{view.fact->id}, view.fact->born, view.bindings, view.strength, 0});
     } else {
       tokens = Join(reading, tokens, history, rule_added);
     }
   }
-  std::vector<std::string> matches;
-  for (const TToken& token : tokens) {
+  std::vector<TReadMatch> matches;
+  for (TToken& token : tokens) {
     std::string text;
     for (const std::int32_t id : token.ids) text += " f-" + std::to_string(id);
     for (const auto& [name, value] : token.bindings) text += " " + name + "=" + value.ToString();
-    matches.push_back(std::move(text));
+    matches.push_back(TReadMatch{std::move(text), token.strength, std::move(token.bindings)});
   }
-  std::sort(matches.begin(), matches.end());
+  std::sort(matches.begin(), matches.end(),
+            [](const TReadMatch& a, const TReadMatch& b) { return a.text < b.text; });
   return matches;
 }
 

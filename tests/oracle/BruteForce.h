@@ -10,6 +10,9 @@
 // - a unique pattern gives a new left token its first partner only, but each new right token to all
 //   left tokens: when facts came and went is part of the reading
 //
+// In both semantics the strength of what a negation lets through is history, too: when its last
+// blocker goes, that blocker's strength is the most that is left.
+//
 // What the generator leaves out, or the comparison allows, because more of the network's history
 // would have to be modelled:
 // - in the engine's own semantics: a first pattern with `$?` directly before a negated one, or
@@ -17,7 +20,12 @@
 //   or on a template that came before in the rule
 // - a match that has fired and, in the midst of one token, goes and comes back at a negation of
 //   several levels: it may stand on the agenda again
-// - goals, function calls that raise or change their mind, fuzzy values
+// - strengths behind a negation of several levels, and where a blocker of one negation goes at the
+//   same moment as one of the next
+// - fuzzy values that are nowhere above the threshold: such a value is equal to none, but a cell is
+//   equal to itself
+// - goals, function calls that raise or change their mind, lists of fuzzy values, operations on
+//   fuzzy sets whose result is not made of straight lines
 // - ids from 101 on: buckets by fact id would show in the order of partners
 // - the order of activations made by one token (each one's place on the agenda is checked)
 
@@ -38,20 +46,35 @@ struct TKnownFact {
   static constexpr std::int64_t kAlive = std::numeric_limits<std::int64_t>::max();
 
   std::int32_t id = 0;
-  std::int32_t fact_template = 0;  // -1 for the initial fact
-  std::vector<std::vector<std::string>> values;
+  std::int32_t fact_template = 0;                // -1 for the initial fact
+  std::vector<std::vector<std::string>> values;  // of fuzzy slots only a name of the place
+  std::vector<TSharedShape> shapes;              // of the fuzzy slots; may be empty without any
   std::int64_t born = 0;
   std::int64_t died = kAlive;
+
+  TSharedShape ShapeIn(std::size_t slot) const {
+    return slot < shapes.size() ? shapes[slot] : nullptr;
+  }
+};
+
+// What a rule is matched by.
+struct TReadMatch {
+  // Not worked out: see above.
+  static constexpr double kAnyStrength = -1;
+
+  std::string text;  // the ids, -1 for what is not there, and the variables with their values
+  double strength = 1;
+  std::vector<std::pair<std::string, TValue>> bindings;
 };
 
 class BruteForce {
  public:
-  BruteForce(const TRuleText& rule, bool textbook);
+  // The program's settings are read, not its rules.
+  BruteForce(const TRuleText& rule, const TProgram& program, bool textbook);
 
-  // The matches of the facts that are alive, each as text: the ids, -1 for what is not there, and
-  // the variables with their values.
-  std::vector<std::string> Matches(const std::vector<TKnownFact>& history,
-                                   std::int64_t rule_added) const;
+  // The matches of the facts that are alive, ordered by their texts.
+  std::vector<TReadMatch> Matches(const std::vector<TKnownFact>& history,
+                                  std::int64_t rule_added) const;
   bool HasDeepNegation() const { return deep_negation_; }
   // The variables that actions see.
   const std::vector<std::string>& GetVariables() const { return variables_; }
@@ -64,6 +87,7 @@ class BruteForce {
     std::int32_t fact_index = 0;
     std::int32_t slot = -1;   // -1 for the fact itself
     std::int32_t field = -1;  // -1 for a slot as a whole
+    bool is_fuzzy = false;
   };
   // An element with what is bound before it and in it.
   struct TReading {
@@ -78,11 +102,13 @@ class BruteForce {
     const TKnownFact* fact = nullptr;
     std::vector<std::vector<TValue>> places;
     TEnvironment bindings;
+    double strength = 1;
   };
   struct TToken {
     std::vector<std::int32_t> ids;
     std::int64_t came = 0;
     TEnvironment bindings;
+    double strength = 1;
     std::int32_t bucket = 0;
   };
   using TAlive = std::vector<const TKnownFact*>;
@@ -92,17 +118,32 @@ class BruteForce {
   std::vector<TView> Entries(const TReading& reading, const TAlive& facts,
                              bool in_memory = true) const;
   static bool Leads(const TReading& reading, std::size_t slot, std::size_t field);
-  static bool PassesAlone(const TReading& reading, const TView& view);
-  static bool Passes(const TReading& reading, const TView& view, const TEnvironment& before);
+  bool Agree(const TValue& a, const TValue& b) const;
+  TValue Evaluate(const TTerm& term, const TEnvironment& own, const TEnvironment& before) const;
+  TValue Evaluate(const TCall& call, const TEnvironment& own, const TEnvironment& before) const;
+  bool Holds(const TConstraint& constraint, const TValue& value, const TEnvironment& own,
+             const TEnvironment& before) const;
+  bool Holds(const TField& field, bool leads, const TValue& value, const TEnvironment& own,
+             const TEnvironment& before) const;
+  bool Compares(const TValue& a, const TValue& b, bool negated, double& strength) const;
+  static bool IsLocal(const TReading& reading, const TConstraint& constraint);
+  static const TValue* BaseOf(const TReading& reading, const std::string& variable,
+                              const TView& view);
+  // Gives the view its strength.
+  bool PassesAlone(const TReading& reading, TView& view) const;
+  bool Passes(const TReading& reading, const TView& view, const TEnvironment& before) const;
   std::vector<TToken> LeftMemory(const TReading& reading, const std::vector<TToken>& tokens,
                                  bool first_level) const;
   std::vector<TToken> Join(const TReading& reading, const std::vector<TToken>& left,
                            const std::vector<TKnownFact>& history, std::int64_t rule_added) const;
   std::vector<TToken> Negate(const TReading& reading, const std::vector<TToken>& tokens,
-                             const std::vector<TView>& right) const;
+                             const std::vector<TKnownFact>& history, std::int64_t rule_added) const;
 
+  double equals_threshold_;
+  double least_strength_;
   bool textbook_;
   bool deep_negation_ = false;
+  bool tests_fuzzy_ = false;
   bool starts_with_initial_ = false;
   std::vector<TReading> readings_;
   std::vector<std::string> variables_;

@@ -29,6 +29,12 @@ class TRandom {
 // "ea" and "a" share a bucket and are different values. All are atoms, so that no comparison
 // raises.
 const std::vector<std::string> kValues = {"a", "b", "c", "ea"};
+const std::vector<std::string> kWords = {
+    "cold", "mild", "hot",          "dull",          "low",          "high",     "medium", "1",
+    "3",    "6",    "cold or mild", "mild and high", "low and high", "not mild", "not 3"};
+
+// The variables that are bound in fuzzy slots only, so that none of these values gets elsewhere.
+bool IsFuzzyName(const std::string& variable) { return variable == "?d" || variable == "?e"; }
 
 // Whether the variables of a rule are bound where they are named.
 bool IsWellFormed(const TRuleText& rule);
@@ -39,6 +45,12 @@ class TGenerator {
 
   TProgram Program() {
     TProgram program;
+    fuzzy_ = random_.Percent(50);
+    if (fuzzy_) {
+      if (random_.Percent(30)) program.equals_threshold = 0.2811;
+      if (random_.Percent(30)) program.least_strength = 0.4139;
+      program.by_product = random_.Percent(50);
+    }
     const std::uint32_t rules = 1 + random_.Below(6);
     for (std::uint32_t i = 0; i < rules; ++i) {
       const TRuleText* like =
@@ -92,9 +104,15 @@ class TGenerator {
     } else {
       operation.kind = TOperation::kStep;
     }
-    operation.fact_template = static_cast<std::int32_t>(random_.Below(5));
+    operation.fact_template = FactTemplate();
     operation.values = Values(operation.fact_template);
+    if (fuzzy_) operation.words = random_.Pick(kWords);
     return operation;
+  }
+
+  std::int32_t FactTemplate() {
+    if (fuzzy_ && random_.Percent(40)) return kFuzzyTemplate;
+    return static_cast<std::int32_t>(random_.Below(kFuzzyTemplate));
   }
 
   std::vector<std::vector<std::string>> Values(std::int32_t fact_template) {
@@ -102,12 +120,13 @@ class TGenerator {
     for (const TSlotText& slot : Templates()[static_cast<std::size_t>(fact_template)].slots) {
       const std::uint32_t count = slot.is_multi ? random_.Below(4) : 1;
       values.emplace_back();
-      for (std::uint32_t i = 0; i < count; ++i) values.back().push_back(Literal());
+      for (std::uint32_t i = 0; i < count; ++i) values.back().push_back(Literal(slot.is_fuzzy));
     }
     return values;
   }
 
-  std::string Literal() {
+  std::string Literal(bool in_fuzzy_slot = false) {
+    if (in_fuzzy_slot) return random_.Pick(kWords);
     return kValues[random_.Percent(75) ? random_.Below(2) : random_.Below(4)];
   }
 
@@ -149,7 +168,7 @@ class TGenerator {
     std::erase_if(scope.variables, [](const std::string& name) { return name[0] == '$'; });
     if (!places.empty()) {
       random_.Pick(places)->text =
-          scope.variables.empty() ? Variable(false) : random_.Pick(scope.variables);
+          scope.variables.empty() ? Variable({}, false, false) : random_.Pick(scope.variables);
     }
     return IsWellFormed(rule) ? rule : Rule(number, nullptr);
   }
@@ -191,7 +210,7 @@ class TGenerator {
       element.unique = true;
     }
     if (element.negations == 0 && random_.Percent(25)) element.bound = "?f" + std::to_string(index);
-    element.fact_template = static_cast<std::int32_t>(random_.Below(5));
+    element.fact_template = FactTemplate();
     // What the pattern may name: what is bound before, and what it binds itself.
     TScope here = scope;
     const TTemplateText& described = Templates()[static_cast<std::size_t>(element.fact_template)];
@@ -201,69 +220,76 @@ class TGenerator {
       if (tested.is_tested) {
         const std::uint32_t fields = slot.is_multi ? random_.Below(4) : 1;
         for (std::uint32_t i = 0; i < fields; ++i)
-          tested.fields.push_back(Field(here, slot.is_multi && random_.Percent(35)));
+          tested.fields.push_back(Field(here, slot.is_multi && random_.Percent(35), slot.is_fuzzy));
       }
       element.slots.push_back(std::move(tested));
     }
     return element;
   }
 
-  std::string Variable(bool is_span) {
+  std::string Variable(const TScope& here, bool is_span, bool in_fuzzy_slot) {
     static const char* const kSingle[] = {"?x", "?x", "?y", "?z"};
+    static const char* const kFuzzy[] = {"?d", "?d", "?e"};
     static const char* const kSpan[] = {"$?m", "$?n"};
-    return is_span ? random_.Pick(kSpan) : random_.Pick(kSingle);
+    if (is_span) return random_.Pick(kSpan);
+    if (fuzzy_ && random_.Percent(10)) {
+      // A variable that may have been bound in a slot of the other kind.
+      const std::string any = here.variables.empty() ? "$" : random_.Pick(here.variables);
+      if (any[0] == '?') return any;
+    }
+    return in_fuzzy_slot ? random_.Pick(kFuzzy) : random_.Pick(kSingle);
   }
 
-  TConstraint VariableConstraint(TScope& here, bool is_span) {
+  TConstraint VariableConstraint(TScope& here, bool is_span, bool in_fuzzy_slot) {
     TConstraint constraint;
     constraint.kind = TConstraint::kVariable;
-    constraint.text = Variable(is_span);
+    constraint.text = Variable(here, is_span, in_fuzzy_slot);
     constraint.negated = Has(here, constraint.text) && random_.Percent(35);
     if (!constraint.negated) Add(here, constraint.text);
     return constraint;
   }
 
-  TField Field(TScope& here, bool is_span) {
+  TField Field(TScope& here, bool is_span, bool in_fuzzy_slot) {
     TField field;
     field.is_span = is_span;
     if (random_.Percent(20)) return field;
     if (is_span) {
-      field.constraints.push_back(VariableConstraint(here, true));
+      field.constraints.push_back(VariableConstraint(here, true, false));
       field.constraints.back().negated = false;
       Add(here, field.constraints.back().text);
-      if (random_.Percent(15)) field.constraints.push_back(VariableConstraint(here, true));
+      if (random_.Percent(15)) field.constraints.push_back(VariableConstraint(here, true, false));
       return field;
     }
     const std::uint32_t shape = random_.Below(100);
-    if (shape < 25) {
-      field.constraints.push_back(LiteralConstraint());
+    if (shape < (in_fuzzy_slot ? 45 : 25)) {
+      field.constraints.push_back(LiteralConstraint(in_fuzzy_slot));
     } else if (shape < 65) {
-      field.constraints.push_back(VariableConstraint(here, false));
+      field.constraints.push_back(VariableConstraint(here, false, in_fuzzy_slot));
     } else {
       const std::uint32_t count = 2 + random_.Below(2);
       const bool bars = random_.Percent(40);
       for (std::uint32_t i = 0; i < count; ++i) {
-        field.constraints.push_back(Constraint(here));
+        field.constraints.push_back(Constraint(here, in_fuzzy_slot));
         field.constraints.back().behind_bar = i > 0 && bars && random_.Percent(60);
       }
     }
     return field;
   }
 
-  TConstraint LiteralConstraint() {
+  TConstraint LiteralConstraint(bool in_fuzzy_slot) {
     TConstraint constraint;
-    constraint.text = Literal();
+    constraint.text = Literal(in_fuzzy_slot);
     constraint.negated = random_.Percent(30);
     return constraint;
   }
 
-  TConstraint Constraint(TScope& here) {
+  TConstraint Constraint(TScope& here, bool in_fuzzy_slot) {
     const std::uint32_t choice = random_.Below(100);
-    if (choice < 40) return VariableConstraint(here, false);
-    if (choice < 65 || here.variables.empty()) return LiteralConstraint();
+    if (choice < 40) return VariableConstraint(here, false, in_fuzzy_slot);
+    if (choice < 65 || here.variables.empty()) return LiteralConstraint(in_fuzzy_slot);
     TConstraint constraint;
     constraint.negated = random_.Percent(25);
-    if (choice < 85) {
+    if (choice < 85 || in_fuzzy_slot) {
       constraint.kind = TConstraint::kPredicate;
       constraint.call = std::make_shared<TCall>(Predicate(here, 0));
     } else {
@@ -299,16 +325,29 @@ class TGenerator {
       action.terms.push_back(TTerm{random_.Pick(scope.facts), nullptr});
       return action;
     }
-    for (std::uint32_t i = random_.Below(3); i > 0; --i) {
-      TTerm term = Term(scope);
-      if (term.text[0] == '$') term.text = Literal();
-      action.terms.push_back(std::move(term));
+    if (fuzzy_ && random_.Percent(50)) {
+      action.kind = TAction::kAssertFuzzy;
+      for (std::int32_t slot = 0; slot < 2; ++slot) {
+        const std::string variable = Variable({}, false, true);
+        action.terms.push_back(
+            TTerm{Has(scope, variable) && random_.Percent(50) ? variable : Literal(true), nullptr});
+      }
+      action.terms.push_back(CrispTerm(scope));
+      return action;
     }
+    for (std::uint32_t i = random_.Below(3); i > 0; --i) action.terms.push_back(CrispTerm(scope));
     return action;
+  }
+
+  TTerm CrispTerm(const TScope& scope) {
+    TTerm term = Term(scope);
+    if (term.text[0] == '$' || IsFuzzyName(term.text)) term.text = Literal();
+    return term;
   }
 
   TRandom random_;
   bool textbook_;
+  bool fuzzy_ = false;
 };
 
 bool HasSpan(const TElement& element) {
@@ -356,13 +395,19 @@ bool IsWellFormed(const TRuleText& rule) {
     std::vector<std::string> here = bound;
     if (!element.bound.empty()) here.push_back(element.bound);
     for (const bool binding : {true, false}) {
-      for (const TSlotPattern& slot : element.slots) {
-        for (const TField& field : slot.fields) {
+      for (std::size_t s = 0; s < element.slots.size(); ++s) {
+        const bool is_fuzzy =
+            Templates()[static_cast<std::size_t>(element.fact_template)].slots[s].is_fuzzy;
+        for (const TField& field : element.slots[s].fields) {
           for (const TConstraint& constraint : field.constraints) {
             if (constraint.call) {
               if (!binding && !NamesOnly(*constraint.call, here)) return false;
             } else if (constraint.kind == TConstraint::kVariable && binding) {
-              if (!constraint.negated) here.push_back(constraint.text);
+              if (constraint.negated) continue;
+              if (IsFuzzyName(constraint.text) != is_fuzzy &&
+                  std::find(here.begin(), here.end(), constraint.text) == here.end())
+                return false;
+              here.push_back(constraint.text);
             } else if (constraint.kind == TConstraint::kVariable && constraint.negated) {
               if (std::find(here.begin(), here.end(), constraint.text) == here.end()) return false;
             }

@@ -5,6 +5,7 @@
 namespace reasoner::oracle {
 
 std::string TValue::ToString() const {
+  if (shape) return "fuzzy";
   if (!is_list) return items.front();
   std::string text;
   for (const std::string& item : items) text += item + " ";
@@ -72,6 +73,12 @@ std::string TRuleText::ToString() const {
   for (const TElement& element : elements) result += "\n  " + element.ToString();
   result += "\n  =>";
   for (const TAction& action : actions) {
+    if (action.kind == TAction::kAssertFuzzy) {
+      std::vector<std::vector<std::string>> values;
+      for (const TTerm& term : action.terms) values.push_back({term.ToString()});
+      result += "\n  (assert " + FactText(kFuzzyTemplate, values) + ")";
+      continue;
+    }
     result += action.kind == TAction::kAssert ? "\n  (assert (o" : "\n  (retract";
     for (const TTerm& term : action.terms) result += " " + term.ToString();
     result += action.kind == TAction::kAssert ? "))" : ")";
@@ -81,11 +88,12 @@ std::string TRuleText::ToString() const {
 
 const std::vector<TTemplateText>& Templates() {
   static const std::vector<TTemplateText> kTemplates = {
-      {"o", true, -1, {{"__Data", true}}},
-      {"p", false, -1, {{"x", false}, {"y", false}}},
-      {"q", false, -1, {{"l", true}, {"x", false}}},
-      {"s", false, 1, {{"x", false}, {"y", false}, {"z", false}}},
-      {"w", true, -1, {{"__Data", true}}},
+      {"o", true, -1, {{"__Data", true, false}}},
+      {"p", false, -1, {{"x", false, false}, {"y", false, false}}},
+      {"q", false, -1, {{"l", true, false}, {"x", false, false}}},
+      {"s", false, 1, {{"x", false, false}, {"y", false, false}, {"z", false, false}}},
+      {"w", true, -1, {{"__Data", true, false}}},
+      {"v", false, -1, {{"d", false, true}, {"e", false, true}, {"x", false, false}}},
   };
   return kTemplates;
 }
@@ -102,6 +110,10 @@ std::string Preamble() {
   return "(deftemplate p (slot x) (slot y))\n"
          "(deftemplate q (multislot l) (slot x))\n"
          "(deftemplate s extends p (slot z))\n"
+         "(deftype t extends (type FUZZY) (range 0 8) (values\n"
+         "  (term cold ((0 1) (3 0))) (term mild (tri 1 4 7)) (term hot ((5 0) (8 1)))\n"
+         "  (term dull ((0 0.6) (2 0.6) (6 0.2)))))\n"
+         "(deftemplate v (slot d (type t)) (slot e (type t)) (slot x))\n"
          "(deffunction pick (?one ?other) (if (eq ?one ?other) then a else b))\n";
 }
 

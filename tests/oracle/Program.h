@@ -10,15 +10,21 @@
 #include <string>
 #include <vector>
 
+#include "tests/oracle/Shape.h"
+
 namespace reasoner::oracle {
 
-// An atom is its text, a span of a list its members.
+// An atom is its text, a span of a list its members, a fuzzy value the place that it comes from and
+// its shape.
 struct TValue {
   bool is_list = false;
   std::vector<std::string> items;
+  TSharedShape shape;
 
-  static TValue Single(std::string text) { return TValue{false, {std::move(text)}}; }
+  static TValue Single(std::string text) { return TValue{false, {std::move(text)}, nullptr}; }
+  // Fuzzy values differ in their text from place to place: they are told by their shapes.
   std::string ToString() const;
+  // The very same, which is more than what "eq" says of two fuzzy values.
   friend bool operator==(const TValue& a, const TValue& b) {
     return a.is_list == b.is_list && a.items == b.items;
   }
@@ -80,8 +86,8 @@ struct TElement {
 };
 
 struct TAction {
-  enum Kind : std::uint8_t { kAssert, kRetract } kind = kAssert;
-  std::vector<TTerm> terms;  // the fields of an ordered fact, or the bound fact
+  enum Kind : std::uint8_t { kAssert, kAssertFuzzy, kRetract } kind = kAssert;
+  std::vector<TTerm> terms;  // the fields of an ordered fact, of a fuzzy one, or the bound fact
 };
 
 struct TRuleText {
@@ -107,18 +113,23 @@ struct TOperation {
   } kind = kAssert;
   std::int32_t fact_template = 0;
   std::vector<std::vector<std::string>> values;  // a slot each
+  std::string words;                             // for a fuzzy slot that changes
   std::uint32_t target = 0;                      // chooses a fact or a slot, modulo their number
   std::uint32_t rule = 0;                        // an index of the program's rules
 };
 
 struct TProgram {
+  double equals_threshold = 0.01;
+  double least_strength = 0;
+  bool by_product = false;  // correlation
   std::vector<TRuleText> rules;
   std::vector<TOperation> operations;
 };
 
 struct TSlotText {
   std::string name;
-  bool is_multi;
+  bool is_multi = false;
+  bool is_fuzzy = false;
 };
 struct TTemplateText {
   std::string name;
@@ -126,7 +137,9 @@ struct TTemplateText {
   std::int32_t parent;           // -1 for none
   std::vector<TSlotText> slots;  // sorted by name
 };
+// The last one is the one with fuzzy slots.
 const std::vector<TTemplateText>& Templates();
+constexpr std::int32_t kFuzzyTemplate = 5;
 // Whether facts of the one template match patterns of the other.
 bool Descends(std::int32_t fact_template, std::int32_t ancestor);
 // The templates and functions that all programs share.

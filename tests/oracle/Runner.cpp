@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 #include <map>
 #include <optional>
@@ -22,6 +23,9 @@ class TDifference : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// The program came to what the reading does not model; what it did before agreed.
+struct TLeftOut {};
+
 class TRunner {
  public:
   TRunner(const TProgram& program, bool textbook) : program_(program), textbook_(textbook) {
@@ -32,6 +36,9 @@ class TRunner {
       Removed(index, activation);
     };
     engine_.SetTextbookSemantics(textbook);
+    engine_.SetFuzzyEqualsThreshold(static_cast<float>(program.equals_threshold));
+    engine_.SetMinActivationStrength(static_cast<float>(program.least_strength));
+    if (program.by_product) engine_.FuzzyCorrelationMethod = fcmProduct;
   }
 
   TOutcome Run() {
@@ -44,6 +51,7 @@ class TRunner {
         Compare();
       }
       Finish();
+    } catch (const TLeftOut&) {
     } catch (const std::exception& failure) {
       outcome.difference = failure.what();
     }
@@ -56,6 +64,7 @@ class TRunner {
     const TRuleText* text;
     BruteForce reading;
     std::int64_t added;
+    std::vector<TReadMatch> read;
     std::multiset<std::string> matches;
     std::multiset<std::string> fired;  // those of `matches` that are no longer on the agenda
   };
@@ -129,15 +138,44 @@ class TRunner {
   void EnterInitialFact() {
     facts_.clear();
     next_id_ = 0;
-    facts_.push_back(TKnownFact{next_id_++, -1, {}, ++clock_, TKnownFact::kAlive});
+    facts_.push_back(TKnownFact{next_id_++, -1, {}, {}, ++clock_, TKnownFact::kAlive});
     Update();
   }
 
   void Enter(std::int32_t fact_template, const std::vector<std::vector<std::string>>& values) {
-    for (const TKnownFact* fact : Alive()) {
-      if (fact->fact_template == fact_template && fact->values == values) return;
+    std::vector<TSharedShape> shapes;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      const bool is_fuzzy = Templates()[static_cast<std::size_t>(fact_template)].slots[i].is_fuzzy;
+      shapes.push_back(is_fuzzy ? ShapeOf(values[i].front()) : nullptr);
     }
-    facts_.push_back(TKnownFact{next_id_++, fact_template, values, ++clock_, TKnownFact::kAlive});
+    Enter(fact_template, values, std::move(shapes));
+  }
+
+  // A fuzzy fact is united with the one that differs from it in fuzzy slots alone.
+  void Enter(std::int32_t fact_template, std::vector<std::vector<std::string>> values,
+             std::vector<TSharedShape> shapes) {
+    const std::vector<TSlotText>& slots =
+        Templates()[static_cast<std::size_t>(fact_template)].slots;
+    for (TKnownFact* fact : Alive()) {
+      if (fact->fact_template != fact_template) continue;
+      bool is_equal = true;
+      for (std::size_t i = 0; i < slots.size(); ++i)
+        is_equal = is_equal && (slots[i].is_fuzzy || fact->values[i] == values[i]);
+      if (!is_equal) continue;
+      if (fact_template != kFuzzyTemplate) return;
+      for (std::size_t i = 0; i < slots.size(); ++i) {
+        if (slots[i].is_fuzzy) shapes[i] = UnionOf(*shapes[i], *fact->shapes[i]);
+      }
+      Leave(*fact);
+      break;
+    }
+    for (std::size_t i = 0; i < slots.size(); ++i) {
+      if (!slots[i].is_fuzzy) continue;
+      if (Possibility(*shapes[i], *shapes[i]) <= program_.equals_threshold) throw TLeftOut();
+      values[i] = {"<f-" + std::to_string(next_id_) + "." + slots[i].name + ">"};
+    }
+    facts_.push_back(TKnownFact{next_id_++, fact_template, std::move(values), std::move(shapes),
+                                ++clock_, TKnownFact::kAlive});
     Update();
   }
 
@@ -152,12 +190,13 @@ class TRunner {
   }
 
   void Update(TLiveRule& rule) {
-    const std::vector<std::string> matches = rule.reading.Matches(facts_, rule.added);
-    if (matches.size() > 3000) throw std::length_error("too many matches");
-    rule.matches = std::multiset<std::string>(matches.begin(), matches.end());
+    rule.read = rule.reading.Matches(facts_, rule.added);
+    if (rule.read.size() > 3000) throw std::length_error("too many matches");
+    rule.matches.clear();
+    for (const TReadMatch& match : rule.read) rule.matches.insert(match.text);
     std::multiset<std::string> fired;
-    std::set_intersection(rule.fired.begin(), rule.fired.end(), matches.begin(), matches.end(),
-                          std::inserter(fired, fired.end()));
+    std::set_intersection(rule.fired.begin(), rule.fired.end(), rule.matches.begin(),
+                          rule.matches.end(), std::inserter(fired, fired.end()));
     rule.fired = std::move(fired);
   }
 
@@ -170,9 +209,59 @@ class TRunner {
     for (const std::string& variable : reading.GetVariables()) {
       const TBinding* binding =
           frame.FindOwnBinding(Text(variable.substr(variable[0] == '$' ? 2 : 1)));
-      text += " " + variable + "=" + (binding == nullptr ? "" : binding->Value->ToString());
+      text += " " + variable + "=";
+      if (binding == nullptr) continue;
+      text += binding->Value->GetDType() == dtFuzzy ? "fuzzy" : binding->Value->ToString();
     }
     return text;
+  }
+
+  // The reading of an activation's match.
+  const TReadMatch& ReadOf(const TActivation& activation, const TLiveRule& rule,
+                           const std::string& text) {
+    const float strength = activation.GetStrength();
+    for (const TReadMatch& match : rule.read) {
+      if (match.text != text) continue;
+      if (match.strength != TReadMatch::kAnyStrength && std::abs(match.strength - strength) > 1e-5)
+        continue;
+      TKBContext frame(&engine_.GetContext(), &engine_);
+      activation.GetRule().Prepare(*activation.GetToken(), frame);
+      for (const auto& [variable, value] : match.bindings) {
+        if (!value.shape) continue;
+        CompareShapes(*frame.FindOwnBinding(Text(variable.substr(1)))->Value, *value.shape,
+                      variable);
+      }
+      return match;
+    }
+    throw TDifference("the strength " + std::to_string(strength) + " of" + text);
+  }
+
+  static void CompareShapes(const IKBValue& value, const TShape& shape, const std::string& place) {
+    const IFuzzySet& set = *value.GetAsFuzzy();
+    for (std::size_t i = 0; i < shape.knots.size(); ++i) {
+      const double x = shape.knots[i].x;
+      for (const double at : {x, i == 0 ? x - 1 : (shape.knots[i - 1].x + x) / 2, x + 0.5}) {
+        const double shown = set.DegreeOfMembership(at);
+        const double wanted = shape.At(at).value;
+        if (std::abs(shown - wanted) <= 1e-5) continue;
+        throw TDifference("the membership of " + std::to_string(at) + " in " + place + " is " +
+                          std::to_string(shown) + " and not " + std::to_string(wanted));
+      }
+    }
+  }
+
+  void CompareFuzzyFacts() {
+    for (const TKnownFact* fact : Alive()) {
+      if (fact->fact_template != kFuzzyTemplate) continue;
+      const Ref<IFact> shown = engine_.GetFacts().GetFactByID(fact->id);
+      if (!shown) throw TDifference("no fact " + std::to_string(fact->id));
+      const std::vector<TSlotText>& slots = Templates()[kFuzzyTemplate].slots;
+      for (std::size_t i = 0; i < slots.size(); ++i) {
+        if (slots[i].is_fuzzy)
+          CompareShapes(*shown->GetValue(Text(slots[i].name)), *fact->shapes[i],
+                        fact->values[i].front());
+      }
+    }
   }
 
   // Operations.
@@ -225,14 +314,20 @@ class TRunner {
     if (described.is_ordered || (is_full && operation.kind == TOperation::kDuplicate)) return;
     const std::size_t slot = operation.target % described.slots.size();
     std::vector<std::vector<std::string>> values = fact->values;
-    values[slot].assign(1,
-                        operation.values.front().empty() ? "b" : operation.values.front().front());
+    std::vector<TSharedShape> shapes = fact->shapes;
+    if (described.slots[slot].is_fuzzy) {
+      if (operation.words.empty()) return;
+      values[slot] = {operation.words};
+      shapes[slot] = ShapeOf(operation.words);
+    } else {
+      values[slot] = {operation.values.back().empty() ? "b" : operation.values.back().front()};
+    }
     const bool is_duplicate = operation.kind == TOperation::kDuplicate;
     Do((is_duplicate ? "(duplicate " : "(modify ") + std::to_string(fact->id) + " (" +
        described.slots[slot].name + " " + values[slot].front() + "))");
     const std::int32_t fact_template = fact->fact_template;
     if (!is_duplicate) Leave(*fact);
-    Enter(fact_template, values);
+    Enter(fact_template, std::move(values), std::move(shapes));
   }
 
   void AddRule(std::uint32_t number) {
@@ -240,32 +335,27 @@ class TRunner {
     const TRuleText& text = program_.rules[number];
     rules_.erase(text.name);
     Do(text.ToString());
-    const auto [live, is_new] =
-        rules_.emplace(text.name, TLiveRule{&text, BruteForce(text, textbook_), ++clock_, {}, {}});
+    const auto [live, is_new] = rules_.emplace(
+        text.name, TLiveRule{&text, BruteForce(text, program_, textbook_), ++clock_, {}, {}, {}});
     Update(live->second);
   }
 
   void Step() {
     Compare();
-    std::string name;
-    TEnvironment bindings;
-    if (engine_.GetAgendaCount() > 0) {
-      const TActivation& next = engine_.GetActivation(0);
-      name = next.GetRule().GetRuleName();
-      TLiveRule& rule = rules_.at(name);
-      rule.fired.insert(MatchOf(next, rule.reading));
-      TKBContext frame(&engine_.GetContext(), &engine_);
-      next.GetRule().Prepare(*next.GetToken(), frame);
-      for (const std::string& variable : rule.reading.GetVariables()) {
-        if (variable[0] != '?') continue;
-        bindings[variable] = frame.FindOwnBinding(Text(variable.substr(1)))->Value->ToString();
-      }
-    }
+    if (engine_.GetAgendaCount() == 0) return Do("(run 1)");
+    const TActivation& next = engine_.GetActivation(0);
+    const std::string name = next.GetRule().GetRuleName();
+    const float strength = next.GetStrength();
+    TLiveRule& rule = rules_.at(name);
+    const std::string text = MatchOf(next, rule.reading);
+    rule.fired.insert(text);
+    std::map<std::string, TValue> bindings;
+    for (const auto& [variable, value] : ReadOf(next, rule, text).bindings)
+      bindings.emplace(variable, value);
     Do("(run 1)");
-    if (name.empty()) return;
-    for (const TAction& action : rules_.at(name).text->actions) {
+    for (const TAction& action : rule.text->actions) {
       if (action.kind == TAction::kRetract) {
-        const std::string id = bindings.at(action.terms.front().text);
+        const std::string id = bindings.at(action.terms.front().text).items.front();
         for (TKnownFact* fact : Alive()) {
           if ("<Fact-" + std::to_string(fact->id) + ">" == id) {
             Leave(*fact);
@@ -274,10 +364,24 @@ class TRunner {
         }
         continue;
       }
-      std::vector<std::string> fields;
+      std::vector<TValue> fields;
       for (const TTerm& term : action.terms)
-        fields.push_back(term.IsVariable() ? bindings.at(term.text) : term.text);
-      Enter(0, {fields});
+        fields.push_back(term.IsVariable() ? bindings.at(term.text) : TValue::Single(term.text));
+      if (action.kind == TAction::kAssert) {
+        std::vector<std::string> values;
+        for (const TValue& field : fields) values.push_back(field.items.front());
+        Enter(0, {values});
+        continue;
+      }
+      // What a rule asserts is no truer than what it was fired by.
+      std::vector<TSharedShape> shapes;
+      for (std::size_t i = 0; i < 2; ++i) {
+        shapes.push_back(fields[i].shape ? fields[i].shape : ShapeOf(fields[i].items.front()));
+        if (strength != 1.0F)
+          shapes[i] = Weakened(*shapes[i], double{strength}, program_.by_product);
+      }
+      shapes.push_back(nullptr);
+      Enter(kFuzzyTemplate, {{}, {}, fields[2].items}, std::move(shapes));
     }
   }
 
@@ -290,8 +394,12 @@ class TRunner {
       const std::string name = activation.GetRule().GetRuleName();
       const auto rule = rules_.find(name);
       if (rule == rules_.end()) throw TDifference("an activation of no rule: " + name);
-      shown[name].insert(MatchOf(activation, rule->second.reading));
+      const std::string text = MatchOf(activation, rule->second.reading);
+      // A match that should not be here is told below.
+      if (rule->second.matches.count(text) > 0) ReadOf(activation, rule->second, text);
+      shown[name].insert(text);
     }
+    CompareFuzzyFacts();
     for (auto& [name, rule] : rules_) {
       std::multiset<std::string> wanted;
       std::set_difference(rule.matches.begin(), rule.matches.end(), rule.fired.begin(),
@@ -345,8 +453,6 @@ class TRunner {
     for (const auto& [name, rule] : rules_) Do("(undefrule " + name + ")");
     if (engine_.GetReteNetwork().GetNodeCount() > 0) throw TDifference("nodes are left");
   }
-
-  using TEnvironment = std::map<std::string, std::string>;
 
   const TProgram& program_;
   bool textbook_;

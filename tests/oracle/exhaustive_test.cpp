@@ -52,17 +52,21 @@ class ExhaustiveOracleTest : public ::testing::TestWithParam<bool> {
   // One left side with everything that can be done around it.
   void Try(const TRuleText& rule) {
     rule_ = &rule;
-    const BruteForce reading(rule, GetParam());
+    const BruteForce reading(rule, TProgram(), GetParam());
     for (std::uint32_t mask = 0; mask < 1u << kFacts; ++mask) {
-      std::vector<TKnownFact> facts = {TKnownFact{0, -1, {}, 0, TKnownFact::kAlive}};
+      std::vector<TKnownFact> facts = {TKnownFact{0, -1, {}, {}, 0, TKnownFact::kAlive}};
       for (std::size_t i = 0; i < kFacts; ++i) {
         if ((mask >> i & 1u) == 0) continue;
-        facts.push_back(TKnownFact{static_cast<std::int32_t>(i) + 1, TemplateOf(i), ValuesOf(i),
-                                   static_cast<std::int64_t>(i) + 1, TKnownFact::kAlive});
+        facts.push_back(TKnownFact{static_cast<std::int32_t>(i) + 1,
+                                   TemplateOf(i),
+                                   ValuesOf(i),
+                                   {},
+                                   static_cast<std::int64_t>(i) + 1,
+                                   TKnownFact::kAlive});
       }
-      std::vector<std::string> matches = reading.Matches(facts, 0);
-      for (std::string& match : matches)
-        match.resize(match.find(" ?") == std::string::npos ? match.size() : match.find(" ?"));
+      std::vector<std::string> matches;
+      for (const TReadMatch& match : reading.Matches(facts, 0))
+        matches.push_back(match.text.substr(0, match.text.find(" ?")));
       std::sort(matches.begin(), matches.end());
       wanted_[mask] = std::move(matches);
     }
