@@ -1,8 +1,8 @@
 // Draws the fan of fan.clp as a surface: for each temperature and humidity the speed that the rules
-// settle on, as an SVG on the standard output, from white for idle to blue for full.
+// settle on, as an SVG on the standard output, from white for idle to blue for full. Another
+// controller with the same templates may be given as an argument.
 
 #include <cstdio>
-#include <filesystem>
 #include <string>
 
 #include "reasoner/engine/FuzzyValues.h"
@@ -25,11 +25,10 @@ static double SpeedFor(TReasoner& engine, int temperature, int humidity) {
   return 0;
 }
 
-int main() {
+static void DrawSurface(const std::string& controller) {
   constexpr int kCell = 16;
   TReasoner engine;
-  const std::filesystem::path folder = std::filesystem::path(__FILE__).parent_path();
-  engine.LoadFromFile((folder / "fan.clp").string());
+  engine.LoadFromFile(controller);
   // The rules that print the table are not wanted here.
   for (const char* rule : {"heading", "show", "begin-row", "read-cell", "end-of-table"}) {
     engine.GetRules().Remove(rule);
@@ -48,4 +47,14 @@ int main() {
       "<text x=\"18\" y=\"230\" font-size=\"12\" transform=\"rotate(-90 18 230)\">"
       "temperature, C</text>\n");
   std::printf("</svg>\n");
+}
+
+int main(int argc, char** argv) {
+  try {
+    DrawSurface(argc > 1 ? argv[1] : REASONER_EXAMPLES "/fan.clp");
+    return 0;
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "%s\n", failure.what());
+    return 1;
+  }
 }

@@ -84,6 +84,15 @@ TEST_P(HostTest, PrintsWhatIsExpected) {
   ExpectShippedOutput(RunProgram({REASONER_EXAMPLES_DIR "/" + GetParam()}));
 }
 
+TEST(HostArgumentTest, TheControllerMayBeNamed) {
+  const std::string program = REASONER_EXAMPLES_DIR "/070_control_surface";
+  const TRunResult named = RunProgram({program, (kExamples / "fan.clp").string()});
+  EXPECT_EQ(named.output, RunProgram({program}).output);
+  const TRunResult missing = RunProgram({program, "nowhere.clp"});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_NE(missing.errors.find("nowhere.clp"), std::string::npos) << missing.errors;
+}
+
 INSTANTIATE_TEST_SUITE_P(Examples, HostTest, ::testing::ValuesIn(ExamplesWith(".cpp")), TestName);
 #endif
 
