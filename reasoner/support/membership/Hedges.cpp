@@ -85,7 +85,10 @@ PiecewiseLinear Mapped(const PiecewiseLinear& function, const TMap& given, doubl
       double from_x = x;
       double from_y = y;
       if ((from_y < kink && kink < at.left) || (at.left < kink && kink < from_y)) {
-        const double kink_x = std::lerp(x, next_x, (kink - y) / (at.left - y));
+        // A map that is steep has its kink close to an end, but never on it.
+        const double exact = std::lerp(x, next_x, (kink - y) / (at.left - y));
+        const double kink_x =
+            std::max(std::nextafter(x, next_x), std::min(exact, std::nextafter(next_x, x)));
         if (x < kink_x && kink_x < next_x) {
           Bend(builder, map, x, y, kink_x, kink);
           builder.Point(kink_x, map(kink));

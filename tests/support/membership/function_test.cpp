@@ -150,6 +150,7 @@ TEST(MembershipTest, HedgesOnEdgesPeaksAndNothing) {
       {hot, bhLimit, 0.5, false, "(50 0.5)(75 0.5)(100 1)(100 0.5)"},
       {hot, bhScale, 0.5, true, "(50 0)(100 0.5)(100 0)"},
       {low, bhScale, 4, true, "(0 0)(2 1)(6 1)(8 0)"},
+      {hot, bhScale, 1e308, true, "(50 0)(50 1)(100 1)(100 0)"},  // one number off either edge
       {low, bhScale, 0.25, false, "(0 0)(2 1)(6 1)(8 0)"},
       {low, bhScale, 0, false, "(0 0)(0 0)(0 1)(8 1)(8 0)(8 0)"},
       {low, bhPower, 0, true, "(0 1)(8 1)"},
