@@ -2,7 +2,8 @@
 //
 // A document is source text: loading is parsing, and there is no other format. Definitions come
 // before what uses them: types, templates, functions, rules, fact sets, facts. Globals come first,
-// but one whose value needs a function that is written in the language comes behind the functions.
+// but one whose value needs a function that is written in the language, a type or a template comes
+// behind the functions.
 
 #include <algorithm>
 #include <ctime>
@@ -60,10 +61,13 @@ class GlobalOrder {
   }
 
   const std::vector<std::string>& GetNames() const noexcept { return sorted_; }
-  // Whether the value reaches a function that is written in the language.
+  // Whether the value reaches what is defined behind the globals.
   bool IsLate(const std::string& name) const { return late_.count(name) != 0; }
 
  private:
+  static bool IsText(const IKBValue& value) {
+    return TKBTypes{dtAtom, dtString}.Has(value.GetDType());
+  }
   static std::vector<std::string> Names(TReasoner& engine) {
     return engine.GetGlobalVariables().GetKeys();
   }
@@ -95,10 +99,20 @@ class GlobalOrder {
           VisitFunction(name, *interpreted);
         }
         for (std::int32_t i = 0; i < call.GetArgumentCount(); ++i) {
-          if (call.GetArgument(i)) VisitValue(name, *call.GetArgument(i));
+          if (!call.GetArgument(i)) continue;
+          const IKBValue& argument = *call.GetArgument(i);
+          if (IsText(argument) && engine_.FindDefinedType(argument.TextView())) late_.insert(name);
+          VisitValue(name, argument);
         }
         return;
       }
+      case dtFact:
+        late_.insert(name);
+        return;
+      case dtFuzzy:
+        // Printed as a call that names the type.
+        if (value.GetAsFuzzy()->GetVariable() != nullptr) late_.insert(name);
+        return;
       case dtList:
         for (const Ref<IKBValue>& member : *value.GetAsList()) {
           if (member) VisitValue(name, *member);

@@ -211,7 +211,7 @@ void TFact::AssignCrossing(const TFact& source) {
       Raise(SInvalidSlotName, name.view());
     }
     if (slot->IsFuzzy() || value.GetDType() == dtFuzzy) {
-      fact->SetValue(name, slot->TakeFuzzyValue(value));
+      fact->SetValue(name, slot->TakeFuzzyValue(value, source_template.SlotAt(ordinal)));
       continue;
     }
     fact->SetValue(name, KBReparseTypes.Has(value.GetDType())

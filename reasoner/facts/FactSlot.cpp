@@ -95,12 +95,12 @@ Ref<IKBValue> TFactSlot::EvalFuzzyValue(IReasoner& engine, const Ref<IKBValue>& 
   return result;
 }
 
-Ref<IKBValue> TFactSlot::TakeFuzzyValue(const IKBValue& value) const {
+Ref<IKBValue> TFactSlot::TakeFuzzyValue(const IKBValue& value, const IFactSlot* from) const {
   IFuzzyVariable* const variable = GetFuzzyVariable();
   if (value.GetDType() == dtList) {
     const Ref<IValueVector> list = NewVector();
     for (const Ref<IKBValue>& member : *value.GetAsList()) {
-      list->Add(member ? TakeFuzzyValue(*member) : member);
+      list->Add(member ? TakeFuzzyValue(*member, from) : member);
     }
     list->SetTag(value.GetAsList()->GetTag());
     return NewList(list);
@@ -108,12 +108,18 @@ Ref<IKBValue> TFactSlot::TakeFuzzyValue(const IKBValue& value) const {
   if (value.GetDType() != dtFuzzy) return value.Clone();
   const IFuzzySet& set = *value.GetAsFuzzy();
   if (set.GetVariable() == variable) return value.Clone();
-  if (variable != nullptr) {
+  const bool foreign = set.GetVariable() != nullptr && from != nullptr &&
+                       set.GetVariable() != from->GetFuzzyVariable();
+  if (variable != nullptr && !foreign) {
     if (IFuzzySet* own = variable->FindFuzzySet(set.GetGivenName())) {
       return NewFuzzy(Ref<IFuzzySet>(own));
     }
   }
   const Ref<IFuzzySet> taken = set.Clone();
+  if (foreign) {
+    taken->SetName({});
+    taken->SetExpression({}, false);
+  }
   taken->SetVariable(variable);
   taken->SetParser(variable == nullptr ? Ref<TFuzzyParserLink>() : variable->GetParserLink());
   return NewFuzzy(taken);
@@ -202,7 +208,7 @@ void TFactSlot::AssignType(const TFactSlot& source, IReasoner& reasoner,
   SetSlotType(source.slot_type_);
   const Ref<IKBValue>& value = source.slot_default_;
   if (value && IsFuzzy()) {
-    SetSlotDefault(TakeFuzzyValue(*value));
+    SetSlotDefault(TakeFuzzyValue(*value, &source));
   } else if (value && KBReparseTypes.Has(value->GetDType())) {
     SetSlotDefault(reasoner.ParseSlotValueText(value->ToString(), *this));
   } else {

@@ -54,8 +54,9 @@ class TFactSlot final : public ICloneable, private IKBValueListener {
   Ref<IKBValue> EvalFuzzyValue(IReasoner& engine, const Ref<IKBValue>& value,
                                TKBContext& context) const;
   // A value of another fuzzy slot, such as one of another engine: its sets become this slot's, by
-  // name where there is such a set.
-  Ref<IKBValue> TakeFuzzyValue(const IKBValue& value) const;
+  // name where there is such a set. The names of sets that are not of the other slot's own variable
+  // do not count; without another slot all names do.
+  Ref<IKBValue> TakeFuzzyValue(const IKBValue& value, const IFactSlot* from) const;
 
   // Takes over name, types and default; the name registers this slot in its template.
   void Assign(const TFactSlot& source);

@@ -86,8 +86,8 @@ void TKBClipsParser::FinishDefault(IFactSlot& slot, Ref<IKBValue> slot_default) 
   if (slot_default && slot.IsFuzzy() && !slot.IsDefaultDynamic() &&
       slot.GetFuzzyVariable() != nullptr) {
     // A facet behind the default may have given the slot a type of its own.
-    slot_default =
-        slot.EvalFuzzyValue(engine_, slot.TakeFuzzyValue(*slot_default), engine_.GetContext());
+    slot_default = slot.EvalFuzzyValue(engine_, slot.TakeFuzzyValue(*slot_default, nullptr),
+                                       engine_.GetContext());
   }
   if (slot_default) {
     if (StaticChecks && !(slot_default == FCNil) && !(slot_default == FCNilList)) {

@@ -8,7 +8,7 @@
 #include "reasoner/language/TokenStream.h"
 #include "reasoner/support/Depth.h"
 #include "reasoner/support/Numbers.h"
-#include "reasoner/support/membership/FuzzyVariable.h"
+#include "reasoner/support/membership/FuzzyText.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -142,11 +142,9 @@ void AppendSource(std::string& source, const IKBValue& value) {
     case dtFact:
       if (const IFact* const fact = value.GetAsFact()) AppendFactSource(source, *fact, true);
       return;
-    case dtFuzzy: {
-      const std::string words = value.GetAsFuzzy()->ToSource();
-      source += words.empty() || words == "()" ? "nil" : words;  // a set without points
+    case dtFuzzy:
+      source += WordsFor(*value.GetAsFuzzy(), value.GetAsFuzzy()->GetVariable());
       return;
-    }
     case dtSingletons:
       if (const ISingletonsVector* const points = value.GetAsSingletons())
         source += PrettyPrint(*points);
@@ -180,8 +178,7 @@ std::string PrettyPrint(const ISingletonsVector& singletons) {
 // A fuzzy value where its words would be read as so many arguments: a call that gives it.
 static void AppendFuzzyCall(std::string& source, const IFuzzySet& set) {
   const IFuzzyVariable* const variable = set.GetVariable();
-  std::string words = set.ToSource();
-  if (words.empty() || words == "()") words = "nil";
+  const std::string words = WordsFor(set, variable);
   if (variable == nullptr && words.starts_with('(') && !words.starts_with("((")) {
     source += words;  // the call that makes the shape
     return;
@@ -238,6 +235,22 @@ std::string PrettyPrint(const IFunCall& fun_call) {
 
 // Facts.
 
+// A value in its slot. A fuzzy slot may hold a value of another type, whose words it would not
+// know.
+static void AppendSlotSource(std::string& source, const IFactSlot& slot, const IKBValue& value) {
+  if (!slot.IsFuzzy()) return AppendSource(source, value);
+  if (value.GetDType() == dtFuzzy) {
+    source += WordsFor(*value.GetAsFuzzy(), slot.GetFuzzyVariable());
+  } else if (value.GetDType() == dtList && !IsKeptExpression(*value.GetAsList())) {
+    for (const Ref<IKBValue>& member : *value.GetAsList()) {
+      AppendSlotSource(source, slot, member ? *member : *FCNil);
+      source += ' ';
+    }
+  } else {
+    AppendSource(source, value);
+  }
+}
+
 static void AppendFactSource(std::string& source, const IFact& fact, bool written_slots_alone) {
   const DepthGuard guard("fact");
   source += '(';
@@ -258,7 +271,7 @@ static void AppendFactSource(std::string& source, const IFact& fact, bool writte
       AppendAtomSource(source, slot.GetName());
       source += ' ';
       // nil stands for no members at all where a list is wanted.
-      if (!slot.IsMulti() || !value.IsNilLike()) AppendSource(source, value);
+      if (!slot.IsMulti() || !value.IsNilLike()) AppendSlotSource(source, slot, value);
       source += ')';
     }
   }
@@ -286,9 +299,10 @@ bool HasSource(const IKBValue& value) {
     case dtAtom:
     case dtString:
     case dtInteger:
-    case dtSingletons:
     case dtFuzzy:
       return true;
+    case dtSingletons:
+      return value.GetAsSingletons() != nullptr && value.GetAsSingletons()->GetCount() > 0;
     case dtFloat:
       return std::isfinite(value.RawFloat());
     case dtList: {
@@ -307,27 +321,43 @@ static bool IsNilWord(const IKBValue& value) {
   return value.GetDType() == dtAtom && value.TextView() == "nil";
 }
 
+// An argument that gives the value. Fuzzy values and points would be read as something else.
+static void AppendArgument(std::string& source, const IKBValue& value) {
+  const bool needs_call =
+      IsNilWord(value) || value.GetDType() == dtFuzzy || value.GetDType() == dtSingletons;
+  if (needs_call) {
+    source += CallFor(value);
+  } else {
+    AppendSource(source, value);
+  }
+}
+
 std::string CallFor(const IKBValue& value) {
   if (IsNilWord(value)) return "(sym-cat n il)";
-  if (value.GetDType() == dtFuzzy) {
-    std::string source;
-    AppendFuzzyCall(source, *value.GetAsFuzzy());
-    return source;
-  }
-  const auto head = [&value]() -> std::string_view {
-    switch (value.GetDType()) {
-      case dtString:
-        return "(str-cat ";
-      case dtInteger:
-      case dtFloat:
-        return "(+ ";
-      case dtList:
-        return "(create$ ";
-      default:
-        return "(sym-cat ";
+  switch (value.GetDType()) {
+    case dtFuzzy: {
+      std::string source;
+      AppendFuzzyCall(source, *value.GetAsFuzzy());
+      return source;
     }
-  };
-  return std::string(head()) + ValueToSource(value) + ")";
+    case dtList: {
+      std::string source = "(create$ ";
+      for (const Ref<IKBValue>& member : *value.GetAsList()) {
+        AppendArgument(source, member ? *member : *FCNil);
+        source += ' ';
+      }
+      return source + ")";
+    }
+    case dtSingletons:
+      return "(get-fs " + ValueToSource(value) + ")";
+    case dtString:
+      return "(str-cat " + ValueToSource(value) + ")";
+    case dtInteger:
+    case dtFloat:
+      return "(+ " + ValueToSource(value) + ")";
+    default:
+      return "(sym-cat " + ValueToSource(value) + ")";
+  }
 }
 
 // The members of a list that can be written.
@@ -376,6 +406,8 @@ static void AppendSavedSlot(std::string& source, std::string& comment, const IFa
       !slot.IsMulti() && value->GetDType() == dtList && !IsKeptExpression(*value->GetAsList());
   if ((is_misplaced || !slot.IsValid(value)) && !is_empty && !slot.IsFuzzy()) {
     source += CallFor(*value);
+  } else if (slot.IsFuzzy() && !is_empty) {
+    AppendSlotSource(source, slot, *value);
   } else if (!is_empty) {
     AppendSavedValue(source, *value);
   }
@@ -453,14 +485,14 @@ std::string PrettyPrint(std::string_view variable_name, const IKBValue& value) {
   AppendNameSource(text, variable_name.front() == '?' ? variable_name.substr(1) : variable_name);
   text += " = ";
   if (value.GetDType() != dtList) {
-    AppendSource(text, value);
+    AppendArgument(text, value);
     return text;
   }
   // A definition takes one value: a list is what a call makes.
   text += "(create$";
   for (const Ref<IKBValue>& member : *value.GetAsList()) {
     text += ' ';
-    AppendSource(text, member ? *member : *FCNil);
+    AppendArgument(text, member ? *member : *FCNil);
   }
   return text + ")";
 }

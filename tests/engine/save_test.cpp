@@ -72,6 +72,41 @@ TEST_F(SaveTest, GlobalsThatNeedAFunctionComeBehindTheFunctions) {
   EXPECT_EQ(other.ParseNExecuteFunCall("(create$ ?*late* ?*later*)")->ToString(), "8 9 ");
 }
 
+TEST_F(SaveTest, FuzzyValuesAndPointsComeBackWhereverTheyAre) {
+  Load(R"((deftype heat extends (type FUZZY) (range 0 10) (values (term hot ((0 0) (10 1)))))
+          (deftemplate note (slot about) (multislot all))
+          (defglobal ?*call* = (create-fuzzy-value heat very hot) ?*early* = (tri 1 2 3))
+          (bind ?hot (create-fuzzy-value heat hot))
+          (assert (note (about ?hot) (all ?hot b)) (note (about (get-fs ?hot)))))");
+  const Ref<IKBValue> list = engine.ParseNExecuteFunCall("(create$ ?hot (get-fs ?hot) b)");
+  engine.GetGlobalVariables().Put("*list*", list);
+  engine.GetGlobalVariables().Put("*value*", list->GetAsList()->GetItem(0));
+  engine.GetGlobalVariables().Put("*points*", list->GetAsList()->GetItem(1));
+  EXPECT_EQ(Section("Global Variables").find("heat"), std::string::npos) << "it comes later";
+  TReasoner other;
+  other.Clear();
+  other.Parse(engine.GetExpertSystem(), true);
+  const auto kinds = [](const IValueVector& values) {
+    std::string text;
+    for (const Ref<IKBValue>& value : values) {
+      text += std::string(GetKBTypeName(value->GetDType())) + " ";
+    }
+    return text;
+  };
+  const Ref<IKBValue> globals =
+      other.ParseNExecuteFunCall("(create$ ?*call* ?*early* ?*value* ?*points* ?*list*)");
+  EXPECT_EQ(kinds(*globals->GetAsList()), "dtFuzzy dtFuzzy dtFuzzy dtSingletons dtList ");
+  EXPECT_EQ(kinds(*globals->GetAsList()->GetItem(4)->GetAsList()), kinds(*list->GetAsList()));
+  EXPECT_EQ(Facts(other), Facts(engine));
+  for (int i = 1; i < 3; ++i) {
+    const Ref<IFact> saved = engine.GetFacts().Get(i);
+    const Ref<IFact> loaded = other.GetFacts().Get(i);
+    EXPECT_EQ(loaded->GetValue("about")->GetDType(), i == 1 ? dtFuzzy : dtSingletons);
+    EXPECT_EQ(kinds(*loaded->GetValue("all")->GetAsList()),
+              kinds(*saved->GetValue("all")->GetAsList()));
+  }
+}
+
 TEST_F(SaveTest, MarkedTemplatesAreMarkedAgain) {
   Load("(deftemplate wish (slot n)) (do-backward-chaining wish) (defrule r (need-wish (n ?x)) =>)");
   const std::string text = engine.GetExpertSystem();

@@ -154,7 +154,7 @@ TEST_F(FuzzyLanguageTest, ValuesOfFactsReadBackAsTheyPrint) {
        {"hot", "25", "0.12345678", "(tri 1 2 3)", "(tri 1 2 (+ 1 1.000001))", "very hot",
         "cold or hot", "not [ cold or hot ] and hot", "hot or [ cold and very hot ]",
         "((1 0) (2.00001 0.5) (3 0) )", "cold or (tri 1 2 3)", "\"hot\"", "", "nil", "hot or hot",
-        "very [ hot or hot ]"}) {
+        "very [ hot or hot ]", "0.1234567 shifted-by 0.00000001", "cold or [ nil or not hot ]"}) {
     const std::string fact = std::string("(room (name a) (heat ") + value + "))";
     const std::int32_t id = engine.Assert(fact);
     const Ref<IFact> first = engine.GetFacts().GetFactByID(id);

@@ -338,6 +338,44 @@ TEST_F(FuzzyReasoningTest, ACopyOfAnEngineHasItsOwnVariables) {
   EXPECT_EQ(Definitions(loaded), Definitions(engine));
 }
 
+TEST_F(FuzzyReasoningTest, AValueOfAnotherTypeIsKeptByItsPoints) {
+  // What the words mean hangs on the slot: there they are unknown, or say something else.
+  Load(
+      "(deftype load extends (type FUZZY) (range 0 100) (values (term cold (tri 50 60 70))))"
+      "(deftemplate pump (slot id) (slot load (type load)))"
+      "(deftemplate pumps (multislot loads (type load)))"
+      "(bind ?cold (create-fuzzy-value heat cold)) (bind ?old (create-fuzzy-value heat hot))"
+      "(assert (pump (id 1) (load ?cold)) (pump (id 2) (load low or very ?cold))"
+      "  (pumps (loads ?cold low (tri 1 2 3))))");
+  TReasoner copy;
+  copy.Assign(engine);
+  TReasoner loaded;
+  loaded.Clear();
+  loaded.Parse(engine.GetExpertSystem(), true);
+  ASSERT_EQ(loaded.GetFacts().GetCount(), 4);
+  for (TReasoner* other : {&copy, &loaded}) {
+    for (int i = 1; i < 4; ++i) {
+      Ref<IFuzzySet> here;
+      Ref<IFuzzySet> there;
+      GetFuzzySlot(*engine.GetFacts().Get(i), here);
+      GetFuzzySlot(*other->GetFacts().Get(i), there);
+      EXPECT_TRUE(there->SamePoints(*here)) << i << ": " << there->ToString();
+    }
+  }
+  // The same of a value whose type is gone.
+  Load("(undeftype heat) (assert (pump (id 3) (load ?cold)) (pump (id 4) (load low or ?old)))");
+  TReasoner again;
+  again.Clear();
+  again.Parse(engine.GetExpertSystem(), true);
+  for (int i = 4; i < 6; ++i) {
+    Ref<IFuzzySet> here;
+    Ref<IFuzzySet> there;
+    GetFuzzySlot(*engine.GetFacts().Get(i), here);
+    GetFuzzySlot(*again.GetFacts().Get(i), there);
+    EXPECT_TRUE(there->SamePoints(*here)) << there->ToString();
+  }
+}
+
 TEST_F(FuzzyReasoningTest, ValuesOutliveTheirTypeAndTheirEngine) {
   Ref<IFuzzySet> set;
   {

@@ -55,6 +55,7 @@ void TIFuzzySet::SetExpression(std::string text, bool binary) {
 void TIFuzzySet::SetVariable(IFuzzyVariable* variable) {
   if (variable == GetVariable()) return;
   if (place_ >= 0) throw EKitException("fuzzy set belongs to a variable: " + name_);
+  if (LostVariable()) SetExpression({}, false);  // its words are not the new variable's
   link_ = variable != nullptr ? variable->link_ : nullptr;
 }
 
@@ -62,7 +63,8 @@ std::string TIFuzzySet::ToString() const { return FuzzySetText(*this, false); }
 
 std::string TIFuzzySet::ToSource() const {
   if (name_ == SEmptyFuzzy) return {};
-  if (name_.empty()) return expression_.empty() ? ShapeText(*this, fnExact) : expression_;
+  if (name_.empty() && !expression_.empty() && !LostVariable()) return expression_;
+  if (name_.empty()) return ShapeText(*this, fnExact);
   // The name of a shape or a number shows four decimals, which may be fewer than it has.
   if (shape_.type != fstPoints && name_.front() == '(') {
     const Ref<IFuzzySet> read = Make<TIFuzzySet>();
@@ -70,9 +72,12 @@ std::string TIFuzzySet::ToSource() const {
   }
   if (const auto number = TextToFloat(name_); number && function_.IsPeak()) {
     const double x = function_.GetPoints()[1].x;
-    if (*number != x) return FloatToSource(x);
+    return *number == x ? name_ : FloatToSource(x);
   }
-  return name_;
+  // Any other name means what the variable says; a term may be gone, or another by now.
+  const IFuzzyVariable* const variable = GetVariable();
+  const IFuzzySet* const term = variable == nullptr ? nullptr : variable->FindFuzzySet(name_);
+  return term != nullptr && term->SamePoints(*this) ? name_ : ShapeText(*this, fnExact);
 }
 
 std::uint32_t TIFuzzySet::GetHashCode() const { return CalculateHash(ToString()); }

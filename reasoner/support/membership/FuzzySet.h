@@ -192,6 +192,8 @@ class TIFuzzySet : public ICloneable {
   };
 
   const FuzzyPoint& PointAt(std::int32_t index) const;
+  // Whether there was a variable that is gone.
+  bool LostVariable() const noexcept { return link_ && link_->variable == nullptr; }
   void PointsChanged() noexcept;
   void SetToShape(const Shape& shape, std::vector<FuzzyPoint> points);
   Ref<IFuzzySet> NewResult(PiecewiseLinear function, const IFuzzySet* other) const;

@@ -47,13 +47,16 @@ std::string WordOrString(std::string_view word) {
   return text + "\"";
 }
 
-bool NeedsBrackets(const IFuzzySet& operand) noexcept {
-  return operand.GetGivenName().empty() && operand.IsBinaryExpression();
+// Whether the names in the set's text are those of another variable.
+bool IsForeign(const IFuzzySet& set, const IFuzzyVariable* variable) noexcept {
+  return set.GetVariable() != nullptr && set.GetVariable() != variable;
 }
 
-std::string OperandText(const IFuzzySet& operand) {
-  const std::string text = operand.GetName();
-  return NeedsBrackets(operand) ? "[" + text + "]" : text;
+std::string OperandText(const IFuzzySet& operand, const IFuzzyVariable* variable) {
+  const std::string text = WordsFor(operand, variable);
+  const bool needs_brackets = operand.GetGivenName().empty() && operand.IsBinaryExpression() &&
+                              !IsForeign(operand, variable);
+  return needs_brackets ? "[" + text + "]" : text;
 }
 
 // Reads brackets, words and numbers one after the other.
@@ -168,6 +171,11 @@ std::string ShapeText(const IFuzzySet& set, TFuzzyNumbers numbers) {
   return PointsText(set.GetFunction(), numbers);
 }
 
+std::string WordsFor(const IFuzzySet& set, const IFuzzyVariable* variable) {
+  const std::string text = IsForeign(set, variable) ? ShapeText(set, fnExact) : set.ToSource();
+  return text.empty() || text == "()" ? "nil" : text;
+}
+
 std::string FuzzySetText(const IFuzzySet& set, bool full) {
   if (set.GetGivenName() == SEmptyFuzzy) return {};
   if (!full) return set.GetName();
@@ -194,11 +202,13 @@ std::string FuzzyVariableText(const IFuzzyVariable& variable) {
 }
 
 std::string HedgedText(std::string_view hedge, const IFuzzySet& operand) {
-  return std::string(hedge) + " " + OperandText(operand);
+  return std::string(hedge) + " " + OperandText(operand, operand.GetVariable());
 }
 
 std::string JoinedText(const IFuzzySet& left, std::string_view word, const IFuzzySet& right) {
-  return left.GetName() + " " + std::string(word) + " " + OperandText(right);
+  const IFuzzyVariable* const variable =
+      left.GetVariable() != nullptr ? left.GetVariable() : right.GetVariable();
+  return WordsFor(left, variable) + " " + std::string(word) + " " + OperandText(right, variable);
 }
 
 bool ReadShape(std::string_view text, IFuzzySet& set) {

@@ -24,6 +24,10 @@ std::string FuzzySetText(const IFuzzySet& set, bool full);
 // The clauses that define a variable, exact: range, units, values.
 std::string FuzzyVariableText(const IFuzzyVariable& variable);
 
+// The words that say in a slot of the variable what the set is, exact; "nil" for one without
+// points. A set of another variable is told by its shape: names mean something else there.
+std::string WordsFor(const IFuzzySet& set, const IFuzzyVariable* variable);
+
 // The text of an expression of a hedge and its operand, and of two operands with a word between
 // them. Operands that would be read otherwise stand in fuzzy brackets.
 std::string HedgedText(std::string_view hedge, const IFuzzySet& operand);
