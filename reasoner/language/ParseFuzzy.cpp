@@ -67,7 +67,10 @@ Ref<IFuzzySet> TKBClipsParser::ParseFuzzySet(IFuzzyVariable& variable) {
   value = engine_.EvalFuzzyExpression(&variable, value, &engine_.GetContext());
   // A copy: what was read may be another term, or be held by whoever made it.
   const Ref<IFuzzySet> set = value->GetAsFuzzy()->Clone();
-  if (set->GetVariable() != &variable) set->SetVariable(&variable);
+  if (set->GetVariable() != &variable) {
+    if (set->GetVariable() != nullptr) set->SetExpression({}, false);  // of another type's terms
+    set->SetVariable(&variable);
+  }
   set->SetName(header.name);
   set->SetParser(engine_.GetFuzzyParserLink());
   Expect(')', kLocation);

@@ -41,6 +41,12 @@ TEST_F(FuzzyLanguageTest, ATypePrintsAsWhatReadsBack) {
       "  (term warm very top or [ mid and not low ]) (term up (s 0.123456789 4))))",
       "(deftype b extends (type heat) (values (term warm (tri 20 50 80)) (term hot very hot)))",
       "(deftype c extends (type FUZZY) (values) (units x) (range 3 1))",
+      // Terms of another type, and words whose meaning changes under way.
+      "(deftype d extends (type FUZZY) (values (term a (create-fuzzy-value heat very hot))))",
+      "(deftype e extends (type FUZZY) (values (term a 1) (term b not [ a or 3 ]) (term c not b)"
+      " (term a 2)))",
+      "(deftype f extends (type FUZZY) (values (term a 1) (term b 2) (term a not b)))",
+      "(deftype g extends (type a) (values (term mid (pi 1 2))))",
   };
   for (const char* text : types) {
     Load(text);

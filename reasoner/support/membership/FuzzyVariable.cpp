@@ -22,6 +22,19 @@ double Finite(double number) {
   return number;
 }
 
+bool Mentions(std::string_view expression, std::string_view name) {
+  constexpr std::string_view kBetweenWords = " ()[]";
+  for (std::size_t at = expression.find(name); at != std::string_view::npos;
+       at = expression.find(name, at + 1)) {
+    const std::size_t end = at + name.size();
+    const bool begins = at == 0 || kBetweenWords.find(expression[at - 1]) != std::string_view::npos;
+    const bool ends =
+        end == expression.size() || kBetweenWords.find(expression[end]) != std::string_view::npos;
+    if (begins && ends) return true;
+  }
+  return false;
+}
+
 // Bounds that print alike are alike.
 bool SameBound(double a, double b) noexcept { return std::fabs(a - b) <= 1e-4; }
 
@@ -105,6 +118,14 @@ Ref<IFuzzySet> TIFuzzyVariable::Add(Ref<IFuzzySet> set) {
   const auto found = index_.find(set->name_);
   if (found != index_.end()) {
     Ref<IFuzzySet>& place = sets_[found->second];
+    // Where the new set stands, words may mean what they did not when it was made; and to others
+    // its name means something else now. What is left then are the points.
+    if (set->GetExpression() != place->GetExpression()) set->SetExpression({}, false);
+    if (!set->SamePoints(*place)) {
+      for (const Ref<IFuzzySet>& other : sets_) {
+        if (Mentions(other->GetExpression(), set->name_)) other->SetExpression({}, false);
+      }
+    }
     place->place_ = -1;
     set->place_ = static_cast<std::int32_t>(found->second);
     place = set;
