@@ -73,6 +73,9 @@ Ref<IFuzzySet> FuzzySetOfPoints(const ISingletonsVector& points, IScope* scope) 
   }
   Ref<IFuzzySet> set = Make<TKBFuzzySet>();
   set->SetFunction(PiecewiseLinear(std::move(read)));
+  if (const IReasoner* const engine = points.GetParser()) {
+    set->SetParser(engine->GetFuzzyParserLink());
+  }
   return set;
 }
 

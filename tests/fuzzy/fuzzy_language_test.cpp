@@ -153,6 +153,8 @@ TEST_F(FuzzyLanguageTest, ExpressionsAreGroupedAndEvaluated) {
   }
   EXPECT_EQ(FailureOf([&] { engine.ParseFuzzyExpression(nullptr, "cold"); }),
             "fuzzy variable is not defined");
+  const Ref<IFuzzySet> points = engine.ParseFuzzyExpression(nullptr, "((10 0) (20 1) (30 0))");
+  EXPECT_EQ(points->GetParser(), &engine);
 }
 
 TEST_F(FuzzyLanguageTest, ValuesOfFactsReadBackAsTheyPrint) {
