@@ -131,8 +131,9 @@ void TKBClipsParser::ParseFuzzyConstraint(TField& field, bool negated) {
   const Ref<IKBValue> written = ParseFuzzyField();
   const Ref<IKBValue> resolved = engine_.ResolveInContext(written);
   const Ref<IFuzzyVariable> variable(field.slot.GetFuzzyVariable());
-  const Ref<IKBValue> value =
-      engine_.EvalFuzzyExpression(variable.get(), resolved, &engine_.GetContext());
+  // A value of another type is told by its points: the slot's type has other words.
+  const Ref<IKBValue> value = field.slot.TakeFuzzyValue(
+      *engine_.EvalFuzzyExpression(variable.get(), resolved, &engine_.GetContext()), &field.slot);
   if (value->GetDType() == dtFuzzy) return AddTest(field, value, negated);
   const bool is_list = value->GetDType() == dtList && value->GetAsList()->GetValueCount() > 0;
   if (!is_list || !field.slot.IsMulti()) {

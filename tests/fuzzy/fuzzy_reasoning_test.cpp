@@ -344,6 +344,7 @@ TEST_F(FuzzyReasoningTest, AValueOfAnotherTypeIsKeptByItsPoints) {
       "(deftype load extends (type FUZZY) (range 0 100) (values (term cold (tri 50 60 70))))"
       "(deftemplate pump (slot id) (slot load (type load)))"
       "(deftemplate pumps (multislot loads (type load)))"
+      "(defrule r (pump (load (create-fuzzy-value heat cold))) =>)"
       "(bind ?cold (create-fuzzy-value heat cold)) (bind ?old (create-fuzzy-value heat hot))"
       "(assert (pump (id 1) (load ?cold)) (pump (id 2) (load low or very ?cold))"
       "  (pumps (loads ?cold low (tri 1 2 3))))");
@@ -353,7 +354,9 @@ TEST_F(FuzzyReasoningTest, AValueOfAnotherTypeIsKeptByItsPoints) {
   loaded.Clear();
   loaded.Parse(engine.GetExpertSystem(), true);
   ASSERT_EQ(loaded.GetFacts().GetCount(), 4);
+  EXPECT_EQ(engine.GetAgendaCount(), 2);
   for (TReasoner* other : {&copy, &loaded}) {
+    EXPECT_EQ(other->GetAgendaCount(), 2);
     for (int i = 1; i < 4; ++i) {
       Ref<IFuzzySet> here;
       Ref<IFuzzySet> there;
