@@ -141,6 +141,7 @@ void TKBClipsParser::ParseFacet(IKBDefinedType& type, const Ref<IStreamToken>& o
 
 std::string TKBClipsParser::ParseUnits() {
   const Ref<IStreamToken> token = Next();
+  if (token->Is(')') || token->IsEnd()) ParseError("ParseDefinedType", SExpectedValue);
   return token->Is(dtString) ? token->GetText().str() : token->ToString();
 }
 

@@ -87,6 +87,7 @@ TEST_F(FuzzyLanguageTest, MalformedTypesAreRefusedAndLeaveNoTrace) {
       {"(rang 1 5)", "Missing keyword.  Expected \"range, units, or values\""},
       {"range", "Expected \"(\""},
       {"(units a b)", "Expected \")\""},
+      {"(units)", "Expected value missing"},
       {"(values (term a (tri 1 2)))", "Too few arguments for tri"},
       {"(values (term a (tri 1 2 x)))", "Not a numeric type"},
   };
