@@ -114,7 +114,11 @@ Ref<IKBValue> TKBClipsParser::ParseFuzzyValue(TKBTypes types, const IKBDefinedTy
 Ref<IKBValue> TKBClipsParser::ParseFuzzyField() {
   const Ref<IValueVector> list = NewVector();
   Ref<IStreamToken> token = Next();
-  while (!token->IsEnd() && !token->Is(dtVariable) && !token->Is(dtMultiVariable)) {
+  const auto starts_field = [](const IStreamToken& next) {
+    return next.Is(dtVariable) || next.Is(dtMultiVariable) ||
+           (next.Is(dtAtom) && next.GetText() == ":");
+  };
+  while (!token->IsEnd() && !starts_field(*token)) {
     const Ref<IKBValue> value = ParseListedValue(token);
     if (!value) break;
     list->Add(value);

@@ -48,7 +48,7 @@ TPatternMatchNode::TPatternMatchNode(TReteNetwork& rete, TPatternMatchTest test,
       second_slot_(args_.second_slot) {}
 
 Ref<IKBValue> TPatternMatchNode::PlaceIn(IFact& fact, const TSlotAccess& slot,
-                                         std::int32_t sub_index) const {
+                                         std::int32_t sub_index) {
   const std::int32_t ordinal = slot.In(*fact.GetTemplate());
   if (ordinal < 0) return nullptr;
   const Ref<IKBValue>& value = fact.GetValueAt(ordinal);

@@ -58,9 +58,10 @@ class TPatternMatchNode final : public TReteNode {
   std::string ClassName() const override { return "TPatternMatchNode"; }
   std::string ToString() const override;
 
+  // The value of a slot, or of one member of its list; null where there is no such place.
+  static Ref<IKBValue> PlaceIn(IFact& fact, const TSlotAccess& slot, std::int32_t sub_index);
+
  private:
-  // The value of the node's first place in a fact; null where there is no such place.
-  Ref<IKBValue> PlaceIn(IFact& fact, const TSlotAccess& slot, std::int32_t sub_index) const;
   // `degree` is left alone but by a fuzzy comparison, which says how true it is.
   bool Passes(const Ref<TKBToken>& token, float& degree);
   // Passes on a token that is true to the degree, at most.

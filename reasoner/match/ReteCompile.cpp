@@ -14,6 +14,7 @@
 #include <unordered_map>
 
 #include "reasoner/functions/FunctionCall.h"
+#include "reasoner/match/ConstantDispatch.h"
 #include "reasoner/match/ReteNetwork.h"
 #include "reasoner/match/Rule.h"
 #include "reasoner/support/Depth.h"
@@ -85,9 +86,17 @@ TReteNode& ReteCompiler::Successor(TReteNode* parent, TPatternMatchTest test,
   };
   TReteNode* found = nullptr;
   if (parent == nullptr) {
-    for (TReteNode* root : network_.roots_) {
-      if (found == nullptr && serves(root)) found = root;
+    const auto named = test == pmtTestClassType ? network_.named_roots_.find(value->TextView())
+                                                : network_.named_roots_.end();
+    const bool is_named = named != network_.named_roots_.end();
+    if (is_named || test != pmtTestClassType) {
+      for (TReteNode* root : is_named ? named->second : network_.roots_) {
+        if (found == nullptr && serves(root)) found = root;
+      }
     }
+  } else if (parent->GetDispatch() != nullptr && value &&
+             TConstantDispatch::IsByConstant(test, *value)) {
+    found = parent->GetDispatch()->Find(test, *value, args);
   } else {
     for (const TReteEdge& edge : parent->GetEdges()) {
       if (found == nullptr && serves(edge.to)) found = edge.to;
@@ -418,15 +427,14 @@ void ReteCompiler::BuildJoins() {
       const bool may_share =
           negations == 0 && !pattern.IsUnique() && !AsksCalls(left) && !AsksCalls(right);
       TJoinNode* shared = nullptr;
-      for (const TReteEdge& edge : left->GetEdges()) {
-        if (!may_share || shared != nullptr || edge.call_type != ctLeft) continue;
+      // The joins of both are among those of the one that has fewer.
+      const std::vector<TReteNode*> both = {left, right};
+      const TReteNode& fewer = left->GetEdges().size() < right->GetEdges().size() ? *left : *right;
+      for (const TReteEdge& edge : fewer.GetEdges()) {
+        if (!may_share || shared != nullptr) break;
         auto* candidate = dynamic_cast<TJoinNode*>(edge.to);
-        if (candidate == nullptr || !candidate->Serves(join)) continue;
-        const bool meets = std::any_of(right->GetEdges().begin(), right->GetEdges().end(),
-                                       [&](const TReteEdge& other) {
-                                         return other.to == candidate && other.call_type == ctRight;
-                                       });
-        if (meets) shared = candidate;
+        if (candidate != nullptr && candidate->parents_ == both && candidate->Serves(join))
+          shared = candidate;
       }
       if (shared != nullptr) {
         network_.FreeNode(join);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "reasoner/match/ConstantDispatch.h"
 #include "reasoner/match/Rule.h"
 #include "reasoner/support/Depth.h"
 #include "reasoner/support/Numbers.h"
@@ -21,6 +22,25 @@ void TReteNode::AddEdge(TReteNode& to, TCallType call_type) {
   edges_.push_back(TReteEdge{&to, call_type});
   to.parents_.push_back(this);
   rete_.LeaveRoots(to);
+  if (TConstantDispatch::IsByConstant(to)) ++constant_children_;
+  if (dispatch_) {
+    dispatch_->Add(edges_.back());
+  } else if (constant_children_ == TConstantDispatch::kLeast) {
+    dispatch_ = std::make_unique<TConstantDispatch>();
+    for (const TReteEdge& edge : edges_) dispatch_->Add(edge);
+  }
+}
+
+void TReteNode::RemoveEdges(const TReteNode& to) {
+  const std::size_t before = edges_.size();
+  edges_.erase(std::remove_if(edges_.begin(), edges_.end(),
+                              [&to](const TReteEdge& edge) { return edge.to == &to; }),
+               edges_.end());
+  if (edges_.size() == before) return;  // removed already: two edges led there
+  if (TConstantDispatch::IsByConstant(to))
+    constant_children_ -= static_cast<std::int32_t>(before - edges_.size());
+  if (dispatch_) dispatch_->Remove(to);
+  if (constant_children_ == 0) dispatch_.reset();
 }
 
 void TReteNode::CallChildren(const Ref<TKBToken>& token) {
@@ -28,9 +48,13 @@ void TReteNode::CallChildren(const Ref<TKBToken>& token) {
   const std::size_t count = edges_.size();
   // What fails on one edge stops no other: rules that share a node are each other's strangers.
   FirstFailure failures;
-  for (std::size_t i = 0; i < count && i < edges_.size(); ++i) {
-    const TReteEdge edge = edges_[i];
+  const auto call = [&](TReteEdge edge) {
     failures.Try([&] { edge.to->CallNode(token, edge.call_type); });
+  };
+  if (dispatch_ && token->GetTag() != taClear) {
+    dispatch_->Visit(*token->GetFact(), call);
+  } else {
+    for (std::size_t i = 0; i < count && i < edges_.size(); ++i) call(edges_[i]);
   }
   failures.Raise();
 }
@@ -79,18 +103,20 @@ static std::string_view RootName(const TReteNode& node) {
 void TReteNetwork::BecomeRoot(TReteNode& node) {
   node.root_number_ = ++root_count_;
   roots_.push_back(&node);
-  if (const std::string_view name = RootName(node); !name.empty())
-    named_roots_[name].push_back(&node);
+  const std::string_view name = RootName(node);
+  if (name.empty()) return;  // no fact asks for it
+  named_roots_[name].push_back(&node);
   template_roots_.clear();
 }
 
 void TReteNetwork::LeaveRoots(TReteNode& node) {
   if (!node.IsRoot()) return;
   node.root_number_ = 0;
-  roots_.erase(std::find(roots_.begin(), roots_.end(), &node));
-  template_roots_.clear();
+  // Every node is a root until it gets its first edge: most that leave came last.
+  roots_.erase(std::next(std::find(roots_.rbegin(), roots_.rend(), &node)).base());
   const auto named = named_roots_.find(RootName(node));
   if (named == named_roots_.end()) return;
+  template_roots_.clear();
   std::vector<TReteNode*>& list = named->second;
   list.erase(std::remove(list.begin(), list.end(), &node), list.end());
   if (!list.empty()) {
@@ -106,12 +132,7 @@ void TReteNetwork::LeaveRoots(TReteNode& node) {
 void TReteNetwork::FreeNode(TReteNode& node) {
   if (auto* terminal = dynamic_cast<TPatternMatchTerminalNode*>(&node)) terminal->StandDown();
   LeaveRoots(node);
-  for (TReteNode* parent : node.parents_) {
-    std::vector<TReteEdge>& edges = parent->edges_;
-    edges.erase(std::remove_if(edges.begin(), edges.end(),
-                               [&node](const TReteEdge& edge) { return edge.to == &node; }),
-                edges.end());
-  }
+  for (TReteNode* parent : node.parents_) parent->RemoveEdges(node);
   for (const TReteEdge& edge : node.edges_) {
     std::vector<TReteNode*>& parents = edge.to->parents_;
     parents.erase(std::remove(parents.begin(), parents.end(), &node), parents.end());

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@
 
 namespace reasoner {
 
+class TConstantDispatch;
 class TReteNetwork;
 class TReteNode;
 
@@ -46,7 +48,9 @@ class TReteNode : public TObject {
 
   // The one entry of every node.
   virtual bool CallNode(const Ref<TKBToken>& token, TCallType call_type) = 0;
-  // Calls each child in the order of the edges.
+  // The children by their constants, where there are many; else null.
+  const TConstantDispatch* GetDispatch() const noexcept { return dispatch_.get(); }
+  // Calls each child that the token may pass, in the order of the edges.
   void CallChildren(const Ref<TKBToken>& token);
 
   // True while the node is one of the network's roots: it has no edge that leads to it.
@@ -60,10 +64,14 @@ class TReteNode : public TObject {
   friend class ReteCompiler;
   friend class TReteNetwork;
 
+  void RemoveEdges(const TReteNode& to);
+
   TReteNetwork& rete_;
   std::string name_;
   std::vector<TReteEdge> edges_;
-  std::vector<TReteNode*> parents_;  // a parent with two edges stands twice
+  std::int32_t constant_children_ = 0;
+  std::unique_ptr<TConstantDispatch> dispatch_;  // once there are enough of them
+  std::vector<TReteNode*> parents_;              // a parent with two edges stands twice
   std::int32_t rule_use_count_ = 1;
   std::uint64_t root_number_ = 0;
   TKBContext context_;

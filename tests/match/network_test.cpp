@@ -1,5 +1,7 @@
 // How rules become nodes, and what the nodes hold and let go.
 
+#include <map>
+
 #include "reasoner/match/ReteNetwork.h"
 #include "tests/support/EngineFixture.h"
 
@@ -75,6 +77,64 @@ TEST_F(NetworkTest, ALateRuleMatchesTheFactsThatAreThereAndLeavesOlderRulesAlone
   RetractAll();
   EXPECT_EQ(Agenda(), Entries{});
   EXPECT_EQ(StoredTokens(), 0u);
+}
+
+// Nodes that compare one place with many constants are looked up by these: each fact must meet the
+// rules that it meets alone, in their order.
+TEST_F(NetworkTest, ManyConstantsOfOnePlaceMeetWhatEachMeetsAlone) {
+  const std::string preamble =
+      "(deftype warmth extends (type FUZZY) (range 0 10) (values (term cool (tri 0 2 4))))"
+      "(deftemplate p (slot v))";
+  const std::vector<std::string> fields = {
+      "0",   "a",     "\"a\"", "1", "~a", "2", "?",     "3",        "1.0", "?y&:(eq ?y 3)",
+      "1|2", "~1",    "5",     "c", "-1", "4", "\"b\"", "=(+ 1 2)", "1.5", "~3",
+      "d",   "\"3\"", "e|3.0", "f"};
+  const std::vector<std::string> values = {
+      "0", "1", "3", "1.0", "a", "e", "\"a\"", "\"3\"", "-1", "(create-fuzzy-value warmth cool)"};
+  Load(preamble);
+  const auto met = [](TReasoner& by, const std::string& value, bool is_ordered) {
+    by.Parse(is_ordered ? "(assert (o " + value + "))" : "(assert (p (v " + value + ")))", true);
+    std::vector<std::string> names;
+    for (std::int32_t i = 0; i < by.GetAgendaCount(); ++i)
+      names.push_back(by.GetActivation(i).GetRule().GetRuleName());
+    by.RetractFact(by.GetFacts().GetCount() - 1);
+    EXPECT_EQ(by.GetAgendaCount(), 0) << value;
+    return names;
+  };
+  for (const bool is_ordered : {false, true}) {
+    std::vector<std::string> rules;
+    std::map<std::string, std::vector<std::string>> alone;  // by rule and value
+    const auto compare = [&] {
+      for (const std::string& value : values) {
+        std::vector<std::string> wanted;
+        for (const std::string& rule : rules) {
+          const auto [known, is_new] = alone.try_emplace(rule + value);
+          if (is_new) {
+            TReasoner own;
+            own.Parse(preamble + rule, true);
+            known->second = met(own, value, is_ordered);
+          }
+          wanted.insert(wanted.begin(), known->second.begin(), known->second.end());
+        }
+        EXPECT_EQ(met(engine, value, is_ordered), wanted) << value << ", " << rules.size();
+      }
+    };
+    for (const std::string& field : fields) {
+      rules.push_back("(defrule r" + std::to_string(rules.size()) +
+                      (is_ordered ? " (o " + field + ")" : " (p (v " + field + "))") + " => )");
+      Load(rules.back());
+      if (rules.size() % 6 == 0) compare();
+    }
+    while (!rules.empty()) {
+      for (std::size_t i = rules.size(); i > 0; i -= std::min<std::size_t>(i, 3)) {
+        const std::string& rule = rules[i - 1];
+        Load("(undefrule " + rule.substr(9, rule.find(' ', 9) - 9) + ")");
+        rules.erase(rules.begin() + static_cast<std::ptrdiff_t>(i) - 1);
+      }
+      compare();
+    }
+    EXPECT_EQ(engine.GetReteNetwork().GetNodeCount(), 0u);
+  }
 }
 
 TEST_F(NetworkTest, ARuleThatFailsToCompileLeavesNoTrace) {

@@ -1,6 +1,7 @@
 #include "tests/oracle/BruteForce.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <functional>
 #include <stdexcept>
@@ -40,25 +41,23 @@ std::int32_t BucketOf(const TValue& value) {
 }
 
 // All ways to lay a list over the fields of a slot, the longest spans first.
-void Split(const std::vector<std::string>& items, const std::vector<TField>& fields,
-           std::size_t item, std::vector<TValue>& places, const std::function<void()>& take) {
+void Split(const std::vector<TValue>& items, const std::vector<TField>& fields, std::size_t item,
+           std::vector<TValue>& places, const std::function<void()>& take) {
   if (places.size() == fields.size()) {
     if (item == items.size()) take();
     return;
   }
   if (!fields[places.size()].is_span) {
     if (item == items.size()) return;
-    places.push_back(TValue::Single(items[item]));
+    places.push_back(items[item]);
     Split(items, fields, item + 1, places, take);
     places.pop_back();
     return;
   }
   for (std::size_t end = items.size() + 1; end-- > item;) {
-    places.push_back(
-        TValue{true,
-               std::vector<std::string>(items.begin() + static_cast<std::ptrdiff_t>(item),
-                                        items.begin() + static_cast<std::ptrdiff_t>(end)),
-               nullptr});
+    TValue span{true, {}, nullptr};
+    for (std::size_t i = item; i < end; ++i) span.items.push_back(items[i].items.front());
+    places.push_back(std::move(span));
     Split(items, fields, end, places, take);
     places.pop_back();
   }
@@ -69,6 +68,9 @@ TValue LiteralFor(const TConstraint& constraint, const TValue& value) {
   if (value.shape) literal.shape = ShapeOf(constraint.text);
   return literal;
 }
+
+// Numbers of one value, worked out in two ways.
+bool IsSameStrength(double a, double b) { return std::abs(a - b) < 1e-6; }
 
 template <class TPlaces>
 auto FindPlace(const TPlaces& places, const std::string& variable) {
@@ -224,7 +226,7 @@ BruteForce::BruteForce(const TRuleText& rule, const TProgram& program, bool text
     readings_.push_back(Read(element, bound, fact_index));
     if (element.is_test) continue;
     ++fact_index;
-    tests_fuzzy_ = tests_fuzzy_ || element.fact_template == kFuzzyTemplate;
+    tests_fuzzy_ = tests_fuzzy_ || IsFuzzy(element.fact_template);
     deep_negation_ = deep_negation_ || element.negations > 1;
     if (element.negations > 0) continue;
     for (const TPlace& place : readings_.back().own) {
@@ -334,7 +336,7 @@ std::vector<BruteForce::TView> BruteForce::Entries(const TReading& reading, cons
   std::vector<TView> entries;
   for (const TKnownFact* fact : facts) {
     if (!Descends(fact->fact_template, element.fact_template)) continue;
-    std::vector<std::int32_t> buckets;
+    std::vector<std::pair<std::int32_t, double>> held;  // bucket and strength
     TView view;
     view.fact = fact;
     view.places.resize(element.slots.size());
@@ -356,18 +358,18 @@ std::vector<BruteForce::TView> BruteForce::Entries(const TReading& reading, cons
                 ? 0
                 : BucketOf(view.places[static_cast<std::size_t>(hashed.slot)]
                                       [static_cast<std::size_t>(std::max(hashed.field, 0))]);
-        if (std::find(buckets.begin(), buckets.end(), bucket) != buckets.end()) return;
-        buckets.push_back(bucket);
+        const auto is_like = [&](const auto& other) {
+          return other.first == bucket && IsSameStrength(other.second, view.strength);
+        };
+        if (std::any_of(held.begin(), held.end(), is_like)) return;
+        held.emplace_back(bucket, view.strength);
       }
       entries.push_back(view);
     };
     const std::function<void(std::size_t)> fill = [&](std::size_t slot) {
       if (slot == element.slots.size()) return take();
-      if (const TSharedShape shape = fact->ShapeIn(slot); shape && element.slots[slot].is_tested) {
-        view.places[slot] = {TValue{false, fact->values[slot], shape}};
-        fill(slot + 1);
-      } else if (element.slots[slot].is_tested) {
-        Split(fact->values[slot], element.slots[slot].fields, 0, view.places[slot],
+      if (element.slots[slot].is_tested) {
+        Split(fact->Members(slot), element.slots[slot].fields, 0, view.places[slot],
               [&] { fill(slot + 1); });
       } else {
         fill(slot + 1);
@@ -389,7 +391,8 @@ std::vector<BruteForce::TToken> BruteForce::LeftMemory(const TReading& reading,
                        ? 0
                        : BucketOf(*Find(token.bindings, hashed.variable));
     const bool is_held = std::any_of(held.begin(), held.end(), [&](const TToken& other) {
-      return other.bucket == token.bucket && other.ids == token.ids;
+      return other.bucket == token.bucket && other.ids == token.ids &&
+             IsSameStrength(other.strength, token.strength);
     });
     if (!is_held) held.push_back(token);
   }

@@ -2,9 +2,9 @@
 //
 // In textbook semantics that is all there is to say. The engine's own semantics show some of the
 // network where a plain reading would not, and the reading models these:
-// - a memory holds the expansions of one fact once a bucket, the longest span that passes first,
-//   so the key that a join hashes on can be seen: the first equality of whole slots, else of
-//   fields, in the order in which the pattern's variables come
+// - a memory holds the expansions of one fact once a bucket and strength, the longest span that
+//   passes first, so the key that a join hashes on can be seen: the first equality of whole slots,
+//   else of fields, in the order in which the pattern's variables come
 // - from the second level of a negation on, one token that the level before lets through blocks all
 //   left tokens
 // - a unique pattern gives a new left token its first partner only, but each new right token to all
@@ -24,8 +24,8 @@
 //   same moment as one of the next
 // - fuzzy values that are nowhere above the threshold: such a value is equal to none, but a cell is
 //   equal to itself
-// - goals, function calls that raise or change their mind, lists of fuzzy values, operations on
-//   fuzzy sets whose result is not made of straight lines
+// - goals, function calls that raise or change their mind, variables for lists of fuzzy
+//   values, operations on fuzzy sets whose result is not made of straight lines
 // - ids from 101 on: buckets by fact id would show in the order of partners
 // - the order of activations made by one token (each one's place on the agenda is checked)
 
@@ -46,14 +46,19 @@ struct TKnownFact {
   static constexpr std::int64_t kAlive = std::numeric_limits<std::int64_t>::max();
 
   std::int32_t id = 0;
-  std::int32_t fact_template = 0;                // -1 for the initial fact
-  std::vector<std::vector<std::string>> values;  // of fuzzy slots only a name of the place
-  std::vector<TSharedShape> shapes;              // of the fuzzy slots; may be empty without any
+  std::int32_t fact_template = 0;                 // -1 for the initial fact
+  std::vector<std::vector<std::string>> values;   // of fuzzy slots only a name of the place
+  std::vector<std::vector<TSharedShape>> shapes;  // of the fuzzy slots; may be empty without any
   std::int64_t born = 0;
   std::int64_t died = kAlive;
 
-  TSharedShape ShapeIn(std::size_t slot) const {
-    return slot < shapes.size() ? shapes[slot] : nullptr;
+  std::vector<TValue> Members(std::size_t slot) const {
+    std::vector<TValue> members;
+    for (std::size_t i = 0; i < values[slot].size(); ++i) {
+      members.push_back(TValue::Single(values[slot][i]));
+      if (slot < shapes.size() && i < shapes[slot].size()) members.back().shape = shapes[slot][i];
+    }
+    return members;
   }
 };
 

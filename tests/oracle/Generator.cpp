@@ -36,6 +36,24 @@ const std::vector<std::string> kWords = {
 // The variables that are bound in fuzzy slots only, so that none of these values gets elsewhere.
 bool IsFuzzyName(const std::string& variable) { return variable == "?d" || variable == "?e"; }
 
+// Whether what two fields of a fuzzy list say is read as two: words behind words are, where each
+// stand alone in their field.
+bool IsApart(const TField& field, const TField& next) {
+  if (field.constraints.empty() || next.constraints.empty()) return true;
+  const TConstraint& last = field.constraints.back();
+  const TConstraint& first = next.constraints.front();
+  if (last.kind != TConstraint::kLiteral || first.kind != TConstraint::kLiteral || first.negated)
+    return true;
+  return field.constraints.size() == 1 && !last.negated && next.constraints.size() == 1;
+}
+
+void KeepApart(std::vector<TField>& fields) {
+  for (std::size_t i = 1; i < fields.size(); ++i) {
+    if (!IsApart(fields[i - 1], fields[i]))
+      fields.insert(fields.begin() + static_cast<std::ptrdiff_t>(i), TField());
+  }
+}
+
 // Whether the variables of a rule are bound where they are named.
 bool IsWellFormed(const TRuleText& rule);
 
@@ -111,8 +129,8 @@ class TGenerator {
   }
 
   std::int32_t FactTemplate() {
-    if (fuzzy_ && random_.Percent(40)) return kFuzzyTemplate;
-    return static_cast<std::int32_t>(random_.Below(kFuzzyTemplate));
+    if (fuzzy_ && random_.Percent(40)) return random_.Percent(60) ? kFuzzyPair : kFuzzyList;
+    return static_cast<std::int32_t>(random_.Below(kFuzzyPair));
   }
 
   std::vector<std::vector<std::string>> Values(std::int32_t fact_template) {
@@ -221,6 +239,7 @@ class TGenerator {
         const std::uint32_t fields = slot.is_multi ? random_.Below(4) : 1;
         for (std::uint32_t i = 0; i < fields; ++i)
           tested.fields.push_back(Field(here, slot.is_multi && random_.Percent(35), slot.is_fuzzy));
+        if (slot.is_fuzzy) KeepApart(tested.fields);
       }
       element.slots.push_back(std::move(tested));
     }
@@ -252,7 +271,7 @@ class TGenerator {
   TField Field(TScope& here, bool is_span, bool in_fuzzy_slot) {
     TField field;
     field.is_span = is_span;
-    if (random_.Percent(20)) return field;
+    if (random_.Percent(20) || (is_span && in_fuzzy_slot)) return field;
     if (is_span) {
       field.constraints.push_back(VariableConstraint(here, true, false));
       field.constraints.back().negated = false;
@@ -327,6 +346,7 @@ class TGenerator {
     }
     if (fuzzy_ && random_.Percent(50)) {
       action.kind = TAction::kAssertFuzzy;
+      action.fact_template = random_.Percent(60) ? kFuzzyPair : kFuzzyList;
       for (std::int32_t slot = 0; slot < 2; ++slot) {
         const std::string variable = Variable({}, false, true);
         action.terms.push_back(
@@ -398,7 +418,9 @@ bool IsWellFormed(const TRuleText& rule) {
       for (std::size_t s = 0; s < element.slots.size(); ++s) {
         const bool is_fuzzy =
             Templates()[static_cast<std::size_t>(element.fact_template)].slots[s].is_fuzzy;
-        for (const TField& field : element.slots[s].fields) {
+        const std::vector<TField>& fields = element.slots[s].fields;
+        for (const TField& field : fields) {
+          if (is_fuzzy && &field != &fields.front() && !IsApart((&field)[-1], field)) return false;
           for (const TConstraint& constraint : field.constraints) {
             if (constraint.call) {
               if (!binding && !NamesOnly(*constraint.call, here)) return false;

@@ -74,9 +74,9 @@ std::string TRuleText::ToString() const {
   result += "\n  =>";
   for (const TAction& action : actions) {
     if (action.kind == TAction::kAssertFuzzy) {
-      std::vector<std::vector<std::string>> values;
-      for (const TTerm& term : action.terms) values.push_back({term.ToString()});
-      result += "\n  (assert " + FactText(kFuzzyTemplate, values) + ")";
+      std::vector<std::string> fields;
+      for (const TTerm& term : action.terms) fields.push_back(term.ToString());
+      result += "\n  (assert " + FactText(action.fact_template, BySlot(action, fields)) + ")";
       continue;
     }
     result += action.kind == TAction::kAssert ? "\n  (assert (o" : "\n  (retract";
@@ -94,6 +94,7 @@ const std::vector<TTemplateText>& Templates() {
       {"s", false, 1, {{"x", false, false}, {"y", false, false}, {"z", false, false}}},
       {"w", true, -1, {{"__Data", true, false}}},
       {"v", false, -1, {{"d", false, true}, {"e", false, true}, {"x", false, false}}},
+      {"u", false, -1, {{"g", true, true}, {"x", false, false}}},
   };
   return kTemplates;
 }
@@ -114,6 +115,7 @@ std::string Preamble() {
          "  (term cold ((0 1) (3 0))) (term mild (tri 1 4 7)) (term hot ((5 0) (8 1)))\n"
          "  (term dull ((0 0.6) (2 0.6) (6 0.2)))))\n"
          "(deftemplate v (slot d (type t)) (slot e (type t)) (slot x))\n"
+         "(deftemplate u (multislot g (type t)) (slot x))\n"
          "(deffunction pick (?one ?other) (if (eq ?one ?other) then a else b))\n";
 }
 

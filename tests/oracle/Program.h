@@ -88,6 +88,7 @@ struct TElement {
 struct TAction {
   enum Kind : std::uint8_t { kAssert, kAssertFuzzy, kRetract } kind = kAssert;
   std::vector<TTerm> terms;  // the fields of an ordered fact, of a fuzzy one, or the bound fact
+  std::int32_t fact_template = 0;
 };
 
 struct TRuleText {
@@ -137,14 +138,22 @@ struct TTemplateText {
   std::int32_t parent;           // -1 for none
   std::vector<TSlotText> slots;  // sorted by name
 };
-// The last one is the one with fuzzy slots.
+// The last two have fuzzy slots: two single ones, and a list.
 const std::vector<TTemplateText>& Templates();
-constexpr std::int32_t kFuzzyTemplate = 5;
+constexpr std::int32_t kFuzzyPair = 5;
+constexpr std::int32_t kFuzzyList = 6;
+inline bool IsFuzzy(std::int32_t fact_template) { return fact_template >= kFuzzyPair; }
 // Whether facts of the one template match patterns of the other.
 bool Descends(std::int32_t fact_template, std::int32_t ancestor);
 // The templates and functions that all programs share.
 std::string Preamble();
 std::string FactText(std::int32_t fact_template,
                      const std::vector<std::vector<std::string>>& values);
+// The fields of an asserted fuzzy fact by slot.
+template <class TItem>
+std::vector<std::vector<TItem>> BySlot(const TAction& action, const std::vector<TItem>& fields) {
+  if (action.fact_template == kFuzzyList) return {{fields[0], fields[1]}, {fields[2]}};
+  return {{fields[0]}, {fields[1]}, {fields[2]}};
+}
 
 }  // namespace reasoner::oracle

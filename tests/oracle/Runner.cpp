@@ -60,6 +60,8 @@ class TRunner {
   }
 
  private:
+  using TShapes = std::vector<std::vector<TSharedShape>>;  // a slot each
+
   struct TLiveRule {
     const TRuleText* text;
     BruteForce reading;
@@ -143,17 +145,17 @@ class TRunner {
   }
 
   void Enter(std::int32_t fact_template, const std::vector<std::vector<std::string>>& values) {
-    std::vector<TSharedShape> shapes;
+    TShapes shapes(values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
-      const bool is_fuzzy = Templates()[static_cast<std::size_t>(fact_template)].slots[i].is_fuzzy;
-      shapes.push_back(is_fuzzy ? ShapeOf(values[i].front()) : nullptr);
+      if (!Templates()[static_cast<std::size_t>(fact_template)].slots[i].is_fuzzy) continue;
+      for (const std::string& words : values[i]) shapes[i].push_back(ShapeOf(words));
     }
     Enter(fact_template, values, std::move(shapes));
   }
 
   // A fuzzy fact is united with the one that differs from it in fuzzy slots alone.
   void Enter(std::int32_t fact_template, std::vector<std::vector<std::string>> values,
-             std::vector<TSharedShape> shapes) {
+             TShapes shapes) {
     const std::vector<TSlotText>& slots =
         Templates()[static_cast<std::size_t>(fact_template)].slots;
     for (TKnownFact* fact : Alive()) {
@@ -162,17 +164,23 @@ class TRunner {
       for (std::size_t i = 0; i < slots.size(); ++i)
         is_equal = is_equal && (slots[i].is_fuzzy || fact->values[i] == values[i]);
       if (!is_equal) continue;
-      if (fact_template != kFuzzyTemplate) return;
+      if (!IsFuzzy(fact_template)) return;
       for (std::size_t i = 0; i < slots.size(); ++i) {
-        if (slots[i].is_fuzzy) shapes[i] = UnionOf(*shapes[i], *fact->shapes[i]);
+        if (shapes[i].size() != fact->shapes[i].size()) continue;
+        for (std::size_t k = 0; k < shapes[i].size(); ++k)
+          shapes[i][k] = UnionOf(*shapes[i][k], *fact->shapes[i][k]);
       }
       Leave(*fact);
       break;
     }
     for (std::size_t i = 0; i < slots.size(); ++i) {
       if (!slots[i].is_fuzzy) continue;
-      if (Possibility(*shapes[i], *shapes[i]) <= program_.equals_threshold) throw TLeftOut();
-      values[i] = {"<f-" + std::to_string(next_id_) + "." + slots[i].name + ">"};
+      values[i].clear();
+      for (const TSharedShape& shape : shapes[i]) {
+        if (Possibility(*shape, *shape) <= program_.equals_threshold) throw TLeftOut();
+        values[i].push_back("<f-" + std::to_string(next_id_) + "." + slots[i].name +
+                            std::to_string(values[i].size()) + ">");
+      }
     }
     facts_.push_back(TKnownFact{next_id_++, fact_template, std::move(values), std::move(shapes),
                                 ++clock_, TKnownFact::kAlive});
@@ -216,27 +224,29 @@ class TRunner {
     return text;
   }
 
-  // The reading of an activation's match.
+  // The reading of an activation's match: of those with its text one with its strength and values.
   const TReadMatch& ReadOf(const TActivation& activation, const TLiveRule& rule,
                            const std::string& text) {
     const float strength = activation.GetStrength();
+    TKBContext frame(&engine_.GetContext(), &engine_);
+    activation.GetRule().Prepare(*activation.GetToken(), frame);
+    std::string difference = "the strength " + std::to_string(strength);
     for (const TReadMatch& match : rule.read) {
       if (match.text != text) continue;
       if (match.strength != TReadMatch::kAnyStrength && std::abs(match.strength - strength) > 1e-5)
         continue;
-      TKBContext frame(&engine_.GetContext(), &engine_);
-      activation.GetRule().Prepare(*activation.GetToken(), frame);
+      difference.clear();
       for (const auto& [variable, value] : match.bindings) {
-        if (!value.shape) continue;
-        CompareShapes(*frame.FindOwnBinding(Text(variable.substr(1)))->Value, *value.shape,
-                      variable);
+        if (!value.shape || !difference.empty()) continue;
+        difference = Differs(*frame.FindOwnBinding(Text(variable.substr(1)))->Value, *value.shape);
       }
-      return match;
+      if (difference.empty()) return match;
     }
-    throw TDifference("the strength " + std::to_string(strength) + " of" + text);
+    throw TDifference(difference + " of" + text);
   }
 
-  static void CompareShapes(const IKBValue& value, const TShape& shape, const std::string& place) {
+  // How a fuzzy value differs from its reading, or nothing.
+  static std::string Differs(const IKBValue& value, const TShape& shape) {
     const IFuzzySet& set = *value.GetAsFuzzy();
     for (std::size_t i = 0; i < shape.knots.size(); ++i) {
       const double x = shape.knots[i].x;
@@ -244,22 +254,32 @@ class TRunner {
         const double shown = set.DegreeOfMembership(at);
         const double wanted = shape.At(at).value;
         if (std::abs(shown - wanted) <= 1e-5) continue;
-        throw TDifference("the membership of " + std::to_string(at) + " in " + place + " is " +
-                          std::to_string(shown) + " and not " + std::to_string(wanted));
+        return "the membership of " + std::to_string(at) + ", " + std::to_string(shown) +
+               " and not " + std::to_string(wanted) + ",";
       }
     }
+    return "";
   }
 
   void CompareFuzzyFacts() {
     for (const TKnownFact* fact : Alive()) {
-      if (fact->fact_template != kFuzzyTemplate) continue;
+      if (!IsFuzzy(fact->fact_template)) continue;
       const Ref<IFact> shown = engine_.GetFacts().GetFactByID(fact->id);
       if (!shown) throw TDifference("no fact " + std::to_string(fact->id));
-      const std::vector<TSlotText>& slots = Templates()[kFuzzyTemplate].slots;
+      const std::vector<TSlotText>& slots =
+          Templates()[static_cast<std::size_t>(fact->fact_template)].slots;
       for (std::size_t i = 0; i < slots.size(); ++i) {
-        if (slots[i].is_fuzzy)
-          CompareShapes(*shown->GetValue(Text(slots[i].name)), *fact->shapes[i],
-                        fact->values[i].front());
+        if (!slots[i].is_fuzzy) continue;
+        const Ref<IKBValue> value = shown->GetValue(Text(slots[i].name));
+        const Ref<IValueVector> members = slots[i].is_multi ? value->GetAsList() : NewVector();
+        if (!slots[i].is_multi) members->Add(value);
+        if (static_cast<std::size_t>(members->GetValueCount()) != fact->shapes[i].size())
+          throw TDifference("the length of " + value->ToString());
+        for (std::size_t k = 0; k < fact->shapes[i].size(); ++k) {
+          const std::string difference =
+              Differs(*members->GetItem(static_cast<std::int32_t>(k)), *fact->shapes[i][k]);
+          if (!difference.empty()) throw TDifference(difference + " of " + fact->values[i][k]);
+        }
       }
     }
   }
@@ -314,11 +334,11 @@ class TRunner {
     if (described.is_ordered || (is_full && operation.kind == TOperation::kDuplicate)) return;
     const std::size_t slot = operation.target % described.slots.size();
     std::vector<std::vector<std::string>> values = fact->values;
-    std::vector<TSharedShape> shapes = fact->shapes;
+    TShapes shapes = fact->shapes;
     if (described.slots[slot].is_fuzzy) {
       if (operation.words.empty()) return;
       values[slot] = {operation.words};
-      shapes[slot] = ShapeOf(operation.words);
+      shapes[slot] = {ShapeOf(operation.words)};
     } else {
       values[slot] = {operation.values.back().empty() ? "b" : operation.values.back().front()};
     }
@@ -374,14 +394,18 @@ class TRunner {
         continue;
       }
       // What a rule asserts is no truer than what it was fired by.
-      std::vector<TSharedShape> shapes;
+      std::vector<TSharedShape> members;
       for (std::size_t i = 0; i < 2; ++i) {
-        shapes.push_back(fields[i].shape ? fields[i].shape : ShapeOf(fields[i].items.front()));
+        members.push_back(fields[i].shape ? fields[i].shape : ShapeOf(fields[i].items.front()));
         if (strength != 1.0F)
-          shapes[i] = Weakened(*shapes[i], double{strength}, program_.by_product);
+          members[i] = Weakened(*members[i], double{strength}, program_.by_product);
       }
-      shapes.push_back(nullptr);
-      Enter(kFuzzyTemplate, {{}, {}, fields[2].items}, std::move(shapes));
+      members.push_back(nullptr);
+      TShapes shapes = BySlot(action, members);
+      shapes.back().clear();
+      std::vector<std::vector<std::string>> values(shapes.size());
+      values.back() = fields[2].items;
+      Enter(action.fact_template, std::move(values), std::move(shapes));
     }
   }
 
