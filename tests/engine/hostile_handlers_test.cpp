@@ -254,14 +254,11 @@ TEST_F(HostileHandlersTest, TheLastFactIdIsTheLastFact) {
 }
 
 TEST_F(HostileHandlersTest, MemoryThatIsSpentAndRefusalsPassThroughTry) {
-  TUserFunction function;
-  function.SetFunctionName("spend");
   bool refuse = false;
-  function.OnCall = [&](TObject&, const IFunCall&, TKBContext&, Ref<IKBValue>&) {
+  const auto function = HostFunction("spend", [&] {
     if (refuse) throw EAbort();
     throw std::bad_alloc();
-  };
-  function.SetEngine(&engine);
+  });
   const std::string text = "(try (spend) except (printout t caught) finally (printout t left))";
   EXPECT_THROW(Load(text), std::bad_alloc);
   refuse = true;
@@ -276,16 +273,6 @@ TEST_F(HostileHandlersTest, ASalienceThatCannotBeEvaluatedIsNotTaken) {
   AssertMany(1);
   EXPECT_EQ(engine.GetAgendaCount(), 1);
   EXPECT_EQ(rule.GetSalience(), 7);
-}
-
-TEST_F(HostileHandlersTest, ARuleThatIsPutTakesItsKeyAsItsName) {
-  TRule& rule = *engine.ParseRule("(defrule r => )").release();
-  engine.GetRules().Put("k", &rule);
-  EXPECT_EQ(engine.GetRules().Find("k"), &rule);
-  EXPECT_EQ(rule.GetRuleName(), "k");
-  EXPECT_FALSE(engine.GetRules().ContainsKey("r"));
-  delete &rule;
-  EXPECT_FALSE(engine.GetRules().ContainsKey("k"));
 }
 
 }  // namespace
