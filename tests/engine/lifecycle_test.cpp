@@ -1,4 +1,3 @@
-#include "reasoner/functions/HostFunction.h"
 #include "reasoner/functions/UserPackage.h"
 #include "reasoner/language/ClipsParser.h"
 #include "reasoner/values/Constants.h"

@@ -2,8 +2,6 @@
 
 #include <functional>
 
-#include "reasoner/functions/HostFunction.h"
-#include "reasoner/functions/InterpretedFunction.h"
 #include "reasoner/values/Constants.h"
 #include "tests/support/EngineFixture.h"
 #include "tests/support/Failure.h"

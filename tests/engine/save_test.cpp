@@ -2,7 +2,6 @@
 
 #include <filesystem>
 
-#include "reasoner/functions/HostFunction.h"
 #include "reasoner/support/WholeFile.h"
 #include "reasoner/values/Constants.h"
 #include "tests/support/EngineFixture.h"

@@ -1,5 +1,4 @@
 #include "reasoner/facts/FactSet.h"
-#include "reasoner/functions/HostFunction.h"
 #include "tests/support/EngineFixture.h"
 #include "tests/support/Failure.h"
 

@@ -2,7 +2,6 @@
 #include <memory>
 
 #include "reasoner/functions/FunctionCall.h"
-#include "reasoner/functions/InterpretedFunction.h"
 #include "reasoner/values/Constants.h"
 #include "tests/support/EngineFixture.h"
 #include "tests/support/Failure.h"

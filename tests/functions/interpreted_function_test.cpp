@@ -1,6 +1,5 @@
 #include "reasoner/functions/HostFunction.h"
 #include "reasoner/functions/InterpretedFunction.h"
-#include "reasoner/values/Constants.h"
 #include "tests/support/EngineFixture.h"
 #include "tests/support/Failure.h"
 

@@ -4,13 +4,10 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "reasoner/engine/Reasoner.h"
 #include "reasoner/facts/FactSet.h"
-#include "reasoner/functions/InterpretedFunction.h"
 #include "reasoner/match/Rule.h"
-#include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/values/SingletonsVector.h"
 #include "reasoner/vocabulary/KBExceptions.h"

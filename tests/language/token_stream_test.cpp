@@ -5,7 +5,6 @@
 #include <string_view>
 #include <vector>
 
-#include "reasoner/functions/Context.h"
 #include "reasoner/language/TokenStream.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"

@@ -5,9 +5,7 @@
 #include <string>
 
 #include "reasoner/engine/HostObjects.h"
-#include "reasoner/values/Constants.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 
 namespace reasoner {
 namespace {

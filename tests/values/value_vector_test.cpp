@@ -28,7 +28,7 @@ TEST(ValueVectorTest, MembersAreTheCellsGivenAndMoveWithTheirPlaces) {
   EXPECT_EQ(list->IndexOf(*NewFloat(2)), -1);
   EXPECT_EQ(list->Remove(*NewInteger(9)), -1);
   EXPECT_EQ(list->Remove(*NewInteger(2)), 2);
-  list->Delete(0);
+  EXPECT_EQ(list->Remove(*NewInteger(0)), 0);
   EXPECT_EQ(list->ToString(), "1 3 5 ");
   list->Append(*list);
   EXPECT_EQ(list->ToString(), "1 3 5 1 3 5 ") << "a list may be appended to itself";
