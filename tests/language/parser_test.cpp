@@ -109,6 +109,7 @@ TEST_F(ParserTest, FailuresTellMessageAndOperation) {
        "\"not\" and \"test\" CEs cannot be bound to variables in ParseRulePatterns"},
       {"(defrule r (not (a) (b)) =>)", "Expected \")\" in ParsePattern"},
       {"(defrule r (not a) =>)", "Expected \"( <atom>\" in ParsePattern"},
+      {"(defrule r (flat (x $?x)) =>)", "Slot \"x\" is not a multislot in ParsePattern"},
       {"(defrule r (flat (x 1 2)) =>)", "Slot \"x\" is not a multislot in ParsePattern"},
       {"(defrule r (a ~(f)) =>)", "Bad Slot Value: ( in ParsePattern"},
       {"(defrule r (a b&) =>)", "Bad Slot Value: ) in ParsePattern"},

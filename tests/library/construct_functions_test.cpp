@@ -94,7 +94,7 @@ TEST_F(ConstructFunctionsTest, GuardKeepsTheRuleFromActivatingItself) {
 
 class EngineFunctionsTest : public EngineTest {};
 
-TEST_F(EngineFunctionsTest, Storage) {
+TEST_F(EngineFunctionsTest, StorageAndSettings) {
   Load("(bind ?k key) (bind ?n nil)");
   ExpectShown({
       {"(fetch unknown)", ""},
@@ -109,6 +109,10 @@ TEST_F(EngineFunctionsTest, Storage) {
   });
   EXPECT_TRUE(engine.GetEngineVariables().ContainsKey("empty"));
   ExpectShown({{"(clear-storage)", "TRUE"}, {"(fetch key)", ""}});
+  ExpectShown({{"(__get-var (sym-cat k))", "key"},
+               {"(set-reset-globals 5)", "5"},
+               {"(set-reset-globals)", "FALSE"}});
+  ExpectError("(watch birds)", "Cannot watch birds");
 }
 
 TEST_F(EngineFunctionsTest, SymbolsGoUpByOneThroughResetAndClear) {

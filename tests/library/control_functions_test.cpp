@@ -104,6 +104,7 @@ TEST_F(CompareFunctionsTest, NothingIsEvaluatedBehindTheDecision) {
       {"(= 1 2 (no-such-function))", "FALSE"},
       {"(< 2 1 (no-such-function))", "FALSE"},
       {"(member a a (no-such-function))", "0"},
+      {"(member a b c)", "FALSE"},
   });
 }
 

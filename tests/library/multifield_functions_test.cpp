@@ -17,6 +17,7 @@ TEST_F(MultifieldFunctionsTest, BuildingAndReading) {
       {"(length$ (create$))", "0"},
       {"(nth$ 1 (create$ a b))", "b"},
       {"(member$ b (create$ a b b))", "1"},
+      {"(member$ z (create$ a b))", "FALSE"},
       {"(member$ 1 (create$ 1.0 1))", "1"},
       {"(first$ (create$))", ""},
       {"(rest$ (create$))", ""},

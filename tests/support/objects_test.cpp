@@ -211,6 +211,25 @@ TEST(ComponentTest, WatchersMayEndEachOtherOnTheWay) {
   EXPECT_EQ(log, "first-watched ~second third-watched ~watched ");
 }
 
+TEST(ComponentTest, ChangingTheOwnerTellsBoth) {
+  std::string log;
+  TLogger old_owner("old", log);
+  TLogger new_owner("new", log);
+  {
+    TLogger part("part", log);
+    old_owner.InsertComponent(part);
+    new_owner.InsertComponent(part);
+    EXPECT_EQ(part.GetOwner(), &new_owner);
+    EXPECT_EQ(old_owner.GetComponentCount(), 0u);
+    new_owner.RemoveComponent(part);
+    EXPECT_EQ(part.GetOwner(), nullptr);
+  }
+  EXPECT_EQ(log, "old+part old-part new+part new-part ~part ");
+
+  TLogger inner("inner", log, &new_owner);
+  EXPECT_THROW(inner.InsertComponent(new_owner), EKitException);
+}
+
 TEST(ComponentTest, ARefusedInsertionLeavesNoTrace) {
   std::string log;
   TLogger owner("owner", log);
