@@ -275,5 +275,15 @@ TEST_F(HostileHandlersTest, ASalienceThatCannotBeEvaluatedIsNotTaken) {
   EXPECT_EQ(rule.GetSalience(), 7);
 }
 
+TEST_F(HostileHandlersTest, ARuleThatIsPutTakesItsKeyAsItsName) {
+  TRule& rule = *engine.ParseRule("(defrule r => )").release();
+  engine.GetRules().Put("k", &rule);
+  EXPECT_EQ(engine.GetRules().Find("k"), &rule);
+  EXPECT_EQ(rule.GetRuleName(), "k");
+  EXPECT_FALSE(engine.GetRules().ContainsKey("r"));
+  delete &rule;
+  EXPECT_FALSE(engine.GetRules().ContainsKey("k"));
+}
+
 }  // namespace
 }  // namespace reasoner

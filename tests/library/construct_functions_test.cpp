@@ -36,7 +36,7 @@ TEST_F(ConstructFunctionsTest, Facts) {
                 "f-0 (Initial-Fact)\nf-1 (a)\nf-3 (c)\nf-4 (b)\nFor a total of 4 facts.\n");
   ExpectPrinted("(facts 1)", "f-1 (a)\nf-3 (c)\nf-4 (b)\nFor a total of 3 facts.\n");
   ExpectPrinted("(facts 1 3)", "f-1 (a)\nf-3 (c)\nFor a total of 2 facts.\n");
-  ExpectPrinted("(facts 1 9 1)", "f-1 (a)\nFor a total of 1 facts.\n");
+  ExpectPrinted("(facts 1 3 1)", "f-1 (a)\nFor a total of 1 facts.\n");
   ExpectPrinted("(facts 0 9 -1)", "For a total of 0 facts.\n");
 }
 

@@ -31,6 +31,7 @@ TEST_F(MultifieldFunctionsTest, Changing) {
       {"(insert$ (create$ a b) 1 x y)", "a y x b "},
       {"(insert$ (create$ a b) 2 x)", "a b x "},
       {"(replace$ (create$ a b c) 1 9 x)", "a x "},
+      {"(delete$ (create$ a b c) 0 1)", "c "},
       {"(delete$ (create$ a b c) 5 9)", "a b c "},
   });
   ExpectError("(delete$ (create$ a b c) 2 1)", "Invalid multifield begin and end parameters: 2, 1");
