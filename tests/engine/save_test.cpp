@@ -171,6 +171,7 @@ TEST_F(SaveTest, ACopyIsAnEngineOfItsOwn) {
   EXPECT_EQ(copy.FindFactTemplate("a")->GetSlot("n")->GetExtendedTypeInfo().get(),
             copy.FindDefinedType("tiny").get());
   EXPECT_EQ(Facts(copy), Facts(engine));
+  EXPECT_EQ(copy.GetUserFunctions().ToString(), engine.GetUserFunctions().ToString());
   std::string printed_there;
   copy.OnPrintOut = [&printed_there](TReasoner&, const std::string&, const std::string& text) {
     printed_there += text;
