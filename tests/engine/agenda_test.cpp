@@ -33,17 +33,6 @@ class AgendaTest : public EngineTest {
   }
 };
 
-TEST_F(AgendaTest, EqualSalienceFiresNewestFirstOrOldestFirst) {
-  Load("(defrule r (a ?x) => (printout t ?x))");
-  Load("(assert (a 1) (a 2) (a 3))");
-  engine.Run();
-  EXPECT_EQ(TakeOutput(), "321");
-  engine.SetStrategy(ssBreadthFirst);
-  Load("(assert (a 4) (a 5) (a 6))");
-  engine.Run();
-  EXPECT_EQ(TakeOutput(), "456");
-}
-
 TEST_F(AgendaTest, TheSearchStopsAtTheFirstEqualSalienceThatItMeets) {
   FillAgenda();
   ASSERT_EQ(engine.GetAgendaCount(), 6) << Agenda();
@@ -60,18 +49,6 @@ TEST_F(AgendaTest, TheSearchStopsAtTheFirstEqualSalienceThatItMeets) {
   Load("(defrule new (declare (salience 5)) (late) =>)");
   engine.Assert("(late)");
   EXPECT_EQ(engine.GetActivation(2).GetRule().GetRuleName(), "new") << Agenda();
-}
-
-TEST_F(AgendaTest, AnEmptyAgendaAndBothEndsUnderBothStrategies) {
-  for (const TSearchStrategy strategy : {ssDepthFirst, ssBreadthFirst}) {
-    engine.Clear();
-    engine.SetStrategy(strategy);
-    EXPECT_EQ(engine.SearchSalience(0), -1);
-    Load("(defrule m (a) =>) (assert (a))");
-    EXPECT_EQ(engine.SearchSalience(1), 0);
-    EXPECT_EQ(engine.SearchSalience(-1), -1);
-    EXPECT_EQ(engine.SearchSalience(0), strategy == ssDepthFirst ? 0 : -1);
-  }
 }
 
 TEST_F(AgendaTest, AChangeOfStrategyPlacesEveryEntryAnewAndRemovesNone) {
@@ -135,23 +112,8 @@ TEST_F(AgendaTest, WithEvaluationEveryTimeWaitingEntriesFollowTheirRules) {
   EXPECT_EQ(TakeOutput(), "first low high ");
 }
 
-TEST_F(AgendaTest, ASalienceThatIsNoNumberFailsTheAssertionAndLeavesNoActivation) {
-  Load("(defglobal ?*s* = 0) (defrule r (declare (salience ?*s*)) (a ?x) =>) (bind ?*s* oops)");
-  EXPECT_NE(FailureOf([&] { engine.Assert("(a 1)"); }), "no failure");
-  EXPECT_EQ(engine.GetAgendaCount(), 0);
-  Load("(bind ?*s* 2)");
-  engine.Retract("(a 1)");
-  engine.Assert("(a 1)");
-  EXPECT_EQ(engine.GetAgendaCount(), 1);
-}
-
 TEST_F(AgendaTest, AStrategyThatChangesInsideAFiringWithAFailingSalienceLeavesASoundEngine) {
-  TUserFunction breadth;
-  breadth.SetFunctionName("breadth");
-  breadth.OnCall = [this](TObject&, const IFunCall&, TKBContext&, Ref<IKBValue>&) {
-    engine.SetStrategy(ssBreadthFirst);
-  };
-  breadth.SetEngine(&engine);
+  const auto breadth = HostFunction("breadth", [this] { engine.SetStrategy(ssBreadthFirst); });
   Load(
       "(defglobal ?*s* = 0)"
       "(defrule r (declare (salience ?*s*)) (a ?x) =>"
@@ -167,16 +129,13 @@ TEST_F(AgendaTest, AStrategyThatChangesInsideAFiringWithAFailingSalienceLeavesAS
 }
 
 TEST_F(AgendaTest, TheFiringMatchMayGoWhileAChangeOfStrategyReportsTheEntries) {
-  TUserFunction breadth;
-  breadth.SetFunctionName("breadth");
-  breadth.OnCall = [this](TObject&, const IFunCall&, TKBContext&, Ref<IKBValue>&) {
+  const auto breadth = HostFunction("breadth", [this] {
     engine.OnAddActivation = [this](TReasoner&, std::int32_t, TActivation&) {
       engine.GetFacts().Clear();
     };
     engine.SetStrategy(ssBreadthFirst);
     engine.OnAddActivation = nullptr;
-  };
-  breadth.SetEngine(&engine);
+  });
   Load(
       "(defrule waits (declare (salience 9)) (late) =>)"
       "(defrule r (a ?x) => (assert (late)) (breadth) (printout t done ?x))"
@@ -194,43 +153,6 @@ TEST_F(AgendaTest, AHostsSilentRefusalDoesNotReachTheCaller) {
   engine.OnAddActivation = nullptr;
   engine.Retract(1);
   EXPECT_EQ(engine.GetAgendaCount(), 0);
-}
-
-TEST_F(AgendaTest, ARemovalIsReportedWhileTheEntryIsStillThere) {
-  Load("(defrule r (a ?x) =>) (assert (a 1) (a 2))");
-  std::vector<std::string> seen;
-  engine.OnRemoveActivation = [&](TReasoner&, std::int32_t index, TActivation& activation) {
-    EXPECT_EQ(&engine.GetActivation(index), &activation);
-    seen.push_back(activation.GetToken()->GetToFactsString());
-  };
-  engine.Watch = {cwActivation};
-  engine.Retract(1);
-  EXPECT_EQ(TakeOutput(), "<== Activation: r : f-1\n");
-  engine.RemoveActivation(0);
-  EXPECT_EQ(seen, (std::vector<std::string>{"f-1", "f-2"}));
-  EXPECT_EQ(engine.Run(), 0) << "a host may take an activation off";
-  EXPECT_EQ(FailureOf([&] { engine.GetActivation(0); }), "List index out of bounds (0)");
-  EXPECT_EQ(FailureOf([&] { engine.RemoveActivation(-1); }), "List index out of bounds (-1)");
-}
-
-TEST_F(AgendaTest, ALongAgendaKeepsItsOrder) {
-  Load("(deftemplate job (slot p) (slot n))");
-  for (int p = 0; p < 7; ++p) {
-    const std::string n = std::to_string(p);
-    Load("(defrule p" + n + " (declare (salience " + n + ")) (job (p " + n + ") (n ?n)) =>)");
-  }
-  for (int i = 0; i < 300; ++i) {
-    engine.Assert("(job (p " + std::to_string(i * 5 % 7) + ") (n " + std::to_string(i) + "))");
-    if (i % 3 == 0) engine.Retract(i / 2);
-    if (i == 150) engine.SetStrategy(ssBreadthFirst);
-  }
-  for (std::int32_t i = 1; i < engine.GetAgendaCount(); ++i) {
-    EXPECT_GE(engine.GetActivation(i - 1).GetRule().GetSalience(),
-              engine.GetActivation(i).GetRule().GetSalience());
-    EXPECT_EQ(engine.GetAgenda().IndexOf(engine.GetActivation(i)), i);
-  }
-  EXPECT_EQ(engine.GetAgendaCount(),
-            engine.GetFacts().GetCount() - (engine.GetFacts().GetFactByID(0) ? 1 : 0));
 }
 
 TEST_F(AgendaTest, WhatWaitsCanBeKeptAsideAndPutBack) {

@@ -152,28 +152,5 @@ TEST_F(EventsTest, AHandlerThatThrowsLeavesListNetworkAndAgendaInStep) {
   EXPECT_EQ(engine.Run(), 1);
 }
 
-TEST_F(EventsTest, HandlersMayChangeFactsFromWithin) {
-  Load("(defrule r (a ?x) =>) (defrule s (log ?x) =>)");
-  engine.OnAssertion = [this](TReasoner&, const Ref<IFact>& fact) {
-    if (fact->GetTemplate()->GetTemplateName() == "a") {
-      engine.Assert("(log " + std::to_string(fact->GetID()) + ")");
-    }
-  };
-  engine.OnRetraction = [this](TReasoner&, const Ref<IFact>& fact) {
-    if (fact->GetTemplate()->GetTemplateName() == "a") {
-      engine.Retract("(log " + std::to_string(fact->GetID()) + ")");
-    }
-  };
-  engine.Assert("(a x)");
-  EXPECT_EQ(engine.GetAgendaCount(), 2);
-  engine.Retract("(a x)");
-  EXPECT_EQ(engine.GetAgendaCount(), 0);
-  EXPECT_EQ(engine.GetFacts().GetCount(), 1);
-  engine.OnRetraction = [this](TReasoner&, const Ref<IFact>& fact) { engine.RetractFact(fact); };
-  engine.OnAssertion = [this](TReasoner&, const Ref<IFact>&) { engine.Assert("(a y)"); };
-  engine.Assert("(b)");
-  EXPECT_EQ(engine.GetFacts().GetCount(), 3);
-}
-
 }  // namespace
 }  // namespace reasoner

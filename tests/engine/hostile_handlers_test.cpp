@@ -254,14 +254,11 @@ TEST_F(HostileHandlersTest, TheLastFactIdIsTheLastFact) {
 }
 
 TEST_F(HostileHandlersTest, MemoryThatIsSpentAndRefusalsPassThroughTry) {
-  TUserFunction function;
-  function.SetFunctionName("spend");
   bool refuse = false;
-  function.OnCall = [&](TObject&, const IFunCall&, TKBContext&, Ref<IKBValue>&) {
+  const auto function = HostFunction("spend", [&] {
     if (refuse) throw EAbort();
     throw std::bad_alloc();
-  };
-  function.SetEngine(&engine);
+  });
   const std::string text = "(try (spend) except (printout t caught) finally (printout t left))";
   EXPECT_THROW(Load(text), std::bad_alloc);
   refuse = true;

@@ -24,15 +24,6 @@ class InsideFiringTest : public EngineTest {
   TUserFunction host;
 };
 
-TEST_F(InsideFiringTest, ARuleRemovesItself) {
-  Load("(defrule r (a ?x) => (undefrule r) (printout t still ?x)) (assert (a 1) (a 2))");
-  EXPECT_EQ(engine.Run(), 1);
-  EXPECT_EQ(TakeOutput(), "still2");
-  EXPECT_EQ(engine.GetAgendaCount(), 0);
-  EXPECT_EQ(engine.GetRules().GetCount(), 0);
-  EXPECT_EQ(engine.GetReteNetwork().GetNodeCount(), 0u);
-}
-
 TEST_F(InsideFiringTest, ARuleRedefinesItself) {
   Load(
       "(defrule r (a ?x) => (host \"(defrule r (a ?x) => (printout t new ?x))\") (printout t old "
@@ -68,18 +59,6 @@ TEST_F(InsideFiringTest, ResetStartsAgainAndTheActionsGoOn) {
   EXPECT_EQ(TakeOutput(), "122");
 }
 
-TEST_F(InsideFiringTest, ARuleRetractsItsOwnMatchAndIsReportedOnce) {
-  int removed = 0;
-  int fired = 0;
-  engine.OnRemoveActivation = [&](TReasoner&, std::int32_t, TActivation&) { ++removed; };
-  engine.OnRuleFired = [&](TReasoner&, TRule&) { ++fired; };
-  Load("(defrule r ?f <- (a ?x) => (retract ?f) (printout t go ?x)) (assert (a 1))");
-  engine.Run();
-  EXPECT_EQ(TakeOutput(), "go1");
-  EXPECT_EQ(removed, 1);
-  EXPECT_EQ(fired, 1);
-}
-
 TEST_F(InsideFiringTest, TheTemplateOfTheMatchIsRedefinedAndItsFactsComeOver) {
   Load(
       "(deftemplate p (slot x)) (defrule r (declare (oneshot TRUE)) (p (x ?v)) =>"
@@ -89,37 +68,6 @@ TEST_F(InsideFiringTest, TheTemplateOfTheMatchIsRedefinedAndItsFactsComeOver) {
   EXPECT_EQ(TakeOutput(), "done5");
   EXPECT_EQ(engine.GetFacts().ToString(), "(Initial-Fact)\n(p (x 5) (y 9))\n(p (x 4) (y 9))");
   EXPECT_EQ(engine.GetRules().GetCount(), 1);
-}
-
-TEST_F(InsideFiringTest, RunInsideAFiringAnswersNothing) {
-  Load("(defrule r (a ?x) => (printout t (run) ?x)) (assert (a 1) (a 2))");
-  EXPECT_EQ(engine.Run(), 2);
-  EXPECT_EQ(TakeOutput(), "0201");
-}
-
-TEST_F(InsideFiringTest, AHostRuleDiesInItsOwnFiring) {
-  auto rule = std::make_unique<TRule>();
-  {
-    const std::unique_ptr<TRule> parsed =
-        engine.ParseRule("(defrule r (a ?x) => (host-kill) (printout t on ?x))");
-    rule->SetEngine(&engine);
-    rule->Assign(*parsed);
-  }
-  TUserFunction kill;
-  kill.SetFunctionName("host-kill");
-  kill.OnCall = [&](TObject&, const IFunCall&, TKBContext&, Ref<IKBValue>&) { rule.reset(); };
-  kill.SetEngine(&engine);
-  Load("(assert (a 1))");
-  EXPECT_EQ(engine.Run(), 1);
-  EXPECT_EQ(TakeOutput(), "on1");
-  EXPECT_EQ(engine.GetRules().GetCount(), 0);
-  EXPECT_EQ(engine.GetAgendaCount(), 0);
-}
-
-TEST_F(InsideFiringTest, AFunctionRedefinesItselfWhileItRuns) {
-  Load("(deffunction f (?x) (host \"(deffunction f (?x) new)\") (printout t ?x) old)");
-  EXPECT_EQ(Show("(f 1)"), "old");
-  EXPECT_EQ(Show("(f 1)"), "new");
 }
 
 // A handler that asserts and retracts while a token is inside the network: the facts wait for their
@@ -139,22 +87,6 @@ TEST_F(InsideFiringTest, HandlersChangeFactsWhileATokenIsInside) {
   Load("(assert (a 1))");
   EXPECT_EQ(engine.GetFacts().ToString(), "(Initial-Fact)\n(b 1 )\n(a 1 )");
   EXPECT_EQ(engine.GetAgendaCount(), 3);
-}
-
-TEST_F(InsideFiringTest, HandlersThatThrowLeaveASoundEngine) {
-  Load("(defrule one (a ?x) => ) (defrule two (a ?x) (not (b ?x)) => )");
-  engine.OnAddActivation = [](TReasoner&, std::int32_t, TActivation&) { throw EKBException("no"); };
-  EXPECT_THROW(Load("(assert (a 1))"), EKBException);
-  engine.OnAddActivation = nullptr;
-  engine.OnRemoveActivation = [](TReasoner&, std::int32_t, TActivation&) {
-    throw EKBException("no");
-  };
-  EXPECT_THROW(engine.Retract("(a 1)"), EKBException);
-  engine.OnRemoveActivation = nullptr;
-  engine.Reset();
-  Load("(assert (a 2))");
-  EXPECT_EQ(engine.GetAgendaCount(), 2);
-  EXPECT_EQ(engine.Run(), 2);
 }
 
 }  // namespace

@@ -115,12 +115,6 @@ const TLife kLives[] = {
        engine.SalienceEvaluation = sActivate;
        engine.Retract(1);
      }},
-    {"OtherPackages",
-     [](TReasoner& engine) {
-       Do(engine, "(deffunction f (?x) (+ ?x 1)) (f 1)");
-       engine.SetPackages({pMath});
-       engine.SetPackages({});
-     }},
 };
 
 INSTANTIATE_TEST_SUITE_P(Lives, LiveObjectsTest, ::testing::ValuesIn(kLives),
@@ -164,24 +158,6 @@ TEST(LiveObjectsOfHostsTest, WhatAHostKeepsBeyondTheEngineGoesWithTheHost) {
     EXPECT_EQ(item->NewFact()->ToString(), "(item)");
     EXPECT_EQ(function->GetReasonerCount(), 0);
     EXPECT_GT(IInterface::LiveObjects(), before);
-  }
-  EXPECT_EQ(IInterface::LiveObjects(), before);
-}
-
-TEST(LiveObjectsOfHostsTest, AFunctionThatEndsItselfWhileItRunsIsGoneAfterwards) {
-  const std::int64_t before = IInterface::LiveObjects();
-  {
-    TReasoner engine;
-    TUserFunction host;
-    host.SetFunctionName("end");
-    host.OnCall = [&engine](TObject&, const IFunCall&, TKBContext&, Ref<IKBValue>&) {
-      engine.GetUserFunctions().Remove("f");
-    };
-    host.SetEngine(&engine);
-    Do(engine, "(deffunction f (?n) (if (= ?n 0) then (end) else (f (- ?n 1))) (create$ ?n))");
-    const std::int64_t running = IInterface::LiveObjects();
-    EXPECT_EQ(engine.ParseNExecuteFunCall("(f 5)")->ToString(), "5 ");
-    EXPECT_LT(IInterface::LiveObjects(), running);
   }
   EXPECT_EQ(IInterface::LiveObjects(), before);
 }

@@ -1,26 +1,11 @@
 #include "reasoner/facts/FactSet.h"
-#include "reasoner/functions/HostFunction.h"
 #include "tests/support/EngineFixture.h"
 #include "tests/support/Failure.h"
 
 namespace reasoner {
 namespace {
 
-class FactSetTest : public EngineTest {
- protected:
-  std::string Facts() { return engine.GetFacts().GetToIDString(); }
-};
-
-TEST_F(FactSetTest, EveryResetEvaluatesTheFactsAnew) {
-  Load("(deffacts start (a (gensym*)) (b (+ 1 2) ?*g*)) (defglobal ?*g* = 5)");
-  engine.Reset();
-  const std::string first = engine.GetFacts().Get(1)->ToString();
-  EXPECT_EQ(engine.GetFacts().Get(2)->ToString(), "(b 3 5 )");
-  engine.Reset();
-  EXPECT_NE(engine.GetFacts().Get(1)->ToString(), first);
-  EXPECT_EQ(engine.GetFactSets().GetItem(0).GetLines()[1].fact->ToString(), "(b (+ 1 2) ?*g* )")
-      << "the stored fact is never asserted itself";
-}
+class FactSetTest : public EngineTest {};
 
 TEST_F(FactSetTest, ASetIsFilledWithLinesBeforeItHasAnEngine) {
   TFactSet set;
@@ -79,32 +64,6 @@ TEST_F(FactSetTest, ASecondSetOfAHeldNameTakesThePlaceOfTheFirst) {
   EXPECT_EQ(engine.GetFactSets().GetCount(), 1);
   engine.Reset();
   EXPECT_EQ(Facts(), "f-0 (Initial-Fact)\nf-1 (d)");
-}
-
-TEST_F(FactSetTest, ASetMayOutliveItsEngine) {
-  TFactSet set;
-  set.SetFacts({"(a)"});
-  {
-    TReasoner other;
-    set.SetEngine(&other);
-  }
-  EXPECT_EQ(set.GetEngine(), nullptr);
-  set.Reset();
-  set.SetEngine(&engine);
-  engine.Reset();
-  EXPECT_EQ(Facts(), "f-0 (Initial-Fact)\nf-1 (a)");
-}
-
-TEST_F(FactSetTest, ACopyForAnotherEngineHasThatEnginesFacts) {
-  Load("(deftemplate item (slot n)) (deffacts start (item (n 1)))");
-  TReasoner other;
-  other.Parse("(deftemplate item (slot n))", true);
-  TFactSet copy(&other);
-  copy.Assign(engine.GetFactSets().GetItem(0));
-  EXPECT_EQ(copy.GetFact(0)->GetTemplate().get(), other.FindFactTemplate("item").get());
-  EXPECT_EQ(copy.GetFactSetName(), "start");
-  other.Reset();
-  EXPECT_EQ(other.GetFacts().GetToIDString(), "f-0 (Initial-Fact)\nf-1 (item (n 1))");
 }
 
 TEST_F(FactSetTest, ASetMayBeRemovedWhileItIsReset) {

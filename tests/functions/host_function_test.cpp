@@ -40,12 +40,6 @@ TEST_F(HostFunctionTest, ItsDeathLeavesItsCallsWithAPlainFailure) {
   EXPECT_FALSE(engine.ContainsUserFunction("echo"));
 }
 
-TEST_F(HostFunctionTest, WithoutAHandlerItAnswersNil) {
-  auto function = NewEcho();
-  function->OnCall = nullptr;
-  EXPECT_EQ(engine.ParseNExecuteFunCall("(echo 1)").get(), FCNil.get());
-}
-
 TEST_F(HostFunctionTest, BoundsAreCheckedAndACrossedBoundFollows) {
   auto function = NewEcho();
   function->SetMinArgumentCount(1);
@@ -59,94 +53,6 @@ TEST_F(HostFunctionTest, BoundsAreCheckedAndACrossedBoundFollows) {
   EXPECT_EQ(function->GetArgumentString(), "");
   function->SetMinArgumentCount(3);
   EXPECT_EQ(function->GetMaxArgumentCount(), 3);
-}
-
-TEST_F(HostFunctionTest, ArgumentTextsTakeTheWordsThatAreThere) {
-  struct Row {
-    const char* source;
-    std::int32_t min, max;
-    const char* text;
-  };
-  const std::string ten =
-      "[ <a>[ <b>[ <expression>[ <expression>[ <expression>[ <expression>[ "
-      "<expression>[ <expression>[ <expression>[ <expression>[]]]]]]]]]]]";
-  const Row rows[] = {
-      {"<a> <b>", 1, 3, "<a>[ <b>[ <expression>]]"},
-      {"<a> <b>", 2, 2, "<a> <b>"},
-      {"<a> <b>", 3, 3, "<a> <b> <expression>"},
-      {"", 0, 1, "[ <expression>]"},
-      {"<a> <b>", 0, 2147483647, ten.c_str()},
-      {"<a", 1, 1, "<expression>"},
-      {"<a>", 2, 1, ""},
-      {"<a>", 0, 0, ""},
-  };
-  for (const Row& row : rows) {
-    EXPECT_EQ(CreateArgumentExpressions(row.source, row.min, row.max, 10), row.text) << row.source;
-  }
-}
-
-TEST_F(HostFunctionTest, ItMovesWithItsNameAndItsEngine) {
-  TReasoner other;
-  auto function = NewEcho();
-  function->SetFunctionName("repeat");
-  EXPECT_EQ(Show("(repeat 1)"), "1");
-  EXPECT_FALSE(engine.ContainsUserFunction("echo"));
-  function->SetEngine(&other);
-  EXPECT_FALSE(engine.ContainsUserFunction("repeat"));
-  EXPECT_EQ(other.ParseNExecuteFunCall("(repeat 2)")->ToString(), "2");
-  TUserFunction unnamed;
-  unnamed.SetEngine(&engine);
-  unnamed.SetFunctionName("late");
-  EXPECT_TRUE(engine.ContainsUserFunction("late"));
-}
-
-TEST_F(HostFunctionTest, ItMayOutliveItsEngineAndServeAnother) {
-  auto function = NewEcho();
-  {
-    TReasoner other;
-    function->SetEngine(&other);
-  }
-  EXPECT_EQ(function->GetEngine(), nullptr);
-  function->SetEngine(&engine);
-  EXPECT_EQ(Show("(echo 1)"), "1");
-}
-
-TEST_F(HostFunctionTest, AnEngineThatOwnsItTakesItAlong) {
-  const std::int64_t before = IInterface::LiveObjects();
-  {
-    TReasoner other;
-    auto* function = new TUserFunction(&other);
-    function->SetFunctionName("mine");
-    function->SetEngine(&other);
-    EXPECT_TRUE(other.ContainsUserFunction("mine"));
-  }
-  EXPECT_EQ(IInterface::LiveObjects(), before);
-}
-
-TEST_F(HostFunctionTest, ARenamingMovesOneFunctionInEveryEngineThatHasIt) {
-  class Seven final : public TKBUserFunction {
-   public:
-    Seven() : TKBUserFunction("seven") {}
-    void Call(const IFunCall&, TKBContext&, Ref<IKBValue>& result) override {
-      result = NewInteger(7);
-    }
-  };
-  TReasoner other;
-  const Ref<IUserFunction> function = Make<Seven>();
-  function->AddReasoner(engine);
-  function->AddReasoner(engine);
-  function->AddReasoner(other);
-  EXPECT_EQ(function->GetReasonerCount(), 2);
-  function->SetFunctionName("sept");
-  for (TReasoner* each : {&engine, &other}) {
-    EXPECT_FALSE(each->ContainsUserFunction("seven"));
-    EXPECT_EQ(each->ParseNExecuteFunCall("(sept)")->ToString(), "7");
-  }
-  function->DeleteReasoner(engine);
-  EXPECT_FALSE(engine.ContainsUserFunction("sept"));
-  EXPECT_TRUE(other.ContainsUserFunction("sept"));
-  other.GetUserFunctions().Remove("sept");
-  EXPECT_EQ(function->GetReasonerCount(), 0);
 }
 
 }  // namespace

@@ -44,18 +44,9 @@ TEST(TextHelpersTest, FormatsTakeTheirValuesInOrder) {
   EXPECT_THROW(Format("%d", {NewAtom("word")}), EKBException);
 }
 
-TEST(TextHelpersTest, SyntaxStatementsAreCalls) {
-  class TPlain final : public TKBUserFunction {
-   public:
-    explicit TPlain(std::string_view arguments) : TKBUserFunction("f") {
-      SetArgumentString(arguments);
-    }
-  };
-  EXPECT_EQ(GetSyntaxStatement(*Make<TPlain>("  ")), "(f)");
-  EXPECT_EQ(GetSyntaxStatement(*Make<TPlain>(" <a> %s ")), "(f <a> %s)");
-}
-
-TEST(TextHelpersTest, CharactersAndQuotes) {
+TEST(TextHelpersTest, SetsCharactersAndQuotes) {
+  const std::uint32_t types = StringToSet(" [Atom, Float] ", kKBTypeNames, "dt");
+  EXPECT_EQ(SetToString(types, kKBTypeNames, ",", true, 2), "[Atom,Float]");
   EXPECT_EQ(KBStringToString("\"a\""), "a");
   EXPECT_EQ(KBStringToString("\"\"a\"\""), "\"a\"");
   EXPECT_EQ(KBStringToString("\""), "\"");
@@ -63,19 +54,6 @@ TEST(TextHelpersTest, CharactersAndQuotes) {
   EXPECT_EQ(ContainsCharacters("abé;", ";"), 4);
   EXPECT_EQ(ContainsCharacters("😀é", "é"), 3);
   EXPECT_EQ(ContainsCharacters("abc", ";"), 0);
-}
-
-TEST(TextHelpersTest, SetsAreReadAndShown) {
-  const std::uint32_t types = StringToSet(" [Atom, Float] ", kKBTypeNames, "dt");
-  EXPECT_EQ(types, (TKBTypes{dtAtom, dtFloat}.Bits()));
-  EXPECT_EQ(SetToString(types, kKBTypeNames, ",", true, 2), "[Atom,Float]");
-  EXPECT_EQ(StringToSet("", kKBTypeNames, "dt"), 0u);
-  try {
-    StringToSet("Atom Nothing", kKBTypeNames, "dt");
-    FAIL();
-  } catch (const Exception& failure) {
-    EXPECT_STREQ(failure.what(), "Invalid item for set: dtNothing");
-  }
 }
 
 }  // namespace

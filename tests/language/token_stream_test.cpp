@@ -5,7 +5,6 @@
 #include <string_view>
 #include <vector>
 
-#include "reasoner/functions/Context.h"
 #include "reasoner/language/TokenStream.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
@@ -62,18 +61,14 @@ TEST(TokenStreamTest, TextBecomesTokens) {
       {"", "end"},
       {" \t\r\n ; only a comment", "end"},
       {"(a b)", "( a:a a:b ) end"},
-      {"x;y\nz", "a:x a:z end"},
       {"\"a;b\"", "s:a;b end"},
       {"a\\;b", "a:a;b end"},
-      {"a\\ b", "a:a b end"},
       {"a[1]", "a:a [ i:1 ] end"},
       {"a=b >= <= a==", "a:a=b a:>= a:<= a:a== end"},
       {"=> == =", "= a:> = = = end"},
-      {"a<b", "a:a a:<b end"},
       {"?x<-(a)", "v:x a:<- ( a:a ) end"},
       {"?x&~b|:(f)", "v:x & ~ a:b | a:: ( a:f ) end"},
       {"$?x ?*g* $ $x", "m:x v:*g* a:$ a:$x end"},
-      {"\"a\"b", "s:a a:b end"},
       {"a\"b\"", "a:a s:b end"},
       {"\"\\n \\\" \\\\\"", "s:n \" \\ end"},
       {"\"\"", "s: end"},
@@ -84,37 +79,6 @@ TEST(TokenStreamTest, TextBecomesTokens) {
       {"\\( \\?x \\12 \\\\a \\\"", "a:( a:?x a:12 a:\\a a:\" end"},
   };
   for (const auto& row : rows) EXPECT_EQ(DumpAll(row.text), row.wanted) << row.text;
-}
-
-TEST(TokenStreamTest, WordsThatAreNumbers) {
-  const struct {
-    const char *word, *wanted;
-  } rows[] = {
-      {"12", "i:12"},
-      {"-12", "i:-12"},
-      {"+12", "i:12"},
-      {"2147483647", "i:2147483647"},
-      {"-2147483648", "i:-2147483648"},
-      {"2147483648", "f:2147483648.0000"},
-      {"12.0", "f:12.0000"},
-      {"1e3", "f:1000.0000"},
-      {".5", "f:0.5000"},
-      {"1.", "f:1.0000"},
-      {"+-1", "a:+-1"},
-      {"12abc", "a:12abc"},
-      {"0x10", "a:0x10"},
-      {"1e400", "a:1e400"},
-      {"inf", "a:inf"},
-      {"nan", "a:nan"},
-      {"-inf", "a:-inf"},
-      {"+", "a:+"},
-      {"-", "a:-"},
-      {".", "a:."},
-      {"e", "a:e"},
-      {"-a", "a:-a"},
-  };
-  for (const auto& row : rows)
-    EXPECT_EQ(DumpAll(row.word), std::string(row.wanted) + " end") << row.word;
 }
 
 TEST(TokenStreamTest, TokensKnowTheirPlace) {
@@ -141,23 +105,6 @@ TEST(TokenStreamTest, TokensKnowTheirPlace) {
   }
 }
 
-TEST(TokenStreamTest, TheEndComesForEver) {
-  TOpenStream stream("a");
-  stream.NextToken();
-  for (int i = 0; i < 3; ++i) {
-    const Ref<IStreamToken> token = stream.NextToken();
-    EXPECT_TRUE(token->IsEnd());
-    EXPECT_EQ(token->GetText().view(), "EOF");
-    EXPECT_EQ(token->Value().get(), FCEOF.get());
-  }
-}
-
-TEST(TokenStreamTest, CommentsTravelWithTheNextToken) {
-  TOpenStream stream("; one\n  ; two\n(a)");
-  EXPECT_EQ(stream.NextToken()->GetWhitespace(), "; one\n  ; two\n");
-  EXPECT_EQ(stream.NextToken()->GetWhitespace(), "");
-}
-
 TEST(TokenStreamTest, EchoShowsWhatWasReadOfTheExpression) {
   TOpenStream stream("(first) (a \"b\"\n 1.5 ?x)");
   for (int i = 0; i < 3; ++i) stream.NextToken();
@@ -172,39 +119,6 @@ TEST(TokenStreamTest, EchoShowsWhatWasReadOfTheExpression) {
   EXPECT_EQ(stream.ToString(), "( a \\\"b\"\\ ");
   EXPECT_EQ(stream.NextToken(), tokens[3]);
   EXPECT_EQ(stream.ToString(), "( a \\\"b\"\\ 1.5000 ");
-  for (int i = 3; i >= 0; --i) stream.PutBackToken(tokens[static_cast<std::size_t>(i)]);
-  EXPECT_EQ(stream.ToString(), " ");
-  stream.NextToken();
-  EXPECT_EQ(stream.ToString(), " ( ");
-  stream.Clear();
-  EXPECT_EQ(stream.ToString(), "");
-}
-
-TEST(TokenStreamTest, HeadLeavesTheParenthesis) {
-  const struct {
-    const char *text, *head, *next;
-  } rows[] = {
-      {"(defrule r)", "defrule", "("}, {"(= a)", "=", "("},  {"(?defrule)", "", "("},
-      {"(\"defrule\")", "", "("},      {"((a) b)", "", "("}, {"(1)", "", "("},
-      {"word (a)", "", "("},           {"() a", "", "("},
-  };
-  for (const auto& row : rows) {
-    TOpenStream stream(row.text);
-    EXPECT_EQ(stream.Head(), row.head) << row.text;
-    EXPECT_EQ(stream.NextToken()->ToString(), row.next) << row.text;
-  }
-}
-
-TEST(TokenStreamTest, SkippingGoesToTheEndOfTheExpression) {
-  TOpenStream stream("(a (b c) d) e )  (f)");
-  for (int i = 0; i < 4; ++i) stream.NextToken();
-  stream.MoveToNextConstruct();
-  EXPECT_EQ(Dump(*stream.NextToken()), "a:e");
-  EXPECT_EQ(Dump(*stream.NextToken()), ")");
-  stream.MoveToNextConstruct();  // nothing was open
-  EXPECT_EQ(Dump(*stream.NextToken()), "(");
-  stream.MoveToNextConstruct();
-  EXPECT_EQ(Dump(*stream.NextToken()), "end");
 }
 
 TEST(TokenStreamTest, DiscardingStopsAtTheLineOfTheToken) {
@@ -249,51 +163,15 @@ TEST(TokenStreamTest, AnOpenStringFailsBeforeItsExpressionIsSeen) {
   EXPECT_EQ(Dump(*stream.NextToken()), "end");  // nothing of the failed expression is left
 }
 
-TEST(TokenStreamTest, UnknownHintsAreRefused) {
-  TOpenStream stream("");
-  EXPECT_EQ(Dump(*stream.FinishToken(13, "")), "a:CRLF");
-  try {
-    stream.FinishToken(65, "A");
-    FAIL();
-  } catch (const EKBParseException& failure) {
-    EXPECT_STREQ(failure.what(), "Invalid Token hint for parsing token: 65");
-  }
-}
-
-TEST(TokenStreamTest, TokensYieldValues) {
-  const auto value = [](std::int32_t type, const char* text) {
-    return TKBStreamToken(type, text).Value();
-  };
-  EXPECT_EQ(value(dtAtom, "TRUE").get(), FCTrue.get());
-  EXPECT_EQ(value(dtAtom, "FALSE").get(), FCFalse.get());
-  EXPECT_EQ(value(dtAtom, "NiL").get(), FCNil.get());
-  EXPECT_TRUE(value(dtAtom, "true")->Equals(*NewAtom("true")));
-  EXPECT_TRUE(value(dtString, "x")->Equals(*NewString("x")));
-  EXPECT_TRUE(value('&', "&")->Equals(*NewString("38")));
+TEST(TokenStreamTest, TokensTakeAndYieldValues) {
+  EXPECT_EQ(TKBStreamToken(dtAtom, "NiL").Value().get(), FCNil.get());
+  EXPECT_TRUE(TKBStreamToken('&', "&").Value()->Equals(*NewString("38")));
   TKBStreamToken token;
   for (const Ref<IKBValue>& original :
        {NewFloat(1.5), NewInteger(-3), NewString("s"), NewFactId(7)}) {
     token.SetValue(*original);
     EXPECT_TRUE(token.Value()->Equals(*original)) << original->ToString();
   }
-}
-
-TEST(TokenStreamTest, VariablesAreLookedUpInAContext) {
-  TKBContext context(nullptr, nullptr);
-  context.AddLocalBinding("x", NewInteger(1));
-  EXPECT_EQ(TKBStreamToken(dtVariable, "x").Value(&context)->ToString(), "1");
-  EXPECT_EQ(TKBStreamToken(dtVariable, "x").Value(nullptr)->ToString(), "?x");
-  const auto failure = [&context](const char* name) -> std::string {
-    try {
-      TKBStreamToken(dtVariable, name).Value(&context);
-    } catch (const EKBException& raised) {
-      return raised.what();
-    }
-    return "";
-  };
-  EXPECT_EQ(failure("y"), "Unknown variable name: y");
-  EXPECT_EQ(failure("?"), "Unknown variable name: ?");
-  EXPECT_EQ(failure("???"), "Invalid variable name, ???.  Possible encoding error");
 }
 
 TEST(TokenStreamTest, AtomsWrittenAsSourceReadBack) {

@@ -11,14 +11,8 @@ TEST_F(MathFunctionsTest, IntegersUntilAFloatTakesPart) {
   ExpectShown({
       {"(+)", "0"},
       {"(*)", "1"},
-      {"(+ 1 2)", "3"},
-      {"(+ 1 2.5)", "3.5000"},
       {"(+ 0.5 0.5)", "1.0000"},
       {"(- 5)", "5"},
-      {"(- 5 2 1)", "2"},
-      {"(- 5 1.5)", "3.5000"},
-      {"(* 2 3 4)", "24"},
-      {"(* 2 0.5)", "1.0000"},
       {"(+ \"1\" 2)", "3"},
       // Halves to even: texts are numbers with fractions and no floats.
       {"(+ \"2.5\")", "2"},
@@ -37,33 +31,25 @@ TEST_F(MathFunctionsTest, BeyondThirtyTwoBits) {
   });
   ExpectError("(div -2147483648 -1)", "Integer overflow in div function call: 2147483648");
   ExpectError("(max \"3000000000\")", "Integer overflow in max function call: 3000000000.0000");
-  ExpectError("(round 3e9)", "Integer overflow in round function call: 3000000000.0000");
   ExpectError("(abs -2147483648)", "Integer overflow in abs function call: 2147483648");
 }
 
 TEST_F(MathFunctionsTest, Division) {
   ExpectShown({
-      {"(/ 4 2)", "2.0000"},
       {"(/ 8 2 2)", "2.0000"},
       {"(/ 5)", "5.0000"},
-      {"(div 7 2)", "3"},
       {"(div -7 2)", "-3"},
       {"(div 100 5 2.9)", "10"},
-      {"(mod 7 3)", "1"},
       {"(mod -7 2)", "-1"},
       {"(mod 7 -2)", "1"},
   });
   ExpectError("(/ 1 0)", "Division by zero in / function call");
-  ExpectError("(/ 1 0.0)", "Division by zero in / function call");
   ExpectError("(div 1 2 0)", "Division by zero in div function call");
   ExpectError("(mod 1 0)", "Division by zero in mod function call");
 }
 
 TEST_F(MathFunctionsTest, LargestAndSmallest) {
   ExpectShown({
-      {"(max 1 3 2)", "3"},
-      {"(min 3 1 2)", "1"},
-      {"(max 1 2.5)", "2.5000"},
       // On a tie the earlier stays, and a float that does not win leaves no trace.
       {"(max 1 1.0)", "1"},
       {"(max 1.0 1)", "1.0000"},
@@ -77,18 +63,9 @@ TEST_F(MathFunctionsTest, LargestAndSmallest) {
 TEST_F(MathFunctionsTest, OneNumber) {
   ExpectShown({
       {"(abs -3)", "3"},
-      {"(abs -3.5)", "3.5000"},
       {"(round 2.5)", "2"},
       {"(round 3.5)", "4"},
       {"(round -2.6)", "-3"},
-      {"(integer -2.6)", "-2"},
-      {"(float 2)", "2.0000"},
-      {"(sqrt 9)", "3.0000"},
-      {"(exp 0)", "1.0000"},
-      {"(log (exp 2))", "2.0000"},
-      {"(log10 1000)", "3.0000"},
-      {"(** 2 10)", "1024.0000"},
-      {"(PI)", "3.1416"},
   });
   ExpectError("(abs a)", "Expected numeric argument to abs function call");
 }
@@ -129,7 +106,6 @@ TEST_F(MathFunctionsTest, OutsideTheDomainAndBeyondTheRange) {
     const std::string name = text.substr(1, text.find(' ') - 1);
     ExpectError(call, "Invalid argument for " + name + " function call: ");
   }
-  ExpectError("(sqrt -1)", "call: -1");
   ExpectError("(** -8 0.5)", "call: -8");
   for (const char* call : {"(exp 1000)", "(** 10 400)", "(+ 1e308 1e308)", "(- -1e308 1e308)",
                            "(* 1e200 1e200 0.0)", "(/ 1e200 1e-200)"}) {
@@ -138,29 +114,6 @@ TEST_F(MathFunctionsTest, OutsideTheDomainAndBeyondTheRange) {
     ExpectError(call, "Floating point overflow in " + name + " function call");
   }
   ExpectShown({{"(exp -1000)", "0.0000"}, {"(** -8 3)", "-512.0000"}, {"(** 0 0)", "1.0000"}});
-}
-
-TEST_F(MathFunctionsTest, Predicates) {
-  ExpectShown({
-      {"(get-type 1.0)", "dtFloat"},
-      {"(evenp 3)", "FALSE"},
-      {"(evenp -2)", "TRUE"},
-      {"(oddp -3)", "TRUE"},
-      {"(lexemep \"x\")", "TRUE"},
-      {"(lexemep x)", "TRUE"},
-      {"(lexemep 1)", "FALSE"},
-      {"(numberp 1)", "TRUE"},
-      {"(numberp x)", "FALSE"},
-      {"(floatp 1)", "FALSE"},
-      {"(integerp 1)", "TRUE"},
-      {"(stringp x)", "FALSE"},
-      {"(symbolp x)", "TRUE"},
-      {"(multifieldp (create$))", "TRUE"},
-      {"(objectp x)", "FALSE"},
-  });
-  EXPECT_EQ(engine.GetUserFunction("lexemep")->GetComment(),
-            "Returns TRUE if the argument is of the following type(s): Atom, String.  If the "
-            "argument is any other type, FALSE is returned");
 }
 
 }  // namespace

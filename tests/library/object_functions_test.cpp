@@ -5,9 +5,7 @@
 #include <string>
 
 #include "reasoner/engine/HostObjects.h"
-#include "reasoner/values/Constants.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 
 namespace reasoner {
 namespace {
@@ -81,10 +79,6 @@ TEST_F(ObjectFunctionsTest, PropertiesOfEveryKind) {
       {"(create$ ?d)", "<Object: Drill> "},
       {"(get-properties ?d)", "label power on level partner shelf serial uses speed "},
       {"(get-property ?d Power)", "1.5000"},
-      {"(set-property ?d power 2)", "TRUE"},
-      {"(get-property ?d power)", "2.0000"},
-      {"(set-property ?d on TRUE)", "TRUE"},
-      {"(get-property ?d on)", "TRUE"},
       {"(set-property ?d level 255)", "TRUE"},
       {"(get-property ?d level)", "255"},
       {"(set-property ?d LABEL 7)", "TRUE"},
@@ -98,29 +92,22 @@ TEST_F(ObjectFunctionsTest, PropertiesOfEveryKind) {
       {"(eq (get-property ?d partner) ?m)", "TRUE"},
       {"(set-property ?d partner nil)", "TRUE"},
       {"(set-property ?d uses 4)", "FALSE"},
-      {"(set-property ?d nothing 4)", "FALSE"},
       {"(eq (get-property ?d nothing) nil)", "TRUE"},
       {"(execute-action ?d)", "FALSE"},
       {"(execute-action ?d)", "TRUE"},
       {"(get-property ?d uses)", "2"},
       {"(is-class ?d (get-class Machine))", "TRUE"},
-      {"(is-class ?m (get-class Drill))", "FALSE"},
-      {"(is-class nil (get-class Drill))", "FALSE"},
-      {"(objectp ?d)", "TRUE"},
   });
   ExpectError("(set-property ?d level 256)",
               "Invalid argument for set-property function call: 256");
   ExpectError("(set-property ?d speed 2)", "Invalid argument for set-property function call: 2");
   ExpectError("(set-property ?d speed medium)", "function call: medium");
   ExpectError("(set-property ?d on maybe)", "Value and type mismatch");
-  ExpectError("(set-property ?d power maybe)", "Not a");
   ExpectError("(set-property ?d partner (create-object (get-class TComponent)))",
               "Invalid argument for set-property");
   ExpectError("(get-property ?d serial)", "Integer overflow in get-property");
-  ExpectError("(get-property 5 label)", "Not a object type");
   ExpectError("(get-class Hammer)", "Unknown class name: Hammer");
   ExpectError("(create-object (get-class TObject))", "Unknown class name: TObject");
-  ExpectError("(create-object nil)", "Not a class type");
 }
 
 TEST_F(ObjectFunctionsTest, FreedObjectsReadAsGone) {
@@ -131,10 +118,8 @@ TEST_F(ObjectFunctionsTest, FreedObjectsReadAsGone) {
       {"(free-object ?d ?e)", "TRUE"},
       {"(free-object ?e nil)", "TRUE"},
       {"(eq (get-property ?e power) nil)", "TRUE"},
-      {"(get-properties ?e)", ""},
       {"(set-property ?e power 1)", "FALSE"},
       {"(is-class ?e (get-class Drill))", "FALSE"},
-      {"(execute-action ?e)", "FALSE"},
       {"(eq ?d ?e)", "TRUE"},
       {"(get-property (create-object (get-class Drill)) power)", "1.5000"},
   });
@@ -213,7 +198,6 @@ TEST_F(ObjectFunctionsTest, Components) {
   };
   EXPECT_EQ(show("(is-class (get-component) (get-class TComponent))"), "TRUE");
   EXPECT_EQ(show("(eq (get-component Engine) (get-component (get-component) ENGINE))"), "TRUE");
-  EXPECT_EQ(show("(eq (get-component nobody) nil)"), "TRUE");
   EXPECT_EQ(show("(bind ?c (create-component (get-class TComponent) (get-component)))"),
             "<Object: TComponent>");
   EXPECT_EQ(show("(set-property ?c Name Door)"), "TRUE");
@@ -234,22 +218,11 @@ TEST_F(ObjectFunctionsTest, Components) {
 TEST_F(ObjectFunctionsTest, ComponentsThatAreMissing) {
   ExpectShown({{"(eq (get-component) nil)", "TRUE"}});
   ExpectError("(get-component x)", "Expected component argument to get-component function call");
-  ExpectError("(get-components)", "Expected component argument to get-components function call");
-  ExpectError("(get-component nil x)", "Expected component argument to get-component");
-  ExpectError("(create-component (get-class Drill) nil)",
-              "Expected component argument to create-component");
   ExpectError("(create-component (get-class TComponent) (create-object (get-class Drill)))",
               "Expected component argument to create-component");
   ExpectError(
       "(create-component (get-class TComponent) nil (create-object (get-class TComponent)))",
       "Invalid argument for create-component");
-}
-
-TEST_F(ObjectFunctionsTest, ClassesHaveOneNameEach) {
-  EXPECT_EQ(FailureOf([this] { engine.GetObjects().Register<Padding>("drill"); }),
-            "Class name already exists: \"drill\"");
-  Padding nameless;
-  EXPECT_THROW(engine.GetObjects().Lend(nameless), EKBException);
 }
 
 }  // namespace

@@ -16,15 +16,6 @@ class MatchEdgeCasesTest : public EngineTest {
     return TakeOutput();
   }
 
-  // The rules with activations, in the order of the agenda.
-  std::string OnAgenda() {
-    std::string names;
-    for (std::int32_t i = 0; i < engine.GetAgendaCount(); ++i) {
-      names += engine.GetActivation(i).GetRule().GetRuleName() + " ";
-    }
-    return names;
-  }
-
   struct TRow {
     std::string text;
     std::string fired;
@@ -36,8 +27,6 @@ TEST_F(MatchEdgeCasesTest, SeveralVariablesInOneField) {
       // One span, compared with the one before.
       {"(defrule r (n $?y) (a $?x&~$?y) => (printout t ?x)) (assert (n 1 2) (a 1 2) (a 2 1))",
        "(2 1 )"},
-      {"(defrule r (n $?y) (a $?x&$?y) => (printout t ?x)) (assert (n 1 2) (a 1 2) (a 2 1))",
-       "(1 2 )"},
       {"(defrule r (a x $?y y $?x&~$?y) => (printout t ?x)) (assert (a x 1 y 1) (a x 1 y 2))",
        "(2 )"},
       // A single one that stands in front of a bar is the field's own only where it is bound there.
@@ -64,13 +53,10 @@ TEST_F(MatchEdgeCasesTest, SeveralVariablesInOneField) {
 
 TEST_F(MatchEdgeCasesTest, NegatedPatternsOfManyFields) {
   const TRow rows[] = {
-      {"(defrule r (go) (not (a ? ? ?x&:(> ?x 1))) => (printout t free)) (assert (go) (a 1 2 0))",
-       "free"},
       {"(defrule r (go) (not (a ? ? ?x&:(> ?x 1))) => (printout t free)) (assert (go) (a 1 2 3))",
        ""},
       {"(defrule r (go) (not (a ?x ?x)) => (printout t free)) (assert (go) (a 1 2))", "free"},
       {"(defrule r (go) (not (a ?x ?x)) => (printout t free)) (assert (go) (a 2 2))", ""},
-      {"(defrule r (go) (not (a ?x&b|c)) => (printout t free)) (assert (go) (a d))", "free"},
       {"(defrule r (go) (not (a ?x&b|c)) => (printout t free)) (assert (go) (a c))", ""},
       {"(defrule r (go ?v) (not (a ?x&~?v|=(+ ?v 1))) => (printout t free)) (assert (go 3) (a 3))",
        "free"},
@@ -83,13 +69,6 @@ TEST_F(MatchEdgeCasesTest, NegatedPatternsOfManyFields) {
       {"(defrule r (not (a ?x)) (b ?x) => (printout t ?x)) (reset) (assert (b 3))", "3"},
   };
   for (const TRow& row : rows) EXPECT_EQ(Fired(row.text), row.fired) << row.text;
-}
-
-TEST_F(MatchEdgeCasesTest, AlternativesPrintAsTheyWereWritten) {
-  Load("(defrule r (a ?x&1|:(create$ ?x) ~2) => )");
-  EXPECT_NE(engine.GetRules().Find("r")->ToString().find("(a ?x&1|:(create$ ?x) ~2)"),
-            std::string::npos)
-      << engine.GetRules().Find("r")->ToString();
 }
 
 // What is retracted is looked up by its facts: a call that would answer otherwise by now holds

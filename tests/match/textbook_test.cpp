@@ -10,14 +10,6 @@ namespace {
 
 class TextbookTest : public EngineTest {
  protected:
-  // The rules with activations, first to fire first.
-  std::string OnAgenda() {
-    std::string names;
-    for (std::int32_t i = 0; i < engine.GetAgendaCount(); ++i)
-      names += engine.GetActivation(i).GetRule().GetRuleName() + " ";
-    return names;
-  }
-
   void SwitchTo(bool textbook) {
     engine.SetTextbookSemantics(textbook);
     CheckIntegrity(engine, textbook ? "textbook" : "own");

@@ -31,25 +31,6 @@ class TokenTest : public ::testing::Test {
   Ref<IFactTemplate> fact_template;
 };
 
-TEST_F(TokenTest, AClearTokenHoldsNothing) {
-  const Ref<TKBToken> token = Make<TKBToken>();
-  EXPECT_EQ(token->GetCount(), 0);
-  EXPECT_EQ(token->GetTag(), taClear);
-  EXPECT_EQ(token->GetStrength(), 1.0F);
-  EXPECT_EQ(token->GetToFactsString(), "");
-  EXPECT_THROW(token->SetTag(taAdd), EKBException);
-}
-
-TEST_F(TokenTest, FactsAreReadByTheirPlaceInTheChain) {
-  const Ref<TKBToken> token = Chain({3, 1, 7});
-  EXPECT_EQ(token->GetFacts(0)->GetID(), 3);
-  EXPECT_EQ(token->GetFacts(1)->GetID(), 1);
-  EXPECT_EQ(token->GetFacts(2)->GetID(), 7);
-  EXPECT_EQ(token->GetFacts(5)->GetID(), 7);
-  EXPECT_EQ(token->GetToFactsString(), "f-3, f-1, f-7");
-  EXPECT_EQ(token->GetSortCode(), (3u * 8 + 1) * 8 + 7);
-}
-
 TEST_F(TokenTest, EqualityIsTheChainOfIdsAndTheStrengths) {
   const Ref<TKBToken> token = Chain({1, 10});
   EXPECT_TRUE(token->Equals(*Chain({1, 10})));

@@ -4,12 +4,16 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <exception>
+#include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "reasoner/engine/Reasoner.h"
+#include "reasoner/functions/HostFunction.h"
 #include "reasoner/support/Exception.h"
 
 namespace reasoner {
@@ -59,6 +63,37 @@ class EngineTest : public ::testing::Test {
       EXPECT_NE(std::string(failure.what()).find(message), std::string::npos)
           << call << " raised: " << failure.what() << "\n  instead of: " << message;
     }
+  }
+
+  // The call prints the text, all of it in one piece.
+  void ExpectPrinted(const std::string& call, const std::string& text,
+                     const std::string& out_id = "t") {
+    TakeOutput();
+    Show(call);
+    ASSERT_EQ(printed.size(), 1u) << call;
+    EXPECT_EQ(printed[0], std::pair(out_id, text)) << call;
+  }
+
+  std::string Facts() { return engine.GetFacts().GetToIDString(); }
+
+  // The rules with activations, first to fire first.
+  std::string OnAgenda() {
+    std::string names;
+    for (std::int32_t i = 0; i < engine.GetAgendaCount(); ++i) {
+      names += engine.GetActivation(i).GetRule().GetRuleName() + " ";
+    }
+    return names;
+  }
+
+  // A function of the engine without arguments, that does what it is told.
+  std::unique_ptr<TUserFunction> HostFunction(const std::string& name,
+                                              std::function<void()> operation) {
+    auto function = std::make_unique<TUserFunction>();
+    function->SetFunctionName(name);
+    function->OnCall = [operation = std::move(operation)](TObject&, const IFunCall&, TKBContext&,
+                                                          Ref<IKBValue>&) { operation(); };
+    function->SetEngine(&engine);
+    return function;
   }
 
   // What has been printed since the last time.

@@ -79,19 +79,13 @@ std::vector<Ref<IKBValue>> OneOfEach() {
 }
 
 TEST(KBValueTest, IntegersAreReadFromNumbersAndTexts) {
-  struct Row {
-    Ref<IKBValue> cell;
-    std::int32_t integer;
-  };
-  const Row rows[] = {
-      {NewAtom("12"), 12},   {NewString("12"), 12},
+  const std::pair<Ref<IKBValue>, std::int32_t> rows[] = {
       {NewAtom("12.7"), 12}, {NewString("-12.7"), -12},
-      {NewFloat(-1.9), -1},  {NewFloat(1.9), 1},
-      {NewFactId(3), 3},     {Make<TKBValue>(4, dtDescriptor), 4},
-      {NewInteger(-5), -5},  {NewAtom("2147483647"), 2147483647},
-  };
-  for (const Row& row : rows)
-    EXPECT_EQ(row.cell->GetAsInteger(), row.integer) << row.cell->ToString();
+      {NewFloat(-1.9), -1},  {Make<TKBValue>(4, dtDescriptor), 4},
+      {NewFactId(3), 3},     {NewAtom("2147483647"), 2147483647}};
+  for (const auto& [cell, integer] : rows) {
+    EXPECT_EQ(cell->GetAsInteger(), integer) << cell->ToString();
+  }
 }
 
 TEST(KBValueTest, ReadingWhatDoesNotConvertNamesTheWantedTypeAndTheCell) {
@@ -106,25 +100,14 @@ TEST(KBValueTest, ReadingWhatDoesNotConvertNamesTheWantedTypeAndTheCell) {
       {[&] { atom->GetAsInteger(); }, "Not a integer type.  Value (abc) is a dtAtom type"},
       {[&] { NewString("abc")->GetAsInteger(); },
        "Not a integer type.  Value (\"abc\") is a dtString type"},
-      {[&] { FCNil->GetAsInteger(); }, "Not a integer type.  Value () is a dtAtom type"},
-      {[&] { NewText("x", dtVariable)->GetAsInteger(); },
-       "Not a integer type.  Value (?x) is a dtVariable type"},
       {[&] { NewFloat(1e300)->GetAsInteger(); }, "Not a integer type."},
-      {[&] { atom->GetAsFloat(); }, "Not a numeric type.  Value (abc) is a dtAtom type"},
       {[&] { NewAtom("")->GetAsNumeric(); }, "Not a numeric type.  Value () is a dtAtom type"},
       {[&] { FCEmptyString->GetAsNumeric(); }, "Not a numeric type.  Value () is a dtAtom type"},
+      {[&] { list->GetAsInteger(); }, "Not a integer type.  Value (1 ) is a dtList type"},
       {[&] { list->GetAsNumeric(); }, "Not a numeric type.  Value (1 ) is a dtList type"},
       {[&] { id->GetAsString(); }, "Not a string type.  Value (<Fact-3>) is a dtFactId type"},
       {[&] { atom->GetAsFactId(); }, "Not a fact id type.  Value (abc) is a dtAtom type"},
-      {[&] { id->GetAsDescriptor(); }, "Not a descriptor type.  Value (<Fact-3>) is a dtFactId"},
-      {[&] { atom->GetAsExternalAddress(); }, "Not a External Address type.  Value (abc)"},
-      {[&] { id->GetAsFact(); }, "Not a fact type.  Value (<Fact-3>) is a dtFactId type"},
-      {[&] { atom->GetAsFunCall(); }, "Not a function call type.  Value (abc) is a dtAtom type"},
       {[&] { atom->GetAsList(); }, "Not a list type.  Value (abc) is a dtAtom type"},
-      {[&] { atom->GetAsObject(); }, "Not a object type.  Value (abc) is a dtAtom type"},
-      {[&] { atom->GetAsClass(); }, "Not a class type.  Value (abc) is a dtAtom type"},
-      {[&] { atom->GetAsSingletons(); }, "Not a singletons type.  Value (abc) is a dtAtom type"},
-      {[] { Make<TKBValue>(1, dtFloat); }, "Value and type mismatch"},
       {[] { Make<TKBValue>(Text("a"), dtInteger); }, "Value and type mismatch"},
   };
   for (const Row& row : rows) {
@@ -136,7 +119,6 @@ TEST(KBValueTest, ReadingWhatDoesNotConvertNamesTheWantedTypeAndTheCell) {
 TEST(KBValueTest, OnlyTheNilConstantItselfReadsAsZero) {
   EXPECT_EQ(FCNil->GetAsNumeric(), 0.0);
   EXPECT_EQ(FCNil->Clone()->IsNilLike(), true) << "a clone still counts as nil for slots";
-  EXPECT_EQ(FCNil->Clone()->Clone()->IsNilLike(), true);
   const Ref<IKBValue> changed = FCNil->Clone();
   changed->SetAsAtom("");
   EXPECT_FALSE(changed->IsNilLike()) << "until somebody changes it";
@@ -158,17 +140,9 @@ TEST(KBValueTest, EachTypePrintsInItsOwnForm) {
   const Ref<IKBValue> nobody = Make<TKBValue>();
   nobody->SetAsObject(nullptr);
   const std::pair<Ref<IKBValue>, std::string> rows[] = {
-      {Make<TKBValue>(), ""},
-      {NewAtom("a b"), "a b"},
       {NewString("C:\\x \"y\""), "\"C:\\\\x \\\"y\\\"\""},
-      {NewInteger(-7), "-7"},
-      {NewText("x", dtVariable), "?x"},
-      {NewText("x", dtMultiVariable), "$?x"},
-      {NewText("s", dtSlot), "s"},
-      {NewFactId(3), "<Fact-3>"},
       {NewFloat(2.5), "2.5000"},
       {ListOf({NewInteger(1), ListOf({NewAtom("a")}), NewAtom("b")}), "1 a  b "},
-      {Make<TKBValue>(9, dtDescriptor), "<UNKNOWN>"},
       {Make<TKBValue>(&kWindowClass), "TWindow"},
       {borrowed, "<Object: Plain>"},
       {info, "<TBindingInfo: FactIdx=2 SlotIdx=color>"},
@@ -193,7 +167,6 @@ TEST(KBValueTest, StrictEqualityStaysWithinOneType) {
   EXPECT_FALSE(NewAtom("a")->Equals(*NewAtom("A")));
   EXPECT_TRUE(
       ListOf({NewInteger(1), NewAtom("a")})->Equals(*ListOf({NewInteger(1), NewAtom("a")})));
-  EXPECT_FALSE(ListOf({NewInteger(1)})->Equals(*ListOf({NewFloat(1)})));
 }
 
 TEST(KBValueTest, StarEqualityReadsTheOtherCellAsThisOnesType) {
@@ -202,13 +175,10 @@ TEST(KBValueTest, StarEqualityReadsTheOtherCellAsThisOnesType) {
     bool equal;
   };
   const Row rows[] = {
-      {NewAtom("1"), NewInteger(1), true},
       {NewInteger(1), NewAtom("1"), true},
       {NewAtom("a"), NewString("a"), true},
-      {NewFloat(1.5), NewInteger(1), false},
       {NewInteger(1), NewFloat(1.5), true},
       {NewAtom("1.5000"), NewFloat(1.5), true},
-      {NewInteger(3), NewFactId(3), true},
       {Make<TKBValue>(), NewAtom("a"), true},
       {NewFunCallValue(Make<TFunctionCall>(nullptr, "f")), NewAtom("f"), false},
   };
@@ -222,34 +192,6 @@ TEST(KBValueTest, StarEqualityReadsTheOtherCellAsThisOnesType) {
             "Not a list type.  Value (1) is a dtInteger type");
 }
 
-TEST(KBValueTest, HashesFollowTheTextTheNumberOrTheMembers) {
-  EXPECT_EQ(NewAtom("ab")->GetHashCode(), 97u * 31 + 98);
-  EXPECT_EQ(NewString("ab")->GetHashCode(), 97u * 31 + 98);
-  EXPECT_EQ(NewInteger(-1)->GetHashCode(), 0xFFFFFFFFu);
-  EXPECT_EQ(NewFloat(-2.9)->GetHashCode(), 0xFFFFFFFEu);
-  EXPECT_EQ(ListOf({NewInteger(2), NewInteger(3)})->GetHashCode(), 5u);
-  EXPECT_EQ(Make<TKBValue>()->GetHashCode(), 0u);
-}
-
-TEST(KBValueTest, EveryChangeIsToldOnceAndAResetNotAtAll) {
-  const Ref<IKBValue> cell = NewAtom("old");
-  Listener listener;
-  cell->SetOnChange(&listener);
-  cell->SetAsInteger(5);
-  cell->SetAsList(nullptr);
-  cell->Assign(*NewString("s"));
-  cell->AssignCopy(*ListOf({NewInteger(1)}));
-  cell->Reset();
-  cell->Assign(*cell);
-  cell->SetAsOwnedObject(new Note("n"));
-  EXPECT_EQ(listener.seen, (std::vector<std::string>{"5", "", "\"s\"", "1 ", "<Object: Note>"}));
-  const Ref<IKBValue> owner = Make<TKBValue>();
-  owner->SetAsOwnedObject(new Note("copied"));
-  listener.seen.clear();
-  cell->Assign(*owner);
-  EXPECT_EQ(listener.seen.size(), 1u) << "an owned object is copied in one change, too";
-}
-
 TEST(KBValueTest, AFailedCopyLeavesTheListenerInPlace) {
   const Ref<IKBValue> source = Make<TKBValue>();
   source->SetAsOwnedObject(new Plain);
@@ -257,8 +199,6 @@ TEST(KBValueTest, AFailedCopyLeavesTheListenerInPlace) {
   Listener listener;
   cell->SetOnChange(&listener);
   EXPECT_EQ(FailureOf([&] { cell->Assign(*source); }),
-            "Uncloneable value.  Value owned an object of Plain class type");
-  EXPECT_EQ(FailureOf([&] { source->Clone(); }),
             "Uncloneable value.  Value owned an object of Plain class type");
   cell->SetAsInteger(1);
   EXPECT_EQ(listener.seen, std::vector<std::string>{"1"});
@@ -303,11 +243,8 @@ TEST(KBValueTest, SharedConstantsRefuseEveryChange) {
   for (const TValueConstant& constant : constants) {
     const std::string message = "Shared constant cannot be changed: " + constant->ToString();
     EXPECT_EQ(FailureOf([&] { constant->SetAsInteger(1); }), message);
-    EXPECT_EQ(FailureOf([&] { constant->SetAsAtom("x"); }), message);
-    EXPECT_EQ(FailureOf([&] { constant->SetAsList(nullptr); }), message);
     EXPECT_EQ(FailureOf([&] { constant->Assign(*NewInteger(1)); }), message);
     EXPECT_EQ(FailureOf([&] { constant->AssignCopy(*NewInteger(1)); }), message);
-    EXPECT_EQ(FailureOf([&] { constant->Reset(); }), message);
   }
   EXPECT_EQ(FailureOf([] { FCNilList->GetAsList()->Add(NewInteger(1)); }),
             "Shared constant cannot be changed: ");
@@ -376,57 +313,6 @@ TEST(KBValueTest, AnOwnedComponentThatEndsElsewhereLeavesAnEmptyCell) {
   cell->SetAsOwnedObject(kept);
   cell->SetAsOwnedObject(new TComponent(&form));
   EXPECT_EQ(form.GetComponentCount(), 1u);
-}
-
-TEST(KBValueTest, ResolveGivesTheVeryCellThatIsBoundAndNothingElseIsEvaluated) {
-  TKBContext context(nullptr, nullptr);
-  const Ref<IKBValue> bound = ListOf({NewText("y", dtVariable)});
-  context.AddLocalBinding("x", bound);
-  EXPECT_EQ(NewText("x", dtVariable)->Resolve(&context).get(), bound.get());
-  EXPECT_EQ(NewText("x", dtMultiVariable)->Resolve(&context).get(), bound.get());
-  EXPECT_EQ(bound->Resolve(&context).get(), bound.get()) << "lists are expanded elsewhere";
-  const Ref<IKBValue> plain = NewInteger(1);
-  EXPECT_EQ(plain->Resolve(nullptr).get(), plain.get());
-
-  TBindingInfo place(0, "s", NoSubIndex);
-  const Ref<IKBValue> info = Make<TKBValue>();
-  info->SetAsObject(&place);
-  EXPECT_EQ(FailureOf([] { NewText("x", dtVariable)->Resolve(nullptr); }),
-            "No context found when trying to resolve a dtVariable value");
-  EXPECT_EQ(FailureOf([&] { info->Resolve(nullptr); }),
-            "No context found when trying to resolve a dtObject value");
-  EXPECT_EQ(FailureOf([&] { info->Resolve(&context); }),
-            "No context found when trying to resolve a dtObject value")
-      << "without a match there is no fact to read";
-  EXPECT_EQ(FailureOf([&] { NewText("z", dtVariable)->Resolve(&context); }),
-            "Corrupted Binding, variable not found: z");
-  context.AddLocalBinding("empty", nullptr);
-  EXPECT_EQ(FailureOf([&] { NewText("empty", dtVariable)->Resolve(&context); }),
-            "Corrupted Binding, variable not found: empty");
-}
-
-TEST(KBValueTest, APlaceInTheMatchReadsTheSlotItsMemberOrTheFactsId) {
-  const Ref<IFactTemplate> item = Make<TFactTemplate>(nullptr, "item");
-  item->AddSlot("name", NewAtom("none"));
-  item->AddMultiSlot("tags", FCNilList);
-  const Ref<IFact> fact = item->NewFact();
-  fact->SetID(8);
-  const Ref<IKBValue> name = NewAtom("lamp");
-  fact->SetValue("name", name);
-  fact->SetValue("tags", ListOf({NewAtom("a"), NewAtom("b")}));
-  TKBContext context(nullptr, nullptr);
-  const ScopedMatch match(context, nullptr, fact);
-  const auto read = [&](const char* slot, std::int32_t sub_index) {
-    TBindingInfo place(0, slot, sub_index);
-    const Ref<IKBValue> info = Make<TKBValue>();
-    info->SetAsObject(&place);
-    return info->Resolve(&context);
-  };
-  EXPECT_EQ(read("name", NoSubIndex).get(), name.get());
-  EXPECT_EQ(read("tags", 1)->ToString(), "b");
-  EXPECT_EQ(read("__PATTERN", NoSubIndex)->ToString(), "<Fact-8>");
-  EXPECT_EQ(FailureOf([&] { read("tags", 2); }), "List index out of bounds (2)");
-  EXPECT_EQ(FailureOf([&] { read("price", NoSubIndex); }), "No such slot name: \"price\"");
 }
 
 }  // namespace
