@@ -158,11 +158,9 @@ bool TPatternMatchNode::Expand(const Ref<TKBToken>& token) {
     for (std::int32_t i = place; i < place + span; ++i) inner->Add(list->GetItem(i));
     expanded->Add(NewList(inner));
     for (std::int32_t i = place + span; i < length; ++i) expanded->Add(list->GetItem(i));
-    const Ref<TKBToken> expansion =
-        Make<TKBToken>(token->GetTag(), fact.CloneWith(ordinal, NewList(expanded)),
-                       splits ? SplitOf(token->GetSplit(), ordinal, place, span) : 0);
-    expansion->SetStrength(token->GetStrength());
-    CallChildren(expansion);
+    // Fields are expanded before any value is compared: the token still has its whole strength.
+    CallChildren(Make<TKBToken>(token->GetTag(), fact.CloneWith(ordinal, NewList(expanded)),
+                                splits ? SplitOf(token->GetSplit(), ordinal, place, span) : 0));
   }
   return true;
 }
