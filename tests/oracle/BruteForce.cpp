@@ -409,12 +409,14 @@ std::vector<BruteForce::TToken> BruteForce::Join(const TReading& reading,
     known.push_back(&fact);
     if (fact.died == TKnownFact::kAlive) alive.push_back(&fact);
   }
-  const bool by_time = reading.element->unique && !textbook_;
-  const std::vector<TView> right = Entries(reading, by_time ? known : alive);
+  const bool unique = reading.element->unique;
+  const bool by_time = unique && !textbook_;
+  const std::vector<TView> right = Entries(reading, unique ? known : alive);
   std::vector<TToken> joined;
   for (const TToken& token : LeftMemory(reading, tokens, true)) {
     const std::int64_t came = std::max(token.came, rule_added);
     bool had_first = false;
+    std::int64_t left_alone = 0;  // when the last partner went
     for (const TView& view : right) {
       if (!Passes(reading, view, token.bindings)) continue;
       // Facts that a new rule finds are fed to it in their order.
@@ -425,14 +427,17 @@ std::vector<BruteForce::TToken> BruteForce::Join(const TReading& reading,
         pairs = is_alive && was_there && !had_first;
         had_first = had_first || was_there;
       }
+      if (unique && !is_alive && view.fact->died > came)
+        left_alone = std::max(left_alone, view.fact->died);
       if (!pairs) continue;
       TToken pair = token;
       pair.ids.push_back(view.fact->id);
       pair.came = std::max(pair.came, view.fact->born);
+      if (textbook_) pair.came = std::max(pair.came, left_alone);
       pair.strength = std::min(pair.strength, view.strength);
       pair.bindings.insert(pair.bindings.end(), view.bindings.begin(), view.bindings.end());
       joined.push_back(std::move(pair));
-      if (reading.element->unique && textbook_) break;
+      if (unique && textbook_) break;
     }
   }
   return joined;
