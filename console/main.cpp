@@ -10,6 +10,7 @@
 
 #include "console/FunctionReference.h"
 #include "console/Options.h"
+#include "console/Prompt.h"
 #include "console/Terminal.h"
 #include "reasoner/engine/Reasoner.h"
 #include "reasoner/support/Numbers.h"
@@ -48,49 +49,6 @@ static TFailurePlace PlaceOf(const TReasoner& engine, const EKBParseException& f
   place.line = failure.LineNumber;
   place.column = failure.Column;
   return place;
-}
-
-// Counts the parentheses of a text that are open, outside strings and comments.
-static int OpenParentheses(const std::string& text) {
-  int depth = 0;
-  bool in_string = false;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const char character = text[i];
-    if (character == '\\') {
-      ++i;
-    } else if (character == '"') {
-      in_string = !in_string;
-    } else if (!in_string && character == ';') {
-      while (i < text.size() && text[i] != '\n') ++i;
-    } else if (!in_string && character == '(') {
-      ++depth;
-    } else if (!in_string && character == ')') {
-      --depth;
-    }
-  }
-  return in_string ? depth + 1 : depth;
-}
-
-// Reads expressions at a prompt until the end of the input; a failure is told and forgotten.
-static void Converse(TReasoner& engine, Terminal& terminal) {
-  std::string text;
-  std::string line;
-  while (true) {
-    std::fputs(text.empty() ? "reasoner> " : "       .. ", stdout);
-    if (!terminal.ReadLine(line)) break;
-    text += line + "\n";
-    if (OpenParentheses(text) > 0) continue;
-    engine.ClearFailurePlace();
-    try {
-      engine.Parse(text, true);
-    } catch (const EAbort&) {
-      throw;
-    } catch (const std::exception& failure) {
-      Report(TFailurePlace(), failure.what());
-    }
-    text.clear();
-  }
-  std::fputs("\n", stdout);
 }
 
 static void LoadSources(TReasoner& engine, Terminal& terminal, const Options& options) {
