@@ -87,7 +87,9 @@ LineEditor::~LineEditor() = default;
 
 bool LineEditor::ReadLine(const std::string& prompt, std::string& line) {
   std::fputs(prompt.c_str(), stdout);
-  return terminal_.ReadLine(line);
+  if (terminal_.ReadLine(line)) return true;
+  std::clearerr(stdin);  // a terminal goes on after the end of an input
+  return false;
 }
 
 #endif
