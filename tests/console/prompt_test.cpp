@@ -20,6 +20,7 @@ namespace {
 
 class PromptTest : public ::testing::Test {
  protected:
+  void SetUp() override { Start(); }
   void TearDown() override {
     if (child_ > 0) {
       kill(child_, SIGKILL);
@@ -30,7 +31,7 @@ class PromptTest : public ::testing::Test {
   void Start() {
     folder_.Write("inputrc", "set enable-bracketed-paste off\n");
     child_ = forkpty(&terminal_, nullptr, nullptr, nullptr);
-    ASSERT_GE(child_, 0);
+    if (child_ < 0) GTEST_SKIP() << "this machine gives no terminal";
     if (child_ == 0) {
       setenv("HOME", folder_.GetPath().c_str(), 1);
       setenv("TERM", "xterm", 1);
@@ -92,7 +93,6 @@ class PromptTest : public ::testing::Test {
 };
 
 TEST_F(PromptTest, EvaluatesHelpsAndGoesOnAfterWhatWentWrong) {
-  Start();
   Type("(+ 40\r", "       .. ");
   Type("2)\r", "\n42\r\nreasoner> ");
   Type("(no-such)\r", "no-such\r\nreasoner> ");
@@ -107,7 +107,6 @@ TEST_F(PromptTest, EvaluatesHelpsAndGoesOnAfterWhatWentWrong) {
 }
 
 TEST_F(PromptTest, AnInterruptStopsWhatRunsAndNothingElse) {
-  Start();
   Type("(deffunction turn () (printout t (sym-cat go ing) crlf) (while TRUE do (bind ?y 1)))\r",
        "reasoner> ");
   Type("(turn)\r", "going");
@@ -117,7 +116,6 @@ TEST_F(PromptTest, AnInterruptStopsWhatRunsAndNothingElse) {
 
 #ifdef REASONER_LINE_EDITING
 TEST_F(PromptTest, NamesAreCompletedAndLinesRemembered) {
-  Start();
   Type("(defglobal ?*altitude* = 7)\r", "reasoner> ");
   Type("(str-len\t\"four\")\r", "\n4\r\nreasoner> ");
   Type("?*alt\t\r", "\n7\r\nreasoner> ");
