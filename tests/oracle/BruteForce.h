@@ -17,7 +17,8 @@
 // would have to be modelled:
 // - in the engine's own semantics: a first pattern with `$?` directly before a negated one, or
 //   before one with `$?` and a third one; unique patterns behind negated ones, behind or with `$?`,
-//   or on a template that came before in the rule
+//   or on a template that came before in the rule; `$?` in a list of fuzzy values beside a negation
+//   of several levels
 // - a match that has fired and, in the midst of one token, goes and comes back at a negation of
 //   several levels: it may stand on the agenda again
 // - strengths behind a negation of several levels, and where a blocker of one negation goes at the

@@ -456,6 +456,8 @@ bool IsLeftOut(const TRuleText& rule, bool textbook) {
   bool has_span = false;
   bool has_negation = false;
   bool second_has_span = false;
+  bool splits_fuzzy_list = false;
+  bool has_deep_negation = false;
   std::int32_t patterns = 0;
   for (std::size_t i = 0; i < rule.elements.size(); ++i) {
     const TElement& element = rule.elements[i];
@@ -483,8 +485,12 @@ bool IsLeftOut(const TRuleText& rule, bool textbook) {
       }
     }
     has_negation = has_negation || element.negations > 0;
+    has_deep_negation = has_deep_negation || element.negations > 1;
+    splits_fuzzy_list = splits_fuzzy_list || (element.fact_template == kFuzzyList &&
+                                              element.negations == 0 && HasSpan(element));
   }
-  return false;
+  // Splits of one strength are one token, and behind such a negation strengths are not worked out.
+  return splits_fuzzy_list && has_deep_negation;
 }
 
 TProgram Shrink(TProgram program, const std::function<bool(const TProgram&)>& fails) {
