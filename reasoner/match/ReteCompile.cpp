@@ -85,22 +85,19 @@ TReteNode& ReteCompiler::Successor(TReteNode* parent, TPatternMatchTest test,
     return pattern_node != nullptr && pattern_node->Serves(test, value.get(), args);
   };
   TReteNode* found = nullptr;
-  if (parent == nullptr) {
-    const auto named = test == pmtTestClassType ? network_.named_roots_.find(value->TextView())
-                                                : network_.named_roots_.end();
-    const bool is_named = named != network_.named_roots_.end();
-    if (is_named || test != pmtTestClassType) {
-      for (TReteNode* root : is_named ? named->second : network_.roots_) {
-        if (found == nullptr && serves(root)) found = root;
-      }
-    }
+  if (parent == nullptr && test == pmtTestClassType) {
+    const auto named = network_.named_roots_.find(value->TextView());
+    if (named != network_.named_roots_.end()) found = named->second.front();
+  } else if (parent == nullptr) {
+    const auto root = std::find_if(network_.roots_.begin(), network_.roots_.end(), serves);
+    if (root != network_.roots_.end()) found = *root;
   } else if (parent->GetDispatch() != nullptr && value &&
              TConstantDispatch::IsByConstant(test, *value)) {
     found = parent->GetDispatch()->Find(test, *value, args);
   } else {
-    for (const TReteEdge& edge : parent->GetEdges()) {
-      if (found == nullptr && serves(edge.to)) found = edge.to;
-    }
+    const auto edge = std::find_if(parent->GetEdges().begin(), parent->GetEdges().end(),
+                                   [&](const TReteEdge& item) { return serves(item.to); });
+    if (edge != parent->GetEdges().end()) found = edge->to;
   }
   if (found != nullptr) {
     found->SetRuleUseCount(found->GetRuleUseCount() + 1);

@@ -1,6 +1,7 @@
 #include "reasoner/match/SlotTest.h"
 
 #include "reasoner/match/Pattern.h"
+#include "reasoner/match/PatternNode.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/values/KBFuzzySet.h"
@@ -35,23 +36,12 @@ TKBJoinTest::TKBJoinTest(TSlotTestType test_type, std::int32_t token_index, cons
       right_(right),
       left_is_pattern_(left == SPatternBinding) {}
 
-// The stored cell of a slot, or one member of its list; null where there is no such place.
-static Ref<IKBValue> ValueAt(IFact& fact, const TSlotAccess& slot, std::int32_t sub_index) {
-  const std::int32_t ordinal = slot.In(*fact.GetTemplate());
-  if (ordinal < 0) return nullptr;
-  const Ref<IKBValue>& value = fact.GetValueAt(ordinal);
-  if (sub_index == NoSubIndex) return value;
-  if (value->GetDType() != dtList || sub_index >= value->GetAsList()->GetValueCount())
-    return nullptr;
-  return value->GetAsList()->GetItem(sub_index);
-}
-
 Ref<IKBValue> TKBJoinTest::LeftValue(IFact& fact) const {
-  return ValueAt(fact, left_, LeftSubIndex);
+  return TPatternMatchNode::PlaceIn(fact, left_, LeftSubIndex);
 }
 
 Ref<IKBValue> TKBJoinTest::RightValue(IFact& fact) const {
-  return ValueAt(fact, right_, RightSubIndex);
+  return TPatternMatchNode::PlaceIn(fact, right_, RightSubIndex);
 }
 
 bool TKBJoinTest::Compare(const IMatch& token, IFact& fact) const {
