@@ -330,9 +330,9 @@ class TReasoner : public TComponent,
   virtual void SetStrategy(TSearchStrategy value);  // reorders the agenda
   bool GetFactDuplication() const noexcept { return fact_duplication_; }
   void SetFactDuplication(bool value);  // True allows equal facts
-  // The engine's own semantics (False), or the one that users of other production systems know. The
-  // manual shows the differences. All rules are compiled anew in the order of their ids, with new
-  // activations; raises while the network is busy.
+  // The meaning that a plain reading of rules and functions gives (True, the default), or the
+  // literal one. docs/semantics.md shows the differences. All rules are compiled anew in the order
+  // of their ids, with new activations; raises while the network is busy.
   bool GetTextbookSemantics() const noexcept { return GetLink()->textbook_semantics; }
   void SetTextbookSemantics(bool value);
   TFunctionPackages GetPackages() const noexcept { return packages_; }

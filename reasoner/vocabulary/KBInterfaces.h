@@ -97,9 +97,9 @@ class TReasonerLink final : public IInterface {
   IReasoner* engine = nullptr;
   // Goes up whenever a function comes, goes or changes its name: calls then look theirs up again.
   std::uint32_t function_generation = 0;
-  // What rules and functions mean: the engine's own semantics, or the textbook's. Written by the
-  // engine, see TReasoner::SetTextbookSemantics.
-  bool textbook_semantics = false;
+  // What rules and functions mean: what a plain reading gives, or the literal meaning of the
+  // network. Written by the engine, see TReasoner::SetTextbookSemantics.
+  bool textbook_semantics = true;
   // Set by a host, from any thread, that wants what runs to end with a failure.
   std::atomic<bool> interrupt_requested{false};
 };
