@@ -58,8 +58,15 @@ IReasoner* TKBPattern::GetReasoner() const {
 
 void TKBPattern::Change() {
   if (update_count_ > 0) return;
-  if (owner_ != nullptr) owner_->Change();
-  if (OnChange) OnChange(*this);
+  if (owner_ != nullptr) {
+    // The change is told to handlers, which may end the rule or take the pattern out of it.
+    const TRule& owner = *owner_;
+    const ComponentWatch watch(owner);
+    const bool was_held = owner.HoldsPattern(*this);
+    owner_->Change();
+    if (watch.HasEnded() || owner.HoldsPattern(*this) != was_held) return;
+  }
+  OnChange(*this);
 }
 
 void TKBPattern::EndUpdate() {

@@ -9,7 +9,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -17,6 +16,7 @@
 #include <vector>
 
 #include "reasoner/support/Cloneable.h"
+#include "reasoner/support/Event.h"
 #include "reasoner/support/Ref.h"
 #include "reasoner/support/Text.h"
 #include "reasoner/vocabulary/KBConsts.h"
@@ -240,6 +240,6 @@ class IReasoner {
 // Event signatures. The first argument is the object that raises; what comes by non-const reference
 // is the handler's to change. Handlers may call back into the engine. An event that is not assigned
 // is empty.
-using TNotifyEvent = std::function<void(TComponent& sender)>;
+using TNotifyEvent = Event<void(TComponent& sender)>;
 
 }  // namespace reasoner
