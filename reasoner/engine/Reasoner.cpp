@@ -360,6 +360,15 @@ std::string TReasoner::GenerateSymbol(std::string_view prefix) {
   return std::string(prefix) + IntegerToText(symbol_index_++);
 }
 
+void TReasoner::KeepSymbol(std::string_view name) {
+  // Numbers beyond are not reached by counting, and must not use up those that are left.
+  constexpr std::int32_t kHighest = 1000000000;
+  const std::size_t digits = name.find_last_not_of("0123456789") + 1;
+  if (digits == 0 || digits == name.size()) return;
+  const std::optional<std::int32_t> number = TextToInteger(name.substr(digits));
+  if (number && *number >= symbol_index_ && *number < kHighest) symbol_index_ = *number + 1;
+}
+
 // Constructs.
 
 Ref<IFactTemplate> TReasoner::FindFactTemplate(std::string_view name) {

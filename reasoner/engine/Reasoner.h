@@ -415,6 +415,7 @@ class TReasoner : public TComponent,
   std::int32_t GetNextFactId() const noexcept override { return next_fact_id_; }
   std::int32_t NewRuleId() override { return next_rule_id_++; }
   std::string GenerateSymbol(std::string_view prefix) override;
+  void KeepSymbol(std::string_view name) override;
   Ref<IFactTemplate> FindFactTemplate(std::string_view name) override;
   Ref<IFactTemplate> CreateFactTemplate(std::string_view name) override;
   Ref<IKBDefinedType> FindDefinedType(std::string_view name) override;

@@ -186,6 +186,15 @@ void TKBClipsParser::AddTest(const TField& field, const Ref<IKBValue>& value, bo
                         field.joined_by_and);
 }
 
+void TKBClipsParser::AddWildcard(const TField& field, const Ref<IKBValue>& value, bool negated) {
+  auto test = std::make_unique<TKBPatternMatchTest>(nullptr, negated ? sttNotEquals : sttEquals,
+                                                    field.sub_index, value);
+  test->SetConjunction(field.conjunction);
+  test->SetJoinedByAnd(field.joined_by_and);
+  test->SetWildcard(true);
+  field.pattern.AddTest(field.slot.GetName(), std::move(test));
+}
+
 void TKBClipsParser::ParseConstraint(TField& field, Ref<IStreamToken> token) {
   const bool negated = token->Is('~');
   if (negated) token = Next();
@@ -204,7 +213,9 @@ void TKBClipsParser::ParseConstraint(TField& field, Ref<IStreamToken> token) {
     if (kind == dtMultiVariable && !field.slot.IsMulti()) {
       ParseError("ParsePattern", SNotMultiSlot, field.slot.GetName().view());
     }
-    AddTest(field, Make<TKBValue>(name, kind), negated);
+    const Ref<IKBValue> variable = Make<TKBValue>(name, kind);
+    if (token->HasGeneratedName()) return AddWildcard(field, variable, negated);
+    AddTest(field, variable, negated);
   } else if (field.slot.IsFuzzy()) {
     PutBack(token);
     ParseFuzzyConstraint(field, negated);

@@ -34,6 +34,7 @@ TKBPattern::TKBPattern(TRule* owner, const TKBPattern& source, std::string_view 
                                                         test->GetMultiSlotSubIndex(), value);
       copy->conjunction_ = test->conjunction_;
       copy->joined_by_and_ = test->joined_by_and_;
+      copy->wildcard_ = test->wildcard_;
       own.tests.push_back(std::move(copy));
     }
   }

@@ -257,7 +257,7 @@ void TRule::BindVariables(TKBPattern& pattern, std::int32_t fact_index, TRenames
       if (pattern.IsNegated() && name.view().starts_with(SBlankPrefix)) {
         const Text fresh = "_" + IntegerToText(GetPatternCount()) + "_" + name.str();
         renames.emplace_back(name, fresh);
-        test.SetSlotValue(Make<TKBValue>(fresh, value->GetDType()));
+        test.RenameVariable(fresh);
         name = fresh;
       }
       AddBinding(name, fact_index, pattern.GetSlotName(slot), test.GetMultiSlotSubIndex());

@@ -159,6 +159,8 @@ class IReasoner {
   virtual TTypeChecks GetTypeChecks() const noexcept = 0;
   virtual std::int32_t GetNextFactId() const noexcept = 0;
   virtual std::string GenerateSymbol(std::string_view prefix) = 0;
+  // Tells of a name that a text uses: no name that is generated from now on will be the same.
+  virtual void KeepSymbol(std::string_view name) = 0;
   // Null for an unknown name.
   virtual Ref<IFactTemplate> FindFactTemplate(std::string_view name) = 0;
   // The template of that name; an unknown one is made and registered as implied.
