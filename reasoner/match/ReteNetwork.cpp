@@ -59,6 +59,15 @@ void TReteNode::CallChildren(const Ref<TKBToken>& token) {
   failures.Raise();
 }
 
+void TReteNode::StrengthChanged(const Ref<TKBToken>& token, TCallType) {
+  TellChildrenStrength(token);
+}
+
+void TReteNode::TellChildrenStrength(const Ref<TKBToken>& token) {
+  const DepthGuard guard("match");
+  for (const TReteEdge& edge : edges_) edge.to->StrengthChanged(token, edge.call_type);
+}
+
 std::string TReteNode::ToString() const {
   return name_ + " In/Out#: " + IntegerToText(GetInDegree()) + "/" +
          IntegerToText(static_cast<std::int64_t>(edges_.size())) +

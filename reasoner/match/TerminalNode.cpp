@@ -131,6 +131,10 @@ bool TPatternMatchTerminalNode::CallNode(const Ref<TKBToken>& token, TCallType) 
   return true;
 }
 
+void TPatternMatchTerminalNode::StrengthChanged(const Ref<TKBToken>& token, TCallType) {
+  if (TActivation* activation = FindActivation(*token)) activation->TakeStrength(token);
+}
+
 std::string TPatternMatchTerminalNode::ToString() const {
   return TReteNode::ToString() + " Rule: " + (rule_ == nullptr ? "" : rule_->GetRuleName());
 }

@@ -42,6 +42,7 @@ class TPatternMatchTerminalNode final : public TReteNode {
   void List(TActivation& activation);
 
   bool CallNode(const Ref<TKBToken>& token, TCallType call_type) override;
+  void StrengthChanged(const Ref<TKBToken>& token, TCallType call_type) override;
   // Takes away the first activation of an equal token.
   void StandDown(const TKBToken& token);
   // Takes all away, the last first; all but one, if given.
