@@ -159,7 +159,7 @@ TReasoner::~TReasoner() {
 
 void TReasoner::Clear() {
   RequireIdleNetwork("clearing the knowledge base");
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedOperation operation(*this);
   halted_ = false;
   next_fact_id_ = 0;
   next_rule_id_ = 0;
@@ -199,7 +199,7 @@ THostObjects& TReasoner::GetObjects() {
 
 void TReasoner::Reset() {
   RequireIdleNetwork("a reset");
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedOperation operation(*this);
   struct Resetting {
     TReasoner& engine;
     explicit Resetting(TReasoner& reset) : engine(reset) { ++engine.resetting_; }
@@ -213,18 +213,21 @@ void TReasoner::Reset() {
   next_fact_id_ = 0;
   pending_assertions_.clear();
   pending_retractions_.clear();
-  RetractFacts();
+  // What one fact or one handler fails at stops none of the steps behind it.
+  FirstFailure failures;
+  failures.Try([this] { RetractFacts(); });
   for (TRule* rule : rules_->GetItems()) rule->Reset();
-  Assert(SInitialFact);
+  failures.Try([this] { Assert(SInitialFact); });
   if (ResetGlobals) {
     for (const std::string& name : global_variables_->GetKeys()) {
-      ResetGlobalVariable(name, global_variables_->Get(name));
+      failures.Try([&] { ResetGlobalVariable(name, global_variables_->Get(name)); });
     }
   }
   for (TFactSet* fact_set : fact_sets_->GetItems()) {
-    if (fact_sets_->IndexOf(*fact_set) >= 0) fact_set->Reset();
+    if (fact_sets_->IndexOf(*fact_set) >= 0) failures.Try([&] { fact_set->Reset(); });
   }
-  OnReset(*this);
+  failures.Try([this] { OnReset(*this); });
+  failures.Raise();
 }
 
 void TReasoner::ResetGlobalVariable(std::string_view name, const Ref<IKBValue>& value) {
@@ -515,7 +518,7 @@ void TReasoner::ClaimName(TRule& rule) {
   if (other != nullptr && other != &rule) RemoveRule(*other);
 }
 
-// Puts a rule in the place of another one. If feeding it fails, the old one comes back.
+// Puts a rule in the place of another one. If it cannot be compiled, the old one comes back.
 void TReasoner::ReplaceRule(TRule& old, TRule& rule) {
   const std::string name = rule.GetRuleName();
   ReportRule(OnRemoveRule, old);
@@ -525,7 +528,7 @@ void TReasoner::ReplaceRule(TRule& old, TRule& rule) {
   failures.Try([&] { UncompileRule(old); });
   failures.Try([&] { CompileRule(rule); });
   if (!IsCompiled(rule)) {
-    if (holds_old()) failures.Try([&] { CompileRule(old, TReteNetwork::TFeed::kWhatMatches); });
+    if (holds_old()) failures.Try([&] { CompileRule(old); });
   } else if (holds_old()) {
     rules_->table_.Put(name, &rule);
     if (!old.IsDestroying() && old.GetOwner() == this) FreeRule(old);

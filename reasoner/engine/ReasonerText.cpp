@@ -51,7 +51,7 @@ class TReasoner::ScopedTokenizer {
 template <class TOperation>
 auto TReasoner::WithStream(TStream& stream, const TEncoding* encoding, const std::string& file_name,
                            TOperation operation) {
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedOperation scoped(*this);
   const std::unique_ptr<TKBTokenizerStream> tokenizer = NewTokenizer(stream, encoding);
   if (auto* clips = dynamic_cast<TKBClipsStream*>(tokenizer.get())) clips->SetFileName(file_name);
   const ScopedTokenizer scope(*this, *tokenizer);
@@ -107,7 +107,8 @@ Ref<IKBValue> TReasoner::Parse(std::string_view text, TKBType type) {
       break;
     case dtInteger:
     case dtFactId: {
-      const std::optional<std::int32_t> number = TextToInteger(text);
+      std::optional<std::int64_t> number = TextToLongInteger(text);
+      if (type == dtInteger && !TextToInteger(text)) number.reset();
       if (!number) Raise(SNotCorrectType, "integer", text, GetKBTypeName(dtString));
       value = Make<TKBValue>(*number, type);
       break;

@@ -179,7 +179,8 @@ void TKBClipsParser::EnterRule(TObject*& object) {
   try {
     engine_.EnterRule(*rule);
   } catch (...) {
-    if (watch.HasEnded()) rule.release();
+    // A rule that has been entered stays, whatever fails in its matches.
+    if (watch.HasEnded() || engine_.HoldsRule(*rule)) rule.release();
     throw;
   }
   if (watch.HasEnded()) {
