@@ -22,7 +22,8 @@ static constexpr const char* kPromptHelp =
     "  help NAME    about a function, or the text of a construct of that name\n"
     "  (functions)  the functions there are\n"
     "  (exit)       leaves, as the end of the input does\n"
-    "The tabulator completes names, Ctrl-C stops what runs, Ctrl-D gives up an unfinished input.\n";
+    "The tabulator completes names, Ctrl-D gives up an unfinished input. Ctrl-C stops what runs: a\n"
+    "run when the rule that fires has finished, or at once when it is pressed again.\n";
 
 // What Ctrl-C stops: the engine that evaluates an input, and nothing while a line is typed.
 static std::atomic<TReasoner*> evaluating = nullptr;

@@ -51,7 +51,7 @@ class TReasoner::ScopedTokenizer {
 template <class TOperation>
 auto TReasoner::WithStream(TStream& stream, const TEncoding* encoding, const std::string& file_name,
                            TOperation operation) {
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedOperation scoped(*this);
   const std::unique_ptr<TKBTokenizerStream> tokenizer = NewTokenizer(stream, encoding);
   if (auto* clips = dynamic_cast<TKBClipsStream*>(tokenizer.get())) clips->SetFileName(file_name);
   const ScopedTokenizer scope(*this, *tokenizer);
@@ -107,7 +107,8 @@ Ref<IKBValue> TReasoner::Parse(std::string_view text, TKBType type) {
       break;
     case dtInteger:
     case dtFactId: {
-      const std::optional<std::int32_t> number = TextToInteger(text);
+      std::optional<std::int64_t> number = TextToLongInteger(text);
+      if (type == dtInteger && !TextToInteger(text)) number.reset();
       if (!number) Raise(SNotCorrectType, "integer", text, GetKBTypeName(dtString));
       value = Make<TKBValue>(*number, type);
       break;
@@ -295,14 +296,14 @@ void TReasoner::PrintOut(const std::string& out_id, const std::string& text) {
   if (IsTerminal(out_id)) {
     if (const std::shared_ptr<TStream> capture = capture_)
       return WriteStringToStream(*capture, text, capture_encoding_);
-    if (OnPrintOut) OnPrintOut(*this, out_id, text);
+    OnPrintOut(*this, out_id, text);
     return;
   }
   if (const std::shared_ptr<TGTextStream> stream = io_streams_->Find(out_id)) {
     stream->Put(text);
-  } else if (OnUnknownStream) {
+  } else if (OnUnknownStream.IsHeard()) {
     OnUnknownStream(*this, out_id, text);
-  } else if (!OnPrintOut) {
+  } else if (!OnPrintOut.IsHeard()) {
     Raise(SNoSuchFunction, "printout");
   }
 }

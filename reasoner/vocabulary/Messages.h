@@ -236,6 +236,7 @@ inline constexpr TMessage<
     "Invalid attempt to modify fuzzy type in fact template slot, fuzzy types cannot be modified">
     SFuzzyDefinitionError;
 inline constexpr TMessage<" for pattern match = "> SPatternMatchError;
+inline constexpr TMessage<" in rule %s, pattern %s, facts %s"> SInMatch;
 
 // Texts of this system's own, beside those above.
 inline constexpr TMessage<"%s error: %s"> SFunctionError;
@@ -251,6 +252,9 @@ inline constexpr TMessage<"Invalid format: %s"> SInvalidFormat;
 inline constexpr TMessage<"Nested too deeply: %s"> SNestedTooDeeply;
 inline constexpr TMessage<"Rule missing for pattern"> SRuleMissingForPattern;
 inline constexpr TMessage<"Execution was interrupted"> SInterrupted;
+inline constexpr TMessage<"Execution was interrupted inside the firing of rule %s">
+    SInterruptedFiring;
+inline constexpr TMessage<"Execution was interrupted inside a match"> SInterruptedMatch;
 inline constexpr TMessage<" in fact set %s"> SInFactSet;
 inline constexpr TMessage<"Unknown Type (%d)"> SUnknownType;
 inline constexpr TMessage<"The next fact id would be beyond its range"> SFactIdsExhausted;
