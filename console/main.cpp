@@ -13,6 +13,7 @@
 #include "console/Prompt.h"
 #include "console/Terminal.h"
 #include "reasoner/engine/Reasoner.h"
+#include "reasoner/library/Packages.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/support/WholeFile.h"
 #include "reasoner/support/membership/FuzzyPicture.h"
@@ -104,9 +105,11 @@ static int Main(const std::vector<std::string>& arguments) {
 
   Terminal terminal;
   TReasoner engine;
+  new TExtensionPackage(&engine);  // the engine's
   terminal.Attach(engine);
   engine.SetStrategy(options.strategy);
   engine.SetTextbookSemantics(options.textbook);
+  engine.SetDynamicChecks(options.strict);
   engine.Watch = options.watch;
   try {
     LoadSources(engine, terminal, options);
