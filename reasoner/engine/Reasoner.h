@@ -101,6 +101,9 @@ using TReadLineEvent =
     std::function<void(TReasoner& sender, const std::string& in_id, std::string& text)>;
 using TReadTokenEvent =
     std::function<void(TReasoner& sender, const std::string& in_id, Ref<IStreamToken>& token)>;
+// `what` names the construct: "rule r", "fact (a 1)", "template t".
+using TDroppedEvent =
+    std::function<void(TReasoner& sender, const std::string& what, const std::string& reason)>;
 using TReasonerEvent = std::function<void(TReasoner& sender)>;
 using TInferenceEvent = std::function<void(TReasoner& sender, std::int32_t rules_fired)>;
 using TAgendaEvent =
@@ -506,6 +509,8 @@ class TReasoner : public TComponent,
   TFactCombineEvent OnFuzzyInference;         // before FuzzyInference combines
   TReasonerEvent OnClear, OnClearDefinedTypes, OnClearFactTemplates, OnClearRules, OnClearFacts;
   TReasonerEvent OnReset;
+  // For everything that a redefinition or the end of a type or a template costs the knowledge base.
+  TDroppedEvent OnDropped;
   TReasonerEvent OnStartInference;
   TInferenceEvent OnEndInference;
   TPrintOutEvent OnPrintOut;
@@ -574,7 +579,8 @@ class TReasoner : public TComponent,
   std::vector<std::pair<std::string, Ref<IKBValue>>> GetGlobalValues() const override;
   bool HasGlobalVariable(std::string_view name) const override;
   std::int32_t AssertFact(const Ref<IFact>& fact) override { return Assert(fact); }
-  void EnterFactSet(TFactSet& fact_set) override;
+  bool EnterFactSet(TFactSet& fact_set) override;
+  void CheckFactSetName(const TFactSet& fact_set, std::string_view name) override;
   void LeaveFactSet(TFactSet& fact_set) override;
   std::int32_t AssertResolved(const Ref<IFact>& fact) override;
   Ref<IFact> ParseFactText(std::string_view text) override { return ParseFact(text); }
@@ -639,11 +645,15 @@ class TReasoner : public TComponent,
   void TakeOutRules(const IFactTemplate& fact_template, std::vector<TDependent>& dependents,
                     FirstFailure& failures);
   void ReadDependent(const TDependent& dependent);
-  void ReportDropped(const std::string& text, const std::string& reason);
+  void ReportDropped(const std::string& what, const std::string& text, const std::string& reason);
+  void ReportDropped(const std::string& what, const std::string& reason) {
+    ReportDropped(what, what, reason);
+  }
+  void ReportUnfitLines(const IFactTemplate& fact_template);
   void RebuildChildren(const Ref<IFactTemplate>& old, const Ref<IFactTemplate>& fact_template);
   Ref<IUserFunction> FindPackageFunction(std::string_view name) const;
   std::string GlobalSection(bool late);
-  void RemoveRulesOn(const IFactTemplate& fact_template);
+  void RemoveRulesOn(const IFactTemplate& fact_template, std::vector<std::string>& dropped);
   std::unique_ptr<TKBParser> NewParser();
   // Flushes the streams when the operation is over, whichever way it ends.
   template <class TOperation>
@@ -665,6 +675,7 @@ class TReasoner : public TComponent,
   std::int32_t kept_fact_id_ = -1;  // what the next fact brings as its id
   std::int32_t next_rule_id_ = 0;
   std::int32_t symbol_index_ = 0;
+  std::int32_t saved_symbol_index_ = 0;  // behind the last name that was given away
   TRandom random_;
   std::int32_t max_depth_ = kDefaultMaxDepth;
   TSearchStrategy strategy_ = ssDepthFirst;
