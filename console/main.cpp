@@ -108,6 +108,10 @@ static int Main(const std::vector<std::string>& arguments) {
   engine.SetStrategy(options.strategy);
   engine.SetTextbookSemantics(options.textbook);
   engine.Watch = options.watch;
+  engine.OnDropped = [](TReasoner&, const std::string& what, const std::string& reason) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "dropped: %s: %s\n", what.c_str(), reason.c_str());
+  };
   try {
     LoadSources(engine, terminal, options);
     if (options.run) {

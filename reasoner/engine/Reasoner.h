@@ -101,6 +101,9 @@ using TPrintOutEvent =
 using TReadLineEvent = Event<void(TReasoner& sender, const std::string& in_id, std::string& text)>;
 using TReadTokenEvent =
     Event<void(TReasoner& sender, const std::string& in_id, Ref<IStreamToken>& token)>;
+// `what` names the construct: "rule r", "fact (a 1)", "template t".
+using TDroppedEvent =
+    Event<void(TReasoner& sender, const std::string& what, const std::string& reason)>;
 using TReasonerEvent = Event<void(TReasoner& sender)>;
 using TInferenceEvent = Event<void(TReasoner& sender, std::int32_t rules_fired)>;
 using TAgendaEvent = Event<void(TReasoner& sender, std::int32_t index, TActivation& activation)>;
@@ -509,6 +512,8 @@ class TReasoner : public TComponent,
   TFactCombineEvent OnFuzzyInference;         // before FuzzyInference combines
   TReasonerEvent OnClear, OnClearDefinedTypes, OnClearFactTemplates, OnClearRules, OnClearFacts;
   TReasonerEvent OnReset;
+  // For everything that a redefinition or the end of a type or a template costs the knowledge base.
+  TDroppedEvent OnDropped;
   TReasonerEvent OnStartInference;
   TInferenceEvent OnEndInference;
   TPrintOutEvent OnPrintOut;
@@ -592,7 +597,8 @@ class TReasoner : public TComponent,
   std::vector<std::pair<std::string, Ref<IKBValue>>> GetGlobalValues() const override;
   bool HasGlobalVariable(std::string_view name) const override;
   TFactId AssertFact(const Ref<IFact>& fact) override { return Assert(fact); }
-  void EnterFactSet(TFactSet& fact_set) override;
+  bool EnterFactSet(TFactSet& fact_set) override;
+  void CheckFactSetName(const TFactSet& fact_set, std::string_view name) override;
   void LeaveFactSet(TFactSet& fact_set) override;
   TFactId AssertResolved(const Ref<IFact>& fact) override;
   Ref<IFact> ParseFactText(std::string_view text) override { return ParseFact(text); }
@@ -658,11 +664,15 @@ class TReasoner : public TComponent,
   void TakeOutRules(const IFactTemplate& fact_template, std::vector<TDependent>& dependents,
                     FirstFailure& failures);
   void ReadDependent(const TDependent& dependent, FirstFailure& failures);
-  void ReportDropped(const std::string& text, const std::string& reason);
+  void ReportDropped(const std::string& what, const std::string& text, const std::string& reason);
+  void ReportDropped(const std::string& what, const std::string& reason) {
+    ReportDropped(what, what, reason);
+  }
+  void ReportUnfitLines(const IFactTemplate& fact_template);
   void RebuildChildren(const Ref<IFactTemplate>& old, const Ref<IFactTemplate>& fact_template);
   Ref<IUserFunction> FindPackageFunction(std::string_view name) const;
   std::string GlobalSection(bool late);
-  void RemoveRulesOn(const IFactTemplate& fact_template);
+  void RemoveRulesOn(const IFactTemplate& fact_template, std::vector<std::string>& dropped);
   // Makes the companion of a marked template, or brings it up to the template's slots.
   void FollowWithGoals(const Ref<IFactTemplate>& fact_template);
   std::unique_ptr<TKBParser> NewParser();
@@ -686,6 +696,7 @@ class TReasoner : public TComponent,
   TFactId kept_fact_id_ = -1;  // what the next fact brings as its id
   std::int32_t next_rule_id_ = 0;
   std::int32_t symbol_index_ = 0;
+  std::int32_t saved_symbol_index_ = 0;  // behind the last name that was given away
   TRandom random_;
   std::int32_t max_depth_ = kDefaultMaxDepth;
   TSearchStrategy strategy_ = ssDepthFirst;

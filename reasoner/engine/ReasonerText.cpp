@@ -235,11 +235,11 @@ Ref<IKBValue> TReasoner::ParseValue(std::string_view text, TKBTypes types,
 }
 
 void TReasoner::LoadFromStream(TStream& stream, const TEncoding* encoding) {
-  LoadStream(stream, encoding, "", [](TKBParser& parser) { return parser.Parse(true); });
+  LoadStream(stream, encoding, "", [](TKBParser& parser) { return parser.Load(); });
 }
 
 void TReasoner::LoadFromFile(const std::string& file_name, const TEncoding* encoding) {
-  LoadFile(file_name, encoding, [](TKBParser& parser) { return parser.Parse(true); });
+  LoadFile(file_name, encoding, [](TKBParser& parser) { return parser.Load(); });
 }
 
 void TReasoner::LoadFacts(TStream& stream, const TEncoding* encoding) {
@@ -254,7 +254,7 @@ template <class TClear>
 static auto ClearedFirst(TClear clear) {
   return [clear](TKBParser& parser) {
     clear();
-    return parser.Parse(true);
+    return parser.Load();
   };
 }
 
@@ -284,8 +284,10 @@ void TReasoner::LoadDefinedTypes(const std::string& file_name, const TEncoding* 
 
 void TReasoner::SetExpertSystem(std::string_view text) {
   TKitStringStream stream{std::string(text)};
-  LoadStream(stream, nullptr, "", ClearedFirst([this] { Clear(); }));
-  Reset();
+  FirstFailure failures;
+  failures.Try([&] { LoadStream(stream, nullptr, "", ClearedFirst([this] { Clear(); })); });
+  failures.Try([this] { Reset(); });
+  failures.Raise();
 }
 
 // Logical streams.

@@ -63,6 +63,7 @@ class TIFuzzyVariable : public ICloneable {
   // Makes a term of that name if there is none: falling over the universe, a triangle on it,
   // rising.
   void AddAutoTerms();
+  bool HasAutoTerms() const noexcept;  // all three names are known
 
   // A text as a set of this variable: by the parser, or without one the name of a set, a shape, a
   // point list or a number. Raises EKitException for a text that is none.
