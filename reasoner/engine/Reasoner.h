@@ -101,6 +101,7 @@ using TReadLineEvent =
     std::function<void(TReasoner& sender, const std::string& in_id, std::string& text)>;
 using TReadTokenEvent =
     std::function<void(TReasoner& sender, const std::string& in_id, Ref<IStreamToken>& token)>;
+using TWarningEvent = std::function<void(TReasoner& sender, const std::string& text)>;
 using TReasonerEvent = std::function<void(TReasoner& sender)>;
 using TInferenceEvent = std::function<void(TReasoner& sender, std::int32_t rules_fired)>;
 using TAgendaEvent =
@@ -165,6 +166,9 @@ class TReasoner : public TComponent,
   Ref<IKBValue> ParseValue(std::string_view text, TKBTypes types, const Ref<IKBDefinedType>& type);
 
   Ref<IFuzzySet> ParseFuzzySet(IFuzzyVariable* variable, std::string_view text) override;
+  void Warn(const std::string& text) override {
+    if (OnWarning) OnWarning(*this, text);
+  }
   Ref<IFuzzyVariable> ParseFuzzyVariable(std::string_view text) override;
   // A fuzzy expression, evaluated in the engine's own context.
   Ref<IFuzzySet> ParseFuzzyExpression(IFuzzyVariable* variable, std::string_view text);
@@ -509,6 +513,9 @@ class TReasoner : public TComponent,
   TInferenceEvent OnEndInference;
   TPrintOutEvent OnPrintOut;
   TPrintOutEvent OnUnknownStream;  // for text to a name that no stream has
+  // For what is taken, though hardly as it was meant: a reading outside of its range, a term that
+  // no value of the range belongs to, shape arguments that are not in order.
+  TWarningEvent OnWarning;
   TReadLineEvent OnReadLine;
   TReadTokenEvent OnReadToken;
 

@@ -125,6 +125,7 @@ std::int32_t TReasoner::AssertFuzzy(const Ref<IFact>& asserted, bool uncondition
   if (const TFacts::Entry* entry = facts_->FindEqual(*fact, hash)) {
     const Ref<IFact> old = entry->fact;
     FuzzyOperation(fact, old, !unconditional);
+    OwnFuzzySets(*fact);
     // A retraction that has begun is carried through, whatever a handler raises; one that has not
     // leaves everything as it was.
     if (TFacts::Entry* listed = facts_->FindEntry(*old); listed != nullptr && !listed->leaving) {
@@ -133,6 +134,8 @@ std::int32_t TReasoner::AssertFuzzy(const Ref<IFact>& asserted, bool uncondition
     if (const TFacts::Entry* listed = facts_->FindEntry(*old); listed != nullptr) {
       if (!listed->leaving) failures.Raise();
     }
+  } else {
+    OwnFuzzySets(*fact);
   }
   std::int32_t id = -1;
   failures.Try([&] { id = EnterFact(fact, hash); });
