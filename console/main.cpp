@@ -105,6 +105,10 @@ static int Main(const std::vector<std::string>& arguments) {
   Terminal terminal;
   TReasoner engine;
   terminal.Attach(engine);
+  engine.OnWarning = [](TReasoner&, const std::string& text) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "warning: %s\n", text.c_str());
+  };
   engine.SetStrategy(options.strategy);
   engine.SetTextbookSemantics(options.textbook);
   engine.Watch = options.watch;

@@ -44,7 +44,7 @@ static bool IsLineOf(std::string_view line, std::string_view template_name) {
 
 void TReasoner::RemoveDependencies(const IFactTemplate& fact_template) {
   DropPending(fact_template);
-  const bool is_told = OnDropped || Watches(cwCompilation);
+  const bool is_told = OnDropped.IsHeard() || Watches(cwCompilation);
   std::vector<std::string> dropped;
   const std::vector<Ref<IFact>> facts = facts_->Snapshot();
   for (auto fact = facts.rbegin(); fact != facts.rend(); ++fact) {
@@ -345,7 +345,7 @@ void TReasoner::UpdateDependentFact(const Ref<IFact>&, const Ref<IFact>& fact) {
 
 void TReasoner::ReportDropped(const std::string& what, const std::string& text,
                               const std::string& reason) {
-  if (OnDropped) OnDropped(*this, what, reason);
+  OnDropped(*this, what, reason);
   if (!Watches(cwCompilation)) return;
   PrintOut("Dropped: " + text + std::string(NewLineString) + "   " + reason +
            std::string(NewLineString));

@@ -131,7 +131,7 @@ TReasoner::~TReasoner() {
         OnRuleFired, OnAddUserFunction, OnRemoveUserFunction, OnAssertion, OnRetraction,
         OnFuzzyCorrelation, OnFuzzyInference, OnClear, OnClearDefinedTypes, OnClearFactTemplates,
         OnClearRules, OnClearFacts, OnReset, OnStartInference, OnEndInference, OnPrintOut,
-        OnUnknownStream, OnDropped, OnReadLine, OnReadToken);
+        OnUnknownStream, OnDropped, OnWarning, OnReadLine, OnReadToken);
   BeginDestruction();
   Clear();
   objects_.reset();

@@ -104,6 +104,7 @@ using TReadTokenEvent =
 // `what` names the construct: "rule r", "fact (a 1)", "template t".
 using TDroppedEvent =
     Event<void(TReasoner& sender, const std::string& what, const std::string& reason)>;
+using TWarningEvent = Event<void(TReasoner& sender, const std::string& text)>;
 using TReasonerEvent = Event<void(TReasoner& sender)>;
 using TInferenceEvent = Event<void(TReasoner& sender, std::int32_t rules_fired)>;
 using TAgendaEvent = Event<void(TReasoner& sender, std::int32_t index, TActivation& activation)>;
@@ -165,6 +166,7 @@ class TReasoner : public TComponent,
   Ref<IKBValue> ParseValue(std::string_view text, TKBTypes types, const Ref<IKBDefinedType>& type);
 
   Ref<IFuzzySet> ParseFuzzySet(IFuzzyVariable* variable, std::string_view text) override;
+  void Warn(const std::string& text) override { OnWarning(*this, text); }
   Ref<IFuzzyVariable> ParseFuzzyVariable(std::string_view text) override;
   // A fuzzy expression, evaluated in the engine's own context.
   Ref<IFuzzySet> ParseFuzzyExpression(IFuzzyVariable* variable, std::string_view text);
@@ -518,6 +520,9 @@ class TReasoner : public TComponent,
   TInferenceEvent OnEndInference;
   TPrintOutEvent OnPrintOut;
   TPrintOutEvent OnUnknownStream;  // for text to a name that no stream has
+  // For what is taken, though hardly as it was meant: a reading outside of its range, a term that
+  // no value of the range belongs to, shape arguments that are not in order.
+  TWarningEvent OnWarning;
   TReadLineEvent OnReadLine;
   TReadTokenEvent OnReadToken;
 
