@@ -120,25 +120,18 @@ void TReasoner::AddDefaultPackages() {
   for (const TFunctionPackage package : kPackageOrder) {
     if (packages_.Has(package)) MakePackage(package, this);
   }
-  if (OnAddDefaultPackages) OnAddDefaultPackages(*this);
+  OnAddDefaultPackages(*this);
 }
 
 TReasoner::~TReasoner() {
   // Nothing below reaches the host.
-  OnAddDefaultPackages = OnClear = OnClearDefinedTypes = OnClearFactTemplates = OnClearRules =
-      OnClearFacts = OnReset = OnStartInference = nullptr;
-  OnAddActivation = OnRemoveActivation = nullptr;
-  OnAddDefinedType = OnRemoveDefinedType = nullptr;
-  OnNewFactTemplate = OnRemoveFactTemplate = nullptr;
-  OnAddRule = OnRemoveRule = OnRuleFired = nullptr;
-  OnAddUserFunction = OnRemoveUserFunction = nullptr;
-  OnAssertion = OnRetraction = nullptr;
-  OnFuzzyCorrelation = nullptr;
-  OnFuzzyInference = nullptr;
-  OnEndInference = nullptr;
-  OnPrintOut = OnUnknownStream = nullptr;
-  OnReadLine = nullptr;
-  OnReadToken = nullptr;
+  const auto close = [](auto&... events) { (events.Close(), ...); };
+  close(OnAddDefaultPackages, OnAddActivation, OnRemoveActivation, OnAddDefinedType,
+        OnRemoveDefinedType, OnNewFactTemplate, OnRemoveFactTemplate, OnAddRule, OnRemoveRule,
+        OnRuleFired, OnAddUserFunction, OnRemoveUserFunction, OnAssertion, OnRetraction,
+        OnFuzzyCorrelation, OnFuzzyInference, OnClear, OnClearDefinedTypes, OnClearFactTemplates,
+        OnClearRules, OnClearFacts, OnReset, OnStartInference, OnEndInference, OnPrintOut,
+        OnUnknownStream, OnReadLine, OnReadToken);
   BeginDestruction();
   Clear();
   objects_.reset();
@@ -189,7 +182,7 @@ void TReasoner::Clear() {
   engine_variables_->Clear();
   failures.Try([this] { io_streams_->Clear(); });
   if (!IsDestroying()) failures.Try([this] { MakeImplied(); });
-  if (OnClear) failures.Try([this] { OnClear(*this); });
+  if (OnClear.IsHeard()) failures.Try([this] { OnClear(*this); });
   if (!IsDestroying()) failures.Raise();
 }
 
@@ -231,7 +224,7 @@ void TReasoner::Reset() {
   for (TFactSet* fact_set : fact_sets_->GetItems()) {
     if (fact_sets_->IndexOf(*fact_set) >= 0) fact_set->Reset();
   }
-  if (OnReset) OnReset(*this);
+  OnReset(*this);
 }
 
 void TReasoner::ResetGlobalVariable(std::string_view name, const Ref<IKBValue>& value) {
@@ -367,6 +360,15 @@ std::string TReasoner::GenerateSymbol(std::string_view prefix) {
   return std::string(prefix) + IntegerToText(symbol_index_++);
 }
 
+void TReasoner::KeepSymbol(std::string_view name) {
+  // Numbers beyond are not reached by counting, and must not use up those that are left.
+  constexpr std::int32_t kHighest = 1000000000;
+  const std::size_t digits = name.find_last_not_of("0123456789") + 1;
+  if (digits == 0 || digits == name.size()) return;
+  const std::optional<std::int32_t> number = TextToInteger(name.substr(digits));
+  if (number && *number >= symbol_index_ && *number < kHighest) symbol_index_ = *number + 1;
+}
+
 // Constructs.
 
 Ref<IFactTemplate> TReasoner::FindFactTemplate(std::string_view name) {
@@ -487,14 +489,14 @@ void TReasoner::LeaveRule(TRule& rule) {
   // The rule ends whatever a handler thinks of it.
   FirstFailure failures;
   const bool was_listed = rules_->table_.Take(key) == &rule;
-  if (OnRemoveRule && was_listed) failures.Try([&] { OnRemoveRule(*this, rule); });
+  if (was_listed) failures.Try([&] { ReportRule(OnRemoveRule, rule); });
   failures.Try([&] { UncompileRule(rule); });
 }
 
 void TReasoner::RemoveRule(TRule& rule) {
   const ScopedReport report(*this);
   FirstFailure failures;
-  if (OnRemoveRule) failures.Try([&] { OnRemoveRule(*this, rule); });
+  failures.Try([&] { ReportRule(OnRemoveRule, rule); });
   failures.Try([&] { UncompileRule(rule); });
   if (!rule.IsDestroying() && rule.GetOwner() == this) FreeRule(rule);
   failures.Raise();
@@ -516,7 +518,7 @@ void TReasoner::ClaimName(TRule& rule) {
 // Puts a rule in the place of another one. If feeding it fails, the old one comes back.
 void TReasoner::ReplaceRule(TRule& old, TRule& rule) {
   const std::string name = rule.GetRuleName();
-  if (OnRemoveRule) OnRemoveRule(*this, old);
+  ReportRule(OnRemoveRule, old);
   const auto holds_old = [&] { return rules_->Find(name) == &old; };
   if (!holds_old()) return rules_->Put(name, &rule);  // the handler was faster
   FirstFailure failures;

@@ -42,6 +42,7 @@
 #include "reasoner/match/ReteNetwork.h"
 #include "reasoner/support/Component.h"
 #include "reasoner/support/Depth.h"
+#include "reasoner/support/Event.h"
 #include "reasoner/support/Random.h"
 #include "reasoner/support/membership/FuzzyVariable.h"
 #include "reasoner/vocabulary/KBInterfaces.h"
@@ -64,8 +65,8 @@ struct TDependent {
   std::string rule_name;  // of a rule, with what its text does not tell
   TRule* host_rule =
       nullptr;  // a host's own object, which takes the new definition; null otherwise
-  std::function<void(TRule& sender, TKBContext& context)> on_fire;
-  std::function<void(TRule& sender)> on_change;
+  Event<void(TRule& sender, TKBContext& context)> on_fire;
+  Event<void(TRule& sender)> on_change;
   bool fired = false;
 };
 
@@ -96,27 +97,23 @@ using TKBTokenizerFactory =
     std::function<std::unique_ptr<TKBTokenizerStream>(TStream& stream, const TEncoding* encoding)>;
 
 using TPrintOutEvent =
-    std::function<void(TReasoner& sender, const std::string& out_id, const std::string& text)>;
-using TReadLineEvent =
-    std::function<void(TReasoner& sender, const std::string& in_id, std::string& text)>;
+    Event<void(TReasoner& sender, const std::string& out_id, const std::string& text)>;
+using TReadLineEvent = Event<void(TReasoner& sender, const std::string& in_id, std::string& text)>;
 using TReadTokenEvent =
-    std::function<void(TReasoner& sender, const std::string& in_id, Ref<IStreamToken>& token)>;
-using TReasonerEvent = std::function<void(TReasoner& sender)>;
-using TInferenceEvent = std::function<void(TReasoner& sender, std::int32_t rules_fired)>;
-using TAgendaEvent =
-    std::function<void(TReasoner& sender, std::int32_t index, TActivation& activation)>;
-using TFactEvent = std::function<void(TReasoner& sender, const Ref<IFact>& fact)>;
-using TFactTemplateEvent =
-    std::function<void(TReasoner& sender, const Ref<IFactTemplate>& fact_template)>;
-using TRuleEvent = std::function<void(TReasoner& sender, TRule& rule)>;
-using TUserFunctionEvent =
-    std::function<void(TReasoner& sender, const Ref<IUserFunction>& function)>;
+    Event<void(TReasoner& sender, const std::string& in_id, Ref<IStreamToken>& token)>;
+using TReasonerEvent = Event<void(TReasoner& sender)>;
+using TInferenceEvent = Event<void(TReasoner& sender, std::int32_t rules_fired)>;
+using TAgendaEvent = Event<void(TReasoner& sender, std::int32_t index, TActivation& activation)>;
+using TFactEvent = Event<void(TReasoner& sender, const Ref<IFact>& fact)>;
+using TFactTemplateEvent = Event<void(TReasoner& sender, const Ref<IFactTemplate>& fact_template)>;
+using TRuleEvent = Event<void(TReasoner& sender, TRule& rule)>;
+using TUserFunctionEvent = Event<void(TReasoner& sender, const Ref<IUserFunction>& function)>;
 // With `done` set the engine leaves out what it would do itself.
 using TFuzzyCorrelationEvent =
-    std::function<void(TReasoner& sender, const Ref<IFact>& fact, float strength, bool& done)>;
-using TFactCombineEvent = std::function<void(TReasoner& sender, const Ref<IFact>& fact1,
-                                             const Ref<IFact>& fact2, bool& done)>;
-using TKBDefinedTypeEvent = std::function<void(TReasoner& sender, const Ref<IKBDefinedType>& type)>;
+    Event<void(TReasoner& sender, const Ref<IFact>& fact, float strength, bool& done)>;
+using TFactCombineEvent =
+    Event<void(TReasoner& sender, const Ref<IFact>& fact1, const Ref<IFact>& fact2, bool& done)>;
+using TKBDefinedTypeEvent = Event<void(TReasoner& sender, const Ref<IKBDefinedType>& type)>;
 
 class IDialogs;
 class THostObjects;
@@ -418,6 +415,7 @@ class TReasoner : public TComponent,
   std::int32_t GetNextFactId() const noexcept override { return next_fact_id_; }
   std::int32_t NewRuleId() override { return next_rule_id_++; }
   std::string GenerateSymbol(std::string_view prefix) override;
+  void KeepSymbol(std::string_view name) override;
   Ref<IFactTemplate> FindFactTemplate(std::string_view name) override;
   Ref<IFactTemplate> CreateFactTemplate(std::string_view name) override;
   Ref<IKBDefinedType> FindDefinedType(std::string_view name) override;
@@ -595,7 +593,7 @@ class TReasoner : public TComponent,
   void MakeParts(const TKBObjectFactory& factory);
   void MakeImplied();
   void MakeLogicFunctions();
-  bool Watches(TConstructWatch watch) const { return Watch.Has(watch) && OnPrintOut != nullptr; }
+  bool Watches(TConstructWatch watch) const { return Watch.Has(watch) && OnPrintOut.IsHeard(); }
   std::int32_t EnterFact(const Ref<IFact>& fact, std::uint32_t hash);
   std::int32_t AssertFuzzy(const Ref<IFact>& asserted, bool unconditional);
   void PostWork(TNetworkWork work);
@@ -616,6 +614,7 @@ class TReasoner : public TComponent,
   void CompileRule(TRule& rule, TReteNetwork::TFeed feed);
   void CompileRule(TRule& rule) { CompileRule(rule, feed_); }
   void UncompileRule(TRule& rule);
+  void ReportRule(const TRuleEvent& event, TRule& rule);
   // Runs a step during which the network is busy. What handlers of activations raise meanwhile
   // waits: the match is finished first.
   template <class TStep>

@@ -70,13 +70,13 @@ void TReasoner::SetFuzzyEqualsThreshold(float value) {
 void TReasoner::FuzzyCorrelation(const Ref<IFact>& fact, float strength) {
   if (strength == 1.0F) return;
   bool done = false;
-  if (OnFuzzyCorrelation) OnFuzzyCorrelation(*this, fact, strength, done);
+  OnFuzzyCorrelation(*this, fact, strength, done);
   if (!done) WeakenFact(*fact, FuzzyCorrelationMethod, double{strength});
 }
 
 void TReasoner::FuzzyInference(const Ref<IFact>& fact1, const Ref<IFact>& fact2) {
   bool done = false;
-  if (OnFuzzyInference) OnFuzzyInference(*this, fact1, fact2, done);
+  OnFuzzyInference(*this, fact1, fact2, done);
   if (!done) FuzzyOperation(fact1, fact2, true);
 }
 

@@ -77,7 +77,7 @@ bool TReasoner::PlaceActivation(std::unique_ptr<TActivation> owned) {
     is_placed = true;
     if (Watches(cwActivation))
       PrintOut("==> Activation: " + activation.ToString() + std::string(NewLineString));
-    if (OnAddActivation && !has_gone()) OnAddActivation(*this, index, activation);
+    OnAddActivation.CallWhile([&] { return !has_gone(); }, *this, index, activation);
   } catch (const EAbort&) {
     // A host's silent refusal ends here: the match goes on.
   } catch (...) {
@@ -140,7 +140,7 @@ std::unique_ptr<TActivation> TReasoner::RemoveActivation(std::int32_t index) {
            activation.GetToken()->GetToFactsString() + std::string(NewLineString);
   }
   try {
-    if (OnRemoveActivation) OnRemoveActivation(*this, index, activation);
+    OnRemoveActivation.CallWhile([&] { return activation.HasRule(); }, *this, index, activation);
     if (!line.empty()) PrintOut(line);
   } catch (...) {
     if (in_network_ == 0) {
@@ -156,7 +156,9 @@ std::unique_ptr<TActivation> TReasoner::RemoveActivation(std::int32_t index) {
 }
 
 std::unique_ptr<TActivation> TReasoner::RuleFired(TActivation& activation) {
-  if (OnRuleFired && activation.HasRule()) OnRuleFired(*this, activation.GetRule());
+  if (OnRuleFired.IsHeard() && activation.HasRule()) {
+    OnRuleFired.CallWhile([&] { return activation.HasRule(); }, *this, activation.GetRule());
+  }
   return RemoveActivation(activation);
 }
 
@@ -311,7 +313,7 @@ void TReasoner::RunStep(std::int32_t index) {
 }
 
 void TReasoner::BeginInference() {
-  if (OnStartInference) OnStartInference(*this);
+  OnStartInference(*this);
   run_time_ = Tick();
   rules_fired_ = 0;
   max_facts_ = facts_->GetCount();
@@ -328,7 +330,7 @@ void TReasoner::EndInference() {
       fact_sum_ /= static_cast<float>(rules_fired_);
       activation_sum_ /= static_cast<float>(rules_fired_);
     }
-    if (rules_fired_ >= 1 && OnPrintOut) {
+    if (rules_fired_ >= 1 && OnPrintOut.IsHeard()) {
       const auto line = [this](const std::string& text) {
         PrintOut(text + std::string(NewLineString));
       };
@@ -340,7 +342,7 @@ void TReasoner::EndInference() {
                       {double{activation_sum_}, max_activations_}));
     }
   }
-  if (OnEndInference) OnEndInference(*this, rules_fired_);
+  OnEndInference(*this, rules_fired_);
 }
 
 }  // namespace reasoner

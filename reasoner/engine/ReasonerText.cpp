@@ -295,14 +295,14 @@ void TReasoner::PrintOut(const std::string& out_id, const std::string& text) {
   if (IsTerminal(out_id)) {
     if (const std::shared_ptr<TStream> capture = capture_)
       return WriteStringToStream(*capture, text, capture_encoding_);
-    if (OnPrintOut) OnPrintOut(*this, out_id, text);
+    OnPrintOut(*this, out_id, text);
     return;
   }
   if (const std::shared_ptr<TGTextStream> stream = io_streams_->Find(out_id)) {
     stream->Put(text);
-  } else if (OnUnknownStream) {
+  } else if (OnUnknownStream.IsHeard()) {
     OnUnknownStream(*this, out_id, text);
-  } else if (!OnPrintOut) {
+  } else if (!OnPrintOut.IsHeard()) {
     Raise(SNoSuchFunction, "printout");
   }
 }

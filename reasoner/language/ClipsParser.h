@@ -215,6 +215,7 @@ class TKBClipsParser : public TKBParser {
   void ParseConstraint(TField& field, Ref<IStreamToken> token);
   void ParseFuzzyConstraint(TField& field, bool negated);
   void AddTest(const TField& field, const Ref<IKBValue>& value, bool negated);
+  void AddWildcard(const TField& field, const Ref<IKBValue>& value, bool negated);
   void AddReturnValueTests(const TField& field, bool negated);
   // A generated name that the rule does not hold yet.
   Text NewVariableName(const TVariableTable& variables, std::string_view prefix);

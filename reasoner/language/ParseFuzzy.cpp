@@ -38,7 +38,7 @@ void TKBClipsParser::ParseFuzzyClauses(IFuzzyVariable& variable) {
     }
   }
   PutBack(token);
-  if (OnParseFuzzyVariable) OnParseFuzzyVariable(*this, kept);
+  OnParseFuzzyVariable(*this, kept);
 }
 
 // Up to the parenthesis behind the terms.
@@ -74,7 +74,7 @@ Ref<IFuzzySet> TKBClipsParser::ParseFuzzySet(IFuzzyVariable& variable) {
   set->SetName(header.name);
   set->SetParser(engine_.GetFuzzyParserLink());
   Expect(')', kLocation);
-  if (OnParseFuzzySet) OnParseFuzzySet(*this, set);
+  OnParseFuzzySet(*this, set);
   return set;
 }
 

@@ -554,11 +554,10 @@ static void AppendTests(std::string& text, const TKBPattern& pattern, std::int32
   const auto& tests = pattern.GetWrittenTests(slot);
   if (tests.empty()) {
     if (!pattern.HasTestList(slot) || pattern.GetSlotLength(slot) == 0) return;
-    const std::vector<Ref<IFactSlot>> slots = pattern.GetFactTemplate()->GetSlots();
-    const bool is_multi = !slots.empty() && slots.front()->IsMulti();
-    const std::string prefix(is_multi ? SMultiSlotVar : SSlotVar);
-    IReasoner* const reasoner = pattern.GetReasoner();
-    text += reasoner == nullptr ? prefix : reasoner->GenerateSymbol(prefix);
+    // Every test has been taken away: any value will do.
+    const IFactSlot* const fact_slot =
+        pattern.GetFactTemplate()->FindSlot(pattern.GetSlotName(slot));
+    text += fact_slot != nullptr && fact_slot->IsMulti() ? "$?" : "?";
     return;
   }
   for (std::size_t i = 0; i < tests.size(); ++i) {
@@ -569,7 +568,11 @@ static void AppendTests(std::string& text, const TKBPattern& pattern, std::int32
     }
     if (test.GetSlotTestType() == sttNotEquals && !pattern.IsTest()) text += '~';
     if (test.GetSlotValue()->GetDType() == dtFunCall && !pattern.IsTest()) text += ':';
-    AppendSource(text, *test.GetSlotValue());
+    if (test.IsWildcard()) {
+      text += test.GetSlotValue()->GetDType() == dtVariable ? "?" : "$?";
+    } else {
+      AppendSource(text, *test.GetSlotValue());
+    }
   }
 }
 

@@ -366,18 +366,28 @@ Text TKBClipsStream::Generated(std::string_view prefix) {
   return engine_->GenerateSymbol(prefix);
 }
 
+// All generated names of variables begin with an underscore.
+void TKBClipsStream::KeepName(std::string_view name) {
+  if (!name.starts_with('_') || engine_ == nullptr) return;
+  engine_->KeepSymbol(name);
+  keeps_names_ = true;
+}
+
 void TKBClipsStream::Classify(IStreamToken& token, std::string_view word) {
   token.SetDataType(dtAtom);
   if (word.starts_with('?')) {
     token.SetDataType(dtVariable);
     if (word.size() == 1) return token.SetGeneratedName(Generated(SBlankPrefix));
     token.SetText(word.substr(1));
+    KeepName(word.substr(1));
   } else if (word.starts_with("$?")) {
     token.SetDataType(dtMultiVariable);
     if (word.size() == 2) return token.SetGeneratedName(Generated(SBlankMulti));
     token.SetText(word.substr(2));
+    KeepName(word.substr(2));
   } else if (word.empty() || !IsNumberWord(word)) {
     token.SetText(word);
+    if (word.starts_with(SGeneratedAtomPrefix) && engine_ != nullptr) engine_->KeepSymbol(word);
   } else if (const auto integer = TextToInteger(word)) {
     token.SetDataType(dtInteger);
     token.SetNumber(*integer);
@@ -430,6 +440,7 @@ void TKBClipsStream::ReadExpression() {
   ClearEcho();
   scratch_.clear();  // what a failure left behind
   std::int32_t depth = 0;
+  keeps_names_ = false;
   try {
     do {
       scratch_.push_back(BuildNextToken());
@@ -438,6 +449,7 @@ void TKBClipsStream::ReadExpression() {
       if (token.Is('(')) ++depth;
       if (token.Is(')')) --depth;
     } while (depth != 0);
+    if (keeps_names_) RenameWildcards();
   } catch (...) {
     scratch_.clear();
     throw;
@@ -445,6 +457,15 @@ void TKBClipsStream::ReadExpression() {
   tokens_.assign(std::make_move_iterator(scratch_.rbegin()),
                  std::make_move_iterator(scratch_.rend()));
   scratch_.clear();
+}
+
+// A wildcard that stands before a written name may have got that name. The names that are generated
+// now meet none of the expression.
+void TKBClipsStream::RenameWildcards() {
+  for (const Ref<IStreamToken>& token : scratch_) {
+    if (!token->HasGeneratedName()) continue;
+    token->SetGeneratedName(Generated(token->Is(dtVariable) ? SBlankPrefix : SBlankMulti));
+  }
 }
 
 Ref<IStreamToken> TKBClipsStream::NextToken() {

@@ -181,9 +181,12 @@ class TKBClipsStream : public TKBTokenizerStream {
   void ReadExpression();
   void Classify(IStreamToken& token, std::string_view word);
   Text Generated(std::string_view prefix);
+  void KeepName(std::string_view name);
+  void RenameWildcards();
   void ClearEcho();
 
   IReasoner* engine_ = nullptr;
+  bool keeps_names_ = false;  // the expression holds names that could be generated ones
   std::string file_name_;
   std::vector<Ref<IStreamToken>> tokens_;   // ready to deliver, the next one last
   std::vector<Ref<IStreamToken>> scratch_;  // of the expression that is being read

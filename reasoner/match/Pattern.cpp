@@ -34,6 +34,7 @@ TKBPattern::TKBPattern(TRule* owner, const TKBPattern& source, std::string_view 
                                                         test->GetMultiSlotSubIndex(), value);
       copy->conjunction_ = test->conjunction_;
       copy->joined_by_and_ = test->joined_by_and_;
+      copy->wildcard_ = test->wildcard_;
       own.tests.push_back(std::move(copy));
     }
   }
@@ -58,8 +59,15 @@ IReasoner* TKBPattern::GetReasoner() const {
 
 void TKBPattern::Change() {
   if (update_count_ > 0) return;
-  if (owner_ != nullptr) owner_->Change();
-  if (OnChange) OnChange(*this);
+  if (owner_ != nullptr) {
+    // The change is told to handlers, which may end the rule or take the pattern out of it.
+    const TRule& owner = *owner_;
+    const ComponentWatch watch(owner);
+    const bool was_held = owner.HoldsPattern(*this);
+    owner_->Change();
+    if (watch.HasEnded() || owner.HoldsPattern(*this) != was_held) return;
+  }
+  OnChange(*this);
 }
 
 void TKBPattern::EndUpdate() {

@@ -9,7 +9,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -17,6 +16,7 @@
 #include <vector>
 
 #include "reasoner/support/Cloneable.h"
+#include "reasoner/support/Event.h"
 #include "reasoner/support/Ref.h"
 #include "reasoner/support/Text.h"
 #include "reasoner/vocabulary/KBConsts.h"
@@ -159,6 +159,8 @@ class IReasoner {
   virtual TTypeChecks GetTypeChecks() const noexcept = 0;
   virtual std::int32_t GetNextFactId() const noexcept = 0;
   virtual std::string GenerateSymbol(std::string_view prefix) = 0;
+  // Tells of a name that a text uses: no name that is generated from now on will be the same.
+  virtual void KeepSymbol(std::string_view name) = 0;
   // Null for an unknown name.
   virtual Ref<IFactTemplate> FindFactTemplate(std::string_view name) = 0;
   // The template of that name; an unknown one is made and registered as implied.
@@ -240,6 +242,6 @@ class IReasoner {
 // Event signatures. The first argument is the object that raises; what comes by non-const reference
 // is the handler's to change. Handlers may call back into the engine. An event that is not assigned
 // is empty.
-using TNotifyEvent = std::function<void(TComponent& sender)>;
+using TNotifyEvent = Event<void(TComponent& sender)>;
 
 }  // namespace reasoner
