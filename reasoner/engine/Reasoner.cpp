@@ -165,6 +165,7 @@ TReasoner::~TReasoner() {
 }
 
 void TReasoner::Clear() {
+  ForgetFailure();
   RequireIdleNetwork("clearing the knowledge base");
   const ScopedMaxDepth depth(max_depth_);
   halted_ = false;
@@ -205,6 +206,7 @@ THostObjects& TReasoner::GetObjects() {
 }
 
 void TReasoner::Reset() {
+  ForgetFailure();
   RequireIdleNetwork("a reset");
   const ScopedMaxDepth depth(max_depth_);
   struct Resetting {

@@ -48,6 +48,7 @@ std::int32_t TReasoner::NewFactId() {
 }
 
 std::int32_t TReasoner::Assert(const Ref<IFact>& asserted, bool unconditional) {
+  ForgetFailure();
   if (!asserted->GetTemplate()) Raise(SNoTemplate);
   const ScopedMaxDepth depth(max_depth_);
   if (asserted->GetTemplate()->IsFuzzy()) return AssertFuzzy(asserted, unconditional);
