@@ -158,6 +158,7 @@ TReasoner::~TReasoner() {
 }
 
 void TReasoner::Clear() {
+  ForgetFailure();
   RequireIdleNetwork("clearing the knowledge base");
   const ScopedOperation operation(*this);
   halted_ = false;
@@ -198,6 +199,7 @@ THostObjects& TReasoner::GetObjects() {
 }
 
 void TReasoner::Reset() {
+  ForgetFailure();
   RequireIdleNetwork("a reset");
   const ScopedOperation operation(*this);
   struct Resetting {

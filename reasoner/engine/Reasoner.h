@@ -49,12 +49,18 @@
 
 namespace reasoner {
 
-// Where a failure came from, as far as the engine knows: for hosts that report it.
-struct TFailurePlace {
-  std::string file;         // of the text that was being read; empty when it was from no file
+// A place in a text of the language.
+struct TTextPlace {
+  std::string file;         // empty when the text is from no file
   std::int32_t line = 0;    // from 1; 0 when no text was being read
   std::int32_t column = 0;  // in characters from 1
-  std::string rule;         // the rule whose firing failed, or empty
+};
+
+// Where a failure came from, as far as the engine knows: for hosts that report it. The place is the
+// one in the innermost file that was being read, or in the host's own text when there was no file.
+struct TFailurePlace : TTextPlace {
+  std::string rule;                     // the rule whose firing failed, or empty
+  std::vector<TTextPlace> loaded_from;  // what was reading that file, the innermost first
 };
 
 // What is taken out and rebuilt from its text when a construct that it depends on is defined anew:
@@ -139,6 +145,8 @@ class TReasoner : public TComponent,
   // Failures raise EKBParseException for the text, EKBException for what runs; what came before
   // stays.
   bool Parse(std::string_view text, bool execute);
+  // The same for a part of something longer: failures count lines and columns from `start`.
+  bool Parse(std::string_view text, bool execute, const TTextPlace& start);
   // A new cell of the type from text, as told for each type; point lists, objects and the like
   // raise.
   Ref<IKBValue> Parse(std::string_view text, TKBType type);
@@ -418,7 +426,8 @@ class TReasoner : public TComponent,
   // The host's classes and objects that rules can reach (reasoner/engine/HostObjects.h).
   THostObjects& GetObjects();
 
-  // The place of the last failure that left a parse or a run; empty fields where there was none.
+  // The place of the last failure that left a parse, a load or a run; empty fields where there was
+  // none since the host's last call that parses, loads, runs, asserts, resets or clears has begun.
   const TFailurePlace& GetFailurePlace() const noexcept { return failure_place_; }
   void ClearFailurePlace() { failure_place_ = TFailurePlace(); }
 
@@ -687,13 +696,27 @@ class TReasoner : public TComponent,
   template <class TOperation>
   auto WithText(std::string_view text, TOperation operation);
   template <class TOperation>
-  auto WithStream(TStream& stream, const TEncoding* encoding, const std::string& file_name,
+  auto WithStream(TStream& stream, const TEncoding* encoding, const TTextPlace& start,
                   TOperation operation);
   template <class TOperation>
   void LoadStream(TStream& stream, const TEncoding* encoding, const std::string& file_name,
                   TOperation operation);
   template <class TOperation>
   void LoadFile(const std::string& file_name, const TEncoding* encoding, TOperation operation);
+  // Whether a call comes from the host, and not from something that the engine is doing.
+  bool IsOutermost() const noexcept {
+    return parses_ == 0 && !running_ && in_network_ == 0 && current_activation_ == nullptr &&
+           resetting_ == 0;
+  }
+  // At the start of a call that may fail.
+  void ForgetFailure() {
+    if ((failure_place_.line > 0 || !failure_place_.rule.empty()) && IsOutermost())
+      ClearFailurePlace();
+  }
+  // Inside a handler: the failure is on its way out of a text or out of the rule that fires.
+  void NoteFailure();
+  void NoteFailedText(const TKBClipsStream& tokenizer);
+  void NoteFailedRule(const std::string& rule_name);
 
   std::recursive_mutex lock_;
   std::array<Ref<IUserFunction>, kLogicFunctionCount> logic_functions_;
@@ -721,6 +744,7 @@ class TReasoner : public TComponent,
   Ref<TFuzzyParserLink> fuzzy_parser_link_ = Make<TFuzzyParserLink>(this);
   float version_ = 2.7F;
   TFailurePlace failure_place_;
+  std::exception_ptr placed_failure_;  // what failure_place_ tells of, while it is on its way out
   std::int32_t rules_fired_ = 0;
   double run_time_ = 0;  // start tick in milliseconds during a run, elapsed seconds after it
   std::int32_t max_activations_ = 0;
