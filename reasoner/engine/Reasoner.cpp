@@ -131,7 +131,7 @@ TReasoner::~TReasoner() {
         OnRuleFired, OnAddUserFunction, OnRemoveUserFunction, OnAssertion, OnRetraction,
         OnFuzzyCorrelation, OnFuzzyInference, OnClear, OnClearDefinedTypes, OnClearFactTemplates,
         OnClearRules, OnClearFacts, OnReset, OnStartInference, OnEndInference, OnPrintOut,
-        OnUnknownStream, OnReadLine, OnReadToken);
+        OnUnknownStream, OnDropped, OnWarning, OnReadLine, OnReadToken);
   BeginDestruction();
   Clear();
   objects_.reset();
@@ -158,6 +158,7 @@ TReasoner::~TReasoner() {
 }
 
 void TReasoner::Clear() {
+  ForgetFailure();
   RequireIdleNetwork("clearing the knowledge base");
   const ScopedOperation operation(*this);
   halted_ = false;
@@ -198,6 +199,7 @@ THostObjects& TReasoner::GetObjects() {
 }
 
 void TReasoner::Reset() {
+  ForgetFailure();
   RequireIdleNetwork("a reset");
   const ScopedOperation operation(*this);
   struct Resetting {
@@ -316,6 +318,7 @@ void TReasoner::SetParserMaxErrors(std::int32_t value) {
 
 void TReasoner::SetSymbolIndex(std::int32_t value) {
   symbol_index_ = value > symbol_index_ ? value : symbol_index_ + 1;
+  saved_symbol_index_ = std::max(saved_symbol_index_, value);
 }
 
 void TReasoner::SetMinActivationStrength(float value) {
@@ -365,7 +368,10 @@ std::unique_ptr<TKBTokenizerStream> TReasoner::NewTokenizer(const std::string& f
 }
 
 std::string TReasoner::GenerateSymbol(std::string_view prefix) {
-  return std::string(prefix) + IntegerToText(symbol_index_++);
+  std::string name = std::string(prefix) + IntegerToText(symbol_index_++);
+  // The engine's own names stay inside of a rule; any other may be in facts that are saved.
+  if (!prefix.starts_with('_')) saved_symbol_index_ = symbol_index_;
+  return name;
 }
 
 void TReasoner::KeepSymbol(std::string_view name) {
@@ -401,7 +407,15 @@ void TReasoner::EnterType(const Ref<IKBDefinedType>& type) { defined_types_->Add
 void TReasoner::EnterFunction(const Ref<IUserFunction>& function) {
   user_functions_->Add(function);
 }
-void TReasoner::EnterFactSet(TFactSet& fact_set) { fact_sets_->Add(fact_set); }
+bool TReasoner::EnterFactSet(TFactSet& fact_set) {
+  fact_sets_->Add(fact_set);
+  return fact_sets_->IndexOf(fact_set) >= 0;
+}
+void TReasoner::CheckFactSetName(const TFactSet& fact_set, std::string_view name) {
+  if (!fact_sets_ || fact_sets_->IndexOf(fact_set) < 0) return;
+  const std::int32_t index = fact_sets_->IndexOf(name);
+  if (index >= 0 && &fact_sets_->GetItem(index) != &fact_set) Raise(SDuplicateFactSetNames, name);
+}
 void TReasoner::LeaveFactSet(TFactSet& fact_set) {
   if (fact_sets_) fact_sets_->Leave(fact_set);
 }

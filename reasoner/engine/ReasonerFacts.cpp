@@ -54,6 +54,7 @@ TFactId TReasoner::NewFactId() {
 }
 
 TFactId TReasoner::Assert(const Ref<IFact>& asserted, bool unconditional) {
+  ForgetFailure();
   if (!asserted->GetTemplate()) Raise(SNoTemplate);
   const ScopedOperation operation(*this);
   asserted->FitToSlots();

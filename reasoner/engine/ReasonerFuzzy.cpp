@@ -126,6 +126,7 @@ TFactId TReasoner::AssertFuzzy(const Ref<IFact>& asserted, bool unconditional) {
     const Ref<IFact> old = entry->fact;
     RequireFactId();
     FuzzyOperation(fact, old, !unconditional);
+    OwnFuzzySets(*fact);
     // A retraction that has begun is carried through, whatever a handler raises; one that has not
     // leaves everything as it was.
     if (TFacts::Entry* listed = facts_->FindEntry(*old); listed != nullptr && !listed->leaving) {
@@ -134,6 +135,8 @@ TFactId TReasoner::AssertFuzzy(const Ref<IFact>& asserted, bool unconditional) {
     if (const TFacts::Entry* listed = facts_->FindEntry(*old); listed != nullptr) {
       if (!listed->leaving) failures.Raise();
     }
+  } else {
+    OwnFuzzySets(*fact);
   }
   TFactId id = -1;
   failures.Try([&] { id = EnterFact(fact, hash); });

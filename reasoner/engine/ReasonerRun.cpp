@@ -253,6 +253,7 @@ std::int32_t TReasoner::RunRules(std::int32_t max_rules) {
     // Another thread may be at work: what it has begun is waited for.
     const TGuard lock(lock_);
     if (running_ || in_network_ > 0 || current_activation_ != nullptr) return 0;
+    ForgetFailure();
     running_ = true;
   }
   struct Running {
@@ -260,6 +261,7 @@ std::int32_t TReasoner::RunRules(std::int32_t max_rules) {
     ~Running() {
       const TGuard lock(engine.lock_);
       engine.running_ = false;
+      if (engine.parses_ == 0) engine.placed_failure_ = nullptr;
     }
   } running{*this};
   std::optional<ScopedOperation> operation;
@@ -334,7 +336,7 @@ void TReasoner::RunStep(std::int32_t index) {
     const std::exception_ptr failure = std::current_exception();
     try {
       if (current_activation_->HasRule())
-        failure_place_.rule = current_activation_->GetRule().GetRuleName();
+        NoteFailedRule(current_activation_->GetRule().GetRuleName());
       if (agenda_->Holds(*current_activation_)) RemoveActivation(*current_activation_);
     } catch (...) {
       // The first failure is the one that counts.

@@ -42,6 +42,12 @@ TKBPattern::TKBPattern(TRule* owner, const TKBPattern& source, std::string_view 
 
 TKBPattern::~TKBPattern() = default;
 
+Ref<IFactTemplate> TKBPattern::NewTestTemplate(IReasoner& engine) {
+  const Ref<IFactTemplate> fact_template = Make<TFactTemplate>(&engine.AsComponent(), STestCE);
+  fact_template->AddMultiSlot(SDefaultSlotName, FCNilList);
+  return fact_template;
+}
+
 void TKBPattern::EnterSlots() {
   slots_.clear();
   if (!fact_template_) return;
@@ -360,7 +366,8 @@ std::unique_ptr<TKBPattern> TKBPattern::Clone(IReasoner* engine) const {
   auto clone = std::make_unique<TKBPattern>(nullptr, name_, fact_template_, negated_count_);
   clone->Assign(*this);
   if (engine == nullptr || !fact_template_ || fact_template_->GetReasoner() == engine) return clone;
-  Ref<IFactTemplate> own = engine->FindFactTemplate(fact_template_->GetTemplateName());
+  Ref<IFactTemplate> own = IsTest() ? NewTestTemplate(*engine)
+                                    : engine->FindFactTemplate(fact_template_->GetTemplateName());
   if (!own) {
     own = engine->CreateFactTemplate(fact_template_->GetTemplateName());
     own->Assign(*fact_template_);

@@ -197,7 +197,10 @@ class IReasoner {
   virtual void PrintOut(const std::string& out_id, const std::string& text) = 0;
 
   // Fact sets.
-  virtual void EnterFactSet(TFactSet& fact_set) = 0;
+  // False where another set of the name stands, and stays as DuplicateConstructs tells.
+  virtual bool EnterFactSet(TFactSet& fact_set) = 0;
+  // Raises for the name of another set when this one is among the engine's.
+  virtual void CheckFactSetName(const TFactSet& fact_set, std::string_view name) = 0;
   virtual void LeaveFactSet(TFactSet& fact_set) = 0;
   // Evaluates the fact's slots in the engine's context and asserts it; the id, or -1.
   virtual TFactId AssertResolved(const Ref<IFact>& fact) = 0;

@@ -438,8 +438,11 @@ std::vector<BruteForce::TToken> BruteForce::Join(const TReading& reading,
 std::vector<BruteForce::TToken> BruteForce::Negate(const TReading& reading,
                                                    const std::vector<TToken>& tokens,
                                                    const TFactHistory& history,
-                                                   std::int64_t rule_added) const {
-  const std::vector<const TView*> right = Entries(reading, history, keeps_past_);
+                                                   std::int64_t rule_added,
+                                                   const TKnownFact* hidden) const {
+  std::vector<const TView*> right = Entries(reading, history, keeps_past_);
+  if (hidden != nullptr && reading.element->negations > 1)
+    std::erase_if(right, [hidden](const TView* view) { return view->fact == hidden; });
   std::vector<TToken> passed;
   for (TToken token : LeftMemory(reading, tokens, true)) {
     bool is_blocked = false;
@@ -487,8 +490,8 @@ bool BruteForce::Reads(std::int32_t fact_template) const {
   });
 }
 
-std::vector<TReadMatch> BruteForce::Matches(const TFactHistory& history,
-                                            std::int64_t rule_added) const {
+std::vector<TReadMatch> BruteForce::Matches(const TFactHistory& history, std::int64_t rule_added,
+                                            const TKnownFact* hidden) const {
   std::vector<TToken> tokens;
   if (starts_with_initial_) {
     for (const TKnownFact& fact : history) {
@@ -510,7 +513,7 @@ std::vector<TReadMatch> BruteForce::Matches(const TFactHistory& history,
         }
       });
     } else if (element.negations > 0) {
-      tokens = Negate(reading, tokens, history, rule_added);
+      tokens = Negate(reading, tokens, history, rule_added, hidden);
     } else if (i == 0) {
       // No memory stands before the first join: every expansion goes on.
       for (const TView* view : Entries(reading, history, false)) {

@@ -19,8 +19,9 @@
 //   before one with `$?` and a third one; unique patterns behind negated ones, behind or with `$?`,
 //   or on a template that came before in the rule; `$?` in a list of fuzzy values beside a negation
 //   of several levels
-// - a match that has fired and, in the midst of one token, goes and comes back at a negation of
-//   several levels: it may stand on the agenda again
+// - in the engine's own semantics: a match that has fired and is gone while a fact has reached the
+//   patterns before a negation of several levels and not yet the negation: it may stand on the
+//   agenda again
 // - strengths behind a negation of several levels, and where a blocker of one negation goes at the
 //   same moment as one of the next
 // - fuzzy values that are nowhere above the threshold: such a value is equal to none, but a cell is
@@ -83,8 +84,10 @@ class BruteForce : private TEvaluator {
   // The program's settings are read, not its rules.
   BruteForce(const TRuleText& rule, const TProgram& program, bool textbook);
 
-  // The matches of the facts that are alive, ordered by their keys.
-  std::vector<TReadMatch> Matches(const TFactHistory& history, std::int64_t rule_added) const;
+  // The matches of the facts that are alive, ordered by their keys. The hidden fact is not seen by
+  // negations of several levels.
+  std::vector<TReadMatch> Matches(const TFactHistory& history, std::int64_t rule_added,
+                                  const TKnownFact* hidden = nullptr) const;
   // Whether a fact of the template can change them.
   bool Reads(std::int32_t fact_template) const;
   bool HasDeepNegation() const { return deep_negation_; }
@@ -149,7 +152,8 @@ class BruteForce : private TEvaluator {
   std::vector<TToken> Join(const TReading& reading, const std::vector<TToken>& left,
                            const TFactHistory& history, std::int64_t rule_added) const;
   std::vector<TToken> Negate(const TReading& reading, const std::vector<TToken>& tokens,
-                             const TFactHistory& history, std::int64_t rule_added) const;
+                             const TFactHistory& history, std::int64_t rule_added,
+                             const TKnownFact* hidden) const;
 
   double least_strength_;
   bool textbook_;
