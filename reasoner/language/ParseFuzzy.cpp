@@ -55,16 +55,17 @@ void TKBClipsParser::ParseFuzzyClauses(IFuzzyVariable& variable) {
 
 // Up to the parenthesis behind the terms. `terms` are those that the variable has got so far from
 // its own text; one that it has inherited may be defined anew.
-void TKBClipsParser::ParseFuzzyTerms(IFuzzyVariable& variable,
-                                     std::vector<Ref<IFuzzySet>>& terms) {
+void TKBClipsParser::ParseFuzzyTerms(IFuzzyVariable& variable, std::vector<Ref<IFuzzySet>>& terms) {
   Ref<IStreamToken> token = Next();
   for (; token->Is('('); token = Next()) {
     PutBack(token);
     const Ref<IFuzzySet> term = ParseFuzzySet(variable);
-    const bool known = std::any_of(terms.begin(), terms.end(), [&](const Ref<IFuzzySet>& other) {
+    const std::size_t others = std::erase_if(terms, [&](const Ref<IFuzzySet>& other) {
       return other->GetGivenName() == term->GetGivenName();
     });
-    if (known) ParseError("ParseFuzzyVariable", SFuzzyTermTwice, term->GetGivenName());
+    if (others > 0 && variable.GetParser() != nullptr) {
+      variable.GetParser()->Warn(FillMessage(SFuzzyTermTwice, term->GetGivenName()));
+    }
     term->SetTerm(true);
     terms.push_back(variable.Add(term));
   }
