@@ -50,7 +50,7 @@ void TKBClipsParser::ParseFuzzyClauses(IFuzzyVariable& variable) {
       parser->Warn(FillMessage(SFuzzyTermOutside, term->GetGivenName(), range.from, range.to));
     }
   }
-  if (OnParseFuzzyVariable) OnParseFuzzyVariable(*this, kept);
+  OnParseFuzzyVariable(*this, kept);
 }
 
 // Up to the parenthesis behind the terms. `terms` are those that the variable has got so far from
@@ -93,7 +93,7 @@ Ref<IFuzzySet> TKBClipsParser::ParseFuzzySet(IFuzzyVariable& variable) {
   set->SetName(header.name);
   set->SetParser(engine_.GetFuzzyParserLink());
   Expect(')', kLocation);
-  if (OnParseFuzzySet) OnParseFuzzySet(*this, set);
+  OnParseFuzzySet(*this, set);
   return set;
 }
 

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <functional>
 #include <string>
 
 #include "reasoner/language/PrettyPrint.h"
@@ -232,7 +235,7 @@ TEST_F(FuzzyLanguageTest, ValuesOfFactsReadBackAsTheyPrint) {
                             "0.1234567 shifted-by 0.00000001",
                             "cold or [ nil or not hot ]"}) {
     const std::string fact = std::string("(room (name a) (heat ") + value + "))";
-    const std::int32_t id = engine.Assert(fact);
+    const TFactId id = engine.Assert(fact);
     const Ref<IFact> first = engine.GetFacts().GetFactByID(id);
     const Ref<IFuzzySet> set(first->GetValue("heat")->GetAsFuzzy());
     EXPECT_EQ(set->GetVariable(), &Variable("heat")) << fact;
@@ -272,7 +275,7 @@ TEST_F(FuzzyLanguageTest, WhatNeedsAContextWaitsForIt) {
     const std::string source = parsed->ToString();
     EXPECT_EQ(engine.ParseFunCall(source)->ToString(), source);
     for (const std::string& text : {call, source}) {
-      const std::int32_t id = engine.ParseNExecuteFunCall(text)->GetAsFactId();
+      const TFactId id = engine.ParseNExecuteFunCall(text)->GetAsFactId();
       EXPECT_EQ(FactToText(*engine.GetFacts().GetFactByID(id)), row.shown) << text;
       engine.Retract(id);
     }

@@ -6,6 +6,7 @@
 
 #include "reasoner/support/Exception.h"
 #include "reasoner/support/Numbers.h"
+#include "reasoner/support/SourceWords.h"
 #include "reasoner/support/Unicode.h"
 #include "reasoner/support/membership/FuzzyText.h"
 #include "reasoner/support/membership/FuzzyVariable.h"
@@ -63,10 +64,18 @@ void TIFuzzySet::SetVariable(IFuzzyVariable* variable) {
 
 std::string TIFuzzySet::ToString() const { return FuzzySetText(*this, false); }
 
+// A name means what the variable says; a term may be gone, or another by now.
+bool TIFuzzySet::IsHeldTerm() const {
+  const IFuzzyVariable* const variable = GetVariable();
+  const IFuzzySet* const term = variable == nullptr ? nullptr : variable->FindFuzzySet(name_);
+  return term != nullptr && term->SamePoints(*this);
+}
+
 std::string TIFuzzySet::ToSource() const {
   if (name_ == SEmptyFuzzy) return {};
   if (name_.empty() && !expression_.empty() && !LostVariable()) return expression_;
   if (name_.empty()) return ShapeText(*this, fnExact);
+  if (IsHeldTerm() && !MeansOtherwise(name_)) return AtomToSource(name_);
   // The name of a shape or a number shows four decimals, which may be fewer than it has.
   if (shape_.type != fstPoints && name_.front() == '(') {
     const Ref<IFuzzySet> read = Make<TIFuzzySet>();
@@ -76,10 +85,7 @@ std::string TIFuzzySet::ToSource() const {
     const double x = function_.GetPoints()[1].x;
     return *number == x ? name_ : FloatToSource(x);
   }
-  // Any other name means what the variable says; a term may be gone, or another by now.
-  const IFuzzyVariable* const variable = GetVariable();
-  const IFuzzySet* const term = variable == nullptr ? nullptr : variable->FindFuzzySet(name_);
-  return term != nullptr && term->SamePoints(*this) ? name_ : ShapeText(*this, fnExact);
+  return ShapeText(*this, fnExact);
 }
 
 std::uint32_t TIFuzzySet::GetHashCode() const { return CalculateHash(ToString()); }

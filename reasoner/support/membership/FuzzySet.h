@@ -76,6 +76,8 @@ class TIFuzzySet : public ICloneable {
   IFuzzyParser* GetParser() const noexcept { return parser_ ? parser_->parser : nullptr; }
   const Ref<TFuzzyParserLink>& GetParserLink() const noexcept { return parser_; }
   void SetParser(Ref<TFuzzyParserLink> parser) noexcept { parser_ = std::move(parser); }
+  // Whether the variable has a set of this one's name with its points.
+  bool IsHeldTerm() const;
   // True for the terms of a variable.
   bool IsTerm() const noexcept { return term_; }
   void SetTerm(bool term) noexcept { term_ = term; }

@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "reasoner/support/Numbers.h"
+#include "reasoner/support/SourceWords.h"
 #include "reasoner/support/Streams.h"
+#include "reasoner/support/Unicode.h"
 
 namespace reasoner {
 
@@ -193,12 +195,17 @@ std::string WordsFor(const IFuzzySet& set, const IFuzzyVariable* variable) {
   return text.empty() || text == "()" ? "nil" : text;
 }
 
+bool MeansOtherwise(std::string_view name) {
+  return name == "[" || name == "]" || name == ":" || EqualsIgnoreCase(name, "nil") ||
+         IsFuzzyHedge(name) || IsFuzzyHedgeOperator(name) || IsFuzzyKeyword(name);
+}
+
 std::string FuzzySetText(const IFuzzySet& set, bool full) {
   if (set.GetGivenName() == SEmptyFuzzy) return {};
   if (!full) return set.GetName();
-  if (set.GetCount() == 0) return "(term " + set.GetName() + " nil)";
+  if (set.GetCount() == 0) return "(term " + AtomToSource(set.GetName()) + " nil)";
   const bool from_expression = set.GetType() == fstPoints && !set.GetExpression().empty();
-  return "(term " + set.GetName() + " " +
+  return "(term " + AtomToSource(set.GetName()) + " " +
          (from_expression ? set.GetExpression() : ShapeText(set, fnExact)) + ")";
 }
 

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "reasoner/support/Exception.h"
+#include "reasoner/support/SourceWords.h"
 #include "reasoner/support/Unicode.h"
 #include "reasoner/support/membership/FuzzyText.h"
 
@@ -123,7 +124,8 @@ Ref<IFuzzySet> TIFuzzyVariable::Add(Ref<IFuzzySet> set) {
     if (set->GetExpression() != place->GetExpression()) set->SetExpression({}, false);
     if (!set->SamePoints(*place)) {
       for (const Ref<IFuzzySet>& other : sets_) {
-        if (Mentions(other->GetExpression(), set->name_)) other->SetExpression({}, false);
+        if (Mentions(other->GetExpression(), AtomToSource(set->name_)))
+          other->SetExpression({}, false);
       }
     }
     place->place_ = -1;
@@ -149,6 +151,11 @@ void TIFuzzyVariable::Rename(IFuzzySet& set, std::string_view name) {
   }
   index_.emplace(std::string(name), static_cast<std::size_t>(set.place_));
   index_.erase(index_.find(set.name_));
+}
+
+bool TIFuzzyVariable::HasAutoTerms() const noexcept {
+  return FindFuzzySet(_SLowFuzzyTerm) != nullptr && FindFuzzySet(_SMediumFuzzyTerm) != nullptr &&
+         FindFuzzySet(_SHighFuzzyTerm) != nullptr;
 }
 
 // The function of the automatic term of this name; without points for any other name.

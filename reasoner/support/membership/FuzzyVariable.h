@@ -66,6 +66,7 @@ class TIFuzzyVariable : public ICloneable {
   // Whether a term is one of these, by its name and its points: in a text that was saved they stand
   // as all others do.
   bool IsAutoTerm(const IFuzzySet& term) const;
+  bool HasAutoTerms() const noexcept;  // all three names are known
 
   // A text as a set of this variable: by the parser, or without one the name of a set, a shape, a
   // point list or a number. Raises EKitException for a text that is none.
