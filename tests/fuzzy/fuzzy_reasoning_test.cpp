@@ -126,7 +126,7 @@ TEST_F(FuzzyReasoningTest, RetractionFindsEveryMatch) {
   // The thresholds change under way: what is taken away is found all the same.
   engine.SetFuzzyEqualsThreshold(0.9F);
   engine.SetMinActivationStrength(0.95F);
-  for (const std::int32_t id : ids) engine.Retract(id);
+  for (const TFactId id : ids) engine.Retract(id);
   EXPECT_EQ(Agenda(), "none 0.6667");
   engine.Retract(wish);
   EXPECT_EQ(Agenda(), "");
