@@ -42,18 +42,25 @@
 #include "reasoner/match/ReteNetwork.h"
 #include "reasoner/support/Component.h"
 #include "reasoner/support/Depth.h"
+#include "reasoner/support/Event.h"
 #include "reasoner/support/Random.h"
 #include "reasoner/support/membership/FuzzyVariable.h"
 #include "reasoner/vocabulary/KBInterfaces.h"
 
 namespace reasoner {
 
-// Where a failure came from, as far as the engine knows: for hosts that report it.
-struct TFailurePlace {
-  std::string file;         // of the text that was being read; empty when it was from no file
+// A place in a text of the language.
+struct TTextPlace {
+  std::string file;         // empty when the text is from no file
   std::int32_t line = 0;    // from 1; 0 when no text was being read
   std::int32_t column = 0;  // in characters from 1
-  std::string rule;         // the rule whose firing failed, or empty
+};
+
+// Where a failure came from, as far as the engine knows: for hosts that report it. The place is the
+// one in the innermost file that was being read, or in the host's own text when there was no file.
+struct TFailurePlace : TTextPlace {
+  std::string rule;                     // the rule whose firing failed, or empty
+  std::vector<TTextPlace> loaded_from;  // what was reading that file, the innermost first
 };
 
 // What is taken out and rebuilt from its text when a construct that it depends on is defined anew:
@@ -64,8 +71,8 @@ struct TDependent {
   std::string rule_name;  // of a rule, with what its text does not tell
   TRule* host_rule =
       nullptr;  // a host's own object, which takes the new definition; null otherwise
-  std::function<void(TRule& sender, TKBContext& context)> on_fire;
-  std::function<void(TRule& sender)> on_change;
+  Event<void(TRule& sender, TKBContext& context)> on_fire;
+  Event<void(TRule& sender)> on_change;
   bool fired = false;
 };
 
@@ -96,27 +103,27 @@ using TKBTokenizerFactory =
     std::function<std::unique_ptr<TKBTokenizerStream>(TStream& stream, const TEncoding* encoding)>;
 
 using TPrintOutEvent =
-    std::function<void(TReasoner& sender, const std::string& out_id, const std::string& text)>;
-using TReadLineEvent =
-    std::function<void(TReasoner& sender, const std::string& in_id, std::string& text)>;
+    Event<void(TReasoner& sender, const std::string& out_id, const std::string& text)>;
+using TReadLineEvent = Event<void(TReasoner& sender, const std::string& in_id, std::string& text)>;
 using TReadTokenEvent =
-    std::function<void(TReasoner& sender, const std::string& in_id, Ref<IStreamToken>& token)>;
-using TReasonerEvent = std::function<void(TReasoner& sender)>;
-using TInferenceEvent = std::function<void(TReasoner& sender, std::int32_t rules_fired)>;
-using TAgendaEvent =
-    std::function<void(TReasoner& sender, std::int32_t index, TActivation& activation)>;
-using TFactEvent = std::function<void(TReasoner& sender, const Ref<IFact>& fact)>;
-using TFactTemplateEvent =
-    std::function<void(TReasoner& sender, const Ref<IFactTemplate>& fact_template)>;
-using TRuleEvent = std::function<void(TReasoner& sender, TRule& rule)>;
-using TUserFunctionEvent =
-    std::function<void(TReasoner& sender, const Ref<IUserFunction>& function)>;
+    Event<void(TReasoner& sender, const std::string& in_id, Ref<IStreamToken>& token)>;
+// `what` names the construct: "rule r", "fact (a 1)", "template t".
+using TDroppedEvent =
+    Event<void(TReasoner& sender, const std::string& what, const std::string& reason)>;
+using TWarningEvent = Event<void(TReasoner& sender, const std::string& text)>;
+using TReasonerEvent = Event<void(TReasoner& sender)>;
+using TInferenceEvent = Event<void(TReasoner& sender, std::int32_t rules_fired)>;
+using TAgendaEvent = Event<void(TReasoner& sender, std::int32_t index, TActivation& activation)>;
+using TFactEvent = Event<void(TReasoner& sender, const Ref<IFact>& fact)>;
+using TFactTemplateEvent = Event<void(TReasoner& sender, const Ref<IFactTemplate>& fact_template)>;
+using TRuleEvent = Event<void(TReasoner& sender, TRule& rule)>;
+using TUserFunctionEvent = Event<void(TReasoner& sender, const Ref<IUserFunction>& function)>;
 // With `done` set the engine leaves out what it would do itself.
 using TFuzzyCorrelationEvent =
-    std::function<void(TReasoner& sender, const Ref<IFact>& fact, float strength, bool& done)>;
-using TFactCombineEvent = std::function<void(TReasoner& sender, const Ref<IFact>& fact1,
-                                             const Ref<IFact>& fact2, bool& done)>;
-using TKBDefinedTypeEvent = std::function<void(TReasoner& sender, const Ref<IKBDefinedType>& type)>;
+    Event<void(TReasoner& sender, const Ref<IFact>& fact, float strength, bool& done)>;
+using TFactCombineEvent =
+    Event<void(TReasoner& sender, const Ref<IFact>& fact1, const Ref<IFact>& fact2, bool& done)>;
+using TKBDefinedTypeEvent = Event<void(TReasoner& sender, const Ref<IKBDefinedType>& type)>;
 
 class IDialogs;
 class THostObjects;
@@ -138,6 +145,8 @@ class TReasoner : public TComponent,
   // Failures raise EKBParseException for the text, EKBException for what runs; what came before
   // stays.
   bool Parse(std::string_view text, bool execute);
+  // The same for a part of something longer: failures count lines and columns from `start`.
+  bool Parse(std::string_view text, bool execute, const TTextPlace& start);
   // A new cell of the type from text, as told for each type; point lists, objects and the like
   // raise.
   Ref<IKBValue> Parse(std::string_view text, TKBType type);
@@ -165,6 +174,7 @@ class TReasoner : public TComponent,
   Ref<IKBValue> ParseValue(std::string_view text, TKBTypes types, const Ref<IKBDefinedType>& type);
 
   Ref<IFuzzySet> ParseFuzzySet(IFuzzyVariable* variable, std::string_view text) override;
+  void Warn(const std::string& text) override { OnWarning(*this, text); }
   Ref<IFuzzyVariable> ParseFuzzyVariable(std::string_view text) override;
   // A fuzzy expression, evaluated in the engine's own context.
   Ref<IFuzzySet> ParseFuzzyExpression(IFuzzyVariable* variable, std::string_view text);
@@ -336,9 +346,9 @@ class TReasoner : public TComponent,
   virtual void SetStrategy(TSearchStrategy value);  // reorders the agenda
   bool GetFactDuplication() const noexcept { return fact_duplication_; }
   void SetFactDuplication(bool value);  // True allows equal facts
-  // The engine's own semantics (False), or the one that users of other production systems know. The
-  // manual shows the differences. All rules are compiled anew in the order of their ids, with new
-  // activations; raises while the network is busy.
+  // The meaning that a plain reading of rules and functions gives (True, the default), or the
+  // literal one. docs/semantics.md shows the differences. All rules are compiled anew in the order
+  // of their ids, with new activations; raises while the network is busy.
   bool GetTextbookSemantics() const noexcept { return GetLink()->textbook_semantics; }
   void SetTextbookSemantics(bool value);
   TFunctionPackages GetPackages() const noexcept { return packages_; }
@@ -416,7 +426,8 @@ class TReasoner : public TComponent,
   // The host's classes and objects that rules can reach (reasoner/engine/HostObjects.h).
   THostObjects& GetObjects();
 
-  // The place of the last failure that left a parse or a run; empty fields where there was none.
+  // The place of the last failure that left a parse, a load or a run; empty fields where there was
+  // none since the host's last call that parses, loads, runs, asserts, resets or clears has begun.
   const TFailurePlace& GetFailurePlace() const noexcept { return failure_place_; }
   void ClearFailurePlace() { failure_place_ = TFailurePlace(); }
 
@@ -424,6 +435,7 @@ class TReasoner : public TComponent,
   TFactId GetNextFactId() const noexcept override { return next_fact_id_; }
   std::int32_t NewRuleId() override { return next_rule_id_++; }
   std::string GenerateSymbol(std::string_view prefix) override;
+  void KeepSymbol(std::string_view name) override;
   Ref<IFactTemplate> FindFactTemplate(std::string_view name) override;
   Ref<IFactTemplate> CreateFactTemplate(std::string_view name) override;
   Ref<IKBDefinedType> FindDefinedType(std::string_view name) override;
@@ -511,10 +523,15 @@ class TReasoner : public TComponent,
   TFactCombineEvent OnFuzzyInference;         // before FuzzyInference combines
   TReasonerEvent OnClear, OnClearDefinedTypes, OnClearFactTemplates, OnClearRules, OnClearFacts;
   TReasonerEvent OnReset;
+  // For everything that a redefinition or the end of a type or a template costs the knowledge base.
+  TDroppedEvent OnDropped;
   TReasonerEvent OnStartInference;
   TInferenceEvent OnEndInference;
   TPrintOutEvent OnPrintOut;
   TPrintOutEvent OnUnknownStream;  // for text to a name that no stream has
+  // For what is taken, though hardly as it was meant: a reading outside of its range, a term that
+  // no value of the range belongs to, shape arguments that are not in order.
+  TWarningEvent OnWarning;
   TReadLineEvent OnReadLine;
   TReadTokenEvent OnReadToken;
 
@@ -594,7 +611,8 @@ class TReasoner : public TComponent,
   std::vector<std::pair<std::string, Ref<IKBValue>>> GetGlobalValues() const override;
   bool HasGlobalVariable(std::string_view name) const override;
   TFactId AssertFact(const Ref<IFact>& fact) override { return Assert(fact); }
-  void EnterFactSet(TFactSet& fact_set) override;
+  bool EnterFactSet(TFactSet& fact_set) override;
+  void CheckFactSetName(const TFactSet& fact_set, std::string_view name) override;
   void LeaveFactSet(TFactSet& fact_set) override;
   TFactId AssertResolved(const Ref<IFact>& fact) override;
   Ref<IFact> ParseFactText(std::string_view text) override { return ParseFact(text); }
@@ -616,7 +634,7 @@ class TReasoner : public TComponent,
   void MakeParts(const TKBObjectFactory& factory);
   void MakeImplied();
   void MakeLogicFunctions();
-  bool Watches(TConstructWatch watch) const { return Watch.Has(watch) && OnPrintOut != nullptr; }
+  bool Watches(TConstructWatch watch) const { return Watch.Has(watch) && OnPrintOut.IsHeard(); }
   TFactId EnterFact(const Ref<IFact>& fact, std::uint32_t hash);
   TFactId AssertFuzzy(const Ref<IFact>& asserted, bool unconditional);
   void PostWork(TNetworkWork work);
@@ -637,6 +655,7 @@ class TReasoner : public TComponent,
   void ForgetPlacing(const TActivation& activation);
   void CompileRule(TRule& rule);
   void UncompileRule(TRule& rule);
+  void ReportRule(const TRuleEvent& event, TRule& rule);
   // Runs a step during which the network is busy. What handlers of activations raise meanwhile
   // waits: the match is finished first.
   template <class TStep>
@@ -659,11 +678,15 @@ class TReasoner : public TComponent,
   void TakeOutRules(const IFactTemplate& fact_template, std::vector<TDependent>& dependents,
                     FirstFailure& failures);
   void ReadDependent(const TDependent& dependent, FirstFailure& failures);
-  void ReportDropped(const std::string& text, const std::string& reason);
+  void ReportDropped(const std::string& what, const std::string& text, const std::string& reason);
+  void ReportDropped(const std::string& what, const std::string& reason) {
+    ReportDropped(what, what, reason);
+  }
+  void ReportUnfitLines(const IFactTemplate& fact_template);
   void RebuildChildren(const Ref<IFactTemplate>& old, const Ref<IFactTemplate>& fact_template);
   Ref<IUserFunction> FindPackageFunction(std::string_view name) const;
   std::string GlobalSection(bool late);
-  void RemoveRulesOn(const IFactTemplate& fact_template);
+  void RemoveRulesOn(const IFactTemplate& fact_template, std::vector<std::string>& dropped);
   // Makes the companion of a marked template, or brings it up to the template's slots.
   void FollowWithGoals(const Ref<IFactTemplate>& fact_template);
   std::unique_ptr<TKBParser> NewParser();
@@ -673,13 +696,27 @@ class TReasoner : public TComponent,
   template <class TOperation>
   auto WithText(std::string_view text, TOperation operation);
   template <class TOperation>
-  auto WithStream(TStream& stream, const TEncoding* encoding, const std::string& file_name,
+  auto WithStream(TStream& stream, const TEncoding* encoding, const TTextPlace& start,
                   TOperation operation);
   template <class TOperation>
   void LoadStream(TStream& stream, const TEncoding* encoding, const std::string& file_name,
                   TOperation operation);
   template <class TOperation>
   void LoadFile(const std::string& file_name, const TEncoding* encoding, TOperation operation);
+  // Whether a call comes from the host, and not from something that the engine is doing.
+  bool IsOutermost() const noexcept {
+    return parses_ == 0 && !running_ && in_network_ == 0 && current_activation_ == nullptr &&
+           resetting_ == 0;
+  }
+  // At the start of a call that may fail.
+  void ForgetFailure() {
+    if ((failure_place_.line > 0 || !failure_place_.rule.empty()) && IsOutermost())
+      ClearFailurePlace();
+  }
+  // Inside a handler: the failure is on its way out of a text or out of the rule that fires.
+  void NoteFailure();
+  void NoteFailedText(const TKBClipsStream& tokenizer);
+  void NoteFailedRule(const std::string& rule_name);
 
   std::recursive_mutex lock_;
   std::array<Ref<IUserFunction>, kLogicFunctionCount> logic_functions_;
@@ -687,6 +724,7 @@ class TReasoner : public TComponent,
   TFactId kept_fact_id_ = -1;  // what the next fact brings as its id
   std::int32_t next_rule_id_ = 0;
   std::int32_t symbol_index_ = 0;
+  std::int32_t saved_symbol_index_ = 0;  // behind the last name that was given away
   TRandom random_;
   std::int32_t max_depth_ = kDefaultMaxDepth;
   TSearchStrategy strategy_ = ssDepthFirst;
@@ -707,6 +745,7 @@ class TReasoner : public TComponent,
   Ref<TFuzzyParserLink> fuzzy_parser_link_ = Make<TFuzzyParserLink>(this);
   float version_ = 2.7F;
   TFailurePlace failure_place_;
+  std::exception_ptr placed_failure_;  // what failure_place_ tells of, while it is on its way out
   std::int32_t rules_fired_ = 0;
   double run_time_ = 0;  // start tick in milliseconds during a run, elapsed seconds after it
   std::int32_t max_activations_ = 0;

@@ -58,6 +58,7 @@ TFactId TReasoner::NewFactId() {
 }
 
 TFactId TReasoner::Assert(const Ref<IFact>& asserted, bool unconditional) {
+  ForgetFailure();
   if (!asserted->GetTemplate()) Raise(SNoTemplate);
   const ScopedOperation operation(*this);
   if (asserted->GetTemplate()->IsFuzzy()) return AssertFuzzy(asserted, unconditional);
@@ -132,7 +133,7 @@ void TReasoner::DoWork(const TNetworkWork& work) {
   InNetwork([&] { network_->ProcessToken(Make<TKBToken>(taAdd, work.fact)); });
   if (chaining_) return unheard_.push_back(work.fact);
   ProcessPendingFacts();
-  if (OnAssertion) OnAssertion(*this, work.fact);
+  OnAssertion(*this, work.fact);
 }
 
 void TReasoner::RetractEntry(TFacts::Entry& listed) {
@@ -141,7 +142,7 @@ void TReasoner::RetractEntry(TFacts::Entry& listed) {
   // A retraction that has begun is carried through, and one that has waited has begun.
   const bool has_waited = listed.leaving;
   FirstFailure failures;
-  if (OnRetraction) failures.Try([&] { OnRetraction(*this, fact); });
+  if (OnRetraction.IsHeard()) failures.Try([&] { OnRetraction(*this, fact); });
   if (!has_waited) failures.Raise();
   TFacts::Entry* leaving = facts_->FindEntry(*fact);
   if (leaving == nullptr) return failures.Raise();  // the handler was faster
@@ -195,7 +196,7 @@ void TReasoner::RetractFacts() {
   failures.Try([&] {
     if (!work_.empty()) DrainWork();
   });
-  if (OnClearFacts) failures.Try([&] { OnClearFacts(*this); });
+  if (OnClearFacts.IsHeard()) failures.Try([&] { OnClearFacts(*this); });
   failures.Raise();
 }
 
@@ -236,7 +237,7 @@ void TReasoner::ProcessPendingFacts() {
     } else if (unheard_.size() > first) {
       const Ref<IFact> fact = unheard_.back();
       unheard_.pop_back();
-      if (OnAssertion) failures.Try([&] { OnAssertion(*this, fact); });
+      if (OnAssertion.IsHeard()) failures.Try([&] { OnAssertion(*this, fact); });
     } else {
       break;
     }

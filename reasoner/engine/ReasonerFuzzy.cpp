@@ -70,13 +70,13 @@ void TReasoner::SetFuzzyEqualsThreshold(float value) {
 void TReasoner::FuzzyCorrelation(const Ref<IFact>& fact, float strength) {
   if (strength == 1.0F) return;
   bool done = false;
-  if (OnFuzzyCorrelation) OnFuzzyCorrelation(*this, fact, strength, done);
+  OnFuzzyCorrelation(*this, fact, strength, done);
   if (!done) WeakenFact(*fact, FuzzyCorrelationMethod, double{strength});
 }
 
 void TReasoner::FuzzyInference(const Ref<IFact>& fact1, const Ref<IFact>& fact2) {
   bool done = false;
-  if (OnFuzzyInference) OnFuzzyInference(*this, fact1, fact2, done);
+  OnFuzzyInference(*this, fact1, fact2, done);
   if (!done) FuzzyOperation(fact1, fact2, true);
 }
 
@@ -126,6 +126,7 @@ TFactId TReasoner::AssertFuzzy(const Ref<IFact>& asserted, bool unconditional) {
     const Ref<IFact> old = entry->fact;
     RequireFactId();
     FuzzyOperation(fact, old, !unconditional);
+    OwnFuzzySets(*fact);
     // A retraction that has begun is carried through, whatever a handler raises; one that has not
     // leaves everything as it was.
     if (TFacts::Entry* listed = facts_->FindEntry(*old); listed != nullptr && !listed->leaving) {
@@ -134,6 +135,8 @@ TFactId TReasoner::AssertFuzzy(const Ref<IFact>& asserted, bool unconditional) {
     if (const TFacts::Entry* listed = facts_->FindEntry(*old); listed != nullptr) {
       if (!listed->leaving) failures.Raise();
     }
+  } else {
+    OwnFuzzySets(*fact);
   }
   TFactId id = -1;
   failures.Try([&] { id = EnterFact(fact, hash); });

@@ -85,7 +85,7 @@ bool TReasoner::PlaceActivation(std::unique_ptr<TActivation> owned) {
     is_placed = true;
     if (Watches(cwActivation))
       PrintOut("==> Activation: " + activation.ToString() + std::string(NewLineString));
-    if (OnAddActivation && !has_gone()) OnAddActivation(*this, index, activation);
+    OnAddActivation.CallWhile([&] { return !has_gone(); }, *this, index, activation);
     if (interruption) std::rethrow_exception(interruption);
   } catch (const EAbort&) {
     // A host's silent refusal ends here: the match goes on.
@@ -149,7 +149,7 @@ std::unique_ptr<TActivation> TReasoner::RemoveActivation(std::int32_t index) {
            activation.GetToken()->GetToFactsString() + std::string(NewLineString);
   }
   try {
-    if (OnRemoveActivation) OnRemoveActivation(*this, index, activation);
+    OnRemoveActivation.CallWhile([&] { return activation.HasRule(); }, *this, index, activation);
     if (!line.empty()) PrintOut(line);
   } catch (...) {
     if (in_network_ == 0) {
@@ -165,7 +165,9 @@ std::unique_ptr<TActivation> TReasoner::RemoveActivation(std::int32_t index) {
 }
 
 std::unique_ptr<TActivation> TReasoner::RuleFired(TActivation& activation) {
-  if (OnRuleFired && activation.HasRule()) OnRuleFired(*this, activation.GetRule());
+  if (OnRuleFired.IsHeard() && activation.HasRule()) {
+    OnRuleFired.CallWhile([&] { return activation.HasRule(); }, *this, activation.GetRule());
+  }
   return RemoveActivation(activation);
 }
 
@@ -247,6 +249,7 @@ std::int32_t TReasoner::RunRules(std::int32_t max_rules) {
     // Another thread may be at work: what it has begun is waited for.
     const TGuard lock(lock_);
     if (running_ || in_network_ > 0 || current_activation_ != nullptr) return 0;
+    ForgetFailure();
     running_ = true;
   }
   struct Running {
@@ -254,6 +257,7 @@ std::int32_t TReasoner::RunRules(std::int32_t max_rules) {
     ~Running() {
       const TGuard lock(engine.lock_);
       engine.running_ = false;
+      if (engine.parses_ == 0) engine.placed_failure_ = nullptr;
     }
   } running{*this};
   std::optional<ScopedOperation> operation;
@@ -333,7 +337,7 @@ void TReasoner::RunStep(std::int32_t index) {
     const std::exception_ptr failure = std::current_exception();
     try {
       if (current_activation_->HasRule())
-        failure_place_.rule = current_activation_->GetRule().GetRuleName();
+        NoteFailedRule(current_activation_->GetRule().GetRuleName());
       if (agenda_->Holds(*current_activation_)) RemoveActivation(*current_activation_);
     } catch (...) {
       // The first failure is the one that counts.
@@ -350,7 +354,7 @@ void TReasoner::RunStep(std::int32_t index) {
 }
 
 void TReasoner::BeginInference() {
-  if (OnStartInference) OnStartInference(*this);
+  OnStartInference(*this);
   run_time_ = Tick();
   rules_fired_ = 0;
   max_facts_ = facts_->GetCount();
@@ -367,7 +371,7 @@ void TReasoner::EndInference() {
       fact_sum_ /= static_cast<float>(rules_fired_);
       activation_sum_ /= static_cast<float>(rules_fired_);
     }
-    if (rules_fired_ >= 1 && OnPrintOut) {
+    if (rules_fired_ >= 1 && OnPrintOut.IsHeard()) {
       const auto line = [this](const std::string& text) {
         PrintOut(text + std::string(NewLineString));
       };
@@ -379,7 +383,7 @@ void TReasoner::EndInference() {
                       {double{activation_sum_}, max_activations_}));
     }
   }
-  if (OnEndInference) OnEndInference(*this, rules_fired_);
+  OnEndInference(*this, rules_fired_);
 }
 
 }  // namespace reasoner

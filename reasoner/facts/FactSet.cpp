@@ -17,7 +17,11 @@ TFactSet::~TFactSet() {
   SetEngineNoParse(nullptr);
 }
 
-void TFactSet::SetFactSetName(std::string_view name) { fact_set_name_ = name; }
+void TFactSet::SetFactSetName(std::string_view name) {
+  if (name == fact_set_name_) return;
+  if (IReasoner* reasoner = Reasoner()) reasoner->CheckFactSetName(*this, name);
+  fact_set_name_ = name;
+}
 
 void TFactSet::SetEngineNoParse(TComponent* engine) {
   if (engine == engine_) return;
@@ -37,7 +41,14 @@ void TFactSet::SetEngine(TComponent* engine) {
   if (engine == engine_) return;
   SetEngineNoParse(engine);
   if (IReasoner* reasoner = Reasoner()) {
-    reasoner->EnterFactSet(*this);
+    bool is_entered = false;
+    try {
+      is_entered = reasoner->EnterFactSet(*this);
+    } catch (...) {
+      SetEngineNoParse(nullptr);
+      throw;
+    }
+    if (!is_entered) return SetEngineNoParse(nullptr);
     for (std::int32_t i = 0; i < GetCount(); ++i)
       LineAt(i).fact = reasoner->ParseFactText(LineAt(i).text);
   } else {
@@ -129,8 +140,8 @@ void TFactSet::Assign(const TPersistent& source) {
   const auto* other = dynamic_cast<const TFactSet*>(&source);
   if (other == nullptr) return TComponent::Assign(source);
   if (other == this) return;
+  SetFactSetName(other->fact_set_name_);
   Comment = other->Comment;
-  fact_set_name_ = other->fact_set_name_;
   auto* reasoner = dynamic_cast<IReasoner*>(GetOwner());
   std::vector<TLine> lines;
   for (const TLine& line : other->lines_) {

@@ -23,7 +23,7 @@ class TGenSymStarFunction final : public TBuiltinFunction<TGenSymStarFunction> {
       .example = "(gensym*)"};
 
   void Call(const IFunCall&, TKBContext& context, Ref<IKBValue>& result) override {
-    result = NewAtom(EngineOf(context).GenerateSymbol("gen"));
+    result = NewAtom(EngineOf(context).GenerateSymbol(SGeneratedAtomPrefix));
   }
 };
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "reasoner/functions/UserPackage.h"
+#include "reasoner/fuzzy/FuzzyExpression.h"
 #include "reasoner/library/Assertions.h"
 #include "reasoner/library/Families.h"
 #include "reasoner/library/FuzzyBuiltin.h"
@@ -131,6 +132,7 @@ class TFuzzyOperationFunction final
     Ref<IFuzzySet> set = FuzzySetArgument(fun_call, index, context);
     for (++index; index < fun_call.GetArgumentCount(); ++index) {
       const Ref<IFuzzySet> other = FuzzySetArgument(fun_call, index, context);
+      RequireSameKind(*set, *other);
       set = is_union ? set->Union(*other, operation) : set->Intersection(*other, operation);
     }
     result = NewFuzzy(set);

@@ -53,6 +53,7 @@ TJoinNode::TJoinNode(TReteNetwork& rete, bool negated, bool unique, bool asks_fo
       negated_(negated),
       unique_(unique),
       one_partner_(unique && !negated && rete.IsTextbook()),
+      textbook_(rete.IsTextbook()),
       asks_for_goals_(asks_for_goals),
       hash_key_(hash_key) {}
 
@@ -90,7 +91,14 @@ void TJoinNode::PrepareShortCut() {
   ClearMemory();
 }
 
+void TJoinNode::TakeDegreesFrom(TJoinNode& first_level) {
+  first_level_ = &first_level;
+  first_level.degree_takers_.push_back(this);
+  if (!first_level.degrees_) first_level.degrees_ = std::make_unique<TBlockerDegrees>();
+}
+
 void TJoinNode::ClearMemory() {
+  if (degrees_) degrees_->Clear();
   if (left_) {
     left_->Clear();
   } else {
@@ -198,18 +206,67 @@ void TJoinNode::VisitLeft(const TKBToken& right, TVisit visit) {
   }
 }
 
-void TJoinNode::PassPair(const Ref<TKBToken>& left, const TKBToken& right, TTokenAction tag) {
-  const Ref<TKBToken> pair = Make<TKBToken>(left, right.GetFact(), right.GetSplit());
+Ref<TKBToken> TJoinNode::PairOf(const Ref<TKBToken>& left, const TKBToken& right) {
+  Ref<TKBToken> pair = Make<TKBToken>(left, right.GetFact(), right.GetSplit());
   pair->SetStrength(std::min(left->GetStrength(), right.GetStrength()));
+  return pair;
+}
+
+Ref<TKBToken> TJoinNode::UnmatchedOf(const Ref<TKBToken>& left, float last_degree) const {
+  float strength = textbook_ ? 1.0F : last_degree;
+  if (first_level_ != nullptr) {
+    if (const Entry* found = first_level_->left_->Find(*left)) {
+      strength = first_level_->GreatestDegree(*found);
+    }
+  }
+  Ref<TKBToken> unmatched = Make<TKBToken>(left, GetRete().GetEngine().GetNotOrTestFact());
+  unmatched->SetStrength(std::min(left->GetStrength(), strength));
+  return unmatched;
+}
+
+void TJoinNode::PassPair(const Ref<TKBToken>& left, const TKBToken& right, TTokenAction tag) {
+  const Ref<TKBToken> pair = PairOf(left, right);
   pair->SetTag(tag);
   CallChildren(pair);
 }
 
-void TJoinNode::PassUnmatched(const Ref<TKBToken>& left, float strength, TTokenAction tag) {
-  const Ref<TKBToken> unmatched = Make<TKBToken>(left, GetRete().GetEngine().GetNotOrTestFact());
-  unmatched->SetStrength(std::min(left->GetStrength(), strength));
+void TJoinNode::PassUnmatched(const Ref<TKBToken>& left, float last_degree, TTokenAction tag) {
+  const Ref<TKBToken> unmatched = UnmatchedOf(left, last_degree);
   unmatched->SetTag(tag);
   CallChildren(unmatched);
+}
+
+void TJoinNode::TellDegree(const Entry& left, float before) {
+  if (GreatestDegree(left) == before) return;
+  for (TJoinNode* level : degree_takers_) level->DegreeChanged(*left.token);
+}
+
+void TJoinNode::DegreeChanged(const TKBToken& token) {
+  const Entry* const entry = left_ ? left_->Find(token) : nullptr;
+  if (entry == nullptr || entry->token->GetNegatedCount() != 0) return;
+  TellChildrenStrength(UnmatchedOf(entry->token, 1.0F));
+}
+
+// What a negation passes on is as true as its left token; the right ones come with the strength
+// that their pattern gave them, once and for all.
+void TJoinNode::StrengthChanged(const Ref<TKBToken>& token, TCallType call_type) {
+  if (call_type != ctLeft || !left_) return;
+  const Entry* const entry = left_->Find(*token);
+  if (entry == nullptr || entry->token->GetStrength() == token->GetStrength()) return;
+  const Ref<TKBToken> match = entry->token;
+  match->SetStrength(token->GetStrength());
+  if (negated_) {
+    if (match->GetNegatedCount() == 0) TellChildrenStrength(UnmatchedOf(match, 1.0F));
+  } else if (one_partner_) {
+    if (!entry->blockers.empty()) TellChildrenStrength(PairOf(match, *entry->blockers.front()));
+  } else {
+    // A pair that a call has refused is not found further down.
+    VisitRight(match, [&](Entry& right) {
+      if (RunTests(*match, right.token->GetFact(), false))
+        TellChildrenStrength(PairOf(match, *right.token));
+      return true;
+    });
+  }
 }
 
 // The entries of the other memory that the tests allow: all calls run before any pair goes on.
@@ -258,6 +315,7 @@ void TJoinNode::LeftCame(const Ref<TKBToken>& token) {
   };
   const auto block = [&](const Entry& right) {
     stored->SetNegatedCount(stored->GetNegatedCount() + 1);
+    if (degrees_) degrees_->Add(*entry, right.token->GetStrength());
     if (has_calls_) entry->blockers.push_back(right.token);
   };
   if (has_calls_) {
@@ -285,6 +343,7 @@ void TJoinNode::LeftGoes(const Ref<TKBToken>& token) {
   const Ref<TKBToken> stored = entry->token;
   Ref<TKBToken> partner;
   if (one_partner_ && !entry->blockers.empty()) partner = entry->blockers.front();
+  if (degrees_) degrees_->Forget(*entry);
   left_->Remove(*entry);
   if (negated_) {
     if (stored->GetNegatedCount() == 0) PassUnmatched(stored, 1.0F, taRemove);
@@ -316,9 +375,11 @@ void TJoinNode::RightCame(const Ref<TKBToken>& token) {
       }
       return failures.Try([&] { PassPair(match, *token, token->GetTag()); });
     }
+    const float before = GreatestDegree(left);
     match->SetNegatedCount(match->GetNegatedCount() + 1);
+    if (degrees_) degrees_->Add(left, stored->GetStrength());
     if (has_calls_) left.blockers.push_back(stored);
-    if (match->GetNegatedCount() != 1) return;
+    if (match->GetNegatedCount() != 1) return failures.Try([&] { TellDegree(left, before); });
     failures.Try([&] { PassUnmatched(match, token->GetStrength(), taRemove); });
   };
   if (has_calls_) {
@@ -369,10 +430,11 @@ void TJoinNode::RightGoes(const Ref<TKBToken>& token) {
     } else if (!RunTests(*match, stored->GetFact(), false)) {
       return;
     }
+    const float before = GreatestDegree(left);
     match->SetNegatedCount(match->GetNegatedCount() - 1);
-    if (match->GetNegatedCount() == 0) {
-      failures.Try([&] { PassUnmatched(match, stored->GetStrength(), match->GetTag()); });
-    }
+    if (degrees_) degrees_->Remove(left, stored->GetStrength());
+    if (match->GetNegatedCount() > 0) return failures.Try([&] { TellDegree(left, before); });
+    failures.Try([&] { PassUnmatched(match, stored->GetStrength(), match->GetTag()); });
   });
   failures.Raise();
 }

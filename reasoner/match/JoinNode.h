@@ -24,6 +24,7 @@
 #include <string>
 #include <vector>
 
+#include "reasoner/match/BlockerDegrees.h"
 #include "reasoner/match/Goal.h"
 #include "reasoner/match/ReteNode.h"
 #include "reasoner/match/SlotTest.h"
@@ -74,6 +75,9 @@ class TJoinNode final : public TTestNode {
   // let through: each blocks the left token that it is made of, and no other.
   void CompareChains() noexcept { compares_chains_ = true; }
   bool ComparesChains() const noexcept { return compares_chains_; }
+  // For a level of negation that passes a left token while the first level has found facts for it:
+  // the token is as true as the greatest degree of these. The first level tells when that changes.
+  void TakeDegreesFrom(TJoinNode& first_level);
   std::int32_t GetHashKey() const noexcept { return hash_key_; }
   // Tokens of the last call that went on as matches.
   std::int32_t GetPassCount() const noexcept { return pass_count_; }
@@ -98,6 +102,7 @@ class TJoinNode final : public TTestNode {
   bool Serves(const TJoinNode& other) const;
 
   bool CallNode(const Ref<TKBToken>& token, TCallType call_type) override;
+  void StrengthChanged(const Ref<TKBToken>& token, TCallType call_type) override;
   // Empties both memories, making them if need be.
   void ClearMemory();
   const TKBTokenTree* GetLeftMemory() const noexcept { return left_.get(); }
@@ -123,14 +128,22 @@ class TJoinNode final : public TTestNode {
   void LeftGoes(const Ref<TKBToken>& token);
   void RightCame(const Ref<TKBToken>& token);
   void RightGoes(const Ref<TKBToken>& token);
+  static Ref<TKBToken> PairOf(const Ref<TKBToken>& left, const TKBToken& right);
+  // The left token with the marker fact in the place of the negated pattern. `last_degree` is that
+  // of the fact that blocked it last.
+  Ref<TKBToken> UnmatchedOf(const Ref<TKBToken>& left, float last_degree) const;
   void PassPair(const Ref<TKBToken>& left, const TKBToken& right, TTokenAction tag);
-  // The left token with the marker fact in the place of the negated pattern.
-  void PassUnmatched(const Ref<TKBToken>& left, float strength, TTokenAction tag);
+  void PassUnmatched(const Ref<TKBToken>& left, float last_degree, TTokenAction tag);
+  // The blockers of a left token have changed, the greatest degree among them was another before.
+  float GreatestDegree(const Entry& left) const { return degrees_ ? degrees_->Greatest(left) : 1; }
+  void TellDegree(const Entry& left, float before);
+  void DegreeChanged(const TKBToken& token);
 
   bool negated_;
   bool unique_;
   bool compares_chains_ = false;
   bool one_partner_ = false;  // textbook: a unique pattern has one partner at any time
+  bool textbook_;             // a negation is crisp, and does not mind which fact blocked last
   bool asks_for_goals_;
   bool use_short_cut_ = false;
   std::int32_t hash_key_;
@@ -139,6 +152,11 @@ class TJoinNode final : public TTestNode {
   std::unique_ptr<TKBTokenTree> right_;
   std::unique_ptr<TKBTokenTree> left_;
   std::vector<TGoalPlan> goal_plans_;
+  // Of a first level of negation: what it keeps for the levels that take degrees from it.
+  std::unique_ptr<TBlockerDegrees> degrees_;
+  std::vector<TJoinNode*> degree_takers_;
+  // Of such a level. All levels of a pattern belong to one rule and end together.
+  const TJoinNode* first_level_ = nullptr;
 };
 
 }  // namespace reasoner

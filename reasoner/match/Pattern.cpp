@@ -34,12 +34,19 @@ TKBPattern::TKBPattern(TRule* owner, const TKBPattern& source, std::string_view 
                                                         test->GetMultiSlotSubIndex(), value);
       copy->conjunction_ = test->conjunction_;
       copy->joined_by_and_ = test->joined_by_and_;
+      copy->wildcard_ = test->wildcard_;
       own.tests.push_back(std::move(copy));
     }
   }
 }
 
 TKBPattern::~TKBPattern() = default;
+
+Ref<IFactTemplate> TKBPattern::NewTestTemplate(IReasoner& engine) {
+  const Ref<IFactTemplate> fact_template = Make<TFactTemplate>(&engine.AsComponent(), STestCE);
+  fact_template->AddMultiSlot(SDefaultSlotName, FCNilList);
+  return fact_template;
+}
 
 void TKBPattern::EnterSlots() {
   slots_.clear();
@@ -58,8 +65,15 @@ IReasoner* TKBPattern::GetReasoner() const {
 
 void TKBPattern::Change() {
   if (update_count_ > 0) return;
-  if (owner_ != nullptr) owner_->Change();
-  if (OnChange) OnChange(*this);
+  if (owner_ != nullptr) {
+    // The change is told to handlers, which may end the rule or take the pattern out of it.
+    const TRule& owner = *owner_;
+    const ComponentWatch watch(owner);
+    const bool was_held = owner.HoldsPattern(*this);
+    owner_->Change();
+    if (watch.HasEnded() || owner.HoldsPattern(*this) != was_held) return;
+  }
+  OnChange(*this);
 }
 
 void TKBPattern::EndUpdate() {
@@ -352,7 +366,8 @@ std::unique_ptr<TKBPattern> TKBPattern::Clone(IReasoner* engine) const {
   auto clone = std::make_unique<TKBPattern>(nullptr, name_, fact_template_, negated_count_);
   clone->Assign(*this);
   if (engine == nullptr || !fact_template_ || fact_template_->GetReasoner() == engine) return clone;
-  Ref<IFactTemplate> own = engine->FindFactTemplate(fact_template_->GetTemplateName());
+  Ref<IFactTemplate> own = IsTest() ? NewTestTemplate(*engine)
+                                    : engine->FindFactTemplate(fact_template_->GetTemplateName());
   if (!own) {
     own = engine->CreateFactTemplate(fact_template_->GetTemplateName());
     own->Assign(*fact_template_);

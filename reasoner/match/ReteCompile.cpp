@@ -464,13 +464,17 @@ void ReteCompiler::BuildJoins() {
     LinkNodes(*right, *node, ctRight, true);
     Trace("+2");
     // Each further level of negation blocks the left tokens that the level before lets through.
+    TReteNode* const first_level = node;
     for (std::int32_t level = 1; !pattern.IsTest() && level < negations; ++level) {
       auto& next = network_.NewNode<TJoinNode>(true, false, false, network_.GetHashKey());
       new_nodes_.insert(&next);
       Use(next);
       LinkNodes(*node, next, ctRight, true);
       LinkNodes(*left, next, ctLeft, true);
-      if (network_.IsTextbook()) next.CompareChains();
+      if (network_.IsTextbook()) {
+        next.CompareChains();
+        if (level % 2 == 1) next.TakeDegreesFrom(static_cast<TJoinNode&>(*first_level));
+      }
       next.SetPatternIndex(i);
       next.PrepareShortCut();
       node = &next;

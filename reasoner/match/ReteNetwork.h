@@ -19,7 +19,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -31,6 +30,7 @@
 #include "reasoner/match/PatternNode.h"
 #include "reasoner/match/TerminalNode.h"
 #include "reasoner/support/CaptionTree.h"
+#include "reasoner/support/Event.h"
 #include "reasoner/support/FirstFailure.h"
 #include "reasoner/support/Object.h"
 #include "reasoner/vocabulary/KBInterfaces.h"
@@ -39,7 +39,7 @@ namespace reasoner {
 
 class TReteNetwork : public TPersistent {
  public:
-  using TActivationEvent = std::function<void(TReteNetwork& sender, TActivation& activation)>;
+  using TActivationEvent = Event<void(TReteNetwork& sender, TActivation& activation)>;
 
   // The engine owns the network.
   explicit TReteNetwork(IReasoner& engine);
@@ -103,7 +103,8 @@ class TReteNetwork : public TPersistent {
   friend class TReteNode;
   friend class ReteCompiler;
 
-  void Report(const TActivationEvent& event, TActivation& activation);
+  template <class TPredicate>
+  void Report(const TActivationEvent& event, TActivation& activation, TPredicate is_valid);
   // Takes ownership.
   template <class TNode, class... TArgs>
   TNode& NewNode(TArgs&&... args) {

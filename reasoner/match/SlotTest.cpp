@@ -112,7 +112,14 @@ void TKBPatternMatchTest::SetSlotTestType(TSlotTestType test_type) {
 
 void TKBPatternMatchTest::SetSlotValue(const Ref<IKBValue>& value) {
   slot_value_ = value ? value->Clone() : nullptr;
+  wildcard_ = false;
   if (pattern_ != nullptr) pattern_->TestChange();
+}
+
+void TKBPatternMatchTest::RenameVariable(const Text& name) {
+  const bool wildcard = wildcard_;
+  SetSlotValue(Make<TKBValue>(name, slot_value_->GetDType()));
+  wildcard_ = wildcard;
 }
 
 void TKBPatternMatchTest::SetMultiSlotSubIndex(std::int32_t sub_index) {
@@ -136,12 +143,14 @@ void TKBPatternMatchTest::Assign(const TPersistent& source) {
   conjunction_ = test->conjunction_;
   joined_by_and_ = test->joined_by_and_;
   SetSlotValue(test->slot_value_);
+  wildcard_ = test->wildcard_;
 }
 
 std::unique_ptr<TKBSlotTest> TKBPatternMatchTest::Clone() const {
   auto clone = std::make_unique<TKBPatternMatchTest>(nullptr, test_type_, sub_index_, slot_value_);
   clone->conjunction_ = conjunction_;
   clone->joined_by_and_ = joined_by_and_;
+  clone->wildcard_ = wildcard_;
   return clone;
 }
 

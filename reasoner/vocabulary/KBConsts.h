@@ -161,6 +161,7 @@ inline constexpr std::string_view SEqStarPrefix = "_eq_";
 inline constexpr std::string_view SBackChainPrefix = "need-";
 inline constexpr std::string_view SBlankMulti = "_blank_$";
 inline constexpr std::string_view SBlankPrefix = "_blank_";
+inline constexpr std::string_view SGeneratedAtomPrefix = "gen";
 inline constexpr std::string_view SDefaultSlotName = "__Data";
 inline constexpr std::string_view STestCE = "test";
 inline constexpr std::string_view SLocalBinding = "__LOCAL";

@@ -9,7 +9,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -17,6 +16,7 @@
 #include <vector>
 
 #include "reasoner/support/Cloneable.h"
+#include "reasoner/support/Event.h"
 #include "reasoner/support/Ref.h"
 #include "reasoner/support/Text.h"
 #include "reasoner/vocabulary/KBConsts.h"
@@ -97,9 +97,9 @@ class TReasonerLink final : public IInterface {
   IReasoner* engine = nullptr;
   // Goes up whenever a function comes, goes or changes its name: calls then look theirs up again.
   std::uint32_t function_generation = 0;
-  // What rules and functions mean: the engine's own semantics, or the textbook's. Written by the
-  // engine, see TReasoner::SetTextbookSemantics.
-  bool textbook_semantics = false;
+  // What rules and functions mean: what a plain reading gives, or the literal meaning of the
+  // network. Written by the engine, see TReasoner::SetTextbookSemantics.
+  bool textbook_semantics = true;
   // How often a host has asked, from any thread, for the end of what runs. The outermost operation
   // begins and ends with none.
   std::atomic<std::int32_t> interrupt_requests{0};
@@ -161,6 +161,8 @@ class IReasoner {
   virtual TTypeChecks GetTypeChecks() const noexcept = 0;
   virtual TFactId GetNextFactId() const noexcept = 0;
   virtual std::string GenerateSymbol(std::string_view prefix) = 0;
+  // Tells of a name that a text uses: no name that is generated from now on will be the same.
+  virtual void KeepSymbol(std::string_view name) = 0;
   // Null for an unknown name.
   virtual Ref<IFactTemplate> FindFactTemplate(std::string_view name) = 0;
   // The template of that name; an unknown one is made and registered as implied.
@@ -195,7 +197,10 @@ class IReasoner {
   virtual void PrintOut(const std::string& out_id, const std::string& text) = 0;
 
   // Fact sets.
-  virtual void EnterFactSet(TFactSet& fact_set) = 0;
+  // False where another set of the name stands, and stays as DuplicateConstructs tells.
+  virtual bool EnterFactSet(TFactSet& fact_set) = 0;
+  // Raises for the name of another set when this one is among the engine's.
+  virtual void CheckFactSetName(const TFactSet& fact_set, std::string_view name) = 0;
   virtual void LeaveFactSet(TFactSet& fact_set) = 0;
   // Evaluates the fact's slots in the engine's context and asserts it; the id, or -1.
   virtual TFactId AssertResolved(const Ref<IFact>& fact) = 0;
@@ -242,6 +247,6 @@ class IReasoner {
 // Event signatures. The first argument is the object that raises; what comes by non-const reference
 // is the handler's to change. Handlers may call back into the engine. An event that is not assigned
 // is empty.
-using TNotifyEvent = std::function<void(TComponent& sender)>;
+using TNotifyEvent = Event<void(TComponent& sender)>;
 
 }  // namespace reasoner

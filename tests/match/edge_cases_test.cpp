@@ -136,6 +136,7 @@ TEST_F(MatchEdgeCasesTest, AMemoryWithAHistoryIsNotShared) {
   engine.Retract("(a 3)");
   EXPECT_EQ(OnAgenda(), "");
   engine.Clear();
+  engine.SetTextbookSemantics(false);
   Load(
       "(defrule one (a) (unique (b ?)) (c) => ) (assert (b 1) (b 2) (a) (c))"
       "(retract 0) (defrule two (a) (unique (b ?)) (c) => )");
