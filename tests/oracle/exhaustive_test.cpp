@@ -137,9 +137,8 @@ class ExhaustiveOracleTest : public ::testing::TestWithParam<bool> {
       for (std::int32_t k = 0; k < token.GetCount(); ++k) {
         const TFactId id = token.GetFacts(k)->GetID();
         const auto known = std::find(ids_.begin(), ids_.end(), id);
-        const std::int32_t number =
-            id <= 0 ? id : static_cast<std::int32_t>(known - ids_.begin()) + 1;
-        key.push_back(number);
+        const TFactId number = id <= 0 ? id : known - ids_.begin() + 1;
+        key.push_back(static_cast<std::int32_t>(number));
       }
       shown.push_back(std::move(key));
     }
@@ -152,7 +151,7 @@ class ExhaustiveOracleTest : public ::testing::TestWithParam<bool> {
   TReasoner engine_;
   const TRuleText* rule_ = nullptr;
   std::array<std::vector<TMatchKey>, 1u << kFacts> wanted_;
-  std::array<std::int32_t, kFacts> ids_{};
+  std::array<TFactId, kFacts> ids_{};
   std::array<Ref<IFact>, kFacts> facts_;
 };
 
