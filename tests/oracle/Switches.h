@@ -6,8 +6,6 @@ namespace reasoner::oracle {
 
 // In textbook semantics a unique pattern's first partner is the oldest fact, whatever its id.
 constexpr bool kUniqueTakesTheOldest = false;
-// In textbook semantics what exists is as true as the best of the facts that match.
-constexpr bool kExistsTakesTheBest = false;
 // A pair whose test raises is no match, and all others are made.
 constexpr bool kTestsMayRaise = false;
 // "$?m&:(p)|:(q)".
