@@ -13,6 +13,6 @@ constexpr bool kSpansHaveBars = false;
 // "?f <- (o ?f)".
 constexpr bool kFactsNameThemselves = false;
 // A template is defined anew: rules that read it come back from their printed text.
-constexpr bool kTemplatesComeAnew = false;
+constexpr bool kTemplatesComeAnew = true;
 
 }  // namespace reasoner::oracle
