@@ -35,7 +35,12 @@ void TRule::SetRuleName(std::string_view name) {
   const TKBName old = rule_name_;
   const bool held = GetEngine() != nullptr && GetEngine()->HoldsRule(*this);
   rule_name_ = name;
-  if (held) GetEngine()->RenameRule(old, rule_name_);
+  try {
+    if (held) GetEngine()->RenameRule(old, rule_name_);
+  } catch (...) {
+    rule_name_ = old;
+    throw;
+  }
 }
 
 void TRule::SetEngine(IReasoner* engine) {
