@@ -135,7 +135,7 @@ class ExhaustiveOracleTest : public ::testing::TestWithParam<bool> {
       const TKBToken& token = *engine_.GetActivation(i).GetToken();
       TMatchKey key;
       for (std::int32_t k = 0; k < token.GetCount(); ++k) {
-        const TFactId id = token.GetFacts(k)->GetID();
+        const auto id = static_cast<std::int32_t>(token.GetFacts(k)->GetID());
         const auto known = std::find(ids_.begin(), ids_.end(), id);
         const std::int32_t number =
             id <= 0 ? id : static_cast<std::int32_t>(known - ids_.begin() + 1);
