@@ -44,7 +44,7 @@ static bool IsLineOf(std::string_view line, std::string_view template_name) {
 
 void TReasoner::RemoveDependencies(const IFactTemplate& fact_template) {
   DropPending(fact_template);
-  const bool is_told = OnDropped || Watches(cwCompilation);
+  const bool is_told = OnDropped.IsHeard() || Watches(cwCompilation);
   std::vector<std::string> dropped;
   const std::vector<Ref<IFact>> facts = facts_->Snapshot();
   for (auto fact = facts.rbegin(); fact != facts.rend(); ++fact) {
@@ -184,7 +184,7 @@ void TReasoner::TakeOutRules(const IFactTemplate& fact_template,
 void TReasoner::ReplaceTemplate(const Ref<IFactTemplate>& old,
                                 const Ref<IFactTemplate>& fact_template) {
   if (old->GetTemplateName() != fact_template->GetTemplateName()) return RemoveDependencies(*old);
-  fact_template->SetBackwardChaining(old->IsBackwardChaining());
+  if (old->IsBackwardChaining()) fact_template->SetBackwardChaining(true);
   DropPending(*old);
   FirstFailure failures;  // of handlers: what has begun is carried through
   std::vector<TDependent> dependents;
@@ -201,8 +201,32 @@ void TReasoner::ReplaceTemplate(const Ref<IFactTemplate>& old,
   failures.Try([&] { ReportUnfitLines(*fact_template); });
   failures.Try([&] { UpdateDependencies(dependents); });
   returning_rules_.resize(first_returning);
+  if (fact_templates_->Find(std::string(SBackChainPrefix) + old->GetTemplateName()))
+    failures.Try([&] { FollowWithGoals(fact_template); });
   failures.Try([&] { RebuildChildren(old, fact_template); });
   failures.Raise();
+}
+
+Ref<IFactTemplate> TReasoner::NewGoalTemplate(const Ref<IFactTemplate>& wanted) {
+  const std::string& name = wanted->GetTemplateName();
+  const Ref<IFactTemplate> goal = Make<TFactTemplate>(this, std::string(SBackChainPrefix) + name,
+                                                      "Goal seeker for " + name, wanted);
+  goal->SetParent(nullptr);
+  return goal;
+}
+
+void TReasoner::FollowWithGoals(const Ref<IFactTemplate>& fact_template) {
+  if (!fact_template->IsBackwardChaining() ||
+      fact_template->GetTemplateName().starts_with(SBackChainPrefix)) {
+    return;
+  }
+  const Ref<IFactTemplate> goal = NewGoalTemplate(fact_template);
+  const Ref<IFactTemplate> known = fact_templates_->Find(goal->GetTemplateName());
+  if (!known) {
+    fact_templates_->Add(goal);
+  } else if (!known->Equals(*goal) || !goal->Equals(*known)) {
+    fact_templates_->Replace(known, goal);
+  }
 }
 
 // Lines of fact sets stay, and every reset tries them again, but what does not fit now is told now.
@@ -251,7 +275,7 @@ void TReasoner::UpdateDependencies(const std::vector<TDependent>& dependents) {
   FirstFailure failures;
   for (const TDependent& dependent : dependents) {
     TryAnew(
-        failures, [&] { ReadDependent(dependent); },
+        failures, [&] { ReadDependent(dependent, failures); },
         [&](const std::string& reason) {
           const std::string what =
               dependent.fact ? "fact " + dependent.fact->ToString() : "rule " + dependent.rule_name;
@@ -278,18 +302,30 @@ static void CarryValues(const IFact& old, IFact& fact) {
   }
 }
 
-void TReasoner::ReadDependent(const TDependent& dependent) {
+// What is back although a test raised for it has not been dropped: the failure waits.
+void TReasoner::ReadDependent(const TDependent& dependent, FirstFailure& failures) {
+  const auto bring_back = [&failures](auto step, auto is_back) {
+    try {
+      step();
+    } catch (...) {
+      if (!is_back()) throw;
+      failures.Keep(std::current_exception());
+    }
+  };
   if (dependent.fact) {
     const Ref<IFact> fact = ParseFact(dependent.text);
     CarryValues(*dependent.fact, *fact);
-    return UpdateDependentFact(dependent.fact, fact);
+    return bring_back([&] { UpdateDependentFact(dependent.fact, fact); },
+                      [&] { return facts_->Lists(*fact); });
   }
   std::unique_ptr<TRule> rule = ParseRule(dependent.text);
   if (dependent.host_rule == nullptr) {
     rule->OnFire = dependent.on_fire;
     rule->OnChange = dependent.on_change;
     rule->SetFired(dependent.fired);
-    return rules_->Add(std::move(rule));
+    const TRule* const read = rule.get();
+    return bring_back([&] { rules_->Add(std::move(rule)); },
+                      [&] { return rules_->Find(dependent.rule_name) == read; });
   }
   // A host's object takes the new definition, unless its host has ended it meanwhile.
   const auto returning =
@@ -299,7 +335,8 @@ void TReasoner::ReadDependent(const TDependent& dependent) {
   host_rule.Assign(*rule);
   host_rule.SetFired(dependent.fired);
   rule.reset();
-  rules_->Add(host_rule);
+  bring_back([&] { rules_->Add(host_rule); },
+             [&] { return rules_->Find(dependent.rule_name) == &host_rule; });
 }
 
 void TReasoner::UpdateDependentFact(const Ref<IFact>&, const Ref<IFact>& fact) {
@@ -308,7 +345,7 @@ void TReasoner::UpdateDependentFact(const Ref<IFact>&, const Ref<IFact>& fact) {
 
 void TReasoner::ReportDropped(const std::string& what, const std::string& text,
                               const std::string& reason) {
-  if (OnDropped) OnDropped(*this, what, reason);
+  OnDropped(*this, what, reason);
   if (!Watches(cwCompilation)) return;
   PrintOut("Dropped: " + text + std::string(NewLineString) + "   " + reason +
            std::string(NewLineString));
@@ -324,7 +361,12 @@ void TReasoner::RebuildChildren(const Ref<IFactTemplate>& old,
   for (const Ref<IFactTemplate>& child : fact_templates_->GetItems()) {
     if (child->GetParent() != old) continue;
     TryAnew(
-        failures, [&] { fact_templates_->Replace(child, ParseFactTemplate(child->ToString())); },
+        failures,
+        [&] {
+          const Ref<IFactTemplate> rebuilt = ParseFactTemplate(child->ToString());
+          rebuilt->SetBackwardChaining(child->IsBackwardChaining());
+          fact_templates_->Replace(child, rebuilt);
+        },
         [&](const std::string& reason) {
           child->SetParent(nullptr);
           ReportDropped(
@@ -427,12 +469,11 @@ void TReasoner::ChangeFactTemplateName(std::string_view old_name, std::string_vi
 
 void TReasoner::RuleChange(TRule& rule) {
   if (!network_ || !HoldsRule(rule)) return;
-  // What cannot be compiled leaves the network as it was. Facts that a changed pattern cannot be
-  // matched with do not cost the rule its nodes: it is registered, and stays so.
+  // What cannot be compiled leaves the network as it was.
   TReteNetwork::TryRule(*this, rule);
   FirstFailure failures;
   failures.Try([&] { UncompileRule(rule); });
-  if (HoldsRule(rule)) failures.Try([&] { CompileRule(rule, TReteNetwork::TFeed::kWhatMatches); });
+  if (HoldsRule(rule)) failures.Try([&] { CompileRule(rule); });
   failures.Raise();
 }
 

@@ -113,12 +113,6 @@ void TRules::Assign(const TPersistent& source) {
   if (other == nullptr) return TPersistent::Assign(source);
   if (other == this) return;
   Clear();
-  // A rule that cannot test a fact is a rule all the same, as it is there.
-  struct Feeding {
-    TReteNetwork::TFeed& feed;
-    TReteNetwork::TFeed old;
-    ~Feeding() { feed = old; }
-  } feeding{engine_.feed_, std::exchange(engine_.feed_, TReteNetwork::TFeed::kWhatMatches)};
   FirstFailure failures;
   for (const TRule* rule : other->GetItems())
     failures.Try([&] { Add(engine_.ParseRule(rule->ToString())); });

@@ -120,26 +120,18 @@ void TReasoner::AddDefaultPackages() {
   for (const TFunctionPackage package : kPackageOrder) {
     if (packages_.Has(package)) MakePackage(package, this);
   }
-  if (OnAddDefaultPackages) OnAddDefaultPackages(*this);
+  OnAddDefaultPackages(*this);
 }
 
 TReasoner::~TReasoner() {
   // Nothing below reaches the host.
-  OnAddDefaultPackages = OnClear = OnClearDefinedTypes = OnClearFactTemplates = OnClearRules =
-      OnClearFacts = OnReset = OnStartInference = nullptr;
-  OnAddActivation = OnRemoveActivation = nullptr;
-  OnAddDefinedType = OnRemoveDefinedType = nullptr;
-  OnNewFactTemplate = OnRemoveFactTemplate = nullptr;
-  OnAddRule = OnRemoveRule = OnRuleFired = nullptr;
-  OnAddUserFunction = OnRemoveUserFunction = nullptr;
-  OnAssertion = OnRetraction = nullptr;
-  OnFuzzyCorrelation = nullptr;
-  OnDropped = nullptr;
-  OnFuzzyInference = nullptr;
-  OnEndInference = nullptr;
-  OnPrintOut = OnUnknownStream = nullptr;
-  OnReadLine = nullptr;
-  OnReadToken = nullptr;
+  const auto close = [](auto&... events) { (events.Close(), ...); };
+  close(OnAddDefaultPackages, OnAddActivation, OnRemoveActivation, OnAddDefinedType,
+        OnRemoveDefinedType, OnNewFactTemplate, OnRemoveFactTemplate, OnAddRule, OnRemoveRule,
+        OnRuleFired, OnAddUserFunction, OnRemoveUserFunction, OnAssertion, OnRetraction,
+        OnFuzzyCorrelation, OnFuzzyInference, OnClear, OnClearDefinedTypes, OnClearFactTemplates,
+        OnClearRules, OnClearFacts, OnReset, OnStartInference, OnEndInference, OnPrintOut,
+        OnUnknownStream, OnDropped, OnWarning, OnReadLine, OnReadToken);
   BeginDestruction();
   Clear();
   objects_.reset();
@@ -166,8 +158,9 @@ TReasoner::~TReasoner() {
 }
 
 void TReasoner::Clear() {
+  ForgetFailure();
   RequireIdleNetwork("clearing the knowledge base");
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedOperation operation(*this);
   halted_ = false;
   next_fact_id_ = 0;
   next_rule_id_ = 0;
@@ -190,7 +183,7 @@ void TReasoner::Clear() {
   engine_variables_->Clear();
   failures.Try([this] { io_streams_->Clear(); });
   if (!IsDestroying()) failures.Try([this] { MakeImplied(); });
-  if (OnClear) failures.Try([this] { OnClear(*this); });
+  if (OnClear.IsHeard()) failures.Try([this] { OnClear(*this); });
   if (!IsDestroying()) failures.Raise();
 }
 
@@ -206,8 +199,9 @@ THostObjects& TReasoner::GetObjects() {
 }
 
 void TReasoner::Reset() {
+  ForgetFailure();
   RequireIdleNetwork("a reset");
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedOperation operation(*this);
   struct Resetting {
     TReasoner& engine;
     explicit Resetting(TReasoner& reset) : engine(reset) { ++engine.resetting_; }
@@ -221,18 +215,21 @@ void TReasoner::Reset() {
   next_fact_id_ = 0;
   pending_assertions_.clear();
   pending_retractions_.clear();
-  RetractFacts();
+  // What one fact or one handler fails at stops none of the steps behind it.
+  FirstFailure failures;
+  failures.Try([this] { RetractFacts(); });
   for (TRule* rule : rules_->GetItems()) rule->Reset();
-  Assert(SInitialFact);
+  failures.Try([this] { Assert(SInitialFact); });
   if (ResetGlobals) {
     for (const std::string& name : global_variables_->GetKeys()) {
-      ResetGlobalVariable(name, global_variables_->Get(name));
+      failures.Try([&] { ResetGlobalVariable(name, global_variables_->Get(name)); });
     }
   }
   for (TFactSet* fact_set : fact_sets_->GetItems()) {
-    if (fact_sets_->IndexOf(*fact_set) >= 0) fact_set->Reset();
+    if (fact_sets_->IndexOf(*fact_set) >= 0) failures.Try([&] { fact_set->Reset(); });
   }
-  if (OnReset) OnReset(*this);
+  failures.Try([this] { OnReset(*this); });
+  failures.Raise();
 }
 
 void TReasoner::ResetGlobalVariable(std::string_view name, const Ref<IKBValue>& value) {
@@ -509,14 +506,14 @@ void TReasoner::LeaveRule(TRule& rule) {
   // The rule ends whatever a handler thinks of it.
   FirstFailure failures;
   const bool was_listed = rules_->table_.Take(key) == &rule;
-  if (OnRemoveRule && was_listed) failures.Try([&] { OnRemoveRule(*this, rule); });
+  if (was_listed) failures.Try([&] { ReportRule(OnRemoveRule, rule); });
   failures.Try([&] { UncompileRule(rule); });
 }
 
 void TReasoner::RemoveRule(TRule& rule) {
   const ScopedReport report(*this);
   FirstFailure failures;
-  if (OnRemoveRule) failures.Try([&] { OnRemoveRule(*this, rule); });
+  failures.Try([&] { ReportRule(OnRemoveRule, rule); });
   failures.Try([&] { UncompileRule(rule); });
   if (!rule.IsDestroying() && rule.GetOwner() == this) FreeRule(rule);
   failures.Raise();
@@ -535,17 +532,17 @@ void TReasoner::ClaimName(TRule& rule) {
   if (other != nullptr && other != &rule) RemoveRule(*other);
 }
 
-// Puts a rule in the place of another one. If feeding it fails, the old one comes back.
+// Puts a rule in the place of another one. If it cannot be compiled, the old one comes back.
 void TReasoner::ReplaceRule(TRule& old, TRule& rule) {
   const std::string name = rule.GetRuleName();
-  if (OnRemoveRule) OnRemoveRule(*this, old);
+  ReportRule(OnRemoveRule, old);
   const auto holds_old = [&] { return rules_->Find(name) == &old; };
   if (!holds_old()) return rules_->Put(name, &rule);  // the handler was faster
   FirstFailure failures;
   failures.Try([&] { UncompileRule(old); });
   failures.Try([&] { CompileRule(rule); });
   if (!IsCompiled(rule)) {
-    if (holds_old()) failures.Try([&] { CompileRule(old, TReteNetwork::TFeed::kWhatMatches); });
+    if (holds_old()) failures.Try([&] { CompileRule(old); });
   } else if (holds_old()) {
     rules_->table_.Put(name, &rule);
     if (!old.IsDestroying() && old.GetOwner() == this) FreeRule(old);

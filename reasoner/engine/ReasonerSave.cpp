@@ -160,7 +160,7 @@ static bool LackAutoTerms(const std::vector<Ref<IKBDefinedType>>& types) {
 }
 
 std::string TReasoner::GetExpertSystem() {
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedOperation operation(*this);
   const auto count_line = [](std::string_view what, std::int32_t count) {
     return Line("; Number of " + std::string(what) + IntegerToText(count));
   };

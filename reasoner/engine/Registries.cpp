@@ -86,6 +86,9 @@ void TFactTemplates::PutValue(std::string_view name, const Ref<IFactTemplate>& f
   }
   table_.Put(name, fact_template);
   engine_.AddFactTemplate(fact_template);
+  // One that extends a marked template is marked, too.
+  if (fact_template->GetParent() && Find(name) == fact_template)
+    engine_.FollowWithGoals(fact_template);
 }
 
 Ref<IFactTemplate> TFactTemplates::Replace(const Ref<IFactTemplate>& old,

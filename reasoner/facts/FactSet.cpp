@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "reasoner/support/FirstFailure.h"
 #include "reasoner/support/Streams.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -109,10 +110,12 @@ void TFactSet::Delete(std::int32_t index) {
   lines_.erase(lines_.begin() + index);
 }
 
+// Every fact gets its turn, whatever fails in another one or in the rules that match it.
 void TFactSet::Reset() {
+  FirstFailure failures;
   for (std::int32_t i = 0; i < GetCount(); ++i) {
     IReasoner* reasoner = Reasoner();  // asked anew: a handler may take the set away
-    if (reasoner == nullptr) return;
+    if (reasoner == nullptr) break;
     Ref<IFact> fact;
     try {
       fact = GetFact(i);
@@ -121,13 +124,16 @@ void TFactSet::Reset() {
     } catch (const EKBException&) {
       continue;
     }
-    try {
-      reasoner->AssertResolved(fact);
-    } catch (Exception& failure) {
-      failure.AppendMessage(FillMessage(SInFactSet, fact_set_name_));
-      throw;
-    }
+    failures.Try([&] {
+      try {
+        reasoner->AssertResolved(fact);
+      } catch (Exception& failure) {
+        failure.AppendMessage(FillMessage(SInFactSet, fact_set_name_));
+        throw;
+      }
+    });
   }
+  failures.Raise();
 }
 
 void TFactSet::Assign(const TPersistent& source) {

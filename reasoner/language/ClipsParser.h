@@ -184,7 +184,7 @@ class TKBClipsParser : public TKBParser {
   Ref<IKBValue> ParseFuzzyValue(TKBTypes types, const IKBDefinedType* defined_type);
   Ref<IKBValue> ParseFuzzyField();
   void ParseFuzzyClauses(IFuzzyVariable& variable);
-  void ParseFuzzyTerms(IFuzzyVariable& variable);
+  void ParseFuzzyTerms(IFuzzyVariable& variable, std::vector<Ref<IFuzzySet>>& terms);
   void ParseArgument(IFunCall& fun_call, const Ref<IStreamToken>& token,
                      const TSlotFunction* slot_function);
   void CheckValue(Ref<IKBValue>& value, TKBTypes types, const IKBDefinedType* defined_type);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <new>
+#include <optional>
 #include <utility>
 
 #include "reasoner/functions/Context.h"
@@ -32,21 +33,6 @@ class ScopedTopLevel {
 
  private:
   TKBContext& context_;
-};
-
-// Learns that a component has ended while others had it: handlers of the engine's events may end
-// it.
-class DeathWatch final : public TComponent {
- public:
-  explicit DeathWatch(TComponent& watched) : watched_(&watched) { watched.FreeNotification(*this); }
-  bool HasEnded() const noexcept { return watched_ == nullptr; }
-  void Notification(TComponent& component, TOperation operation) override {
-    TComponent::Notification(component, operation);
-    if (operation == opRemove && &component == watched_) watched_ = nullptr;
-  }
-
- private:
-  TComponent* watched_;
 };
 
 std::string ShortenEcho(std::string echo) {
@@ -189,11 +175,12 @@ TParsedType TKBClipsParser::GetConstructType(const Ref<IStreamToken>& token) {
 
 void TKBClipsParser::EnterRule(TObject*& object) {
   std::unique_ptr<TRule> rule = ParseRule();
-  const DeathWatch watch(*rule);
+  const ComponentWatch watch(*rule);  // handlers may end it
   try {
     engine_.EnterRule(*rule);
   } catch (...) {
-    if (watch.HasEnded()) rule.release();
+    // A rule that has been entered stays, whatever fails in its matches.
+    if (watch.HasEnded() || engine_.HoldsRule(*rule)) rule.release();
     throw;
   }
   if (watch.HasEnded()) {
@@ -274,7 +261,13 @@ bool TKBClipsParser::ParseExpression(bool execute) {
   if (type == ptValue || type == ptFunCall) {
     engine_.PrintOut("", result->ToString() + std::string(NewLineString));
   }
-  if (OnParse) OnParse(*this, type, object, interface.get());
+  if (OnParse.IsHeard()) {
+    // A handler may end a rule or a fact set: then those behind it are not called.
+    std::optional<ComponentWatch> watch;
+    if (const auto* component = dynamic_cast<const TComponent*>(object)) watch.emplace(*component);
+    OnParse.CallWhile([&watch] { return !watch || !watch->HasEnded(); }, *this, type, object,
+                      interface.get());
+  }
   return !at_end;
 }
 

@@ -31,7 +31,7 @@ std::unique_ptr<TRule> TKBClipsParser::ParseRule() {
   if (!equal_sign->Is('=') || !arrow_head->IsWord(">")) ParseError(kLocation, SExpectedEqGT);
   ParseRuleActions(*rule, variables);
   Expect(')', kLocation);
-  if (OnParseRule) OnParseRule(*this, *rule);
+  OnParseRule(*this, *rule);
   rule->EndUpdate();
   return rule;
 }
@@ -139,7 +139,7 @@ std::unique_ptr<TKBPattern> TKBClipsParser::ParsePlainPattern(std::string_view n
   } else {
     for (; token->Is('('); token = Next()) ParsePatternSlot(*pattern, variables, token);
   }
-  if (OnParsePattern) OnParsePattern(*this, *pattern);
+  OnParsePattern(*this, *pattern);
   return pattern;
 }
 

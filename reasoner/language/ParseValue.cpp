@@ -175,7 +175,7 @@ Ref<IFunCall> TKBClipsParser::ParseFunCall() {
   for (Ref<IStreamToken> token = Next(); !token->Is(')'); token = Next()) {
     ParseArgument(*fun_call, token, entry == nullptr ? nullptr : &slot_function);
   }
-  if (OnParseFunCall) OnParseFunCall(*this, fun_call);
+  OnParseFunCall(*this, fun_call);
   return fun_call;
 }
 
@@ -239,7 +239,7 @@ Ref<ISingletonsVector> TKBClipsParser::ParseSingletons() {
     Expect(')', kLocation);
   }
   RequireClose(*token, kLocation);
-  if (OnParseSingletons) OnParseSingletons(*this, points);
+  OnParseSingletons(*this, points);
   return points;
 }
 
@@ -263,7 +263,7 @@ Ref<IKBValue> TKBClipsParser::ParseVariable(std::string& name) {
   } else {
     ParseError(kLocation, SExpectedValue);
   }
-  if (OnParseVariable) OnParseVariable(*this, name, value);
+  OnParseVariable(*this, name, value);
   return value;
 }
 

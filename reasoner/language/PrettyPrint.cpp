@@ -129,7 +129,7 @@ void AppendSource(std::string& source, const IKBValue& value) {
       return;
     case dtFactId:
       source +=
-          IntegerToText(value.RawInteger());  // facts are named by their number where text is read
+          IntegerToText(value.RawFactId());  // facts are named by their number where text is read
       return;
     case dtList: {
       const DepthGuard guard("value");

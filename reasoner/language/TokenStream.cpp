@@ -65,8 +65,9 @@ Ref<IKBValue> TKBStreamToken::Value() const {
     case dtSlot:
     case dtMultiSlot:
       return Make<TKBValue>(text_, static_cast<TKBType>(data_type_));
-    case dtInteger:
     case dtFactId:
+      return NewFactId(static_cast<TFactId>(number_));
+    case dtInteger:
     case dtDescriptor:
       return Make<TKBValue>(integer(), static_cast<TKBType>(data_type_));
     case dtFloat:
@@ -408,7 +409,8 @@ void TKBClipsStream::ReadExpression() {
       if (token.IsEnd()) break;
       if (token.Is('(')) ++depth;
       if (token.Is(')')) --depth;
-    } while (depth != 0);
+      // A parenthesis too many closes nothing: it is an expression by itself.
+    } while (depth > 0);
     if (keeps_names_) RenameWildcards();
   } catch (...) {
     scratch_.clear();

@@ -132,7 +132,11 @@ class TKBClipsStream : public TKBTokenizerStream {
   const std::string& GetFileName() const noexcept { return file_name_; }
   void SetFileName(std::string file_name) { file_name_ = std::move(file_name); }
   std::int32_t GetLineNumber() const noexcept { return line_number_; }
-  void SetLineNumber(std::int32_t line) noexcept { line_number_ = line; }
+  // Where the next character stands.
+  void SetPlace(std::int32_t line, std::int32_t column) noexcept {
+    line_number_ = line;
+    column_ = column;
+  }
 
   void Clear() override;
   void DiscardUntilEOL() override;

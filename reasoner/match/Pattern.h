@@ -8,7 +8,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -16,6 +15,7 @@
 
 #include "reasoner/facts/FactTemplate.h"
 #include "reasoner/match/SlotTest.h"
+#include "reasoner/support/Event.h"
 
 namespace reasoner {
 
@@ -46,7 +46,7 @@ class TKBPattern final : public TPersistent {
   TRule* GetOwner() const noexcept { return owner_; }
   IReasoner* GetReasoner() const;
   std::string Comment;
-  std::function<void(TKBPattern& sender)> OnChange;
+  Event<void(TKBPattern& sender)> OnChange;
 
   void SetName(std::string_view name);
   void SetNegatedCount(std::int32_t count);

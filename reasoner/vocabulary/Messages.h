@@ -230,6 +230,11 @@ inline constexpr TMessage<
     SDifferentFuzzyVariables;
 inline constexpr TMessage<"Cannot union two facts with different fact templates: %s and %s">
     SInvalidFuzzyUnionTemplate;
+inline constexpr TMessage<"Fuzzy term is defined twice: %s"> SFuzzyTermTwice;
+inline constexpr TMessage<"the term %s is highest outside of the range, %.4f to %.4f">
+    SFuzzyTermOutside;
+inline constexpr TMessage<"%s is outside of the range of %s, %.4f to %.4f"> SFuzzyReadingOutside;
+inline constexpr TMessage<"the arguments of %s are not in order"> SFuzzyShapeOrder;
 inline constexpr TMessage<"Fact is not a fuzzy fact"> SNotFuzzyFact;
 inline constexpr TMessage<"Invalid Fuzzy Correlation specified (%s), expected %s">
     SInvalidFuzzyCorrelation;
@@ -243,6 +248,7 @@ inline constexpr TMessage<
     "Invalid attempt to modify fuzzy type in fact template slot, fuzzy types cannot be modified">
     SFuzzyDefinitionError;
 inline constexpr TMessage<" for pattern match = "> SPatternMatchError;
+inline constexpr TMessage<" in rule %s, pattern %s, facts %s"> SInMatch;
 
 // Texts of this system's own, beside those above.
 inline constexpr TMessage<"%s error: %s"> SFunctionError;
@@ -258,6 +264,9 @@ inline constexpr TMessage<"Invalid format: %s"> SInvalidFormat;
 inline constexpr TMessage<"Nested too deeply: %s"> SNestedTooDeeply;
 inline constexpr TMessage<"Rule missing for pattern"> SRuleMissingForPattern;
 inline constexpr TMessage<"Execution was interrupted"> SInterrupted;
+inline constexpr TMessage<"Execution was interrupted inside the firing of rule %s">
+    SInterruptedFiring;
+inline constexpr TMessage<"Execution was interrupted inside a match"> SInterruptedMatch;
 inline constexpr TMessage<" in fact set %s"> SInFactSet;
 inline constexpr TMessage<"Unknown Type (%d)"> SUnknownType;
 inline constexpr TMessage<"The next fact id would be beyond its range"> SFactIdsExhausted;

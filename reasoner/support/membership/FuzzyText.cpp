@@ -56,9 +56,18 @@ bool IsForeign(const IFuzzySet& set, const IFuzzyVariable* variable) noexcept {
 
 std::string OperandText(const IFuzzySet& operand, const IFuzzyVariable* variable) {
   const std::string text = WordsFor(operand, variable);
-  const bool needs_brackets = operand.GetGivenName().empty() && operand.IsBinaryExpression() &&
-                              !IsForeign(operand, variable);
+  const bool needs_brackets =
+      IsForeign(operand, variable)
+          ? operand.GetSumHeight() > 1
+          : operand.GetGivenName().empty() && operand.IsBinaryExpression();
   return needs_brackets ? "[" + text + "]" : text;
+}
+
+// The points, and how high the sum was that they show.
+std::string SumText(const IFuzzySet& set, TFuzzyNumbers numbers) {
+  std::string text = PointsText(set.GetFunction(), numbers);
+  if (set.GetSumHeight() <= 1) return text;
+  return text + " " + std::string(kSummedTo) + " " + NumberText(set.GetSumHeight(), numbers);
 }
 
 // Reads brackets, words and numbers one after the other.
@@ -100,8 +109,16 @@ bool ReadPoints(ShapeReader& reader, IFuzzySet& set) {
     if (!x || !y || !reader.Take(')')) return false;
     points.push_back({*x, *y});
   }
-  if (!reader.Take(')') || !reader.AtEnd()) return false;
+  if (!reader.Take(')')) return false;
+  double height = 1;
+  if (!reader.AtEnd()) {
+    const std::string_view word = reader.TakeWord();
+    const auto number = reader.TakeNumber();
+    if (word != kSummedTo || !number || !reader.AtEnd()) return false;
+    height = *number;
+  }
   set.SetFunction(PiecewiseLinear(std::move(points)));
+  set.SetSumHeight(height);
   return true;
 }
 
@@ -143,7 +160,7 @@ std::string PointsText(const PiecewiseLinear& function, TFuzzyNumbers numbers) {
 }
 
 std::string ShapeText(const IFuzzySet& set, TFuzzyNumbers numbers) {
-  if (!set.IsStandardShape()) return PointsText(set.GetFunction(), numbers);
+  if (!set.IsStandardShape()) return SumText(set, numbers);
   const double low = set.GetLowestX();
   const double high = set.GetHighestX();
   switch (set.GetType()) {
@@ -170,7 +187,7 @@ std::string ShapeText(const IFuzzySet& set, TFuzzyNumbers numbers) {
     case fstGrowth:
       return CallText("s", {low, high}, numbers);
   }
-  return PointsText(set.GetFunction(), numbers);
+  return SumText(set, numbers);
 }
 
 std::string WordsFor(const IFuzzySet& set, const IFuzzyVariable* variable) {

@@ -187,13 +187,14 @@ Ref<IFuzzySet> TIFuzzyVariable::EvalFuzzyExpression(std::string_view text) {
   return set;
 }
 
+bool TIFuzzyVariable::HasSameUniverse(const IFuzzyVariable& other) const noexcept {
+  return units_ == other.units_ && SameBound(from_, other.from_) && SameBound(to_, other.to_);
+}
+
 bool TIFuzzyVariable::Equals(const ICloneable& other_object) const {
   if (this == &other_object) return true;
   const auto* other = dynamic_cast<const IFuzzyVariable*>(&other_object);
-  if (other == nullptr || units_ != other->units_ || !SameBound(from_, other->from_) ||
-      !SameBound(to_, other->to_)) {
-    return false;
-  }
+  if (other == nullptr || !HasSameUniverse(*other)) return false;
   const auto terms_of = [](const IFuzzyVariable& variable) {
     return std::count_if(variable.sets_.begin(), variable.sets_.end(),
                          [](const Ref<IFuzzySet>& set) { return set->IsTerm(); });

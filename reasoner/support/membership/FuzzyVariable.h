@@ -69,6 +69,8 @@ class TIFuzzyVariable : public ICloneable {
   // point list or a number. Raises EKitException for a text that is none.
   Ref<IFuzzySet> EvalFuzzyExpression(std::string_view text);
 
+  // Whether values of both are of one kind: the same universe and units.
+  bool HasSameUniverse(const IFuzzyVariable& other) const noexcept;
   // The same universe and units, and terms of the same names with the same points.
   bool Equals(const ICloneable& other) const override;
   std::uint32_t GetHashCode() const override;
