@@ -127,7 +127,7 @@ TEST_F(SaveTest, ADocumentKeepsTheIndexOfSymbolsAndTheSettingOfTerms) {
   EXPECT_EQ(Facts(other), "(Initial-Fact)\n(node gen0 )\n(node gen2 )\n");
   EXPECT_EQ(other.FindDefinedType("heat")->GetFuzzyType()->GetSetCount(), 0);
   EXPECT_FALSE(other.FuzzyAutoTerms);
-  // Whoever wrote the symbol, it is not given again.
+  // A symbol that a text uses is not generated.
   other.Parse("(assert (node gen5))", true);
   EXPECT_EQ(other.ParseNExecuteFunCall("(gensym*)")->ToString(), "gen6");
   // Types that have no such terms get none while the setting is on.
