@@ -435,7 +435,7 @@ void TReasoner::ReplaceDefinedType(const Ref<IKBDefinedType>& old,
       if (!UsesType(*slot, *old)) continue;
       failures.Try([&] {
         const Ref<IKBValue> value = slot->GetSlotDefault();
-        const bool tells = value && !value->ToString().empty();  // nil is no default of anybody's
+        const bool tells = value && !value->ToString().empty();  // an empty one is not told
         if (ChangeSlotType(*this, *slot, type) || !tells) return;
         ReportDropped("default " + ValueToSource(*value) + " of slot " + slot->GetName().str() +
                           " in template " + clone->GetTemplateName(),

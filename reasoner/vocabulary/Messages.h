@@ -191,6 +191,7 @@ inline constexpr TMessage<"Function names do not match: %s and %s"> SWrongFuncti
 inline constexpr TMessage<"First Use of Variable is negated, variable name is %s"> SNegatedVariable;
 inline constexpr TMessage<"Parsing Error, %s in %s at line %s: %s"> SParseError;
 inline constexpr TMessage<"No parser specified"> SNoParser;
+inline constexpr TMessage<"Name is taken by the language: %s"> SReservedName;
 inline constexpr TMessage<"template %s is gone"> STemplateIsGone;
 inline constexpr TMessage<"type %s is gone"> STypeIsGone;
 inline constexpr TMessage<"it does not fit the new type %s"> SDoesNotFitType;
