@@ -17,7 +17,8 @@ const char* const kUsage =
     "  --run             after loading, resets the engine and runs its rules\n"
     "  --limit N         runs at most N rules (with --run)\n"
     "  --strategy NAME   orders rules of equal salience: depth (the default) or breadth\n"
-    "  --textbook        rules mean what users of other production systems expect\n"
+    "  --literal         rules and functions have their literal meaning, see docs/semantics.md\n"
+    "  --textbook        rules and functions mean what a plain reading says (the default)\n"
     "  --watch LIST      reports what happens; LIST is one or more of facts, rules, activations,\n"
     "                    compilations, statistics and all, with commas between them\n"
     "  --plot TYPE FILE  at the end, draws the terms of the fuzzy TYPE into FILE as SVG\n"
@@ -97,6 +98,8 @@ Options ReadOptions(const std::vector<std::string>& arguments) {
       options.strategy = ReadStrategy(value());
     } else if (name == "--textbook") {
       options.textbook = true;
+    } else if (name == "--literal") {
+      options.textbook = false;
     } else if (name == "--watch") {
       options.watch += ReadWatches(value());
     } else if (name == "--plot") {

@@ -99,9 +99,17 @@ static int Main(const std::vector<std::string>& arguments) {
   Terminal terminal;
   TReasoner engine;
   terminal.Attach(engine);
+  engine.OnWarning = [](TReasoner&, const std::string& text) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "warning: %s\n", text.c_str());
+  };
   engine.SetStrategy(options.strategy);
   engine.SetTextbookSemantics(options.textbook);
   engine.Watch = options.watch;
+  engine.OnDropped = [](TReasoner&, const std::string& what, const std::string& reason) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "dropped: %s: %s\n", what.c_str(), reason.c_str());
+  };
   bool failed = false;
   try {
     LoadSources(engine, terminal, options, failed);

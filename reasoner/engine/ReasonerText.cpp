@@ -89,7 +89,7 @@ template <class TOperation>
 auto TReasoner::WithStream(TStream& stream, const TEncoding* encoding, const TTextPlace& start,
                            TOperation operation) {
   ForgetFailure();
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedOperation scoped(*this);
   const std::unique_ptr<TKBTokenizerStream> tokenizer = NewTokenizer(stream, encoding);
   auto* const clips = dynamic_cast<TKBClipsStream*>(tokenizer.get());
   if (clips != nullptr) {
@@ -162,7 +162,8 @@ Ref<IKBValue> TReasoner::Parse(std::string_view text, TKBType type) {
       break;
     case dtInteger:
     case dtFactId: {
-      const std::optional<std::int32_t> number = TextToInteger(text);
+      std::optional<std::int64_t> number = TextToLongInteger(text);
+      if (type == dtInteger && !TextToInteger(text)) number.reset();
       if (!number) Raise(SNotCorrectType, "integer", text, GetKBTypeName(dtString));
       value = Make<TKBValue>(*number, type);
       break;
@@ -289,11 +290,11 @@ Ref<IKBValue> TReasoner::ParseValue(std::string_view text, TKBTypes types,
 }
 
 void TReasoner::LoadFromStream(TStream& stream, const TEncoding* encoding) {
-  LoadStream(stream, encoding, "", [](TKBParser& parser) { return parser.Parse(true); });
+  LoadStream(stream, encoding, "", [](TKBParser& parser) { return parser.Load(); });
 }
 
 void TReasoner::LoadFromFile(const std::string& file_name, const TEncoding* encoding) {
-  LoadFile(file_name, encoding, [](TKBParser& parser) { return parser.Parse(true); });
+  LoadFile(file_name, encoding, [](TKBParser& parser) { return parser.Load(); });
 }
 
 void TReasoner::LoadFacts(TStream& stream, const TEncoding* encoding) {
@@ -308,7 +309,7 @@ template <class TClear>
 static auto ClearedFirst(TClear clear) {
   return [clear](TKBParser& parser) {
     clear();
-    return parser.Parse(true);
+    return parser.Load();
   };
 }
 
@@ -338,8 +339,10 @@ void TReasoner::LoadDefinedTypes(const std::string& file_name, const TEncoding* 
 
 void TReasoner::SetExpertSystem(std::string_view text) {
   TKitStringStream stream{std::string(text)};
-  LoadStream(stream, nullptr, "", ClearedFirst([this] { Clear(); }));
-  Reset();
+  FirstFailure failures;
+  failures.Try([&] { LoadStream(stream, nullptr, "", ClearedFirst([this] { Clear(); })); });
+  failures.Try([this] { Reset(); });
+  failures.Raise();
 }
 
 // Logical streams.
@@ -350,14 +353,14 @@ void TReasoner::PrintOut(const std::string& out_id, const std::string& text) {
   if (IsTerminal(out_id)) {
     if (const std::shared_ptr<TStream> capture = capture_)
       return WriteStringToStream(*capture, text, capture_encoding_);
-    if (OnPrintOut) OnPrintOut(*this, out_id, text);
+    OnPrintOut(*this, out_id, text);
     return;
   }
   if (const std::shared_ptr<TGTextStream> stream = io_streams_->Find(out_id)) {
     stream->Put(text);
-  } else if (OnUnknownStream) {
+  } else if (OnUnknownStream.IsHeard()) {
     OnUnknownStream(*this, out_id, text);
-  } else if (!OnPrintOut) {
+  } else if (!OnPrintOut.IsHeard()) {
     Raise(SNoSuchFunction, "printout");
   }
 }

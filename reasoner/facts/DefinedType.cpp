@@ -56,7 +56,7 @@ TKBDefinedType::~TKBDefinedType() {
 }
 
 void TKBDefinedType::Change() {
-  if (!OnChange) return;
+  if (!OnChange.IsHeard()) return;
   const Ref<IKBDefinedType> self(this);
   OnChange(*this);
 }

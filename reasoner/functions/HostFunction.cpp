@@ -42,7 +42,7 @@ void TCustomUserFunction::SetEngine(IReasoner* engine) {
 void TCustomUserFunction::Call(const IFunCall& fun_call, TKBContext& context,
                                Ref<IKBValue>& result) {
   result = FCNil;
-  if (OnCall) OnCall(*this, fun_call, context, result);
+  OnCall(*this, fun_call, context, result);
 }
 
 void TCustomUserFunction::Notification(TComponent& component, TOperation operation) {

@@ -118,9 +118,7 @@ void TUserPackage::SetEngine(IReasoner* engine) {
   if (engine != nullptr) AddReasoner(*engine);
 }
 
-void TUserPackage::CreateFunctions() {
-  if (OnCreateFunctions) OnCreateFunctions(*this);
-}
+void TUserPackage::CreateFunctions() { OnCreateFunctions(*this); }
 
 void TUserPackage::Rebuild() {
   functions_.Clear();

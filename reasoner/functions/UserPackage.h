@@ -6,13 +6,13 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "reasoner/functions/UserFunction.h"
 #include "reasoner/support/Component.h"
+#include "reasoner/support/Event.h"
 
 namespace reasoner {
 
@@ -91,7 +91,7 @@ class TUserPackage : public TCustomReasonerOwner {
   void Assign(const TPersistent& source) override;
   void Notification(TComponent& component, TOperation operation) override;
 
-  std::function<void(TUserPackage& sender)> OnCreateFunctions;
+  Event<void(TUserPackage& sender)> OnCreateFunctions;
 
  protected:
   // Adds the package's functions. Overrides call the inherited one first.

@@ -34,12 +34,19 @@ TKBPattern::TKBPattern(TRule* owner, const TKBPattern& source, std::string_view 
                                                         test->GetMultiSlotSubIndex(), value);
       copy->conjunction_ = test->conjunction_;
       copy->joined_by_and_ = test->joined_by_and_;
+      copy->wildcard_ = test->wildcard_;
       own.tests.push_back(std::move(copy));
     }
   }
 }
 
 TKBPattern::~TKBPattern() = default;
+
+Ref<IFactTemplate> TKBPattern::NewTestTemplate(IReasoner& engine) {
+  const Ref<IFactTemplate> fact_template = Make<TFactTemplate>(&engine.AsComponent(), STestCE);
+  fact_template->AddMultiSlot(SDefaultSlotName, FCNilList);
+  return fact_template;
+}
 
 void TKBPattern::EnterSlots() {
   slots_.clear();
@@ -58,8 +65,15 @@ IReasoner* TKBPattern::GetReasoner() const {
 
 void TKBPattern::Change() {
   if (update_count_ > 0) return;
-  if (owner_ != nullptr) owner_->Change();
-  if (OnChange) OnChange(*this);
+  if (owner_ != nullptr) {
+    // The change is told to handlers, which may end the rule or take the pattern out of it.
+    const TRule& owner = *owner_;
+    const ComponentWatch watch(owner);
+    const bool was_held = owner.HoldsPattern(*this);
+    owner_->Change();
+    if (watch.HasEnded() || owner.HoldsPattern(*this) != was_held) return;
+  }
+  OnChange(*this);
 }
 
 void TKBPattern::EndUpdate() {
@@ -260,12 +274,18 @@ void TKBPattern::FixSlot(std::int32_t slot_index) {
       for (; begin < end; ++begin) fixed.push_back(std::move(slot.tests[begin]));
       continue;
     }
-    // The field's variable: a leading one that is bound at this very place, or a new one.
+    // The field's variable: a leading one that is bound at this very place, or a new one. A field
+    // in which a `$?` stands is a span, whichever of its tests comes first.
+    const bool is_span = std::any_of(
+        slot.tests.begin() + static_cast<std::ptrdiff_t>(begin),
+        slot.tests.begin() + static_cast<std::ptrdiff_t>(end),
+        [](const auto& test) { return test->GetSlotValue()->GetDType() == dtMultiVariable; });
     if (owner_ == nullptr || owner_->GetEngine() == nullptr) Raise(SRuleMissingForPattern);
     IReasoner& engine = *owner_->GetEngine();
     Ref<IKBValue> variable;
     const TKBPatternMatchTest& first = *slot.tests[begin];
-    if (first.GetSlotValue()->GetDType() == dtVariable && first.GetSlotTestType() == sttEquals) {
+    if (first.GetSlotValue()->GetDType() == (is_span ? dtMultiVariable : dtVariable) &&
+        first.GetSlotTestType() == sttEquals) {
       const TBinding* binding =
           owner_->BindingFor(first.GetSlotValue()->GetAsVariable(), owner_->FactIndexOf(*this));
       if (binding != nullptr && binding->SlotIndex == slot.name && binding->SubIndex == field &&
@@ -278,7 +298,8 @@ void TKBPattern::FixSlot(std::int32_t slot_index) {
       // In a negated pattern the name is the one that reading it there would give.
       std::string prefix(SBlankPrefix);
       if (IsNegated()) prefix = "_" + IntegerToText(owner_->GetPatternCount()) + "_" + prefix;
-      variable = Make<TKBValue>(owner_->NewVariableName(prefix), dtVariable);
+      variable =
+          Make<TKBValue>(owner_->NewVariableName(prefix), is_span ? dtMultiVariable : dtVariable);
       owner_->AddBinding(variable->GetAsVariable(), owner_->FactIndexOf(*this), slot.name, field);
     }
     add(fixed, variable, field);
@@ -345,7 +366,8 @@ std::unique_ptr<TKBPattern> TKBPattern::Clone(IReasoner* engine) const {
   auto clone = std::make_unique<TKBPattern>(nullptr, name_, fact_template_, negated_count_);
   clone->Assign(*this);
   if (engine == nullptr || !fact_template_ || fact_template_->GetReasoner() == engine) return clone;
-  Ref<IFactTemplate> own = engine->FindFactTemplate(fact_template_->GetTemplateName());
+  Ref<IFactTemplate> own = IsTest() ? NewTestTemplate(*engine)
+                                    : engine->FindFactTemplate(fact_template_->GetTemplateName());
   if (!own) {
     own = engine->CreateFactTemplate(fact_template_->GetTemplateName());
     own->Assign(*fact_template_);

@@ -8,7 +8,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -16,6 +15,7 @@
 
 #include "reasoner/facts/FactTemplate.h"
 #include "reasoner/match/SlotTest.h"
+#include "reasoner/support/Event.h"
 
 namespace reasoner {
 
@@ -30,6 +30,9 @@ class TKBPattern final : public TPersistent {
              std::int32_t negated_count);
   ~TKBPattern() override;
 
+  // What a `test` element has for a template: no facts, and no name that a user could take.
+  static Ref<IFactTemplate> NewTestTemplate(IReasoner& engine);
+
   // What the network matches: normally the template's name.
   const TKBName& GetName() const noexcept { return name_; }
   const Ref<IFactTemplate>& GetFactTemplate() const noexcept { return fact_template_; }
@@ -43,7 +46,7 @@ class TKBPattern final : public TPersistent {
   TRule* GetOwner() const noexcept { return owner_; }
   IReasoner* GetReasoner() const;
   std::string Comment;
-  std::function<void(TKBPattern& sender)> OnChange;
+  Event<void(TKBPattern& sender)> OnChange;
 
   void SetName(std::string_view name);
   void SetNegatedCount(std::int32_t count);

@@ -22,7 +22,6 @@ TRule::~TRule() {
   BeginDestruction();
   if (IReasoner* engine = GetEngine()) engine->LeaveRule(*this);
   engine_ = nullptr;
-  if (destroyed_ != nullptr) *destroyed_ = true;
 }
 
 IReasoner& TRule::RequireEngine() const {
@@ -36,7 +35,12 @@ void TRule::SetRuleName(std::string_view name) {
   const TKBName old = rule_name_;
   const bool held = GetEngine() != nullptr && GetEngine()->HoldsRule(*this);
   rule_name_ = name;
-  if (held) GetEngine()->RenameRule(old, rule_name_);
+  try {
+    if (held) GetEngine()->RenameRule(old, rule_name_);
+  } catch (...) {
+    rule_name_ = old;
+    throw;
+  }
 }
 
 void TRule::SetEngine(IReasoner* engine) {
@@ -67,8 +71,10 @@ void TRule::EndUpdate() {
 
 void TRule::Change() {
   if (update_count_ > 0) return;
+  const ComponentWatch watch(*this);
   if (IReasoner* engine = GetEngine()) engine->RuleChange(*this);
-  if (const auto on_change = OnChange) on_change(*this);  // lives on if the rule ends in it
+  if (watch.HasEnded()) return;
+  OnChange(*this);
 }
 
 // Salience.
@@ -103,6 +109,11 @@ std::int32_t TRule::EvaluateSalience() {
 TKBPattern& TRule::GetPattern(std::int32_t index) const {
   if (index < 0 || index >= GetPatternCount()) Raise(SListIndexError, index);
   return *patterns_[static_cast<std::size_t>(index)];
+}
+
+bool TRule::HoldsPattern(const TKBPattern& pattern) const noexcept {
+  return std::any_of(patterns_.begin(), patterns_.end(),
+                     [&pattern](const auto& held) { return held.get() == &pattern; });
 }
 
 std::int32_t TRule::IndexOfTemplate(const IFactTemplate& fact_template) const {
@@ -251,7 +262,7 @@ void TRule::BindVariables(TKBPattern& pattern, std::int32_t fact_index, TRenames
       if (pattern.IsNegated() && name.view().starts_with(SBlankPrefix)) {
         const Text fresh = "_" + IntegerToText(GetPatternCount()) + "_" + name.str();
         renames.emplace_back(name, fresh);
-        test.SetSlotValue(Make<TKBValue>(fresh, value->GetDType()));
+        test.RenameVariable(fresh);
         name = fresh;
       }
       AddBinding(name, fact_index, pattern.GetSlotName(slot), test.GetMultiSlotSubIndex());
@@ -387,27 +398,17 @@ void TRule::Fire(const Ref<TKBToken>& token) {
   fired_ = true;
   // The actions live until they have run, whatever they do to their rule.
   const std::vector<Ref<IFunCall>> actions = actions_;
-  bool destroyed = false;
-  bool* outer = std::exchange(destroyed_, &destroyed);
+  const ComponentWatch watch(*this);
   ++firing_;
   struct Ending {
     TRule& rule;
-    bool& destroyed;
-    bool* outer;
+    const ComponentWatch& watch;
     ~Ending() {
-      if (destroyed) {
-        if (outer != nullptr) *outer = true;
-        return;
-      }
-      rule.destroyed_ = outer;
-      --rule.firing_;
+      if (!watch.HasEnded()) --rule.firing_;
     }
-  } ending{*this, destroyed, outer};
+  } ending{*this, watch};
   if (OneShot) engine.RuleMarkedFired(*this);
-  if (!destroyed && OnFire) {
-    const auto on_fire = OnFire;  // lives on if the rule ends in it
-    on_fire(*this, frame);
-  }
+  if (!watch.HasEnded()) OnFire(*this, frame);
   for (const Ref<IFunCall>& action : actions) {
     if (frame.HasReturnValue()) break;
     Ref<IKBValue> result;

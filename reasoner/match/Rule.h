@@ -8,7 +8,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -19,6 +18,7 @@
 #include "reasoner/match/Pattern.h"
 #include "reasoner/match/Token.h"
 #include "reasoner/support/Component.h"
+#include "reasoner/support/Event.h"
 
 namespace reasoner {
 
@@ -43,8 +43,8 @@ class TRule final : public TComponent {
   bool Enabled = true;   // a disabled rule gets no activations
   std::string CompileTrace;
   // Runs when the bindings are there, before the actions.
-  std::function<void(TRule& sender, TKBContext& context)> OnFire;
-  std::function<void(TRule& sender)> OnChange;
+  Event<void(TRule& sender, TKBContext& context)> OnFire;
+  Event<void(TRule& sender)> OnChange;
 
   std::int32_t GetSalience() const noexcept { return salience_; }
   const Ref<IKBValue>& GetSalienceValue() const noexcept { return salience_value_; }
@@ -60,6 +60,7 @@ class TRule final : public TComponent {
     return static_cast<std::int32_t>(patterns_.size());
   }
   TKBPattern& GetPattern(std::int32_t index) const;
+  bool HoldsPattern(const TKBPattern& pattern) const noexcept;
   // The first pattern on that template, or -1.
   std::int32_t IndexOfTemplate(const IFactTemplate& fact_template) const;
   // Where the fact of a pattern stands in a token: a test takes no place.
@@ -135,7 +136,6 @@ class TRule final : public TComponent {
   std::int32_t update_count_ = 0;
   std::int32_t firing_ = 0;
   bool fired_ = false;
-  bool* destroyed_ = nullptr;  // tells a firing that its rule has ended meanwhile
 };
 
 }  // namespace reasoner

@@ -34,7 +34,8 @@ TKBJoinTest::TKBJoinTest(TSlotTestType test_type, std::int32_t token_index, cons
       IsFuzzy(is_fuzzy),
       left_(left),
       right_(right),
-      left_is_pattern_(left == SPatternBinding) {}
+      left_is_pattern_(left == SPatternBinding),
+      right_is_pattern_(right == SPatternBinding) {}
 
 Ref<IKBValue> TKBJoinTest::LeftValue(IFact& fact) const {
   return TPatternMatchNode::PlaceIn(fact, left_, LeftSubIndex);
@@ -48,10 +49,12 @@ bool TKBJoinTest::Compare(const IMatch& token, IFact& fact) const {
   IFact* left_fact = token.GetFacts(TokenIndex);
   if (left_fact == nullptr) return true;
   bool equal = false;
-  if (left_is_pattern_) {
+  if (left_is_pattern_ && right_is_pattern_) {
+    equal = left_fact->GetID() == fact.GetID();
+  } else if (left_is_pattern_ || right_is_pattern_) {
     // The variable stands for the whole fact: its id is compared.
-    const Ref<IKBValue> right = RightValue(fact);
-    equal = right && right->GetDType() == dtFactId && right->RawInteger() == left_fact->GetID();
+    const Ref<IKBValue> value = left_is_pattern_ ? RightValue(fact) : LeftValue(*left_fact);
+    equal = value && TPatternMatchNode::IsIdOf(left_is_pattern_ ? *left_fact : fact, *value);
   } else if (GetJoinTestType() == tstSlot) {
     const std::int32_t left_ordinal = left_.In(*left_fact->GetTemplate());
     const std::int32_t right_ordinal = right_.In(*fact.GetTemplate());
@@ -109,7 +112,14 @@ void TKBPatternMatchTest::SetSlotTestType(TSlotTestType test_type) {
 
 void TKBPatternMatchTest::SetSlotValue(const Ref<IKBValue>& value) {
   slot_value_ = value ? value->Clone() : nullptr;
+  wildcard_ = false;
   if (pattern_ != nullptr) pattern_->TestChange();
+}
+
+void TKBPatternMatchTest::RenameVariable(const Text& name) {
+  const bool wildcard = wildcard_;
+  SetSlotValue(Make<TKBValue>(name, slot_value_->GetDType()));
+  wildcard_ = wildcard;
 }
 
 void TKBPatternMatchTest::SetMultiSlotSubIndex(std::int32_t sub_index) {
@@ -133,12 +143,14 @@ void TKBPatternMatchTest::Assign(const TPersistent& source) {
   conjunction_ = test->conjunction_;
   joined_by_and_ = test->joined_by_and_;
   SetSlotValue(test->slot_value_);
+  wildcard_ = test->wildcard_;
 }
 
 std::unique_ptr<TKBSlotTest> TKBPatternMatchTest::Clone() const {
   auto clone = std::make_unique<TKBPatternMatchTest>(nullptr, test_type_, sub_index_, slot_value_);
   clone->conjunction_ = conjunction_;
   clone->joined_by_and_ = joined_by_and_;
+  clone->wildcard_ = wildcard_;
   return clone;
 }
 

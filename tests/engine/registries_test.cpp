@@ -32,6 +32,9 @@ TEST_F(RegistriesTest, ASecondDefinitionOverwritesIsIgnoredOrRaises) {
       {"(defrule r \"1\" (a) =>)", "(defrule r \"2\" (a) =>)",
        [&] { return engine.GetRules().Find("r")->Comment; },
        "Duplicate Rules defined with same name: \"r\""},
+      {"(deffacts s \"1\" (a))", "(deffacts s \"2\" (a))",
+       [&] { return engine.GetFactSets().GetItem(0).Comment; },
+       "Fact Set Name already exists: \"s\""},
   };
   for (const Row& row : rows) {
     Load(row.first);
@@ -48,9 +51,8 @@ TEST_F(RegistriesTest, ASecondDefinitionOverwritesIsIgnoredOrRaises) {
     EXPECT_EQ(row.held(), "2");
   }
   engine.DuplicateConstructs = dcError;
-  Load("(defglobal ?*g* = 1) (defglobal ?*g* = 2) (deffacts s (a)) (deffacts s (b))");
-  EXPECT_EQ(Show("(create$ ?*g*)"), "2 ") << "globals and fact sets know no such policy";
-  EXPECT_EQ(engine.GetFactSets().GetCount(), 1);
+  Load("(defglobal ?*g* = 1) (defglobal ?*g* = 2)");
+  EXPECT_EQ(Show("(create$ ?*g*)"), "2 ") << "globals know no such policy";
 }
 
 TEST_F(RegistriesTest, ARedefinedTemplateTakesItsFactsAndRulesAlongWhereTheyFit) {

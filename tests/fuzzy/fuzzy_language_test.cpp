@@ -164,7 +164,7 @@ TEST_F(FuzzyLanguageTest, ValuesOfFactsReadBackAsTheyPrint) {
         "((1 0) (2.00001 0.5) (3 0) )", "cold or (tri 1 2 3)", "\"hot\"", "", "nil", "hot or hot",
         "very [ hot or hot ]", "0.1234567 shifted-by 0.00000001", "cold or [ nil or not hot ]"}) {
     const std::string fact = std::string("(room (name a) (heat ") + value + "))";
-    const std::int32_t id = engine.Assert(fact);
+    const TFactId id = engine.Assert(fact);
     const Ref<IFact> first = engine.GetFacts().GetFactByID(id);
     const Ref<IFuzzySet> set(first->GetValue("heat")->GetAsFuzzy());
     EXPECT_EQ(set->GetVariable(), &Variable("heat")) << fact;
@@ -203,7 +203,7 @@ TEST_F(FuzzyLanguageTest, WhatNeedsAContextWaitsForIt) {
     const std::string source = parsed->ToString();
     EXPECT_EQ(engine.ParseFunCall(source)->ToString(), source);
     for (const std::string& text : {call, source}) {
-      const std::int32_t id = engine.ParseNExecuteFunCall(text)->GetAsFactId();
+      const TFactId id = engine.ParseNExecuteFunCall(text)->GetAsFactId();
       EXPECT_EQ(FactToText(*engine.GetFacts().GetFactByID(id)), row.shown) << text;
       engine.Retract(id);
     }

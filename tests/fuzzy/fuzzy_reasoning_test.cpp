@@ -114,12 +114,12 @@ TEST_F(FuzzyReasoningTest, RetractionFindsEveryMatch) {
       "(deftemplate span (slot from (type heat)) (slot to (type heat)))"
       "(defrule inside (span (from ?x) (to ?x)) => )"
       "(defrule outside (span (from ?x) (to ~?x)) => )");
-  std::vector<std::int32_t> ids;
+  std::vector<TFactId> ids;
   for (int i = 0; i <= 10; ++i) {
     ids.push_back(
         engine.Assert("(room (name n" + IntegerToText(i) + ") (heat " + IntegerToText(i) + "))"));
   }
-  const std::int32_t wish = engine.Assert("(wish (heat mild))");
+  const TFactId wish = engine.Assert("(wish (heat mild))");
   ids.push_back(engine.Assert("(span (from cold) (to 4))"));
   EXPECT_NE(Agenda().find("inside 0.6000"), std::string::npos) << Agenda();
   EXPECT_GT(engine.GetAgendaCount(), 0);
@@ -194,8 +194,8 @@ TEST_F(FuzzyReasoningTest, WhatARuleAssertsIsNoTruerThanItsPremise) {
 }
 
 TEST_F(FuzzyReasoningTest, AnAssertionOverAnEqualFactIsCombinedWithIt) {
-  const std::int32_t first = engine.Assert("(room (name a) (heat (tri 0 2 4)))");
-  const std::int32_t second = engine.Assert("(room (name a) (heat (tri 6 8 10)))");
+  const TFactId first = engine.Assert("(room (name a) (heat (tri 0 2 4)))");
+  const TFactId second = engine.Assert("(room (name a) (heat (tri 6 8 10)))");
   engine.Assert("(room (name b) (heat hot))");
   EXPECT_GT(second, first);
   EXPECT_EQ(Count("room"), 2);

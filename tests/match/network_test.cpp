@@ -188,10 +188,14 @@ TEST_F(NetworkTest, TestsAndGlobalsTakePart) {
 }
 
 TEST_F(NetworkTest, AUniquePatternMatchesOnceForANewLeftToken) {
+  engine.SetTextbookSemantics(false);
   Load("(defrule u (a) (unique (b ?x)) => ) (assert (b 1) (b 2) (a))");
   EXPECT_EQ(Agenda().size(), 1u);
   Load("(assert (b 3))");
-  EXPECT_EQ(Agenda().size(), 2u) << "a new right token is not limited";
+  EXPECT_EQ(Agenda().size(), 2u) << "literally, a new right token is not limited";
+  engine.SetTextbookSemantics(true);
+  Load("(assert (b 4))");
+  EXPECT_EQ(Agenda().size(), 1u) << "plainly, one partner at any time";
 }
 
 TEST_F(NetworkTest, AFactBoundToAVariableIsComparedByItsId) {

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "reasoner/support/Exception.h"
+#include "reasoner/support/SourceWords.h"
 #include "reasoner/support/Unicode.h"
 #include "reasoner/support/membership/FuzzyText.h"
 
@@ -123,7 +124,8 @@ Ref<IFuzzySet> TIFuzzyVariable::Add(Ref<IFuzzySet> set) {
     if (set->GetExpression() != place->GetExpression()) set->SetExpression({}, false);
     if (!set->SamePoints(*place)) {
       for (const Ref<IFuzzySet>& other : sets_) {
-        if (Mentions(other->GetExpression(), set->name_)) other->SetExpression({}, false);
+        if (Mentions(other->GetExpression(), AtomToSource(set->name_)))
+          other->SetExpression({}, false);
       }
     }
     place->place_ = -1;
@@ -149,6 +151,11 @@ void TIFuzzyVariable::Rename(IFuzzySet& set, std::string_view name) {
   }
   index_.emplace(std::string(name), static_cast<std::size_t>(set.place_));
   index_.erase(index_.find(set.name_));
+}
+
+bool TIFuzzyVariable::HasAutoTerms() const noexcept {
+  return FindFuzzySet(_SLowFuzzyTerm) != nullptr && FindFuzzySet(_SMediumFuzzyTerm) != nullptr &&
+         FindFuzzySet(_SHighFuzzyTerm) != nullptr;
 }
 
 void TIFuzzyVariable::AddAutoTerms() {
@@ -180,13 +187,14 @@ Ref<IFuzzySet> TIFuzzyVariable::EvalFuzzyExpression(std::string_view text) {
   return set;
 }
 
+bool TIFuzzyVariable::HasSameUniverse(const IFuzzyVariable& other) const noexcept {
+  return units_ == other.units_ && SameBound(from_, other.from_) && SameBound(to_, other.to_);
+}
+
 bool TIFuzzyVariable::Equals(const ICloneable& other_object) const {
   if (this == &other_object) return true;
   const auto* other = dynamic_cast<const IFuzzyVariable*>(&other_object);
-  if (other == nullptr || units_ != other->units_ || !SameBound(from_, other->from_) ||
-      !SameBound(to_, other->to_)) {
-    return false;
-  }
+  if (other == nullptr || !HasSameUniverse(*other)) return false;
   const auto terms_of = [](const IFuzzyVariable& variable) {
     return std::count_if(variable.sets_.begin(), variable.sets_.end(),
                          [](const Ref<IFuzzySet>& set) { return set->IsTerm(); });

@@ -63,11 +63,14 @@ class TIFuzzyVariable : public ICloneable {
   // Makes a term of that name if there is none: falling over the universe, a triangle on it,
   // rising.
   void AddAutoTerms();
+  bool HasAutoTerms() const noexcept;  // all three names are known
 
   // A text as a set of this variable: by the parser, or without one the name of a set, a shape, a
   // point list or a number. Raises EKitException for a text that is none.
   Ref<IFuzzySet> EvalFuzzyExpression(std::string_view text);
 
+  // Whether values of both are of one kind: the same universe and units.
+  bool HasSameUniverse(const IFuzzyVariable& other) const noexcept;
   // The same universe and units, and terms of the same names with the same points.
   bool Equals(const ICloneable& other) const override;
   std::uint32_t GetHashCode() const override;

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <limits>
@@ -58,19 +59,52 @@ class PieceBuilder {
   std::vector<FuzzyPoint> points_;
 };
 
-// Adds the places at which a curve between two given ones has to bend, halving as long as the chord
-// is too far off. A curve answers for an argument (which goes linearly with x), and how far it is
-// off the chord between two arguments.
+// Memberships below this are as good as 0, for whatever root.
+inline constexpr double kNoMembership = 1e-60;
+
+// What a curve is bent by: how high it is, and how high what it is made of.
+struct BendScale {
+  double curve = 1;
+  double source = 1;
+};
+
+// How far a line may be off a curve whose height is 1 and that is y at the lower end of the line.
+// An error d at y becomes u d y^(u-1) when the root 1/u is taken, which is greatest for
+// u = 1 / ln(1/y); below 1/e this allows so much that it stays at the tolerance for every root.
+inline double ToleranceAt(double y) noexcept {
+  constexpr double e = 2.718281828459045;
+  return kCurveTolerance * (y * e < 1 ? e * y * -std::log(y) : 1);
+}
+
+// Whether the line between two places has to be bent. A curve answers for an argument (which goes
+// linearly with x), how far it is off the chord between two arguments, and how large an argument
+// is.
 template <class TCurve, class TArgument>
-void Bend(PieceBuilder& builder, const TCurve& curve, double x1, const TArgument& argument1,
-          double x2, const TArgument& argument2, int levels = 20) {
-  if (levels == 0 || !(curve.OffChord(argument1, argument2) > kCurveTolerance)) return;
+bool HasToBend(const TCurve& curve, const BendScale& scale, const TArgument& argument1,
+               const TArgument& argument2) {
+  const double off = curve.OffChord(argument1, argument2);
+  if (!(off > 0)) return false;
+  const auto [low, high] = std::minmax({curve(argument1), curve(argument2)});
+  if (!(high > kNoMembership)) return false;
+  if (low > 0) return off > scale.curve * ToleranceAt(low / scale.curve);
+  if (off > scale.curve * kCurveTolerance) return true;
+  // A line to 0 looks alike however often it is halved: it ends where its source is low enough.
+  const double size = std::max(curve.SizeOf(argument1), curve.SizeOf(argument2));
+  return size > scale.source / 1024 && off > scale.curve * ToleranceAt(high / scale.curve);
+}
+
+// Adds the places at which a curve between two given ones has to bend, halving as long as the chord
+// is too far off.
+template <class TCurve, class TArgument>
+void Bend(PieceBuilder& builder, const TCurve& curve, const BendScale& scale, double x1,
+          const TArgument& argument1, double x2, const TArgument& argument2, int levels = 64) {
+  if (levels == 0 || !HasToBend(curve, scale, argument1, argument2)) return;
   const double x = std::midpoint(x1, x2);
   if (!(x1 < x && x < x2)) return;
   const TArgument argument = curve.Between(argument1, argument2);
-  Bend(builder, curve, x1, argument1, x, argument, levels - 1);
+  Bend(builder, curve, scale, x1, argument1, x, argument, levels - 1);
   builder.Point(x, curve(argument));
-  Bend(builder, curve, x, argument, x2, argument2, levels - 1);
+  Bend(builder, curve, scale, x, argument, x2, argument2, levels - 1);
 }
 
 }  // namespace reasoner

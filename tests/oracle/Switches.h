@@ -1,0 +1,20 @@
+// What the engine does not do yet as the reading says it: the generator draws it once it does.
+
+#pragma once
+
+namespace reasoner::oracle {
+
+// In textbook semantics a unique pattern's first partner is the oldest fact, whatever its id.
+constexpr bool kUniqueTakesTheOldest = false;
+// In textbook semantics what exists is as true as the best of the facts that match.
+constexpr bool kExistsTakesTheBest = false;
+// A pair whose test raises is no match, and all others are made.
+constexpr bool kTestsMayRaise = false;
+// "$?m&:(p)|:(q)".
+constexpr bool kSpansHaveBars = false;
+// "?f <- (o ?f)".
+constexpr bool kFactsNameThemselves = false;
+// A template is defined anew: rules that read it come back from their printed text.
+constexpr bool kTemplatesComeAnew = false;
+
+}  // namespace reasoner::oracle
