@@ -301,6 +301,11 @@ void TReasoner::SetTypeChecks(TTypeChecks value) {
   parser_->StaticChecks = value.Has(tcStatic);
 }
 
+void TReasoner::SetDynamicChecks(bool value) {
+  SetTypeChecks(value ? type_checks_ + TTypeChecks{tcDynamic}
+                      : type_checks_ - TTypeChecks{tcDynamic});
+}
+
 void TReasoner::SetParserErrorHandling(TErrorHandling value) {
   parser_error_handling_ = value;
   parser_->ErrorHandling = value;

@@ -356,6 +356,10 @@ class TReasoner : public TComponent,
   void SetPackages(TFunctionPackages value);
   TTypeChecks GetTypeChecks() const noexcept override { return type_checks_; }
   void SetTypeChecks(TTypeChecks value);
+  // Whether types, ranges and cardinalities hold for computed values and for values from C++, too.
+  // False at the start: they hold for what is written in the text alone.
+  bool GetDynamicChecks() const noexcept { return type_checks_.Has(tcDynamic); }
+  void SetDynamicChecks(bool value);
   TErrorHandling GetParserErrorHandling() const noexcept { return parser_error_handling_; }
   void SetParserErrorHandling(TErrorHandling value);
   std::int32_t GetParserMaxErrors() const noexcept { return parser_max_errors_; }
@@ -412,6 +416,10 @@ class TReasoner : public TComponent,
   // From a stream, from the batch that runs, or from OnReadLine and OnReadToken. At the end of a
   // stream an empty line, and a token of kind dtNone.
   virtual std::string ReadLine(const std::string& in_id);
+  // Whether the last ReadLine found no line any more. A handler of OnReadLine that is at the end
+  // says so by SetInputEnded; else an empty text is an empty line.
+  bool HasInputEnded() const noexcept { return input_ended_; }
+  void SetInputEnded() noexcept { input_ended_ = true; }
   virtual Ref<IStreamToken> ReadToken(const std::string& in_id);
   // Writes out what waits in streams and in the capture. It happens of itself at the end of every
   // load and run, and before a file is opened.
@@ -774,6 +782,7 @@ class TReasoner : public TComponent,
   std::shared_ptr<TStream> capture_;
   const TEncoding* capture_encoding_ = nullptr;
   std::unique_ptr<TKBTokenizerStream> batch_;
+  bool input_ended_ = false;
   std::string batch_file_name_;  // of the batch that is about to start
   IDialogs* dialogs_ = nullptr;
   std::unique_ptr<IDialogs> terminal_dialogs_;

@@ -28,8 +28,12 @@ static double Tick() {
 // the search lands on.
 std::int32_t TReasoner::SearchSalience(std::int32_t salience) const {
   if (agenda_->IsEmpty()) return -1;
-  const auto salience_at = [this](std::int32_t index) {
-    return agenda_->GetActivation(index).GetRule().GetSalience();
+  // An expression can give each activation a salience of its own: entries are ordered by those. In
+  // the literal meaning the last one of the rule counts for all of its entries.
+  const bool by_entry = GetTextbookSemantics();
+  const auto salience_at = [this, by_entry](std::int32_t index) {
+    const TActivation& activation = agenda_->GetActivation(index);
+    return by_entry ? activation.GetEntrySalience() : activation.GetRule().GetSalience();
   };
   const std::int32_t last = agenda_->GetCount() - 1;
   if (strategy_ == ssDepthFirst) {

@@ -362,7 +362,9 @@ bool TKBDefinedType::IsValid(const IKBValue& value) const {
     return false;
   if (range_limited_ && KBNumericTypes.Has(type)) {
     const double number = value.GetAsNumeric();
-    if (number < min_range_ || number > max_range_) return false;
+    // An open end lets numbers beyond those of 32 bits pass.
+    if (min_range_ != kNoMinRange && number < min_range_) return false;
+    if (max_range_ != kNoMaxRange && number > max_range_) return false;
   }
   return true;
 }

@@ -82,6 +82,13 @@ void TFuzzyLogicPackage::CreateFunctions() {
   AddFuzzyShapeFunctions(GetFunctions());
 }
 
+TExtensionPackage::TExtensionPackage(TComponent* owner) : TUserPackage(owner) { Rebuild(); }
+
+void TExtensionPackage::CreateFunctions() {
+  TUserPackage::CreateFunctions();
+  AddRunSettingFunctions(GetFunctions());
+}
+
 // A new package, which the component owns.
 TUserPackage* MakePackage(TFunctionPackage package, TComponent* engine) {
   switch (package) {

@@ -89,8 +89,10 @@ void TRule::SetSalience(const Ref<IKBValue>& value) {
     salience_value_ = kept;
     throw;
   }
-  // The number takes the place of an expression; one that yields 0 stays and is evaluated again.
-  if (salience_ != 0) salience_value_ = NewInteger(salience_);
+  // In the literal meaning the number takes the place of an expression, unless it is 0.
+  const IReasoner* engine = GetEngine();
+  const bool stays = engine == nullptr || engine->GetLink()->textbook_semantics;
+  if (salience_ != 0 && !stays) salience_value_ = NewInteger(salience_);
   Change();
 }
 

@@ -292,5 +292,57 @@ TEST_F(SaveTest, ARuleOfAnotherEngineComesOverByItsText) {
   EXPECT_EQ(TakeOutput(), "there1");
 }
 
+TEST_F(SaveTest, SalienceExpressionsComeBackAsExpressions) {
+  for (const bool plain : {true, false}) {
+    engine.Clear();
+    engine.SetTextbookSemantics(plain);
+    Load(
+        "(defglobal ?*zero* = 0 ?*four* = 4)"
+        "(defrule zero (declare (salience ?*zero*)) (a) =>)"
+        "(defrule sum (declare (salience (+ ?*zero* 4))) (a) =>)");
+    const std::string sum = plain ? "(+ ?*zero* 4)" : "4";
+    TReasoner copy;
+    copy.Assign(engine);
+    TReasoner loaded;
+    loaded.SetTextbookSemantics(plain);
+    loaded.Parse(engine.GetExpertSystem(), true);
+    Load("(deftemplate a (slot x))");  // rebuilds the rules
+    for (TReasoner* each : {&engine, &copy, &loaded}) {
+      const std::string text = each->GetExpertSystem();
+      EXPECT_NE(text.find("(salience ?*zero*)"), std::string::npos) << text;
+      EXPECT_NE(text.find("(salience " + sum + ")"), std::string::npos) << text;
+      each->Parse("(bind ?*zero* 3)", true);
+      each->Assert("(a)");
+      EXPECT_EQ(each->GetActivation(0).ToString().substr(0, 6), plain ? "7 sum " : "4 sum ");
+      EXPECT_EQ(each->GetActivation(1).ToString().substr(0, 6), "3 zero");
+    }
+  }
+}
+
+TEST_F(SaveTest, LineBreaksInTextsComeBackInTheMeaningTheyWereSavedIn) {
+  const std::string program =
+      "(deffacts d \"of\nus\" (a \"x\ny\tz\\\\n\"))"
+      "(defrule r (a \"x\ny\") => (printout t \"x\ny\"))";
+  for (const bool plain : {true, false}) {
+    engine.Clear();
+    engine.SetTextbookSemantics(plain);
+    Load(program);
+    engine.Reset();
+    const std::string document = engine.GetExpertSystem();
+    const std::string written = plain ? "(a \"x\\ny\\tz\\\\n\")" : "(a \"x\ny\tz\\\\n\")";
+    EXPECT_NE(document.find(written), std::string::npos) << document;
+    EXPECT_EQ(engine.GetRules().Find("r")->ToString().find("x\ny") == std::string::npos, plain);
+    TReasoner loaded;
+    loaded.SetTextbookSemantics(plain);
+    loaded.Parse(document, true);
+    EXPECT_EQ(Facts(loaded), Facts(engine));
+    if (plain) continue;
+    loaded.Clear();
+    loaded.SetTextbookSemantics(true);
+    loaded.Parse(document, true);
+    EXPECT_EQ(Facts(loaded), Facts(engine)) << "what was saved literally reads plainly, too";
+  }
+}
+
 }  // namespace
 }  // namespace reasoner
