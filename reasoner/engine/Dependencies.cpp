@@ -307,6 +307,9 @@ void TReasoner::ReadDependent(const TDependent& dependent, FirstFailure& failure
   const auto bring_back = [&failures](auto step, auto is_back) {
     try {
       step();
+    } catch (const EAbort&) {
+      // A host's silent refusal ends here.
+      if (!is_back()) throw;
     } catch (...) {
       if (!is_back()) throw;
       failures.Keep(std::current_exception());

@@ -230,7 +230,7 @@ inline constexpr TMessage<
     SDifferentFuzzyVariables;
 inline constexpr TMessage<"Cannot union two facts with different fact templates: %s and %s">
     SInvalidFuzzyUnionTemplate;
-inline constexpr TMessage<"Fuzzy term is defined twice: %s"> SFuzzyTermTwice;
+inline constexpr TMessage<"the term %s is defined twice, the later one counts"> SFuzzyTermTwice;
 inline constexpr TMessage<"the term %s is highest outside of the range, %.4f to %.4f">
     SFuzzyTermOutside;
 inline constexpr TMessage<"%s is outside of the range of %s, %.4f to %.4f"> SFuzzyReadingOutside;

@@ -9,9 +9,10 @@
 //   left tokens
 // - a unique pattern gives a new left token its first partner only, but each new right token to all
 //   left tokens: when facts came and went is part of the reading
+// - the strength of what a negation lets through is history, too: when its last blocker goes, that
+//   blocker's strength is the most that is left
 //
-// In both semantics the strength of what a negation lets through is history, too: when its last
-// blocker goes, that blocker's strength is the most that is left.
+// In textbook semantics all of this, and when facts came and went, is without meaning.
 //
 // What the generator leaves out, or the comparison allows, because more of the network's history
 // would have to be modelled:
@@ -22,13 +23,12 @@
 // - in the engine's own semantics: a match that has fired and is gone while a fact has reached the
 //   patterns before a negation of several levels and not yet the negation: it may stand on the
 //   agenda again
-// - strengths behind a negation of several levels, and where a blocker of one negation goes at the
-//   same moment as one of the next
+// - in the engine's own semantics: strengths behind a negation of several levels, and where a
+//   blocker of one negation goes at the same moment as one of the next
 // - fuzzy values that are nowhere above the threshold: such a value is equal to none, but a cell is
 //   equal to itself
-// - goals, function calls that raise or change their mind, variables for lists of fuzzy
-//   values, operations on fuzzy sets whose result is not made of straight lines
-// - ids from 101 on: buckets by fact id would show in the order of partners
+// - goals, function calls that change their mind, variables for lists of fuzzy values, operations
+//   on fuzzy sets whose result is not made of straight lines
 // - the order of activations made by one token (each one's place on the agenda is checked)
 
 #pragma once
@@ -151,6 +151,8 @@ class BruteForce : private TEvaluator {
                                  bool first_level) const;
   std::vector<TToken> Join(const TReading& reading, const std::vector<TToken>& left,
                            const TFactHistory& history, std::int64_t rule_added) const;
+  std::vector<TToken> NegatePlainly(const TReading& reading, const std::vector<TToken>& tokens,
+                                    const TFactHistory& history) const;
   std::vector<TToken> Negate(const TReading& reading, const std::vector<TToken>& tokens,
                              const TFactHistory& history, std::int64_t rule_added,
                              const TKnownFact* hidden) const;
