@@ -164,7 +164,7 @@ TEST_F(ConsoleTest, WhatIsDroppedAndWhatDoesNotFitIsTold) {
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output, "<Fact-1>\nafter\n");
   EXPECT_EQ(result.errors, "dropped: fact (a (x 1)): No such slot name: \"x\"\n" + file +
-                               ":4:14: Errors parsing stream:\n" + file +
+                               ":4:13: Errors parsing stream:\n" + file +
                                ":4: No such slot name: \"x\"\n" + file +
                                ":5: No such slot name: \"x\"\n");
 }
