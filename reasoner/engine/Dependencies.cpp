@@ -307,6 +307,9 @@ void TReasoner::ReadDependent(const TDependent& dependent, FirstFailure& failure
   const auto bring_back = [&failures](auto step, auto is_back) {
     try {
       step();
+    } catch (const EAbort&) {
+      // A host's silent refusal ends here.
+      if (!is_back()) throw;
     } catch (...) {
       if (!is_back()) throw;
       failures.Keep(std::current_exception());
@@ -432,7 +435,7 @@ void TReasoner::ReplaceDefinedType(const Ref<IKBDefinedType>& old,
       if (!UsesType(*slot, *old)) continue;
       failures.Try([&] {
         const Ref<IKBValue> value = slot->GetSlotDefault();
-        const bool tells = value && !value->ToString().empty();  // nil is no default of anybody's
+        const bool tells = value && !value->ToString().empty();  // an empty one is not told
         if (ChangeSlotType(*this, *slot, type) || !tells) return;
         ReportDropped("default " + ValueToSource(*value) + " of slot " + slot->GetName().str() +
                           " in template " + clone->GetTemplateName(),

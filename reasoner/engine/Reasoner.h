@@ -734,6 +734,7 @@ class TReasoner : public TComponent,
   bool updating_table_ = false;  // a construct is being moved to another name
   std::int32_t in_network_ = 0;  // a token or a rule's feed is inside
   std::int32_t operations_ = 0;  // that have begun and not ended
+  bool match_interrupted_ = false;
   TTypeChecks type_checks_{tcStatic};
   TFunctionPackages packages_ = kAllPackages;
   TErrorHandling parser_error_handling_ = ehRaiseImmediate;

@@ -296,8 +296,13 @@ std::int32_t TReasoner::RunRules(std::int32_t max_rules) {
 void TReasoner::PollInterrupt() {
   const bool insists = GetLink()->interrupt_requests.load(std::memory_order_relaxed) > 1;
   if (!insists && (running_ || in_network_ > 0 || reporting_ > 0)) return;
-  // Outside all operations nothing else forgets the request.
-  if (operations_ == 0) GetLink()->interrupt_requests.store(0, std::memory_order_relaxed);
+  // The request is spent, but inside a match not before its end: the tests that are still to come
+  // end at once, too.
+  if (in_network_ == 0) {
+    GetLink()->interrupt_requests.store(0, std::memory_order_relaxed);
+  } else {
+    match_interrupted_ = true;
+  }
   if (current_activation_ != nullptr && current_activation_->HasRule()) {
     throw EKBInterrupted(
         FillMessage(SInterruptedFiring, current_activation_->GetRule().GetRuleName()));

@@ -7,6 +7,7 @@
 #include "reasoner/functions/InterpretedFunction.h"
 #include "reasoner/language/CaptionTrees.h"
 #include "reasoner/language/PrettyPrint.h"
+#include "reasoner/language/TextHelpers.h"
 #include "reasoner/language/TokenStream.h"
 #include "reasoner/support/Streams.h"
 #include "reasoner/values/Constants.h"
@@ -155,6 +156,7 @@ void TFactTemplates::FillNodeSlot(TCaptionNode& node, const IFactSlot& slot) {
 // Types.
 
 void TKBDefinedTypes::PutValue(std::string_view name, const Ref<IKBDefinedType>& type) {
+  if (IsTypeWord(name)) Raise(SReservedName, name);
   if (type->GetReasoner() != &engine_) type->SetReasoner(&engine_);
   const Ref<IKBDefinedType> old = Find(name);
   if (old == type) return;

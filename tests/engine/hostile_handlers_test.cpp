@@ -252,7 +252,7 @@ TEST_F(HostileHandlersTest, TheLastFactIdIsTheLastFact) {
   Load("(defrule change ?f <- (a (x last)) => (modify ?f (x other)))");
   EXPECT_THROW(engine.Run(), EKBException);
   EXPECT_EQ(engine.GetFacts().GetFactByID(fact->GetID()), fact);
-  EXPECT_EQ(fact->ToString(), "(a (x last ))");
+  EXPECT_EQ(fact->ToString(), "(a (x last))");
   engine.Reset();
   AssertMany(1);
   EXPECT_EQ(engine.GetFacts().GetCount(), 2);

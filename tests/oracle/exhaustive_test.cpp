@@ -152,7 +152,7 @@ class ExhaustiveOracleTest : public ::testing::TestWithParam<bool> {
   TReasoner engine_;
   const TRuleText* rule_ = nullptr;
   std::array<std::vector<TMatchKey>, 1u << kFacts> wanted_;
-  std::array<std::int32_t, kFacts> ids_{};
+  std::array<TFactId, kFacts> ids_{};
   std::array<Ref<IFact>, kFacts> facts_;
 };
 
