@@ -49,7 +49,7 @@ std::int32_t TReasoner::NewFactId() {
 
 std::int32_t TReasoner::Assert(const Ref<IFact>& asserted, bool unconditional) {
   if (!asserted->GetTemplate()) Raise(SNoTemplate);
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedDepthCount depth(depth_);
   if (asserted->GetTemplate()->IsFuzzy()) return AssertFuzzy(asserted, unconditional);
   const std::uint32_t hash = facts_->HashOf(*asserted);
   if (!fact_duplication_ && facts_->FindEqual(*asserted, hash) != nullptr) return -1;
@@ -152,7 +152,7 @@ void TReasoner::RetractEntry(TFacts::Entry& listed) {
 }
 
 void TReasoner::RetractListed(TFacts::Entry& entry) {
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedDepthCount depth(depth_);
   if (in_network_ == 0) return RetractEntry(entry);
   if (entry.leaving) return;
   facts_->MarkLeaving(entry);
@@ -181,7 +181,7 @@ void TReasoner::Retract(std::string_view text) {
 }
 
 void TReasoner::RetractFacts() {
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedDepthCount depth(depth_);
   FirstFailure failures;
   failures.Try([&] { InNetwork([&] { network_->ProcessToken(Make<TKBToken>()); }); });
   failures.Try([&] {
@@ -258,7 +258,7 @@ void TReasoner::CompileRule(TRule& rule, TReteNetwork::TFeed feed) {
     work_.push_back(TNetworkWork{kind, nullptr, &rule, {}});
     return;
   }
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedDepthCount depth(depth_);
   FirstFailure failures;
   failures.Try([&] { InNetwork([&] { network_->AddRule(rule, feed); }); });
   failures.Try([&] {

@@ -208,7 +208,11 @@ void TReasoner::SetAgenda(const TActivationAgenda& source) {
 // Takes the entries off in order and places each anew, unless it was withdrawn meanwhile.
 void TReasoner::RebuildAgenda() {
   const std::size_t first = rebuilding_.size();
-  while (!agenda_->IsEmpty()) rebuilding_.push_back(agenda_->Extract(0).release());
+  while (!agenda_->IsEmpty()) {
+    TActivation* const activation = agenda_->Extract(0).release();
+    // One whose removal is being reported does not come back: the report's own end frees it.
+    if (!activation->IsLeaving()) rebuilding_.push_back(activation);
+  }
   FirstFailure failures;
   while (rebuilding_.size() > first) {
     TActivation* activation = rebuilding_[first];
@@ -249,7 +253,7 @@ std::int32_t TReasoner::RunRules(std::int32_t max_rules) {
       engine.running_ = false;
     }
   } running{*this};
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedDepthCount depth(depth_);
   {
     const TGuard lock(lock_);
     BeginInference();

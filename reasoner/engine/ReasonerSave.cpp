@@ -153,7 +153,7 @@ std::string TReasoner::GlobalSection(bool late) {
 // The document.
 
 std::string TReasoner::GetExpertSystem() {
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedDepthCount depth(depth_);
   const auto count_line = [](std::string_view what, std::int32_t count) {
     return Line("; Number of " + std::string(what) + IntegerToText(count));
   };

@@ -51,7 +51,7 @@ class TReasoner::ScopedTokenizer {
 template <class TOperation>
 auto TReasoner::WithStream(TStream& stream, const TEncoding* encoding, const std::string& file_name,
                            TOperation operation) {
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedDepthCount depth(depth_);
   const std::unique_ptr<TKBTokenizerStream> tokenizer = NewTokenizer(stream, encoding);
   if (auto* clips = dynamic_cast<TKBClipsStream*>(tokenizer.get())) clips->SetFileName(file_name);
   const ScopedTokenizer scope(*this, *tokenizer);

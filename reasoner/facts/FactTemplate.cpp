@@ -5,6 +5,7 @@
 
 #include "reasoner/facts/Fact.h"
 #include "reasoner/support/Component.h"
+#include "reasoner/support/FirstFailure.h"
 #include "reasoner/support/Streams.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/Messages.h"
@@ -55,9 +56,21 @@ TComponent* TFactTemplate::GetOwner() const noexcept {
 void TFactTemplate::SetTemplateName(std::string_view name) {
   if (name == template_name_) return;
   CheckConstructName(name);
-  if (IReasoner* reasoner = GetReasoner()) reasoner->ChangeFactTemplateName(template_name_, name);
-  template_name_ = name;
+  IReasoner* const reasoner = GetReasoner();
+  const Ref<IFactTemplate> self(this);
+  if (reasoner == nullptr || reasoner->FindFactTemplate(template_name_) != self) {
+    template_name_ = name;
+    return LayoutChanged();
+  }
+  // A template that the engine lists moves to the new name there. One that is listed under it has
+  // it, whatever handlers think of it.
+  const std::string new_name(name);
+  FirstFailure failures;
+  failures.Try([&] { reasoner->ChangeFactTemplateName(template_name_, new_name); });
+  if (reasoner->FindFactTemplate(new_name) != self) failures.Raise();
+  template_name_ = new_name;
   LayoutChanged();
+  failures.Raise();
 }
 
 void TFactTemplate::SetParent(const Ref<IFactTemplate>& parent) {
