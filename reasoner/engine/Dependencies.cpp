@@ -360,6 +360,7 @@ void TReasoner::ChangeFactTemplateName(std::string_view old_name, std::string_vi
     if (!fact_templates_->ContainsKey(old)) fact_templates_->table_.Put(old, fact_template);
     Raise(SDuplicateTemplateNames, new_name);
   }
+  fact_template->SetTemplateName(new_name);
   fact_templates_->table_.Put(new_name, fact_template);
   AddFactTemplate(fact_template);
 }

@@ -548,11 +548,15 @@ void TReasoner::ReplaceRule(TRule& old, TRule& rule) {
   if (!watch.HasEnded()) failures.Try([&] { CompileRule(rule); });
   if (watch.HasEnded() || !IsCompiled(rule)) {
     if (holds_old()) failures.Try([&] { CompileRule(old, TReteNetwork::TFeed::kWhatMatches); });
-  } else if (holds_old()) {
+  } else if (holds_old() && rule.GetRuleName() == name) {
     rules_->table_.Put(name, &rule);
-    if (!old.IsDestroying() && old.GetOwner() == this) FreeRule(old);
+    // A handler that has changed the old rule meanwhile has had it compiled again.
+    failures.Try([&] { UncompileRule(old); });
+    if (!old_watch.HasEnded() && !old.IsDestroying() && old.GetOwner() == this) FreeRule(old);
   } else {
     failures.Try([&] { ClaimName(rule); });
+    // A handler has renamed the new rule: the old one keeps its name.
+    if (holds_old()) failures.Try([&] { CompileRule(old, TReteNetwork::TFeed::kWhatMatches); });
   }
   failures.Raise();
 }

@@ -294,7 +294,8 @@ void TReasoner::RunStep(std::int32_t index) {
                current_activation_->GetRule().GetRuleName() + " " +
                current_activation_->GetToken()->GetToFactsString() + std::string(NewLineString));
     }
-    current_activation_->Fire();
+    // The watch's line reaches handlers, which may end the rule.
+    if (current_activation_->HasRule()) current_activation_->Fire();
   } catch (...) {
     // A firing that failed is withdrawn, and reported as usual.
     const std::exception_ptr failure = std::current_exception();

@@ -120,7 +120,8 @@ void TFactTemplates::TakeOut(const Ref<IFactTemplate>& fact_template) {
   engine_.RequireIdleNetwork("removing a template");
   engine_.RemoveFactTemplate(fact_template);
   engine_.RemoveDependencies(*fact_template);
-  TakeItem(fact_template);
+  // What handlers have made of it meanwhile goes as well: no text finds the template any more.
+  if (TakeItem(fact_template)) engine_.RemoveDependencies(*fact_template);
 }
 
 void TFactTemplates::Clear() {
@@ -306,6 +307,7 @@ void TRules::PutValue(std::string_view name, TRule* const& rule) {
     return;
   }
   const std::string key(name);  // a handler may rename the rule
+  if (rule->GetEngine() == nullptr) Raise(SUnknownEngine);
   TRule* old = Find(key);
   if (old == rule) return;
   if (old != nullptr) {

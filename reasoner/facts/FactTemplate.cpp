@@ -5,7 +5,6 @@
 
 #include "reasoner/facts/Fact.h"
 #include "reasoner/support/Component.h"
-#include "reasoner/support/FirstFailure.h"
 #include "reasoner/support/Streams.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/Messages.h"
@@ -62,15 +61,8 @@ void TFactTemplate::SetTemplateName(std::string_view name) {
     template_name_ = name;
     return LayoutChanged();
   }
-  // A template that the engine lists moves to the new name there. One that is listed under it has
-  // it, whatever handlers think of it.
-  const std::string new_name(name);
-  FirstFailure failures;
-  failures.Try([&] { reasoner->ChangeFactTemplateName(template_name_, new_name); });
-  if (reasoner->FindFactTemplate(new_name) != self) failures.Raise();
-  template_name_ = new_name;
-  LayoutChanged();
-  failures.Raise();
+  // The engine takes the template off its list, which leads here again for the name itself.
+  reasoner->ChangeFactTemplateName(template_name_, name);
 }
 
 void TFactTemplate::SetParent(const Ref<IFactTemplate>& parent) {

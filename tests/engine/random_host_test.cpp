@@ -419,7 +419,7 @@ const std::vector<RandomHost::TOperation>& RandomHost::Operations() {
       {"define a function", 3,
        [](H& host, E& engine) {
          engine.Parse("(deffunction " + host.FunctionName() + " (?x) " +
-                          host.Pick({"1)", "?x)", "(assert (a (x 1))) 2)", "(host))"}),
+                          host.Pick({"1)", "?x)", "(retract 2) 2)", "(host))"}),
                       true);
        }},
       {"undefine a function", 2,
@@ -503,7 +503,8 @@ const std::vector<RandomHost::TOperation>& RandomHost::Operations() {
       {"change an event", 4, [](H& host, E&) { host.ChangeSomeEvent(); }},
       // Objects.
       {"change a rule's properties", 4,
-       [](H& host, E&) {
+       [](H& host, E& engine) {
+         const Ref<IKBValue> call = NewFunCallValue(engine.ParseFunCall("(f 2)"));
          TRule* const rule = host.AnyRule();
          if (rule == nullptr) return;
          const auto act = [&host](auto&&...) { host.FromEvent(); };
@@ -511,7 +512,7 @@ const std::vector<RandomHost::TOperation>& RandomHost::Operations() {
            case 0:
              return rule->SetSalience(static_cast<std::int32_t>(host.Draw(5)));
            case 1:
-             return rule->SetSalience(NewFunCallValue(host.engine_->ParseFunCall("(f 2)")));
+             return rule->SetSalience(call);
            case 2:
              return rule->SetRuleName(host.RuleName());
            case 3:
@@ -543,23 +544,27 @@ const std::vector<RandomHost::TOperation>& RandomHost::Operations() {
        }},
       {"assign a rule", 2,
        [](H& host, E& engine) {
+         const std::unique_ptr<TRule> source = engine.ParseRule(host.RandomRule());
          TRule* const rule = host.AnyRule();
-         if (rule != nullptr) rule->Assign(*engine.ParseRule(host.RandomRule()));
+         if (rule != nullptr) rule->Assign(*source);
        }},
       {"edit a rule", 3,
        [](H& host, E& engine) {
-         TRule* const rule = kEdits ? host.AnyRule() : nullptr;
+         if (!kEdits) return;
+         const Ref<IFunCall> call = engine.ParseFunCall("(host)");
+         const std::unique_ptr<TRule> source = engine.ParseRule(host.RandomRule());
+         TRule* const rule = host.AnyRule();
          if (rule == nullptr) return;
          switch (host.Draw(4)) {
            case 0:
-             return rule->AddAction(engine.ParseFunCall("(host)"));
+             return rule->AddAction(call);
            case 1:
              return rule->ClearActions();
            case 2:
              if (rule->GetPatternCount() > 1) rule->RemovePattern(rule->GetPatternCount() - 1);
              return;
            default:
-             return rule->SetPatterns(*engine.ParseRule(host.RandomRule()));
+             return rule->SetPatterns(*source);
          }
        }},
       {"rename a template", 2,
