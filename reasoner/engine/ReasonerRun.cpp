@@ -221,7 +221,11 @@ void TReasoner::SetAgenda(const TActivationAgenda& source) {
 // Takes the entries off in order and places each anew, unless it was withdrawn meanwhile.
 void TReasoner::RebuildAgenda() {
   const std::size_t first = rebuilding_.size();
-  while (!agenda_->IsEmpty()) rebuilding_.push_back(agenda_->Extract(0).release());
+  while (!agenda_->IsEmpty()) {
+    TActivation* const activation = agenda_->Extract(0).release();
+    // One whose removal is being reported does not come back: the report's own end frees it.
+    if (!activation->IsLeaving()) rebuilding_.push_back(activation);
+  }
   FirstFailure failures;
   while (rebuilding_.size() > first) {
     TActivation* activation = rebuilding_[first];
@@ -335,7 +339,8 @@ void TReasoner::RunStep(std::int32_t index) {
                current_activation_->GetRule().GetRuleName() + " " +
                current_activation_->GetToken()->GetToFactsString() + std::string(NewLineString));
     }
-    current_activation_->Fire();
+    // The watch's line reaches handlers, which may end the rule.
+    if (current_activation_->HasRule()) current_activation_->Fire();
   } catch (...) {
     // A firing that failed is withdrawn, and reported as usual.
     const std::exception_ptr failure = std::current_exception();
