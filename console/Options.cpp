@@ -28,8 +28,9 @@ const char* const kUsage =
     "  --version         prints the version and ends\n"
     "  --help            prints this text and ends\n"
     "\n"
-    "Exit status: 0 if all went well or (exit) was called, 1 if something failed, 2 for a command\n"
-    "line that cannot be followed.\n";
+    "Exit status: 0 if all went well, to the end or to (exit), 1 if something failed, 2 for a "
+    "command\n"
+    "line that cannot be followed. A failure at the prompt is told and forgotten.\n";
 
 static reasoner::TConstructWatches ReadWatches(const std::string& list) {
   using namespace reasoner;

@@ -380,9 +380,9 @@ class TReasoner : public TComponent,
   float GetFuzzyEqualsThreshold() const noexcept override { return fuzzy_equals_threshold_; }
   void SetFuzzyEqualsThreshold(float value);
   float GetVersion() const noexcept { return version_; }
-  // How deep text, calls, printing and values may nest, the stack permitting.
-  std::int32_t GetMaxDepth() const noexcept { return max_depth_; }
-  void SetMaxDepth(std::int32_t value) noexcept { max_depth_ = value < 1 ? 1 : value; }
+  // How deep text, calls, printing and values may nest in this engine, the stack permitting.
+  std::int32_t GetMaxDepth() const noexcept { return depth_.limit; }
+  void SetMaxDepth(std::int32_t value) noexcept { depth_.limit = value < 1 ? 1 : value; }
   // Replaces the parser; one that is at work lives until its parse ends. The new one starts without
   // events.
   void SetParserType(TKBParserFactory factory);
@@ -498,6 +498,7 @@ class TReasoner : public TComponent,
   bool IsDependent(const IKBValue& value, const IFactTemplate& fact_template) const;
   void RenameRule(std::string_view old_name, std::string_view new_name) override;
   void ChangeFactTemplateName(std::string_view old_name, std::string_view new_name) override;
+  void RenameType(const IKBDefinedType& type, std::string_view new_name) override;
   void RuleChange(TRule& rule) override;
   // OnRemoveRule, out of the network; the engine's own rule is freed.
   virtual void RemoveRule(TRule& rule);
@@ -572,7 +573,7 @@ class TReasoner : public TComponent,
   // the requests for an interruption when the outermost one begins and ends.
   class ScopedOperation {
    public:
-    explicit ScopedOperation(TReasoner& engine) : depth_(engine.max_depth_), engine_(engine) {
+    explicit ScopedOperation(TReasoner& engine) : depth_(engine.depth_), engine_(engine) {
       if (engine_.operations_++ == 0) ForgetInterrupts();
     }
     ~ScopedOperation() {
@@ -586,7 +587,7 @@ class TReasoner : public TComponent,
       engine_.GetLink()->interrupt_requests.store(0, std::memory_order_relaxed);
     }
 
-    const ScopedMaxDepth depth_;
+    const ScopedDepthCount depth_;
     TReasoner& engine_;
   };
   // Something is being reported to the host, or entered in its hearing: what it ends meanwhile is
@@ -734,14 +735,15 @@ class TReasoner : public TComponent,
   std::int32_t symbol_index_ = 0;
   std::int32_t saved_symbol_index_ = 0;  // behind the last name that was given away
   TRandom random_;
-  std::int32_t max_depth_ = kDefaultMaxDepth;
+  DepthCount depth_;
   TSearchStrategy strategy_ = ssDepthFirst;
   bool halted_ = false;
   bool fact_duplication_ = false;
   bool running_ = false;
-  bool updating_table_ = false;  // a construct is being moved to another name
+  bool changing_packages_ = false;
   std::int32_t in_network_ = 0;  // a token or a rule's feed is inside
   std::int32_t operations_ = 0;  // that have begun and not ended
+  bool match_interrupted_ = false;
   TTypeChecks type_checks_{tcStatic};
   TFunctionPackages packages_ = kAllPackages;
   TErrorHandling parser_error_handling_ = ehRaiseImmediate;

@@ -33,7 +33,11 @@ void TReasoner::InNetwork(TStep step) {
     const ScopedNetwork inside(*this);
     failures.Try(step);
   }
-  if (in_network_ == 0) network_failures_.Raise();
+  if (in_network_ == 0) {
+    if (std::exchange(match_interrupted_, false))
+      GetLink()->interrupt_requests.store(0, std::memory_order_relaxed);
+    network_failures_.Raise();
+  }
   failures.Raise();
 }
 

@@ -333,9 +333,9 @@ EKBParseException TKBClipsParser::AtPlace(std::string message) {
                            token->GetColumn());
 }
 
-static void RaiseGathered(const std::vector<EKBParseException>& failures, std::int32_t untold) {
-  if (failures.size() == 1 && untold == 0) throw failures.front();
-  if (failures.empty()) return;
+// One failure that tells all of them.
+[[noreturn]] static void RaiseGathered(const std::vector<EKBParseException>& failures,
+                                       std::int32_t untold) {
   std::string text;
   for (const EKBParseException& failure : failures) {
     if (!text.empty()) text += NewLineString;
@@ -355,10 +355,16 @@ template <class TStep>
 void TKBClipsParser::LoadEach(TStep step) {
   constexpr std::size_t kMostTold = 100;
   std::vector<EKBParseException> failures;
+  std::exception_ptr only;
+  Ref<IStreamToken> reached;  // by the first failure
   std::int32_t untold = 0;
-  const auto add = [&](EKBParseException failure) {
+  const auto add = [&](const EKBParseException& failure, std::exception_ptr raised) {
+    if (failures.empty()) {
+      only = std::move(raised);
+      reached = Stream().GetCurrentToken();
+    }
     if (failures.size() < kMostTold) {
-      failures.push_back(std::move(failure));
+      failures.push_back(failure);
     } else {
       ++untold;
     }
@@ -377,10 +383,11 @@ void TKBClipsParser::LoadEach(TStep step) {
       if (failures.empty()) throw;
       break;
     } catch (const EKBParseException& failure) {
-      add(failure);
+      add(failure, std::current_exception());
     } catch (const std::exception& failure) {
       if (call_failed_ && failures.empty()) throw;
-      add(AtPlace(failure.what()));
+      const EKBParseException placed = AtPlace(failure.what());
+      add(placed, std::make_exception_ptr(placed));
       if (call_failed_) break;
     }
     try {
@@ -389,7 +396,10 @@ void TKBClipsParser::LoadEach(TStep step) {
       break;  // the text ends in the middle of what is skipped
     }
   }
-  RaiseGathered(failures, untold);
+  if (failures.size() > 1) RaiseGathered(failures, untold);
+  if (failures.empty()) return;
+  PutBack(reached);  // the place of the text is that of the failure, not its end
+  std::rethrow_exception(only);
 }
 
 bool TKBClipsParser::Load() {

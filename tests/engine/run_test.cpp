@@ -30,6 +30,34 @@ class RunTest : public EngineTest {
   std::string events;
 };
 
+TEST_F(RunTest, AFailurePlaceIsOfTheLastFailureAlone) {
+  const auto place = [this] {
+    const TFailurePlace& failure = engine.GetFailurePlace();
+    return std::to_string(failure.line) + ":" + std::to_string(failure.column) + " " + failure.rule;
+  };
+  const auto fails = [this](const std::string& text) {
+    FailureOf([&] { engine.Parse(text, true); });
+  };
+  Load("(defrule r (a) => (/ 1 0))");
+  fails("(assert (a))\n (run)");
+  EXPECT_EQ(place(), "2:6 r");
+  fails("(assert (a))\n (try (run) catch (printout t caught)) (sqrt no)");
+  EXPECT_EQ(place(), "2:48 ") << "the rule's failure was caught before";
+  engine.Assert("(b)");
+  EXPECT_EQ(place(), "0:0 ");
+  for (const auto& next : std::vector<std::function<void()>>{
+           [&] { engine.Assert(engine.ParseFact("(c)")); }, [&] { engine.Run(); },
+           [&] { engine.Reset(); }, [&] { engine.Clear(); }, [&] { engine.Parse("1", true); }}) {
+    fails("(no-such)");
+    EXPECT_EQ(place(), "1:9 ");
+    next();
+    EXPECT_EQ(place(), "0:0 ");
+  }
+  // A part of something longer.
+  FailureOf([&] { engine.Parse(" (sqrt no)\n(no-such)", true, {"page", 7, 20}); });
+  EXPECT_EQ(engine.GetFailurePlace().file + " " + place(), "page 7:29 ");
+}
+
 TEST_F(RunTest, AFailingActionIsTakenOffAndTheRestWaits) {
   Load(
       "(defrule r (a ?x) => (printout t ?x) (if (= ?x 2) then (sqrt no)) (printout t \".\"))"
@@ -118,18 +146,18 @@ TEST_F(RunTest, AnInterruptedRunGoesOnWhereItStopped) {
   const auto tick = HostFunction("tick", [&] {
     if (++ticks == wanted) engine.RequestInterrupt();
   });
-  const std::string program =
-      "(deftemplate job (slot id) (slot left))"
-      "(deffunction urgent () (tick) 1)"
-      "(deffunction some (?n) (bind ?i 0) (while (< ?i ?n) do (tick) (bind ?i (+ ?i 1))) ?i)"
-      "(defrule work (declare (salience (urgent))) ?j <- (job (id ?i) (left ?l&:(progn (tick) (> "
-      "?l 0)))) =>"
-      "  (tick) (modify ?j (left (- ?l (some 1)))) (tick) (printout t ?i \"-\" ?l \" \"))"
-      "(defrule done ?j <- (job (id ?i) (left 0)) (not (job (id ?k&:(progn (tick) (> ?k ?i))))) =>"
-      "  (retract ?j) (some 3) (assert (was ?i)) (assert (also ?i)) (printout t \"done\" ?i \" \"))"
-      "(defrule pair (declare (salience -1)) (was ?a) (also ?b&:(progn (tick) (< ?b ?a))) =>"
-      "  (printout t ?a ?b \" \") (assert (pair ?a ?b (some 2))))"
-      "(deffacts jobs (job (id 1) (left 2)) (job (id 2) (left 3)) (job (id 3) (left 1)))";
+  const std::string program = R"(
+      (deftemplate job (slot id) (slot left))
+      (deffunction urgent () (tick) 1)
+      (deffunction above (?a ?b) (tick) (> ?a ?b))
+      (deffunction some (?n) (bind ?i 0) (while (< ?i ?n) do (tick) (bind ?i (+ ?i 1))) ?i)
+      (defrule work (declare (salience (urgent))) ?j <- (job (id ?i) (left ?l&:(above ?l 0))) =>
+        (tick) (modify ?j (left (- ?l (some 1)))) (tick) (printout t ?i "-" ?l " "))
+      (defrule done ?j <- (job (id ?i) (left 0)) (not (job (id ?k&:(above ?k ?i)))) =>
+        (retract ?j) (some 3) (assert (was ?i)) (assert (also ?i)) (printout t "done" ?i " "))
+      (defrule pair (declare (salience -1)) (was ?a) (also ?b&:(above ?a ?b)) =>
+        (printout t ?a ?b " ") (assert (pair ?a ?b (some 2))))
+      (deffacts jobs (job (id 1) (left 2)) (job (id 2) (left 3)) (job (id 3) (left 1))))";
   std::uint32_t random = 1;
   std::string whole;
   std::int32_t moments = 0;
@@ -175,7 +203,7 @@ TEST_F(RunTest, ARequestThatFindsNothingRunningIsForgotten) {
   EXPECT_EQ(TakeOutput(), "ss");
   // What is no run ends at the first request, but not inside a match.
   EXPECT_EQ(FailureOf([&] { Load("(stop) (assert (t 1))"); }), "Execution was interrupted");
-  Load("(defrule t (t ?x&:(progn (stop) TRUE)) => )");
+  Load("(deffunction stopping () (stop) TRUE) (defrule t (t ?x&:(stopping)) => )");
   EXPECT_EQ(FailureOf([&] { Load("(assert (t 2) (t (+ 1 2)))"); }), "Execution was interrupted");
   EXPECT_EQ(OnAgenda(), "t ");
 }

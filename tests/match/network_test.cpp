@@ -219,7 +219,8 @@ TEST_F(NetworkTest, AFailingTestTellsItsNodeAndLeavesTheEngineUsable) {
     FAIL() << "the comparison should have failed";
   } catch (const EKBException& failure) {
     EXPECT_NE(failure.GetMessage().find(
-                  "Not a numeric type.  Value (word) is a dtAtom type for pattern match = "),
+                  "Not a numeric type.  Value (word) is a dtAtom type in rule r, pattern "
+                  "(a ?x&:(> ?x 1)), facts f-1 for pattern match = "),
               std::string::npos)
         << failure.GetMessage();
   }
