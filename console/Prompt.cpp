@@ -38,7 +38,8 @@ std::vector<std::string> NamesFor(TReasoner& engine, const std::string& start) {
   add(engine.GetFactTemplates().GetNames());
   add(engine.GetDefinedTypes().GetNames());
   add(engine.GetRules().GetNames());
-  for (const TFactSet* facts : engine.GetFactSets().GetItems()) names.insert(facts->GetName());
+  for (const TFactSet* facts : engine.GetFactSets().GetItems())
+    names.insert(facts->GetFactSetName());
   for (const std::string& name : engine.GetGlobalVariables().GetKeys()) names.insert("?" + name);
   std::vector<std::string> found;
   if (start.empty()) return found;
@@ -66,7 +67,7 @@ std::string HelpOn(TReasoner& engine, const std::string& name) {
   add(engine.GetDefinedTypes().Find(name));
   add(engine.GetRules().Find(name));
   for (const TFactSet* facts : engine.GetFactSets().GetItems()) {
-    if (facts->GetName() == name) add(facts);
+    if (facts->GetFactSetName() == name) add(facts);
   }
   for (const std::string_view prefix : {"$?", "?", ""}) {
     if (!name.starts_with(prefix)) continue;

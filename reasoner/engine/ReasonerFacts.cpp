@@ -61,6 +61,7 @@ TFactId TReasoner::Assert(const Ref<IFact>& asserted, bool unconditional) {
   ForgetFailure();
   if (!asserted->GetTemplate()) Raise(SNoTemplate);
   const ScopedOperation operation(*this);
+  asserted->FitToSlots();
   if (asserted->GetTemplate()->IsFuzzy()) return AssertFuzzy(asserted, unconditional);
   const std::uint32_t hash = facts_->HashOf(*asserted);
   if (!fact_duplication_ && facts_->FindEqual(*asserted, hash) != nullptr) return -1;

@@ -255,6 +255,7 @@ inline constexpr TMessage<"%s error: %s"> SFunctionError;
 inline constexpr TMessage<"List index out of bounds (%d)"> SListIndexError;
 inline constexpr TMessage<"Shared constant cannot be changed: %s"> SSharedConstant;
 inline constexpr TMessage<"Network is busy: %s"> SNetworkBusy;
+inline constexpr TMessage<"Unknown setting: %s, expected %s or %s"> SUnknownSetting;
 inline constexpr TMessage<"Division by zero in %s function call"> SDivisionByZero;
 inline constexpr TMessage<"Invalid argument for %s function call: %s"> SInvalidArgument;
 inline constexpr TMessage<"Invalid payment time: %s"> SInvalidPaymentTime;

@@ -258,10 +258,8 @@ TEST_F(RegistriesTest, AFailingRenamingLeavesTheOldName) {
 }
 
 TEST_F(RegistriesTest, NamesThatWouldReadBackAsSomethingElseAreRefused) {
-  for (const char* name : {"g", "", "*", "*g", "*\xFF*"}) {
-    EXPECT_EQ(FailureOf([&] { engine.GetGlobalVariables().Put(name, NewInteger(1)); }).empty(),
-              std::string_view(name) == "*")
-        << name;
+  for (const std::string name : {"g", "", "*g", "*\xFF*"}) {
+    EXPECT_NE(FailureOf([&] { engine.GetGlobalVariables().Put(name, NewInteger(1)); }), "") << name;
   }
   engine.GetGlobalVariables().Put("*a b*", NewInteger(1));
   TReasoner other;

@@ -30,6 +30,34 @@ class RunTest : public EngineTest {
   std::string events;
 };
 
+TEST_F(RunTest, AFailurePlaceIsOfTheLastFailureAlone) {
+  const auto place = [this] {
+    const TFailurePlace& failure = engine.GetFailurePlace();
+    return std::to_string(failure.line) + ":" + std::to_string(failure.column) + " " + failure.rule;
+  };
+  const auto fails = [this](const std::string& text) {
+    FailureOf([&] { engine.Parse(text, true); });
+  };
+  Load("(defrule r (a) => (/ 1 0))");
+  fails("(assert (a))\n (run)");
+  EXPECT_EQ(place(), "2:6 r");
+  fails("(assert (a))\n (try (run) catch (printout t caught)) (sqrt no)");
+  EXPECT_EQ(place(), "2:48 ") << "the rule's failure was caught before";
+  engine.Assert("(b)");
+  EXPECT_EQ(place(), "0:0 ");
+  for (const auto& next : std::vector<std::function<void()>>{
+           [&] { engine.Assert(engine.ParseFact("(c)")); }, [&] { engine.Run(); },
+           [&] { engine.Reset(); }, [&] { engine.Clear(); }, [&] { engine.Parse("1", true); }}) {
+    fails("(no-such)");
+    EXPECT_EQ(place(), "1:9 ");
+    next();
+    EXPECT_EQ(place(), "0:0 ");
+  }
+  // A part of something longer.
+  FailureOf([&] { engine.Parse(" (sqrt no)\n(no-such)", true, {"page", 7, 20}); });
+  EXPECT_EQ(engine.GetFailurePlace().file + " " + place(), "page 7:29 ");
+}
+
 TEST_F(RunTest, AFailingActionIsTakenOffAndTheRestWaits) {
   Load(
       "(defrule r (a ?x) => (printout t ?x) (if (= ?x 2) then (sqrt no)) (printout t \".\"))"

@@ -124,7 +124,7 @@ TEST_F(SaveTest, ADocumentKeepsTheIndexOfSymbolsAndTheSettingOfTerms) {
   TReasoner other;
   other.Parse(engine.GetExpertSystem(), true);
   EXPECT_EQ(other.ParseNExecuteFunCall("(new-node)")->ToString(), "<Fact-2>");
-  EXPECT_EQ(Facts(other), "(Initial-Fact)\n(node gen0 )\n(node gen2 )\n");
+  EXPECT_EQ(Facts(other), "(Initial-Fact)\n(node gen0 )\n(node gen2 )");
   EXPECT_EQ(other.FindDefinedType("heat")->GetFuzzyType()->GetSetCount(), 0);
   EXPECT_FALSE(other.FuzzyAutoTerms);
   // A symbol that a text uses is not generated.
@@ -142,13 +142,19 @@ TEST_F(SaveTest, SavingChangesNothing) {
   Load(
       "(deftemplate item (slot a) (slot b)) (deffacts s (item (b 1)) (item (a 1)))"
       "(defrule r (item (a ?)) (not (other $?)) =>) (deftemplate item (slot a))");
-  engine.GetFactSets().GetItem(0).SetFact(1, nullptr);
-  engine.FindFactTemplate("item")->SetTemplateName("moved");  // the lines' template is unknown now
+  TFactSet unread;
+  unread.SetFactSetName("unread");
+  unread.SetFacts({"(never-seen 1)", "(item (a 2))"});
+  unread.SetEngineNoParse(&engine);
+  engine.GetFactSets().Add(unread);
   int parsed = 0;
   engine.GetParser().OnParseFact = [&parsed](TKBParser&, const Ref<IFact>&) { ++parsed; };
   const std::int32_t index = engine.GetSymbolIndex();
   const std::int32_t templates = engine.GetFactTemplates().GetCount();
-  EXPECT_NE(engine.GetExpertSystem().find("; does not fit: (item (b 1))"), std::string::npos);
+  const std::string text = engine.GetExpertSystem();
+  for (const char* line : {"; does not fit: (item (b 1))", "; does not fit: (never-seen 1)",
+                           "\n   (item (a 1))", "\n   (item (a 2))"})
+    EXPECT_NE(text.find(line), std::string::npos) << text;
   EXPECT_EQ(engine.GetSymbolIndex(), index);
   EXPECT_EQ(engine.GetFactTemplates().GetCount(), templates);
   EXPECT_EQ(parsed, 0);
@@ -290,6 +296,58 @@ TEST_F(SaveTest, ARuleOfAnotherEngineComesOverByItsText) {
   Load("(assert (b 1) (c 1))");
   EXPECT_EQ(engine.Run(), 1);
   EXPECT_EQ(TakeOutput(), "there1");
+}
+
+TEST_F(SaveTest, SalienceExpressionsComeBackAsExpressions) {
+  for (const bool plain : {true, false}) {
+    engine.Clear();
+    engine.SetTextbookSemantics(plain);
+    Load(
+        "(defglobal ?*zero* = 0 ?*four* = 4)"
+        "(defrule zero (declare (salience ?*zero*)) (a) =>)"
+        "(defrule sum (declare (salience (+ ?*zero* 4))) (a) =>)");
+    const std::string sum = plain ? "(+ ?*zero* 4)" : "4";
+    TReasoner copy;
+    copy.Assign(engine);
+    TReasoner loaded;
+    loaded.SetTextbookSemantics(plain);
+    loaded.Parse(engine.GetExpertSystem(), true);
+    Load("(deftemplate a (slot x))");  // rebuilds the rules
+    for (TReasoner* each : {&engine, &copy, &loaded}) {
+      const std::string text = each->GetExpertSystem();
+      EXPECT_NE(text.find("(salience ?*zero*)"), std::string::npos) << text;
+      EXPECT_NE(text.find("(salience " + sum + ")"), std::string::npos) << text;
+      each->Parse("(bind ?*zero* 3)", true);
+      each->Assert("(a)");
+      EXPECT_EQ(each->GetActivation(0).ToString().substr(0, 6), plain ? "7 sum " : "4 sum ");
+      EXPECT_EQ(each->GetActivation(1).ToString().substr(0, 6), "3 zero");
+    }
+  }
+}
+
+TEST_F(SaveTest, LineBreaksInTextsComeBackInTheMeaningTheyWereSavedIn) {
+  const std::string program =
+      "(deffacts d \"of\nus\" (a \"x\ny\tz\\\\n\"))"
+      "(defrule r (a \"x\ny\") => (printout t \"x\ny\"))";
+  for (const bool plain : {true, false}) {
+    engine.Clear();
+    engine.SetTextbookSemantics(plain);
+    Load(program);
+    engine.Reset();
+    const std::string document = engine.GetExpertSystem();
+    const std::string written = plain ? "(a \"x\\ny\\tz\\\\n\")" : "(a \"x\ny\tz\\\\n\")";
+    EXPECT_NE(document.find(written), std::string::npos) << document;
+    EXPECT_EQ(engine.GetRules().Find("r")->ToString().find("x\ny") == std::string::npos, plain);
+    TReasoner loaded;
+    loaded.SetTextbookSemantics(plain);
+    loaded.Parse(document, true);
+    EXPECT_EQ(Facts(loaded), Facts(engine));
+    if (plain) continue;
+    loaded.Clear();
+    loaded.SetTextbookSemantics(true);
+    loaded.Parse(document, true);
+    EXPECT_EQ(Facts(loaded), Facts(engine)) << "what was saved literally reads plainly, too";
+  }
 }
 
 }  // namespace

@@ -57,7 +57,7 @@ TEST_F(PrinterTest, Calls) {
           {"(f & [ =)", "(f \"&\" \"[\" \"=\")"},
           {"(modify ?f (x 1) (y a b))", "(modify ?f (x 1 ) (y a b  ))"},
           {"(assert (a 1 nil) (b))", "(assert (a 1 nil ) (b))"},
-          {"(modify ?f ?pair (x ?y a) 3)", "(modify ?f ?pair (x ?y a ) 3)"},
+          {"(modify ?f ?pair (x ?y a) 3)", "(modify ?f ?pair (x ?y a  ) 3)"},
           {"; note\n\n  ;; more\n(f)", "; note\n\n;; more\n(f)"},
           {"(f ; why\n (g))", "(f ; why\n(g))"},
       });

@@ -196,6 +196,11 @@ TEST_F(NetworkTest, AUniquePatternMatchesOnceForANewLeftToken) {
   engine.SetTextbookSemantics(true);
   Load("(assert (b 4))");
   EXPECT_EQ(Agenda().size(), 1u) << "plainly, one partner at any time";
+  engine.Reset();
+  for (int id = 1; id <= 106; ++id) engine.Assert("(b " + std::to_string(id) + ")");
+  for (int id = 1; id < 60; ++id) engine.Retract("(b " + std::to_string(id) + ")");
+  Load("(assert (a))");
+  EXPECT_EQ(Agenda(), (Entries{"u f-107, f-60"})) << "the first in the order of the facts";
 }
 
 TEST_F(NetworkTest, AFactBoundToAVariableIsComparedByItsId) {

@@ -364,7 +364,7 @@ std::vector<const BruteForce::TView*> BruteForce::Entries(const TReading& readin
                                                           bool with_past) const {
   std::vector<const TView*> entries;
   for (const TKnownFact& fact : history) {
-    if (!with_past && !fact.IsAlive()) continue;
+    if ((!with_past && !fact.IsAlive()) || underway_.Hides(fact, *reading.element)) continue;
     for (const TView& view : ViewsOf(reading, fact)) entries.push_back(&view);
   }
   return entries;
@@ -456,12 +456,9 @@ std::vector<BruteForce::TToken> BruteForce::NegatePlainly(const TReading& readin
 std::vector<BruteForce::TToken> BruteForce::Negate(const TReading& reading,
                                                    const std::vector<TToken>& tokens,
                                                    const TFactHistory& history,
-                                                   std::int64_t rule_added,
-                                                   const TKnownFact* hidden) const {
+                                                   std::int64_t rule_added) const {
   if (textbook_) return NegatePlainly(reading, tokens, history);
-  std::vector<const TView*> right = Entries(reading, history, keeps_past_);
-  if (hidden != nullptr && reading.element->negations > 1)
-    std::erase_if(right, [hidden](const TView* view) { return view->fact == hidden; });
+  const std::vector<const TView*> right = Entries(reading, history, keeps_past_);
   std::vector<TToken> passed;
   for (TToken token : LeftMemory(reading, tokens, true)) {
     bool is_blocked = false;
@@ -504,7 +501,8 @@ bool BruteForce::Reads(std::int32_t fact_template) const {
 }
 
 std::vector<TReadMatch> BruteForce::Matches(const TFactHistory& history, std::int64_t rule_added,
-                                            const TKnownFact* hidden) const {
+                                            TUnderway underway) const {
+  underway_ = underway;
   std::vector<TToken> tokens;
   if (starts_with_initial_) {
     for (const TKnownFact& fact : history) {
@@ -526,7 +524,7 @@ std::vector<TReadMatch> BruteForce::Matches(const TFactHistory& history, std::in
         }
       });
     } else if (element.negations > 0) {
-      tokens = Negate(reading, tokens, history, rule_added, hidden);
+      tokens = Negate(reading, tokens, history, rule_added);
     } else if (i == 0) {
       // No memory stands before the first join: every expansion goes on.
       for (const TView* view : Entries(reading, history, false)) {

@@ -21,8 +21,8 @@
 //   or on a template that came before in the rule; `$?` in a list of fuzzy values beside a negation
 //   of several levels
 // - in the engine's own semantics: a match that has fired and is gone while a fact has reached the
-//   patterns before a negation of several levels and not yet the negation: it may stand on the
-//   agenda again
+//   other patterns before it reaches a negation of several levels, or the other way round: it may
+//   stand on the agenda again
 // - in the engine's own semantics: strengths behind a negation of several levels, and where a
 //   blocker of one negation goes at the same moment as one of the next
 // - fuzzy values that are nowhere above the threshold: such a value is equal to none, but a cell is
@@ -76,6 +76,16 @@ struct TReadMatch {
   TEnvironment bindings;
 };
 
+// A fact that is on its way: it has passed the negations of several levels only, or all others.
+struct TUnderway {
+  const TKnownFact* fact = nullptr;
+  bool has_passed_negations = false;
+
+  bool Hides(const TKnownFact& other, const TElement& element) const {
+    return fact == &other && (element.negations > 1) != has_passed_negations;
+  }
+};
+
 class BruteForce : private TEvaluator {
  public:
   // More matches, at any stage, than are worth looking at.
@@ -84,10 +94,9 @@ class BruteForce : private TEvaluator {
   // The program's settings are read, not its rules.
   BruteForce(const TRuleText& rule, const TProgram& program, bool textbook);
 
-  // The matches of the facts that are alive, ordered by their keys. The hidden fact is not seen by
-  // negations of several levels.
+  // The matches of the facts that are alive, ordered by their keys.
   std::vector<TReadMatch> Matches(const TFactHistory& history, std::int64_t rule_added,
-                                  const TKnownFact* hidden = nullptr) const;
+                                  TUnderway underway = {}) const;
   // Whether a fact of the template can change them.
   bool Reads(std::int32_t fact_template) const;
   bool HasDeepNegation() const { return deep_negation_; }
@@ -154,11 +163,11 @@ class BruteForce : private TEvaluator {
   std::vector<TToken> NegatePlainly(const TReading& reading, const std::vector<TToken>& tokens,
                                     const TFactHistory& history) const;
   std::vector<TToken> Negate(const TReading& reading, const std::vector<TToken>& tokens,
-                             const TFactHistory& history, std::int64_t rule_added,
-                             const TKnownFact* hidden) const;
+                             const TFactHistory& history, std::int64_t rule_added) const;
 
   double least_strength_;
   bool textbook_;
+  mutable TUnderway underway_;
   bool deep_negation_ = false;
   bool tests_fuzzy_ = false;
   bool starts_with_initial_ = false;
