@@ -8,6 +8,8 @@
 
 namespace reasoner {
 
+static constexpr std::uint32_t kMostFacts = (1U << 30) - 1;
+
 // Mixes an id into the hash of the chain before it.
 static std::uint32_t MixIdentity(std::uint32_t hash, std::uint32_t id) {
   std::uint64_t mixed = (std::uint64_t{hash} << 32 | id) * 0x9E3779B97F4A7C15u;
@@ -23,7 +25,7 @@ static std::uint32_t MixSplit(std::uint64_t split, TFactId id) {
 
 TKBToken::TKBToken(TTokenAction tag, Ref<IFact> fact, std::uint64_t split)
     : count_(1),
-      tag_(tag),
+      tag_(tag & 3U),
       fact_(std::move(fact)),
       split_(split),
       fact_id_(fact_ ? fact_->GetID() : -1) {
@@ -32,7 +34,7 @@ TKBToken::TKBToken(TTokenAction tag, Ref<IFact> fact, std::uint64_t split)
 }
 
 TKBToken::TKBToken(const Ref<TKBToken>& parent, Ref<IFact> fact, std::uint64_t split)
-    : count_(parent->count_ + 1),
+    : count_((parent->count_ + 1) & kMostFacts),
       tag_(parent->tag_),
       fact_(std::move(fact)),
       parent_(parent),
@@ -63,7 +65,7 @@ IFact* TKBToken::GetFacts(std::int32_t index) const noexcept {
 void TKBToken::SetTag(TTokenAction tag) {
   if (tag == GetTag()) return;
   if (tag != taClear && !fact_) Raise(SInvalidTokenAction);
-  tag_ = tag;
+  tag_ = tag & 3U;
 }
 
 bool TKBToken::EqualsChain(const TKBToken& other, bool strengths) const noexcept {

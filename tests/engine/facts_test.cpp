@@ -115,7 +115,7 @@ TEST_F(FactsTest, IdsGoOnBeyond32Bits) {
   EXPECT_EQ(TakeOutput(), "<Fact-12345678901> 1");
   EXPECT_EQ(high->ToIDString(), "f-12345678904 (a 7 )");
   ExpectPrinted("(facts 12345678904)", "f-12345678904 (a 7 )\nFor a total of 1 facts.\n");
-  ExpectShown({{"(get-slot-value 12345678904 __Data)", "(7 )"},
+  ExpectShown({{"(get-slot-value 12345678904 __Data)", "7 "},
                {"(retract 12345678904)", "TRUE"},
                {"(assert (a 8))", "<Fact-12345678905>"}});
   EXPECT_FALSE(facts->Lists(*high));

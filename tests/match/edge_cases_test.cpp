@@ -260,7 +260,8 @@ TEST_F(MatchEdgeCasesTest, WhatATestFailsAtCostsNoOtherMatch) {
       const TKBToken& token = *engine.GetActivation(i).GetToken();
       std::string text;
       for (std::int32_t k = 0; k < token.GetCount(); ++k) {
-        if (token.GetFacts(k)->GetID() >= 0) text += token.GetFacts(k)->ToString();
+        const Ref<IFact> fact = engine.GetFacts().GetFactByID(token.GetFacts(k)->GetID());
+        if (fact) text += fact->ToString();
       }
       texts.push_back(text);
     }
