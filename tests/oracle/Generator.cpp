@@ -64,7 +64,7 @@ class TGenerator {
       if (random_.Percent(30)) program.least_strength = 0.4139;
       program.by_product = random_.Percent(50);
     }
-    program.may_raise = may_raise_ = kTestsMayRaise && random_.Percent(12);
+    program.may_raise = may_raise_ = random_.Percent(12);
     has_ids_ = random_.Percent(35);
     const bool is_fan = random_.Percent(6);
     is_large_ = !is_fan && random_.Percent(3);
@@ -220,7 +220,7 @@ class TGenerator {
     if (rare < 5) return FactSet();
     if (rare < 15) operation.kind = TOperation::kReset;
     if (rare >= 15 && rare < 17) operation.kind = TOperation::kClear;
-    if (rare >= 20 && rare < 25 && kTemplatesComeAnew) operation.kind = TOperation::kTemplateAnew;
+    if (rare >= 20 && rare < 25) operation.kind = TOperation::kTemplateAnew;
     if (rare >= 25 && rare < 50 && uses_ids_) operation.kind = TOperation::kUseIds;
     if (rare >= 50 && rare < 75 && has_strategies_) operation.kind = TOperation::kStrategy;
     if (rare >= 75 && has_duplicates_) operation.kind = TOperation::kDuplicates;
@@ -350,8 +350,7 @@ class TGenerator {
     element.fact_template = FactTemplate();
     // What the pattern may name: what is bound before, and what it binds itself.
     TScope here = scope;
-    if (kFactsNameThemselves && !element.bound.IsEmpty())
-      here.facts.emplace_back(element.bound, element.fact_template);
+    if (!element.bound.IsEmpty()) here.facts.emplace_back(element.bound, element.fact_template);
     const TTemplateText& described = TemplateAt(element.fact_template);
     for (const TSlotText& slot : described.slots) {
       TSlotPattern tested;
@@ -402,7 +401,7 @@ class TGenerator {
       field.constraints.back().negated = false;
       Add(here, field.constraints.back().text);
       if (random_.Percent(15)) field.constraints.push_back(VariableConstraint(here, true, false));
-      if (kSpansHaveBars && field.constraints.size() == 1 && random_.Percent(25)) {
+      if (field.constraints.size() == 1 && random_.Percent(25)) {
         for (std::uint32_t i = 1 + random_.Below(2); i > 0; --i) {
           TConstraint alternative;
           alternative.kind = TConstraint::kPredicate;
