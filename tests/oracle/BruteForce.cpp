@@ -5,8 +5,6 @@
 #include <cstdlib>
 #include <functional>
 
-#include "tests/oracle/Switches.h"
-
 namespace reasoner::oracle {
 namespace {
 

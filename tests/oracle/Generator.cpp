@@ -38,9 +38,11 @@ const std::vector<std::vector<TWord>> kKin = {
     {"\"a\"", "a", "ea", "\"a b\""},
     {"-3", "2.5", "3", "2"}};
 const std::vector<TWord> kAtoms = {"a", "b", "c", "ea"};
+// The first ones come most.
 const std::vector<TWord> kMany = {
-    "k0", "k1",  "k2", "k3", "\"k0\"", "k5",  "k6",
-    "1",  "1.0", "2",  "3",  "-0.0",   "nil", "\"a long text of many words\""};
+    "k0", "\"k0\"", "1",     "\"1\"", "1.0",    "2",
+    "k1", "\"k1\"", "\"2\"", "k2",    "\"k2\"", "-0.0",
+    "0",  "\"0\"",  "k5",    "0.0",   "nil",    "\"a long text of many words\""};
 const std::vector<TWord> kWords = {
     "cold", "mild", "hot",          "dull",          "low",          "high",     "medium", "1",
     "3",    "6",    "cold or mild", "mild and high", "low and high", "not mild", "not 3"};
@@ -64,7 +66,7 @@ class TGenerator {
       if (random_.Percent(30)) program.least_strength = 0.4139;
       program.by_product = random_.Percent(50);
     }
-    program.may_raise = may_raise_ = kTestsMayRaise && random_.Percent(12);
+    program.may_raise = may_raise_ = random_.Percent(12);
     has_ids_ = random_.Percent(35);
     const bool is_fan = random_.Percent(6);
     is_large_ = !is_fan && random_.Percent(3);
@@ -81,7 +83,8 @@ class TGenerator {
     const auto rules = static_cast<std::uint32_t>(program.rules.size());
     // Some rules are there from the start, the others come in between.
     for (std::uint32_t i = 0; i < rules; ++i) {
-      if (random_.Percent(75)) program.operations.push_back(OnRule(TOperation::kAddRule, i));
+      if (random_.Percent(is_fan ? 90 : 75))
+        program.operations.push_back(OnRule(TOperation::kAddRule, i));
     }
     has_strategies_ = random_.Percent(20);
     has_duplicates_ = random_.Percent(15);
@@ -153,7 +156,7 @@ class TGenerator {
     const bool negated = random_.Percent(15);
     const bool is_first = random_.Percent(60);
     TRuleText base = Rule(0, nullptr);
-    const std::uint32_t rules = 9 + random_.Below(5);
+    const std::uint32_t rules = 12 + random_.Below(6);
     for (std::uint32_t i = 0; i < rules; ++i) {
       TRuleText rule = base;
       if (random_.Percent(15)) rule = Rule(i, nullptr);
@@ -220,7 +223,7 @@ class TGenerator {
     if (rare < 5) return FactSet();
     if (rare < 15) operation.kind = TOperation::kReset;
     if (rare >= 15 && rare < 17) operation.kind = TOperation::kClear;
-    if (rare >= 20 && rare < 25 && kTemplatesComeAnew) operation.kind = TOperation::kTemplateAnew;
+    if (rare >= 20 && rare < 25) operation.kind = TOperation::kTemplateAnew;
     if (rare >= 25 && rare < 50 && uses_ids_) operation.kind = TOperation::kUseIds;
     if (rare >= 50 && rare < 75 && has_strategies_) operation.kind = TOperation::kStrategy;
     if (rare >= 75 && has_duplicates_) operation.kind = TOperation::kDuplicates;
@@ -252,7 +255,8 @@ class TGenerator {
   TWord Literal(bool in_fuzzy_slot = false) {
     if (in_fuzzy_slot) return random_.Pick(kWords);
     const auto count = static_cast<std::uint32_t>(values_.size());
-    return values_[count < 8 && random_.Percent(75) ? random_.Below(2) : random_.Below(count)];
+    if (random_.Percent(75)) return values_[random_.Below(count < 8 ? 2 : 6)];
+    return values_[random_.Below(count)];
   }
 
   // In a pattern or an action, where globals are known.
@@ -350,8 +354,7 @@ class TGenerator {
     element.fact_template = FactTemplate();
     // What the pattern may name: what is bound before, and what it binds itself.
     TScope here = scope;
-    if (kFactsNameThemselves && !element.bound.IsEmpty())
-      here.facts.emplace_back(element.bound, element.fact_template);
+    if (!element.bound.IsEmpty()) here.facts.emplace_back(element.bound, element.fact_template);
     const TTemplateText& described = TemplateAt(element.fact_template);
     for (const TSlotText& slot : described.slots) {
       TSlotPattern tested;
@@ -402,7 +405,7 @@ class TGenerator {
       field.constraints.back().negated = false;
       Add(here, field.constraints.back().text);
       if (random_.Percent(15)) field.constraints.push_back(VariableConstraint(here, true, false));
-      if (kSpansHaveBars && field.constraints.size() == 1 && random_.Percent(25)) {
+      if (field.constraints.size() == 1 && random_.Percent(25)) {
         for (std::uint32_t i = 1 + random_.Below(2); i > 0; --i) {
           TConstraint alternative;
           alternative.kind = TConstraint::kPredicate;

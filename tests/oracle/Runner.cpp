@@ -321,7 +321,7 @@ class TRunner {
       case TOperation::kAddRule: {
         if (operation.rule >= program_.rules.size()) return false;
         const TRuleText& text = program_.rules[operation.rule];
-        ForgetRules(text.name);
+        touched_.insert(text.name);  // it takes the place of one of that name
         Do(text.ToString());
         model_.AddRule(text);
         return true;
@@ -487,9 +487,6 @@ class TRunner {
       item->is_seen = true;
     }
   }
-
-  // A rule that is added under the name of another one takes its place.
-  void ForgetRules(const std::string& name) { touched_.insert(name); }
 
   void CheckSoundness() {
     ::testing::TestPartResultArray results;
