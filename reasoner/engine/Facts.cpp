@@ -22,10 +22,10 @@ const Ref<IFact>& TFacts::Get(std::int32_t index) const { return At(index).fact;
 
 void TFacts::Put(std::int32_t index, const Ref<IFact>& fact) { At(index).fact = fact; }
 
-TFacts::Entry* TFacts::FindEntry(std::int32_t id) const noexcept {
+TFacts::Entry* TFacts::FindEntry(TFactId id) const noexcept {
   const auto key = static_cast<std::uint32_t>(id);
   for (Entry* entry = ids_.Chain(key); entry != nullptr; entry = entry->id_next) {
-    if (entry->id == key && !entry->leaving) return entry;
+    if (entry->id == id && !entry->leaving) return entry;
   }
   return nullptr;
 }
@@ -67,12 +67,12 @@ static std::int32_t IndexOrNone(const TFacts::Entry* entry) {
              : static_cast<std::int32_t>(CountedSequence<TFacts::Entry>::IndexOf(*entry));
 }
 
-Ref<IFact> TFacts::GetFactByID(std::int32_t id) const {
+Ref<IFact> TFacts::GetFactByID(TFactId id) const {
   const Entry* entry = FindEntry(id);
   return entry == nullptr ? Ref<IFact>() : entry->fact;
 }
 
-std::int32_t TFacts::FindFact(std::int32_t id) const { return IndexOrNone(FindEntry(id)); }
+std::int32_t TFacts::FindFact(TFactId id) const { return IndexOrNone(FindEntry(id)); }
 
 std::int32_t TFacts::FindFact(const IFact& fact) const {
   return IndexOrNone(FindEqual(fact, HashOf(fact)));
@@ -86,7 +86,8 @@ std::int32_t TFacts::IndexOf(const IFact& fact) const {
 void TFacts::InsertDirect(std::int32_t index, const Ref<IFact>& fact, std::uint32_t hash) {
   auto entry = std::make_unique<Entry>();
   entry->fact = fact;
-  entry->id = static_cast<std::uint32_t>(fact->GetID());
+  entry->id = fact->GetID();
+  entry->id_key = static_cast<std::uint32_t>(entry->id);
   entry->hash = hash;
   ids_.Insert(*entry);
   if (IsFiled(*fact)) {
@@ -129,7 +130,7 @@ std::int32_t TFacts::Add(const Ref<IFact>& fact) {
     InsertDirect(GetCount(), fact, HashOf(*fact));
     return GetCount() - 1;
   }
-  const std::int32_t id = fact->GetID();
+  const TFactId id = fact->GetID();
   if (PreserveIDs && id != -1 && FindEntry(id) == nullptr) {
     // The fact keeps its id; the next one goes on behind the highest.
     engine_->kept_fact_id_ = id;
@@ -149,7 +150,7 @@ std::int32_t TFacts::Add(const Ref<IFact>& fact) {
 void TFacts::Insert(std::int32_t index, const Ref<IFact>& fact) {
   if (index < 0 || index > GetCount()) Raise(SListIndexError, index);
   if (engine_ == nullptr) return InsertDirect(index, fact, HashOf(*fact));
-  const std::int32_t id = engine_->Assert(fact);
+  const TFactId id = engine_->Assert(fact);
   Entry* entry = id == -1 ? nullptr : FindEntry(id);
   if (entry == nullptr) return;
   entries_.Erase(*entry);
@@ -190,6 +191,7 @@ void TFacts::Assign(const TPersistent& source) {
   if (other == nullptr) return TPersistent::Assign(source);
   if (other == this) return;
   Clear();
+  FirstFailure failures;  // of rules that cannot test a fact: it is there, and the others follow
   for (const Ref<IFact>& fact : other->Snapshot()) {
     Ref<IFactTemplate> own = fact->GetTemplate();
     if (engine_ != nullptr && own && own->GetReasoner() != engine_) {
@@ -200,11 +202,12 @@ void TFacts::Assign(const TPersistent& source) {
       }
       const Ref<IFact> crossing = Make<TFact>(own);
       crossing->Assign(*fact);
-      Add(crossing);
+      failures.Try([&] { Add(crossing); });
     } else {
-      Add(fact->Clone());
+      failures.Try([&] { Add(fact->Clone()); });
     }
   }
+  failures.Raise();
 }
 
 std::string TFacts::ToString() const {

@@ -134,7 +134,7 @@ TReasoner::~TReasoner() {
         OnRuleFired, OnAddUserFunction, OnRemoveUserFunction, OnAssertion, OnRetraction,
         OnFuzzyCorrelation, OnFuzzyInference, OnClear, OnClearDefinedTypes, OnClearFactTemplates,
         OnClearRules, OnClearFacts, OnReset, OnStartInference, OnEndInference, OnPrintOut,
-        OnUnknownStream, OnReadLine, OnReadToken);
+        OnUnknownStream, OnDropped, OnWarning, OnReadLine, OnReadToken);
   BeginDestruction();
   Clear();
   objects_.reset();
@@ -161,8 +161,9 @@ TReasoner::~TReasoner() {
 }
 
 void TReasoner::Clear() {
+  ForgetFailure();
   RequireIdleNetwork("clearing the knowledge base");
-  const ScopedDepthCount depth(depth_);
+  const ScopedOperation operation(*this);
   halted_ = false;
   next_fact_id_ = 0;
   next_rule_id_ = 0;
@@ -201,8 +202,9 @@ THostObjects& TReasoner::GetObjects() {
 }
 
 void TReasoner::Reset() {
+  ForgetFailure();
   RequireIdleNetwork("a reset");
-  const ScopedDepthCount depth(depth_);
+  const ScopedOperation operation(*this);
   struct Resetting {
     TReasoner& engine;
     explicit Resetting(TReasoner& reset) : engine(reset) { ++engine.resetting_; }
@@ -216,18 +218,21 @@ void TReasoner::Reset() {
   next_fact_id_ = 0;
   pending_assertions_.clear();
   pending_retractions_.clear();
-  RetractFacts();
+  // What one fact or one handler fails at stops none of the steps behind it.
+  FirstFailure failures;
+  failures.Try([this] { RetractFacts(); });
   for (TRule* rule : rules_->GetItems()) rule->Reset();
-  Assert(SInitialFact);
+  failures.Try([this] { Assert(SInitialFact); });
   if (ResetGlobals) {
     for (const std::string& name : global_variables_->GetKeys()) {
-      ResetGlobalVariable(name, global_variables_->Get(name));
+      failures.Try([&] { ResetGlobalVariable(name, global_variables_->Get(name)); });
     }
   }
   for (TFactSet* fact_set : fact_sets_->GetItems()) {
-    if (fact_sets_->IndexOf(*fact_set) >= 0) fact_set->Reset();
+    if (fact_sets_->IndexOf(*fact_set) >= 0) failures.Try([&] { fact_set->Reset(); });
   }
-  OnReset(*this);
+  failures.Try([this] { OnReset(*this); });
+  failures.Raise();
 }
 
 void TReasoner::ResetGlobalVariable(std::string_view name, const Ref<IKBValue>& value) {
@@ -322,6 +327,7 @@ void TReasoner::SetParserMaxErrors(std::int32_t value) {
 
 void TReasoner::SetSymbolIndex(std::int32_t value) {
   symbol_index_ = value > symbol_index_ ? value : symbol_index_ + 1;
+  saved_symbol_index_ = std::max(saved_symbol_index_, value);
 }
 
 void TReasoner::SetMinActivationStrength(float value) {
@@ -371,7 +377,10 @@ std::unique_ptr<TKBTokenizerStream> TReasoner::NewTokenizer(const std::string& f
 }
 
 std::string TReasoner::GenerateSymbol(std::string_view prefix) {
-  return std::string(prefix) + IntegerToText(symbol_index_++);
+  std::string name = std::string(prefix) + IntegerToText(symbol_index_++);
+  // The engine's own names stay inside of a rule; any other may be in facts that are saved.
+  if (!prefix.starts_with('_')) saved_symbol_index_ = symbol_index_;
+  return name;
 }
 
 void TReasoner::KeepSymbol(std::string_view name) {
@@ -407,7 +416,15 @@ void TReasoner::EnterType(const Ref<IKBDefinedType>& type) { defined_types_->Add
 void TReasoner::EnterFunction(const Ref<IUserFunction>& function) {
   user_functions_->Add(function);
 }
-void TReasoner::EnterFactSet(TFactSet& fact_set) { fact_sets_->Add(fact_set); }
+bool TReasoner::EnterFactSet(TFactSet& fact_set) {
+  fact_sets_->Add(fact_set);
+  return fact_sets_->IndexOf(fact_set) >= 0;
+}
+void TReasoner::CheckFactSetName(const TFactSet& fact_set, std::string_view name) {
+  if (!fact_sets_ || fact_sets_->IndexOf(fact_set) < 0) return;
+  const std::int32_t index = fact_sets_->IndexOf(name);
+  if (index >= 0 && &fact_sets_->GetItem(index) != &fact_set) Raise(SDuplicateFactSetNames, name);
+}
 void TReasoner::LeaveFactSet(TFactSet& fact_set) {
   if (fact_sets_) fact_sets_->Leave(fact_set);
 }
@@ -534,7 +551,7 @@ void TReasoner::ClaimName(TRule& rule) {
   if (other != nullptr && other != &rule) RemoveRule(*other);
 }
 
-// Puts a rule in the place of another one. If feeding it fails, the old one comes back.
+// Puts a rule in the place of another one. If it cannot be compiled, the old one comes back.
 void TReasoner::ReplaceRule(TRule& old, TRule& rule) {
   const std::string name = rule.GetRuleName();
   const ComponentWatch watch(rule);
@@ -547,7 +564,7 @@ void TReasoner::ReplaceRule(TRule& old, TRule& rule) {
   failures.Try([&] { UncompileRule(old); });
   if (!watch.HasEnded()) failures.Try([&] { CompileRule(rule); });
   if (watch.HasEnded() || !IsCompiled(rule)) {
-    if (holds_old()) failures.Try([&] { CompileRule(old, TReteNetwork::TFeed::kWhatMatches); });
+    if (holds_old()) failures.Try([&] { CompileRule(old); });
   } else if (holds_old() && rule.GetRuleName() == name) {
     rules_->table_.Put(name, &rule);
     // A handler that has changed the old rule meanwhile has had it compiled again.
@@ -556,7 +573,7 @@ void TReasoner::ReplaceRule(TRule& old, TRule& rule) {
   } else {
     failures.Try([&] { ClaimName(rule); });
     // A handler has renamed the new rule: the old one keeps its name.
-    if (holds_old()) failures.Try([&] { CompileRule(old, TReteNetwork::TFeed::kWhatMatches); });
+    if (holds_old()) failures.Try([&] { CompileRule(old); });
   }
   failures.Raise();
 }

@@ -33,23 +33,34 @@ void TReasoner::InNetwork(TStep step) {
     const ScopedNetwork inside(*this);
     failures.Try(step);
   }
-  if (in_network_ == 0) network_failures_.Raise();
+  if (in_network_ == 0) {
+    if (std::exchange(match_interrupted_, false))
+      GetLink()->interrupt_requests.store(0, std::memory_order_relaxed);
+    network_failures_.Raise();
+  }
   failures.Raise();
 }
 
-std::int32_t TReasoner::NewFactId() {
-  constexpr std::int32_t kLast = std::numeric_limits<std::int32_t>::max();
-  if (const std::int32_t id = std::exchange(kept_fact_id_, -1); id >= 0) {
-    if (id >= next_fact_id_) next_fact_id_ = id == kLast ? kLast : id + 1;
+static constexpr TFactId kLastFactId = std::numeric_limits<TFactId>::max();
+
+// A fact that is taken out to come back changed must be able to.
+void TReasoner::RequireFactId() const {
+  if (next_fact_id_ == kLastFactId) Raise(SFactIdsExhausted);
+}
+
+TFactId TReasoner::NewFactId() {
+  if (const TFactId id = std::exchange(kept_fact_id_, -1); id >= 0) {
+    if (id >= next_fact_id_) next_fact_id_ = id == kLastFactId ? id : id + 1;
     return id;
   }
-  if (next_fact_id_ == kLast) Raise(SFactIdsExhausted);
+  RequireFactId();
   return next_fact_id_++;
 }
 
-std::int32_t TReasoner::Assert(const Ref<IFact>& asserted, bool unconditional) {
+TFactId TReasoner::Assert(const Ref<IFact>& asserted, bool unconditional) {
+  ForgetFailure();
   if (!asserted->GetTemplate()) Raise(SNoTemplate);
-  const ScopedDepthCount depth(depth_);
+  const ScopedOperation operation(*this);
   if (asserted->GetTemplate()->IsFuzzy()) return AssertFuzzy(asserted, unconditional);
   const std::uint32_t hash = facts_->HashOf(*asserted);
   if (!fact_duplication_ && facts_->FindEqual(*asserted, hash) != nullptr) return -1;
@@ -63,8 +74,8 @@ std::int32_t TReasoner::Assert(const Ref<IFact>& asserted, bool unconditional) {
 }
 
 // Gives a fact its id and its place, and sends it into the network.
-std::int32_t TReasoner::EnterFact(const Ref<IFact>& fact, std::uint32_t hash) {
-  const std::int32_t id = NewFactId();
+TFactId TReasoner::EnterFact(const Ref<IFact>& fact, std::uint32_t hash) {
+  const TFactId id = NewFactId();
   fact->SetID(id);
   facts_->InsertDirect(facts_->GetCount(), fact, hash);
   // The token waits before anyone hears of the fact: a handler that adds a rule gets it once.
@@ -78,13 +89,13 @@ std::int32_t TReasoner::EnterFact(const Ref<IFact>& fact, std::uint32_t hash) {
   return id;
 }
 
-std::int32_t TReasoner::Assert(std::string_view text) {
+TFactId TReasoner::Assert(std::string_view text) {
   const Ref<IFact> fact = ParseFact(text);
   context_->Resolve(*fact);
   return Assert(fact);
 }
 
-std::int32_t TReasoner::AssertResolved(const Ref<IFact>& fact) {
+TFactId TReasoner::AssertResolved(const Ref<IFact>& fact) {
   context_->Resolve(*fact);
   return Assert(fact);
 }
@@ -113,9 +124,7 @@ void TReasoner::DoWork(const TNetworkWork& work) {
       if (TFacts::Entry* entry = facts_->FindEntry(*work.fact)) RetractEntry(*entry);
       return;
     case TNetworkWork::kCompilation:
-      return FeedRule(*work.rule, TReteNetwork::TFeed::kAllOrNothing);
-    case TNetworkWork::kRecompilation:
-      return FeedRule(*work.rule, TReteNetwork::TFeed::kWhatMatches);
+      return FeedRule(*work.rule);
     case TNetworkWork::kRelease:
       return network_->ReleaseNodes(work.nodes);
   }
@@ -152,7 +161,7 @@ void TReasoner::RetractEntry(TFacts::Entry& listed) {
 }
 
 void TReasoner::RetractListed(TFacts::Entry& entry) {
-  const ScopedDepthCount depth(depth_);
+  const ScopedOperation operation(*this);
   if (in_network_ == 0) return RetractEntry(entry);
   if (entry.leaving) return;
   facts_->MarkLeaving(entry);
@@ -166,7 +175,7 @@ void TReasoner::RetractFact(const Ref<IFact>& fact) {
   RetractFact(facts_->IndexOf(*fact));
 }
 
-void TReasoner::Retract(std::int32_t id) {
+void TReasoner::Retract(TFactId id) {
   if (TFacts::Entry* entry = facts_->FindEntry(id)) RetractListed(*entry);
 }
 
@@ -181,7 +190,7 @@ void TReasoner::Retract(std::string_view text) {
 }
 
 void TReasoner::RetractFacts() {
-  const ScopedDepthCount depth(depth_);
+  const ScopedOperation operation(*this);
   FirstFailure failures;
   failures.Try([&] { InNetwork([&] { network_->ProcessToken(Make<TKBToken>()); }); });
   failures.Try([&] {
@@ -193,6 +202,7 @@ void TReasoner::RetractFacts() {
 
 void TReasoner::BeginFactModify(const Ref<IFact>& fact) {
   RequireIdleNetwork("modifying a fact");
+  RequireFactId();
   if (facts_->Lists(*fact)) {
     RetractFact(fact);
   } else {
@@ -200,7 +210,7 @@ void TReasoner::BeginFactModify(const Ref<IFact>& fact) {
   }
 }
 
-std::int32_t TReasoner::EndFactModify(const Ref<IFact>& fact) { return Assert(fact); }
+TFactId TReasoner::EndFactModify(const Ref<IFact>& fact) { return Assert(fact); }
 
 void TReasoner::AddPendingFact(const Ref<IFact>& fact, bool assertion) {
   (assertion ? pending_assertions_ : pending_retractions_).push_back(fact);
@@ -251,16 +261,14 @@ std::vector<Ref<IFact>> TReasoner::SnapshotFacts() {
 // Rules and the network.
 
 // Compiles and feeds a rule, at once or when the network is idle again.
-void TReasoner::CompileRule(TRule& rule, TReteNetwork::TFeed feed) {
+void TReasoner::CompileRule(TRule& rule) {
   if (in_network_ > 0) {
-    const auto kind = feed == TReteNetwork::TFeed::kWhatMatches ? TNetworkWork::kRecompilation
-                                                                : TNetworkWork::kCompilation;
-    work_.push_back(TNetworkWork{kind, nullptr, &rule, {}});
+    work_.push_back(TNetworkWork{TNetworkWork::kCompilation, nullptr, &rule, {}});
     return;
   }
-  const ScopedDepthCount depth(depth_);
+  const ScopedOperation operation(*this);
   FirstFailure failures;
-  failures.Try([&] { InNetwork([&] { network_->AddRule(rule, feed); }); });
+  failures.Try([&] { InNetwork([&] { network_->AddRule(rule); }); });
   failures.Try([&] {
     if (!work_.empty()) DrainWork();
     ProcessPendingFacts();
@@ -269,13 +277,13 @@ void TReasoner::CompileRule(TRule& rule, TReteNetwork::TFeed feed) {
 }
 
 // A rule that had to wait: one that cannot be compiled is no rule.
-void TReasoner::FeedRule(TRule& rule, TReteNetwork::TFeed feed) {
+void TReasoner::FeedRule(TRule& rule) {
   const ScopedReport report(*this);
   const std::string name = rule.GetRuleName();
   // A handler may free a rule that is its own: then nothing of it is touched any more.
   const auto is_held = [&] { return rules_->Find(name) == &rule; };
   FirstFailure failures;
-  failures.Try([&] { InNetwork([&] { network_->AddRule(rule, feed); }); });
+  failures.Try([&] { InNetwork([&] { network_->AddRule(rule); }); });
   failures.Try([&] { ProcessPendingFacts(); });
   if (!IsCompiled(rule) && is_held()) failures.Try([&] { rules_->Remove(name); });
   failures.Raise();

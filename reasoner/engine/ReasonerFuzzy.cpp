@@ -102,8 +102,8 @@ void TReasoner::FuzzyUnion(Ref<IKBValue>& value1, const Ref<IKBValue>& value2,
   value1 = CombineValues(value1, *value2, operation, true);
 }
 
-std::int32_t TReasoner::Assert(const Ref<IFact>& fact, TFuzzyInferenceMethod method,
-                               bool unconditional) {
+TFactId TReasoner::Assert(const Ref<IFact>& fact, TFuzzyInferenceMethod method,
+                          bool unconditional) {
   struct Method {
     TFuzzyInferenceMethod& current;
     TFuzzyInferenceMethod old;
@@ -114,7 +114,7 @@ std::int32_t TReasoner::Assert(const Ref<IFact>& fact, TFuzzyInferenceMethod met
 
 // Equal facts do not stand beside each other: the new one takes in the old one's fuzzy values, and
 // its place.
-std::int32_t TReasoner::AssertFuzzy(const Ref<IFact>& asserted, bool unconditional) {
+TFactId TReasoner::AssertFuzzy(const Ref<IFact>& asserted, bool unconditional) {
   // One object stands in the list once.
   const Ref<IFact> fact = facts_->FindEntry(*asserted) == nullptr ? asserted : asserted->Clone();
   if (current_activation_ != nullptr) {
@@ -124,7 +124,9 @@ std::int32_t TReasoner::AssertFuzzy(const Ref<IFact>& asserted, bool uncondition
   FirstFailure failures;
   if (const TFacts::Entry* entry = facts_->FindEqual(*fact, hash)) {
     const Ref<IFact> old = entry->fact;
+    RequireFactId();
     FuzzyOperation(fact, old, !unconditional);
+    OwnFuzzySets(*fact);
     // A retraction that has begun is carried through, whatever a handler raises; one that has not
     // leaves everything as it was.
     if (TFacts::Entry* listed = facts_->FindEntry(*old); listed != nullptr && !listed->leaving) {
@@ -133,8 +135,10 @@ std::int32_t TReasoner::AssertFuzzy(const Ref<IFact>& asserted, bool uncondition
     if (const TFacts::Entry* listed = facts_->FindEntry(*old); listed != nullptr) {
       if (!listed->leaving) failures.Raise();
     }
+  } else {
+    OwnFuzzySets(*fact);
   }
-  std::int32_t id = -1;
+  TFactId id = -1;
   failures.Try([&] { id = EnterFact(fact, hash); });
   failures.Raise();
   return id;

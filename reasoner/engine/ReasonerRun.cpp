@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <optional>
 
 #include "reasoner/engine/Reasoner.h"
 #include "reasoner/support/Format.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/support/Streams.h"
+#include "reasoner/vocabulary/KBExceptions.h"
 #include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
@@ -70,14 +72,21 @@ bool TReasoner::PlaceActivation(std::unique_ptr<TActivation> owned) {
   const auto has_gone = [&] { return placing_[place] == nullptr; };
   bool is_placed = false;
   try {
-    // A salience that cannot be evaluated takes the activation with it, off its node too.
-    activation.GetRule().EvaluateSalience();
+    // A salience that cannot be evaluated takes the activation with it, off its node too. One that
+    // was interrupted leaves it the salience that its rule had.
+    std::exception_ptr interruption;
+    try {
+      activation.GetRule().EvaluateSalience();
+    } catch (const EKBInterrupted&) {
+      interruption = std::current_exception();
+    }
     if (has_gone()) return false;  // withdrawn by what its salience ran
     const std::int32_t index = agenda_->Add(std::move(owned));
     is_placed = true;
     if (Watches(cwActivation))
       PrintOut("==> Activation: " + activation.ToString() + std::string(NewLineString));
     OnAddActivation.CallWhile([&] { return !has_gone(); }, *this, index, activation);
+    if (interruption) std::rethrow_exception(interruption);
   } catch (const EAbort&) {
     // A host's silent refusal ends here: the match goes on.
   } catch (...) {
@@ -244,6 +253,7 @@ std::int32_t TReasoner::RunRules(std::int32_t max_rules) {
     // Another thread may be at work: what it has begun is waited for.
     const TGuard lock(lock_);
     if (running_ || in_network_ > 0 || current_activation_ != nullptr) return 0;
+    ForgetFailure();
     running_ = true;
   }
   struct Running {
@@ -251,20 +261,31 @@ std::int32_t TReasoner::RunRules(std::int32_t max_rules) {
     ~Running() {
       const TGuard lock(engine.lock_);
       engine.running_ = false;
+      if (engine.parses_ == 0) engine.placed_failure_ = nullptr;
     }
   } running{*this};
-  const ScopedDepthCount depth(depth_);
+  std::optional<ScopedOperation> operation;
+  struct Ending {
+    TReasoner& engine;
+    std::optional<ScopedOperation>& operation;
+    ~Ending() {
+      const TGuard lock(engine.lock_);
+      operation.reset();
+    }
+  } ending{*this, operation};
   {
     const TGuard lock(lock_);
+    operation.emplace(*this);
     BeginInference();
   }
   // The lock is held for one firing at a time: between two of them other threads get in.
   for (bool going = true; going;) {
     const TGuard lock(lock_);
-    CheckInterrupt();
     const std::int32_t next = NextToFire(max_rules);
     going = next >= 0;
     if (!going) continue;
+    if (GetLink()->interrupt_requests.load(std::memory_order_relaxed) != 0)
+      throw EKBInterrupted(std::string(SInterrupted.kFormat));
     RunStep(next);
     if (SalienceEvaluation == sEveryTime) RebuildAgenda();
   }
@@ -272,6 +293,26 @@ std::int32_t TReasoner::RunRules(std::int32_t max_rules) {
   const std::int32_t fired = rules_fired_;
   EndInference();
   return fired;
+}
+
+// A run is interrupted between two firings, and a match, which would lose what it has not made yet,
+// not at all, unless the host asks again.
+void TReasoner::PollInterrupt() {
+  const bool insists = GetLink()->interrupt_requests.load(std::memory_order_relaxed) > 1;
+  if (!insists && (running_ || in_network_ > 0 || reporting_ > 0)) return;
+  // The request is spent, but inside a match not before its end: the tests that are still to come
+  // end at once, too.
+  if (in_network_ == 0) {
+    GetLink()->interrupt_requests.store(0, std::memory_order_relaxed);
+  } else {
+    match_interrupted_ = true;
+  }
+  if (current_activation_ != nullptr && current_activation_->HasRule()) {
+    throw EKBInterrupted(
+        FillMessage(SInterruptedFiring, current_activation_->GetRule().GetRuleName()));
+  }
+  throw EKBInterrupted(
+      std::string(in_network_ > 0 ? SInterruptedMatch.kFormat : SInterrupted.kFormat));
 }
 
 void TReasoner::RunStep(std::int32_t index) {
@@ -301,7 +342,7 @@ void TReasoner::RunStep(std::int32_t index) {
     const std::exception_ptr failure = std::current_exception();
     try {
       if (current_activation_->HasRule())
-        failure_place_.rule = current_activation_->GetRule().GetRuleName();
+        NoteFailedRule(current_activation_->GetRule().GetRuleName());
       if (agenda_->Holds(*current_activation_)) RemoveActivation(*current_activation_);
     } catch (...) {
       // The first failure is the one that counts.

@@ -152,8 +152,15 @@ std::string TReasoner::GlobalSection(bool late) {
 
 // The document.
 
+static bool LackAutoTerms(const std::vector<Ref<IKBDefinedType>>& types) {
+  return std::any_of(types.begin(), types.end(), [](const Ref<IKBDefinedType>& type) {
+    const Ref<IFuzzyVariable> variable = type->GetFuzzyType();
+    return variable && !variable->HasAutoTerms();
+  });
+}
+
 std::string TReasoner::GetExpertSystem() {
-  const ScopedDepthCount depth(depth_);
+  const ScopedOperation operation(*this);
   const auto count_line = [](std::string_view what, std::int32_t count) {
     return Line("; Number of " + std::string(what) + IntegerToText(count));
   };
@@ -168,9 +175,18 @@ std::string TReasoner::GetExpertSystem() {
   text += count_line("Facts:            ", facts_->GetCount());
   // The setting tells whether duplicates are refused, the property whether they are allowed.
   text += Line(fact_duplication_ ? "(set-fact-duplication FALSE)" : "(set-fact-duplication TRUE)");
+  // Where a setting has no function that could have changed it, it is as in any engine.
+  if (saved_symbol_index_ > 0 && ContainsUserFunction("setgen"))
+    text += Line("(setgen " + IntegerToText(saved_symbol_index_) + ")");
+  // Types are to have the terms that they have here.
+  const bool sets_terms = ContainsUserFunction("set-fuzzy-auto-terms");
+  const bool lacks_terms =
+      sets_terms && FuzzyAutoTerms && LackAutoTerms(defined_types_->GetItems());
+  if (sets_terms && (!FuzzyAutoTerms || lacks_terms)) text += Line("(set-fuzzy-auto-terms FALSE)");
   text += GlobalSection(false);
   if (defined_types_->GetCount() > 0)
     text += Section("; Defined Types ", defined_types_->ToString());
+  if (lacks_terms) text += Line("(set-fuzzy-auto-terms TRUE)");
   if (fact_templates_->GetCount() > 0) {
     text += Section("; Fact Templates ", fact_templates_->ToString());
     for (const Ref<IFactTemplate>& item : fact_templates_->GetItems()) {

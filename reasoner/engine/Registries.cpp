@@ -8,6 +8,8 @@
 #include "reasoner/functions/InterpretedFunction.h"
 #include "reasoner/language/CaptionTrees.h"
 #include "reasoner/language/PrettyPrint.h"
+#include "reasoner/language/TextHelpers.h"
+#include "reasoner/language/TokenStream.h"
 #include "reasoner/support/Streams.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/Messages.h"
@@ -85,6 +87,9 @@ void TFactTemplates::PutValue(std::string_view name, const Ref<IFactTemplate>& f
   }
   table_.Put(name, fact_template);
   engine_.AddFactTemplate(fact_template);
+  // One that extends a marked template is marked, too.
+  if (fact_template->GetParent() && Find(name) == fact_template)
+    engine_.FollowWithGoals(fact_template);
 }
 
 Ref<IFactTemplate> TFactTemplates::Replace(const Ref<IFactTemplate>& old,
@@ -155,6 +160,7 @@ void TFactTemplates::FillNodeSlot(TCaptionNode& node, const IFactSlot& slot) {
 // Types.
 
 void TKBDefinedTypes::PutValue(std::string_view name, const Ref<IKBDefinedType>& type) {
+  if (IsTypeWord(name)) Raise(SReservedName, name);
   if (type->GetReasoner() != &engine_) type->SetReasoner(&engine_);
   const Ref<IKBDefinedType> old = Find(name);
   if (old == type) return;
@@ -399,7 +405,20 @@ std::string TEngineVariables::ToString() const {
   return text;
 }
 
+// A name that comes from a host must be one that a document can hold.
+static void CheckGlobalName(std::string_view name) {
+  std::string source = "?";
+  AppendNameSource(source, name);
+  TKitStringStream text(source);
+  TKBClipsStream stream(&text, nullptr);
+  const Ref<IStreamToken> token = stream.NextToken();
+  const bool is_read = name.starts_with('*') && name.ends_with('*') && token->Is(dtVariable) &&
+                       token->GetText() == name && stream.NextToken()->IsEnd();
+  if (!is_read) Raise(SBadVariableName, name);
+}
+
 void TGlobalVariables::PutValue(std::string_view name, const Ref<IKBValue>& value) {
+  CheckGlobalName(name);
   const bool was_there = ContainsKey(name);
   const Ref<IKBValue> old = Get(name);
   TEngineVariables::PutValue(name, value);
@@ -444,7 +463,12 @@ std::int32_t TFactSets::Add(TFactSet& fact_set) {
   const std::int32_t listed = IndexOf(fact_set);
   if (listed >= 0) return listed;
   const std::int32_t index = IndexOf(fact_set.GetFactSetName());
-  if (index >= 0) Remove(GetItem(index));
+  if (index >= 0) {
+    if (engine_.DuplicateConstructs == dcError)
+      Raise(SDuplicateFactSetNames, fact_set.GetFactSetName());
+    if (engine_.DuplicateConstructs == dcIgnore) return index;
+    Remove(GetItem(index));
+  }
   sets_.push_back(&fact_set);
   if (fact_set.GetEngine() != &engine_) fact_set.SetEngine(&engine_);
   return IndexOf(fact_set);
@@ -452,7 +476,8 @@ std::int32_t TFactSets::Add(TFactSet& fact_set) {
 
 std::int32_t TFactSets::Insert(std::int32_t index, TFactSet& fact_set) {
   if (index < 0 || index > GetCount()) Raise(SListIndexError, index);
-  Add(fact_set);
+  const std::int32_t entered = Add(fact_set);
+  if (IndexOf(fact_set) < 0) return entered;
   Leave(fact_set);
   const auto place = std::min(static_cast<std::size_t>(index), sets_.size());
   sets_.insert(sets_.begin() + static_cast<std::ptrdiff_t>(place), &fact_set);
@@ -462,6 +487,11 @@ std::int32_t TFactSets::Insert(std::int32_t index, TFactSet& fact_set) {
 std::int32_t TFactSets::SetItem(std::int32_t index, TFactSet& fact_set) {
   TFactSet& old = GetItem(index);
   if (&old == &fact_set) return index;
+  const std::int32_t named = IndexOf(fact_set.GetFactSetName());
+  const bool meets_another = IndexOf(fact_set) < 0 && named >= 0 && named != index;
+  if (meets_another && engine_.DuplicateConstructs == dcError)
+    Raise(SDuplicateFactSetNames, fact_set.GetFactSetName());
+  if (meets_another && engine_.DuplicateConstructs == dcIgnore) return named;
   Remove(old);
   return Insert(std::min(index, GetCount()), fact_set);
 }

@@ -21,8 +21,8 @@ class TFact final : public ICloneable, public Pooled {
   explicit TFact(Ref<IFactTemplate> fact_template, const TFact* source = nullptr);
 
   // -1 until the fact base gives one.
-  std::int32_t GetID() const noexcept { return id_; }
-  void SetID(std::int32_t id) noexcept { id_ = id; }
+  TFactId GetID() const noexcept { return id_; }
+  void SetID(TFactId id) noexcept { id_ = id; }
   std::int32_t GetTag() const noexcept { return tag_; }
   void SetTag(std::int32_t tag) noexcept { tag_ = tag; }
 
@@ -82,7 +82,7 @@ class TFact final : public ICloneable, public Pooled {
   Ref<IFactTemplate> template_;
   Ref<IKBValue>* values_ = nullptr;  // from the pool
   std::int32_t capacity_ = 0;
-  std::int32_t id_ = -1;
+  TFactId id_ = -1;
   std::int32_t tag_ = 0;
 };
 

@@ -53,6 +53,7 @@ class TKBClipsParser : public TKBParser {
   std::string GetSyntaxStatement(const IUserFunction& function) override;
 
   bool Parse(bool execute) override;
+  bool Load() override;
   bool ParseExpression(bool execute) override;
   bool LoadFacts() override;
   // What the expression that the token begins is. Looks ahead, and leaves the stream at the
@@ -168,6 +169,9 @@ class TKBClipsParser : public TKBParser {
   bool NextIs(char character);  // looks only
 
   void ParseCollecting();
+  template <class TStep>
+  void LoadEach(TStep step);
+  EKBParseException AtPlace(std::string message);
   void EnterRule(TObject*& object);
   void EnterFactSet(TObject*& object);
 
@@ -180,7 +184,7 @@ class TKBClipsParser : public TKBParser {
   Ref<IKBValue> ParseFuzzyValue(TKBTypes types, const IKBDefinedType* defined_type);
   Ref<IKBValue> ParseFuzzyField();
   void ParseFuzzyClauses(IFuzzyVariable& variable);
-  void ParseFuzzyTerms(IFuzzyVariable& variable);
+  void ParseFuzzyTerms(IFuzzyVariable& variable, std::vector<Ref<IFuzzySet>>& terms);
   void ParseArgument(IFunCall& fun_call, const Ref<IStreamToken>& token,
                      const TSlotFunction* slot_function);
   void CheckValue(Ref<IKBValue>& value, TKBTypes types, const IKBDefinedType* defined_type);
@@ -222,6 +226,7 @@ class TKBClipsParser : public TKBParser {
 
   TKBClipsStream* clips_stream_ = nullptr;  // stream_ under its own type
   mutable std::vector<TSlotFunction> slot_functions_;
+  bool call_failed_ = false;  // the last failure came from a call that ran, and not from reading
 };
 
 // Turns integers into floats, a list's members too, where the types have floats alone.

@@ -179,7 +179,8 @@ void TKBClipsParser::EnterRule(TObject*& object) {
   try {
     engine_.EnterRule(*rule);
   } catch (...) {
-    if (watch.HasEnded()) rule.release();
+    // A rule that has been entered stays, whatever fails in its matches.
+    if (watch.HasEnded() || engine_.HoldsRule(*rule)) rule.release();
     throw;
   }
   if (watch.HasEnded()) {
@@ -194,8 +195,7 @@ void TKBClipsParser::EnterFactSet(TObject*& object) {
   TComponent& engine = engine_.AsComponent();
   engine.InsertComponent(*fact_set);
   fact_set->SetEngineNoParse(&engine);
-  engine_.EnterFactSet(*fact_set);
-  object = fact_set.release();
+  if (engine_.EnterFactSet(*fact_set)) object = fact_set.release();
 }
 
 bool TKBClipsParser::ParseExpression(bool execute) {
@@ -206,6 +206,14 @@ bool TKBClipsParser::ParseExpression(bool execute) {
   const Ref<IStreamToken> token = Next();
   TParsedType type = GetConstructType(token);
   const bool at_end = type == ptEOF;
+  // A call that fails inside of a construct is a failure of the construct.
+  struct TCallMark {
+    bool& call_failed;
+    bool is_call;
+    ~TCallMark() {
+      if (!is_call) call_failed = false;
+    }
+  } mark{call_failed_, type == ptFunCall};
   switch (type) {
     case ptValue:
       result = token->Value(&engine_.GetContext());
@@ -318,13 +326,97 @@ void TKBClipsParser::ParseCollecting() {
   throw EKBParseException(std::move(text), first.File, first.LineNumber, first.Column);
 }
 
+// A failure with the place that has been reached in the text.
+EKBParseException TKBClipsParser::AtPlace(std::string message) {
+  const Ref<IStreamToken> token = Stream().GetCurrentToken();
+  return EKBParseException(std::move(message), Stream().GetFileName(), token->GetLineNumber(),
+                           token->GetColumn());
+}
+
+// One failure that tells all of them.
+[[noreturn]] static void RaiseGathered(const std::vector<EKBParseException>& failures,
+                                       std::int32_t untold) {
+  std::string text;
+  for (const EKBParseException& failure : failures) {
+    if (!text.empty()) text += NewLineString;
+    if (!failure.File.empty())
+      text += failure.File + ":" + IntegerToText(failure.LineNumber) + ": ";
+    text += failure.GetMessage();
+  }
+  if (untold > 0) text = FillMessage(SMoreParseErrors, text, untold);
+  const EKBParseException& first = failures.front();
+  throw EKBParseException(FillMessage(SMultipleParseError, text), first.File, first.LineNumber,
+                          first.Column);
+}
+
+// A construct that does not fit costs itself alone. A call that fails while it runs ends the load:
+// what stands behind it may build on it.
+template <class TStep>
+void TKBClipsParser::LoadEach(TStep step) {
+  constexpr std::size_t kMostTold = 100;
+  std::vector<EKBParseException> failures;
+  std::exception_ptr only;
+  Ref<IStreamToken> reached;  // by the first failure
+  std::int32_t untold = 0;
+  const auto add = [&](const EKBParseException& failure, std::exception_ptr raised) {
+    if (failures.empty()) {
+      only = std::move(raised);
+      reached = Stream().GetCurrentToken();
+    }
+    if (failures.size() < kMostTold) {
+      failures.push_back(failure);
+    } else {
+      ++untold;
+    }
+  };
+  for (bool going = true; going;) {
+    try {
+      engine_.CheckInterrupt();
+      call_failed_ = false;
+      going = step();
+      continue;
+    } catch (const EKBInterrupted&) {
+      throw;
+    } catch (const std::bad_alloc&) {
+      throw;
+    } catch (const EAbort&) {
+      if (failures.empty()) throw;
+      break;
+    } catch (const EKBParseException& failure) {
+      add(failure, std::current_exception());
+    } catch (const std::exception& failure) {
+      if (call_failed_ && failures.empty()) throw;
+      const EKBParseException placed = AtPlace(failure.what());
+      add(placed, std::make_exception_ptr(placed));
+      if (call_failed_) break;
+    }
+    try {
+      Stream().MoveToNextConstruct();
+    } catch (const EKitException&) {
+      break;  // the text ends in the middle of what is skipped
+    }
+  }
+  if (failures.size() > 1) RaiseGathered(failures, untold);
+  if (failures.empty()) return;
+  PutBack(reached);  // the place of the text is that of the failure, not its end
+  std::rethrow_exception(only);
+}
+
+bool TKBClipsParser::Load() {
+  if (ErrorHandling == ehRaiseAllAtEnd) return Parse(true);
+  LoadEach([this] { return ParseExpression(true); });
+  return true;
+}
+
 bool TKBClipsParser::LoadFacts() {
-  const ScopedTopLevel top_level(engine_.GetContext());
-  for (Ref<IStreamToken> token = Next(); !token->IsEnd(); token = Next()) {
-    engine_.CheckInterrupt();
+  LoadEach([this] {
+    const ScopedTopLevel top_level(engine_.GetContext());
+    const Ref<IStreamToken> token = Next();
+    if (token->IsEnd()) return false;
     PutBack(token);
     engine_.AssertResolved(ParseFact());
-  }
+    return true;
+  });
   return true;
 }
 

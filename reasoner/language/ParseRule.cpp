@@ -122,7 +122,7 @@ std::unique_ptr<TKBPattern> TKBClipsParser::ParsePattern(std::int32_t negated_co
 
 std::unique_ptr<TKBPattern> TKBClipsParser::ParseTest(std::int32_t negated_count) {
   auto pattern =
-      std::make_unique<TKBPattern>(nullptr, STestCE, engine_.CreateFactTemplate(STestCE));
+      std::make_unique<TKBPattern>(nullptr, STestCE, TKBPattern::NewTestTemplate(engine_));
   pattern->AddTest(SDefaultSlotName, ParseCallValue(), NoSubIndex, negated_count % 2 == 1, true);
   Expect(')', "ParsePattern");
   return pattern;

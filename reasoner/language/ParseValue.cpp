@@ -208,7 +208,12 @@ void TKBClipsParser::ParseArgument(IFunCall& fun_call, const Ref<IStreamToken>& 
 Ref<IKBValue> TKBClipsParser::ParseNExecuteFunCall() {
   const Ref<IFunCall> fun_call = ParseFunCall();
   Ref<IKBValue> result;
-  fun_call->Execute(&engine_.GetContext(), result);
+  try {
+    fun_call->Execute(&engine_.GetContext(), result);
+  } catch (...) {
+    call_failed_ = true;
+    throw;
+  }
   return result;
 }
 

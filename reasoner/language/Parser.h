@@ -111,10 +111,14 @@ class TKBParser : public TPersistent {
 
   // Reads the stream to its end; true, or raises.
   virtual bool Parse(bool execute) = 0;
+  // Reads the stream to its end and executes calls. What cannot be read is passed over, and raised
+  // when all the rest has been read.
+  virtual bool Load() { return Parse(true); }
   // Reads one top-level expression; false at the end of the stream. Without `execute` calls are
   // read only.
   virtual bool ParseExpression(bool execute) = 0;
-  // Asserts the facts of a stream that holds nothing else.
+  // Asserts the facts of a stream that holds nothing else. What cannot be read is passed over as in
+  // Load.
   virtual bool LoadFacts() = 0;
   virtual Ref<IKBDefinedType> ParseDefinedType() = 0;
   // Neither owned nor known by the engine yet; a rule is owned but not known.

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "reasoner/fuzzy/FuzzyExpression.h"
+#include "reasoner/language/ClipsParser.h"
 #include "reasoner/language/TextHelpers.h"
 #include "reasoner/language/TokenStream.h"
 #include "reasoner/support/Depth.h"
@@ -128,7 +129,7 @@ void AppendSource(std::string& source, const IKBValue& value) {
       return;
     case dtFactId:
       source +=
-          IntegerToText(value.RawInteger());  // facts are named by their number where text is read
+          IntegerToText(value.RawFactId());  // facts are named by their number where text is read
       return;
     case dtList: {
       const DepthGuard guard("value");
@@ -186,14 +187,15 @@ static void AppendFuzzyCall(std::string& source, const IFuzzySet& set) {
   source += "(create-fuzzy-value ";
   AppendAtomSource(source, variable == nullptr ? std::string() : variable->GetName());
   source += ' ';
-  for (const char character : words) {
+  for (std::size_t i = 0; i < words.size(); ++i) {
     // Brackets are strings among arguments.
-    if (character == '[') {
+    if (words[i] == '[') {
       source += "\"[\" ";
-    } else if (character == ']') {
+    } else if (words[i] == ']') {
       source += " \"]\"";
     } else {
-      source += character;
+      source += words[i];
+      if (words[i] == '\\' && i + 1 < words.size()) source += words[++i];
     }
   }
   source += ')';
@@ -210,8 +212,8 @@ static void AppendCallSource(std::string& source, const IFunCall& fun_call, bool
   }
   for (std::int32_t i = 0; i < fun_call.GetArgumentCount(); ++i) {
     const Ref<IKBValue>& argument = fun_call.GetArgument(i);
-    const bool is_list = argument && argument->GetDType() == dtList;
-    const bool is_pair = pairs && (i > 0 || is_list);
+    // A pair that is written is a list; a variable may hold one.
+    const bool is_pair = pairs && argument && argument->GetDType() == dtList;
     source += is_pair ? " (" : " ";
     if (argument && argument->GetDType() == dtFuzzy) {
       AppendFuzzyCall(source, *argument->GetAsFuzzy());
@@ -240,7 +242,13 @@ std::string PrettyPrint(const IFunCall& fun_call) {
 static void AppendSlotSource(std::string& source, const IFactSlot& slot, const IKBValue& value) {
   if (!slot.IsFuzzy()) return AppendSource(source, value);
   if (value.GetDType() == dtFuzzy) {
-    source += WordsFor(*value.GetAsFuzzy(), slot.GetFuzzyVariable());
+    const IFuzzySet& set = *value.GetAsFuzzy();
+    // A word that stands alone is a name, whatever it means among others.
+    const std::string& name = set.GetGivenName();
+    const bool stands_alone = !slot.IsMulti() && set.GetVariable() == slot.GetFuzzyVariable() &&
+                              set.IsHeldTerm() && name != SEmptyFuzzy &&
+                              !EqualsIgnoreCase(name, "nil");
+    source += stands_alone ? AtomToSource(name) : WordsFor(set, slot.GetFuzzyVariable());
   } else if (value.GetDType() == dtList && !IsKeptExpression(*value.GetAsList())) {
     for (const Ref<IKBValue>& member : *value.GetAsList()) {
       AppendSlotSource(source, slot, member ? *member : *FCNil);
@@ -451,13 +459,22 @@ std::string PrettyPrint(const IFact& fact, std::string_view slot_name) {
   return PrettyPrint(fact, slot_name, *fact.PeekAt(ordinal));
 }
 
+Ref<IFact> ReadFactLine(IReasoner& reasoner, const std::string& line) {
+  TKitStringStream text(line);
+  TKBClipsStream stream(&text, nullptr);
+  TKBClipsParser parser(reasoner, &stream);
+  parser.StrictFacts = true;
+  parser.StaticChecks = reasoner.GetTypeChecks().Has(tcStatic);
+  return parser.ParseFact();
+}
+
 // A line of a fact set: the fact as it was written. A line that has come not to fit its template is
 // a comment: it is passed over by every reset, and reading it would fail.
 static std::string LineSource(const TFactSet& fact_set, const TFactSet::TLine& line) {
   if (line.fact) return IndentSource(FactToSource(*line.fact, true));
   if (auto* const reasoner = dynamic_cast<IReasoner*>(fact_set.GetEngine())) {
     try {
-      return IndentSource(FactToSource(*reasoner->ParseFactText(line.text), true));
+      return IndentSource(FactToSource(*ReadFactLine(*reasoner, line.text), true));
     } catch (const EKBException&) {
       return "; does not fit: " + OnOneLine(line.text);
     }
@@ -644,7 +661,10 @@ std::string PrettyPrint(const TRule& rule) {
   const std::string line_start = std::string(NewLineString) + std::string(IndentString);
   if (!rule.Comment.empty()) text += line_start + QuoteText(rule.Comment);
   text += NewLineString;
-  if (rule.GetSalience() != 0 || rule.OneShot || !rule.Enabled) {
+  // A first pattern of that name would be read as the block.
+  const bool looks_declared =
+      rule.GetPatternCount() > 0 && rule.GetPattern(0).GetName() == "declare";
+  if (rule.GetSalience() != 0 || rule.OneShot || !rule.Enabled || looks_declared) {
     text += IndentString;
     text += "(declare";
     if (rule.GetSalience() != 0) text += " (salience " + IntegerToText(rule.GetSalience()) + ")";

@@ -60,6 +60,9 @@ std::string FactToSource(const IFact& fact, bool written_slots_alone);
 // A value that its slot does not admit is written as a call that gives it. What has no text is left
 // out, and a line of comment in front says so.
 std::string FactToSavedSource(const IFact& fact);
+// The fact of a line of a fact set. It is read by a parser of its own: no event is raised and no
+// template is implied.
+Ref<IFact> ReadFactLine(IReasoner& reasoner, const std::string& line);
 // Whether the language can write the value.
 bool HasSource(const IKBValue& value);
 // A text in double quotes.

@@ -18,6 +18,8 @@ static void AppendSpare(std::string& text, const IKBValue& value) {
       text += value.TextView();
       break;
     case dtFactId:
+      text += IntegerToText(value.RawFactId());
+      break;
     case dtExternalAddress:
       text += IntegerToText(value.GetAsInteger());
       break;

@@ -19,40 +19,6 @@ namespace {
 
 enum THint : std::int32_t { kHintEnd = -1, kHintWord = 0, kHintCrlf = 13, kHintString = 34 };
 
-enum TCharClass : std::uint8_t {
-  kSpace = 1,
-  kPunctuation = 2,  // a token of its own where a token can start
-  kEndsWord = 4,
-  kNumberStart = 8,
-  kNumberSymbol = 16,
-  kQuoted = 32,  // a `\` before it at the start of a word is no character of the word
-};
-
-constexpr std::array<std::uint8_t, 256> MakeClasses() {
-  std::array<std::uint8_t, 256> classes{};
-  const auto add = [&classes](std::string_view characters, std::uint8_t bit) {
-    for (const char character : characters) {
-      auto& entry = classes[static_cast<unsigned char>(character)];
-      entry = static_cast<std::uint8_t>(entry | bit);
-    }
-  };
-  for (std::size_t code = 0; code <= ' '; ++code) classes[code] = kSpace | kQuoted;
-  add("=&()[]|~", kPunctuation | kQuoted);
-  add("\"&();<[]|~", kEndsWord);
-  add("0123456789+-.", kNumberStart | kQuoted);
-  add("+-.eE", kNumberSymbol);
-  add("\";?$\\", kQuoted);
-  return classes;
-}
-constexpr std::array<std::uint8_t, 256> kClasses = MakeClasses();
-
-bool Has(int character, TCharClass wanted) {
-  return character >= 0 && (kClasses[static_cast<std::size_t>(character)] & wanted) != 0;
-}
-bool Has(char character, TCharClass wanted) {
-  return Has(static_cast<unsigned char>(character), wanted);
-}
-
 // The texts that recur are shared by all tokens.
 const Text& PunctuationText(std::int32_t code) {
   static const Text kTexts[] = {"=", "&", "(", ")", "[", "]", "|", "~"};
@@ -64,12 +30,6 @@ const Text& PunctuationText(std::int32_t code) {
 const Text& EndText() {
   static const Text text("EOF");
   return text;
-}
-
-bool IsNumberWord(std::string_view word) {
-  if (!Has(word.front(), kNumberStart)) return false;
-  if (word.size() == 1 && Has(word.front(), kNumberSymbol)) return false;
-  return TextToInteger(word) || TextToFloat(word);
 }
 
 }  // namespace
@@ -105,8 +65,9 @@ Ref<IKBValue> TKBStreamToken::Value() const {
     case dtSlot:
     case dtMultiSlot:
       return Make<TKBValue>(text_, static_cast<TKBType>(data_type_));
-    case dtInteger:
     case dtFactId:
+      return NewFactId(static_cast<TFactId>(number_));
+    case dtInteger:
     case dtDescriptor:
       return Make<TKBValue>(integer(), static_cast<TKBType>(data_type_));
     case dtFloat:
@@ -448,7 +409,8 @@ void TKBClipsStream::ReadExpression() {
       if (token.IsEnd()) break;
       if (token.Is('(')) ++depth;
       if (token.Is(')')) --depth;
-    } while (depth != 0);
+      // A parenthesis too many closes nothing: it is an expression by itself.
+    } while (depth > 0);
     if (keeps_names_) RenameWildcards();
   } catch (...) {
     scratch_.clear();
@@ -556,36 +518,5 @@ std::string TKBClipsStream::ToString() const {
   }
   return text;
 }
-
-// Words as source.
-
-static void AppendEscaped(std::string& source, std::string_view text) {
-  for (const char character : text) {
-    if (character == '\\' || Has(character, kSpace) || Has(character, kEndsWord)) source += '\\';
-    source += character;
-  }
-}
-
-void AppendAtomSource(std::string& source, std::string_view text) {
-  if (text.empty()) {
-    source += "nil";
-    return;
-  }
-  const char first = text.front();
-  bool quoted = Has(first, kQuoted);
-  if (Has(first, kNumberStart)) quoted = IsNumberWord(text);
-  if (first == '$') quoted = text.starts_with("$?");
-  if (quoted) source += '\\';
-  source += first;
-  AppendEscaped(source, text.substr(1));
-}
-
-std::string AtomToSource(std::string_view text) {
-  std::string source;
-  AppendAtomSource(source, text);
-  return source;
-}
-
-void AppendNameSource(std::string& source, std::string_view name) { AppendEscaped(source, name); }
 
 }  // namespace reasoner

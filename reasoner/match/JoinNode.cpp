@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "reasoner/match/ReteNetwork.h"
+#include "reasoner/match/TestFailure.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -16,6 +17,7 @@ void TTestNode::AddTest(TSlotTestType test_type, const Ref<IKBValue>& call) {
 }
 
 void TTestNode::CopyTests(const TTestNode& source) {
+  pattern_index_ = source.pattern_index_;
   for (const std::unique_ptr<TKBSlotTest>& test : source.tests_) tests_.push_back(test->Clone());
   has_calls_ = source.has_calls_;
 }
@@ -24,8 +26,13 @@ bool TTestNode::CallNode(const Ref<TKBToken>& token, TCallType) {
   // What is taken away passes: it is looked up by its facts further down.
   if (token->GetTag() == taAdd || token->GetTag() == taUpdate) {
     const ScopedMatch match(GetContext(), token, nullptr);
-    for (const std::unique_ptr<TKBSlotTest>& test : tests_) {
-      if (!test->PerformTest(GetContext())) return false;
+    try {
+      for (const std::unique_ptr<TKBSlotTest>& test : tests_) {
+        if (!test->PerformTest(GetContext())) return false;
+      }
+    } catch (Exception& failure) {
+      TellMatch(failure, *this, token.get(), nullptr);
+      throw;
     }
   }
   CallChildren(token);
@@ -136,6 +143,18 @@ bool TJoinNode::RunTests(const TKBToken& left, const Ref<IFact>& right, bool wit
     }
   }
   return true;
+}
+
+bool TJoinNode::Matches(const TKBToken& left, const Ref<IFact>& right, FirstFailure& failures) {
+  try {
+    return RunTests(left, right, true);
+  } catch (Exception& failure) {
+    if (failures.IsEmpty()) TellMatch(failure, *this, &left, right.get());
+    failures.Keep(std::current_exception());
+  } catch (...) {
+    failures.Keep(std::current_exception());
+  }
+  return false;
 }
 
 // Calls visit(entry) for each right token that the tests may allow with a left one, in the order of
@@ -250,25 +269,19 @@ void TJoinNode::StrengthChanged(const Ref<TKBToken>& token, TCallType call_type)
   }
 }
 
-// The entries of the other memory that the tests allow. Where a test is a call it may raise: then
-// nothing has happened yet, and the token just stored is taken out again.
+// The entries of the other memory that the tests allow: all calls run before any pair goes on.
 std::vector<TJoinNode::Entry*> TJoinNode::PartnersOf(const Ref<TKBToken>& token, bool is_left,
-                                                     TKBTokenTree& memory, Entry& stored) {
+                                                     FirstFailure& failures) {
   std::vector<Entry*> partners;
-  try {
-    if (is_left) {
-      VisitRight(token, [&](Entry& right) {
-        if (RunTests(*token, right.token->GetFact(), true)) partners.push_back(&right);
-        return partners.empty() || !unique_ || negated_;
-      });
-    } else {
-      VisitLeft(*token, [&](Entry& left) {
-        if (RunTests(*left.token, token->GetFact(), true)) partners.push_back(&left);
-      });
-    }
-  } catch (...) {
-    memory.Remove(stored);
-    throw;
+  if (is_left) {
+    VisitRight(token, [&](Entry& right) {
+      if (Matches(*token, right.token->GetFact(), failures)) partners.push_back(&right);
+      return partners.empty() || !unique_ || negated_;
+    });
+  } else {
+    VisitLeft(*token, [&](Entry& left) {
+      if (Matches(*left.token, token->GetFact(), failures)) partners.push_back(&left);
+    });
   }
   return partners;
 }
@@ -306,7 +319,7 @@ void TJoinNode::LeftCame(const Ref<TKBToken>& token) {
     if (has_calls_) entry->blockers.push_back(right.token);
   };
   if (has_calls_) {
-    for (const Entry* right : PartnersOf(token, true, *left_, *entry)) {
+    for (const Entry* right : PartnersOf(token, true, failures)) {
       negated_ ? block(*right) : pass(*right);
     }
   } else {
@@ -351,8 +364,7 @@ void TJoinNode::LeftGoes(const Ref<TKBToken>& token) {
 
 void TJoinNode::RightCame(const Ref<TKBToken>& token) {
   const Ref<TKBToken> stored = Make<TKBToken>(*token);
-  Entry* entry = right_->Add(stored);
-  if (entry == nullptr) return;
+  if (right_->Add(stored) == nullptr) return;
   FirstFailure failures;
   const auto meet = [&](Entry& left) {
     const Ref<TKBToken> match = left.token;
@@ -371,7 +383,7 @@ void TJoinNode::RightCame(const Ref<TKBToken>& token) {
     failures.Try([&] { PassUnmatched(match, token->GetStrength(), taRemove); });
   };
   if (has_calls_) {
-    for (Entry* left : PartnersOf(token, false, *right_, *entry)) meet(*left);
+    for (Entry* left : PartnersOf(token, false, failures)) meet(*left);
   } else {
     VisitLeft(*token, [&](Entry& left) {
       if (RunTests(*left.token, token->GetFact(), false)) meet(left);
@@ -383,12 +395,10 @@ void TJoinNode::RightCame(const Ref<TKBToken>& token) {
 // The left token has lost its only partner: the next one in the memory takes its place.
 void TJoinNode::OfferNextPartner(Entry& left, FirstFailure& failures) {
   const Ref<TKBToken> match = left.token;
-  failures.Try([&] {
-    VisitRight(match, [&](Entry& right) {
-      if (!RunTests(*match, right.token->GetFact(), true)) return true;
-      left.blockers.push_back(right.token);
-      return false;
-    });
+  VisitRight(match, [&](Entry& right) {
+    if (!Matches(*match, right.token->GetFact(), failures)) return true;
+    left.blockers.push_back(right.token);
+    return false;
   });
   if (left.blockers.empty()) return;
   failures.Try([&] { PassPair(match, *left.blockers.front(), match->GetTag()); });

@@ -9,6 +9,13 @@
 // A join stores every token that arrives, compares it with the tokens of the other memory that its
 // tests allow, and passes on extended tokens. A negated join counts matches instead, and passes a
 // left token on, with the marker fact in the pattern's place, exactly while it has none.
+//
+// A test that raises has not passed. The pair is no match, whatever the test's sense: a plain join
+// does not extend it, a negated one is not blocked by it, a unique one goes on to the next partner.
+// Both tokens stay in their memories and meet the partners that come later. The first failure is
+// raised when the node has done its work for all other pairs. A pair is not tested again when one
+// of its tokens leaves: a plain join sends the removal on, and the nodes behind hold no such token;
+// a negated one has a list of what blocks each left token.
 
 #pragma once
 
@@ -39,6 +46,10 @@ class TTestNode : public TReteNode {
   }
 
   bool CallNode(const Ref<TKBToken>& token, TCallType call_type) override;
+  // Which of its rule's patterns the node stands for.
+  std::int32_t GetPatternIndex() const noexcept { return pattern_index_; }
+  void SetPatternIndex(std::int32_t index) noexcept { pattern_index_ = index; }
+
   std::string ClassName() const override { return "TTestNode"; }
   std::string ToString() const override;
 
@@ -48,6 +59,7 @@ class TTestNode : public TReteNode {
   std::vector<std::unique_ptr<TKBSlotTest>> tests_;
   // Calls, or comparisons by degree: who passes them may change.
   bool has_calls_ = false;
+  std::int32_t pattern_index_ = 0;
 };
 
 class TJoinNode final : public TTestNode {
@@ -103,12 +115,13 @@ class TJoinNode final : public TTestNode {
   using Entry = TKBTokenTree::Entry;
 
   bool RunTests(const TKBToken& left, const Ref<IFact>& right, bool with_calls);
+  // With the calls. What a test raises is kept, and the pair is no match.
+  bool Matches(const TKBToken& left, const Ref<IFact>& right, FirstFailure& failures);
   template <class TVisit>
   void VisitRight(const Ref<TKBToken>& left, TVisit visit);
   template <class TVisit>
   void VisitLeft(const TKBToken& right, TVisit visit);
-  std::vector<Entry*> PartnersOf(const Ref<TKBToken>& token, bool is_left, TKBTokenTree& memory,
-                                 Entry& stored);
+  std::vector<Entry*> PartnersOf(const Ref<TKBToken>& token, bool is_left, FirstFailure& failures);
   void OfferNextPartner(Entry& left, FirstFailure& failures);
   void AskForGoal(const TKBToken& left);
   void LeftCame(const Ref<TKBToken>& token);

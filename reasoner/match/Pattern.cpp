@@ -42,6 +42,12 @@ TKBPattern::TKBPattern(TRule* owner, const TKBPattern& source, std::string_view 
 
 TKBPattern::~TKBPattern() = default;
 
+Ref<IFactTemplate> TKBPattern::NewTestTemplate(IReasoner& engine) {
+  const Ref<IFactTemplate> fact_template = Make<TFactTemplate>(&engine.AsComponent(), STestCE);
+  fact_template->AddMultiSlot(SDefaultSlotName, FCNilList);
+  return fact_template;
+}
+
 void TKBPattern::EnterSlots() {
   slots_.clear();
   if (!fact_template_) return;
@@ -268,12 +274,18 @@ void TKBPattern::FixSlot(std::int32_t slot_index) {
       for (; begin < end; ++begin) fixed.push_back(std::move(slot.tests[begin]));
       continue;
     }
-    // The field's variable: a leading one that is bound at this very place, or a new one.
+    // The field's variable: a leading one that is bound at this very place, or a new one. A field
+    // in which a `$?` stands is a span, whichever of its tests comes first.
+    const bool is_span = std::any_of(
+        slot.tests.begin() + static_cast<std::ptrdiff_t>(begin),
+        slot.tests.begin() + static_cast<std::ptrdiff_t>(end),
+        [](const auto& test) { return test->GetSlotValue()->GetDType() == dtMultiVariable; });
     if (owner_ == nullptr || owner_->GetEngine() == nullptr) Raise(SRuleMissingForPattern);
     IReasoner& engine = *owner_->GetEngine();
     Ref<IKBValue> variable;
     const TKBPatternMatchTest& first = *slot.tests[begin];
-    if (first.GetSlotValue()->GetDType() == dtVariable && first.GetSlotTestType() == sttEquals) {
+    if (first.GetSlotValue()->GetDType() == (is_span ? dtMultiVariable : dtVariable) &&
+        first.GetSlotTestType() == sttEquals) {
       const TBinding* binding =
           owner_->BindingFor(first.GetSlotValue()->GetAsVariable(), owner_->FactIndexOf(*this));
       if (binding != nullptr && binding->SlotIndex == slot.name && binding->SubIndex == field &&
@@ -286,7 +298,8 @@ void TKBPattern::FixSlot(std::int32_t slot_index) {
       // In a negated pattern the name is the one that reading it there would give.
       std::string prefix(SBlankPrefix);
       if (IsNegated()) prefix = "_" + IntegerToText(owner_->GetPatternCount()) + "_" + prefix;
-      variable = Make<TKBValue>(owner_->NewVariableName(prefix), dtVariable);
+      variable =
+          Make<TKBValue>(owner_->NewVariableName(prefix), is_span ? dtMultiVariable : dtVariable);
       owner_->AddBinding(variable->GetAsVariable(), owner_->FactIndexOf(*this), slot.name, field);
     }
     add(fixed, variable, field);
@@ -353,7 +366,8 @@ std::unique_ptr<TKBPattern> TKBPattern::Clone(IReasoner* engine) const {
   auto clone = std::make_unique<TKBPattern>(nullptr, name_, fact_template_, negated_count_);
   clone->Assign(*this);
   if (engine == nullptr || !fact_template_ || fact_template_->GetReasoner() == engine) return clone;
-  Ref<IFactTemplate> own = engine->FindFactTemplate(fact_template_->GetTemplateName());
+  Ref<IFactTemplate> own = IsTest() ? NewTestTemplate(*engine)
+                                    : engine->FindFactTemplate(fact_template_->GetTemplateName());
   if (!own) {
     own = engine->CreateFactTemplate(fact_template_->GetTemplateName());
     own->Assign(*fact_template_);

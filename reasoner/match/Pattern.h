@@ -30,6 +30,9 @@ class TKBPattern final : public TPersistent {
              std::int32_t negated_count);
   ~TKBPattern() override;
 
+  // What a `test` element has for a template: no facts, and no name that a user could take.
+  static Ref<IFactTemplate> NewTestTemplate(IReasoner& engine);
+
   // What the network matches: normally the template's name.
   const TKBName& GetName() const noexcept { return name_; }
   const Ref<IFactTemplate>& GetFactTemplate() const noexcept { return fact_template_; }

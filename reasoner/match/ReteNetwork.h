@@ -49,13 +49,10 @@ class TReteNetwork : public TPersistent {
   // Which semantics new nodes follow; those that are there were made under it.
   bool IsTextbook() const noexcept { return engine_.GetLink()->textbook_semantics; }
 
-  // How the facts that are there reach a rule: not at all; or all of them, where a failure leaves
-  // no trace of the rule; or each that can be matched, where the rule stays and the first failure
-  // is raised in the end.
-  enum class TFeed : std::uint8_t { kNone, kAllOrNothing, kWhatMatches };
-  // Compiles the rule and feeds it. What cannot be compiled leaves no trace. A rule without
-  // patterns gets the initial one.
-  void AddRule(TRule& rule, TFeed feed = TFeed::kAllOrNothing);
+  // Compiles the rule and feeds it with the facts that are there. What cannot be compiled leaves no
+  // trace; where a test raises, the rule stays with all its other matches, and the first failure is
+  // raised in the end. A rule without patterns gets the initial one.
+  void AddRule(TRule& rule, bool feeds = true);
   void RemoveRule(TRule& rule);
   // Compiles the rule in a network that is thrown away: raises what AddRule would raise before it
   // feeds the rule.

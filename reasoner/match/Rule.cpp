@@ -380,6 +380,9 @@ TBinding& TRule::AddBinding(const Text& name, std::int32_t fact_index, const Tex
 
 void TRule::Prepare(const TKBToken& token, TKBContext& context) {
   const Ref<IFact>& no_fact = RequireEngine().GetNotOrTestFact();
+  // First: a variable of the rule that has the name goes before.
+  static const Text kRuleBinding(SRuleBinding);
+  context.AddLocalBinding(kRuleBinding, NewString(rule_name_));
   for (const std::unique_ptr<TBinding>& binding : bindings_) {
     if (binding->SlotIndex == SLocalBinding) continue;
     IFact* fact = token.GetFacts(binding->FactIndex);
@@ -395,8 +398,6 @@ void TRule::Prepare(const TKBToken& token, TKBContext& context) {
     }
     context.AddLocalBinding(binding->GetName(), value);
   }
-  static const Text kRuleBinding(SRuleBinding);
-  context.AddLocalBinding(kRuleBinding, NewString(rule_name_));
 }
 
 void TRule::Fire(const Ref<TKBToken>& token) {

@@ -34,7 +34,8 @@ TKBJoinTest::TKBJoinTest(TSlotTestType test_type, std::int32_t token_index, cons
       IsFuzzy(is_fuzzy),
       left_(left),
       right_(right),
-      left_is_pattern_(left == SPatternBinding) {}
+      left_is_pattern_(left == SPatternBinding),
+      right_is_pattern_(right == SPatternBinding) {}
 
 Ref<IKBValue> TKBJoinTest::LeftValue(IFact& fact) const {
   return TPatternMatchNode::PlaceIn(fact, left_, LeftSubIndex);
@@ -48,10 +49,12 @@ bool TKBJoinTest::Compare(const IMatch& token, IFact& fact) const {
   IFact* left_fact = token.GetFacts(TokenIndex);
   if (left_fact == nullptr) return true;
   bool equal = false;
-  if (left_is_pattern_) {
+  if (left_is_pattern_ && right_is_pattern_) {
+    equal = left_fact->GetID() == fact.GetID();
+  } else if (left_is_pattern_ || right_is_pattern_) {
     // The variable stands for the whole fact: its id is compared.
-    const Ref<IKBValue> right = RightValue(fact);
-    equal = right && right->GetDType() == dtFactId && right->RawInteger() == left_fact->GetID();
+    const Ref<IKBValue> value = left_is_pattern_ ? RightValue(fact) : LeftValue(*left_fact);
+    equal = value && TPatternMatchNode::IsIdOf(left_is_pattern_ ? *left_fact : fact, *value);
   } else if (GetJoinTestType() == tstSlot) {
     const std::int32_t left_ordinal = left_.In(*left_fact->GetTemplate());
     const std::int32_t right_ordinal = right_.In(*fact.GetTemplate());

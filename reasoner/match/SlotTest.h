@@ -43,8 +43,8 @@ class TKBJoinTest final : public TKBSlotTest {
   TTemplateSlotType GetJoinTestType() const noexcept {
     return LeftSubIndex == NoSubIndex && RightSubIndex == NoSubIndex ? tstSlot : tstMultiSlot;
   }
-  // True when the left side is the whole fact: ids are compared.
-  bool ComparesFactIds() const noexcept { return left_is_pattern_; }
+  // True when a side is the whole fact: ids are compared.
+  bool ComparesFactIds() const noexcept { return left_is_pattern_ || right_is_pattern_; }
 
   // The value of one side, or null where there is no such place.
   Ref<IKBValue> LeftValue(IFact& fact) const;
@@ -69,6 +69,7 @@ class TKBJoinTest final : public TKBSlotTest {
   TSlotAccess left_;
   TSlotAccess right_;
   bool left_is_pattern_;
+  bool right_is_pattern_;
 };
 
 // A constant, a variable or a function call at a place of a pattern.

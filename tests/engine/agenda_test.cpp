@@ -71,7 +71,7 @@ TEST_F(AgendaTest, AChangeOfStrategyPlacesEveryEntryAnewAndRemovesNone) {
   EXPECT_EQ(added, before) << "the activation objects stay";
   EXPECT_EQ(removed, 0);
   EXPECT_EQ(TakeOutput(),
-            "==> Activation: 0 r : f-3 (1.0000)\n==> Activation: 0 r : f-2 (1.0000)\n"
+            "==> Activation: 0 r : f-3 (1.0000)\n==> Activation: 0 r : f-2 (0.2500)\n"
             "==> Activation: 0 r : f-1 (1.0000)\n");
   EXPECT_EQ(Agenda(), "rf-3 rf-2 rf-1 ");
   engine.Retract(2);

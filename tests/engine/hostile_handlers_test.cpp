@@ -304,7 +304,7 @@ TEST_F(HostileHandlersTest, AKeptIdIsTheOneFactsAlone) {
   engine.GetFacts().PreserveIDs = true;
   AssertMany(5);
   engine.Retract(2);
-  std::int32_t nested = 0;
+  TFactId nested = 0;
   engine.OnAssertion = [&](TReasoner& sender, const Ref<IFact>&) {
     engine.OnAssertion = nullptr;
     nested = sender.Assert("(a (x nested))");
@@ -319,11 +319,16 @@ TEST_F(HostileHandlersTest, AKeptIdIsTheOneFactsAlone) {
 TEST_F(HostileHandlersTest, TheLastFactIdIsTheLastFact) {
   engine.GetFacts().PreserveIDs = true;
   const Ref<IFact> fact = engine.ParseFact("(a (x last))");
-  fact->SetID(std::numeric_limits<std::int32_t>::max());
+  fact->SetID(std::numeric_limits<TFactId>::max());
   engine.GetFacts().Add(fact);
   EXPECT_EQ(engine.GetFacts().GetFactByID(fact->GetID()), fact);
   EXPECT_THROW(engine.Assert("(a (x more))"), EKBException);
   EXPECT_EQ(engine.GetFacts().GetCount(), 2);
+  // What would come back as another fact stays as it is.
+  Load("(defrule change ?f <- (a (x last)) => (modify ?f (x other)))");
+  EXPECT_THROW(engine.Run(), EKBException);
+  EXPECT_EQ(engine.GetFacts().GetFactByID(fact->GetID()), fact);
+  EXPECT_EQ(fact->ToString(), "(a (x last))");
   engine.Reset();
   AssertMany(1);
   EXPECT_EQ(engine.GetFacts().GetCount(), 2);

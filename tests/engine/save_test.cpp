@@ -117,6 +117,65 @@ TEST_F(SaveTest, ValuesWithoutTextAreToldOfAndOthersComeBackAsTheyWere) {
   EXPECT_EQ(loaded->GetValue("s")->ToString(), "x") << "the default";
 }
 
+TEST_F(SaveTest, ADocumentKeepsTheIndexOfSymbolsAndTheSettingOfTerms) {
+  Load(
+      "(set-fuzzy-auto-terms FALSE) (deftype heat extends (type FUZZY) (range 0 9))"
+      "(deffunction new-node () (assert (node (gensym*)))) (new-node) (gensym*)");
+  TReasoner other;
+  other.Parse(engine.GetExpertSystem(), true);
+  EXPECT_EQ(other.ParseNExecuteFunCall("(new-node)")->ToString(), "<Fact-2>");
+  EXPECT_EQ(Facts(other), "(Initial-Fact)\n(node gen0 )\n(node gen2 )\n");
+  EXPECT_EQ(other.FindDefinedType("heat")->GetFuzzyType()->GetSetCount(), 0);
+  EXPECT_FALSE(other.FuzzyAutoTerms);
+  // A symbol that a text uses is not generated.
+  other.Parse("(assert (node gen5))", true);
+  EXPECT_EQ(other.ParseNExecuteFunCall("(gensym*)")->ToString(), "gen6");
+  // Types that have no such terms get none while the setting is on.
+  other.FuzzyAutoTerms = true;
+  TReasoner third;
+  third.Parse(other.GetExpertSystem(), true);
+  EXPECT_EQ(third.FindDefinedType("heat")->GetFuzzyType()->GetSetCount(), 0);
+  EXPECT_TRUE(third.FuzzyAutoTerms);
+}
+
+TEST_F(SaveTest, SavingChangesNothing) {
+  Load(
+      "(deftemplate item (slot a) (slot b)) (deffacts s (item (b 1)) (item (a 1)))"
+      "(defrule r (item (a ?)) (not (other $?)) =>) (deftemplate item (slot a))");
+  engine.GetFactSets().GetItem(0).SetFact(1, nullptr);
+  engine.FindFactTemplate("item")->SetTemplateName("moved");  // the lines' template is unknown now
+  int parsed = 0;
+  engine.GetParser().OnParseFact = [&parsed](TKBParser&, const Ref<IFact>&) { ++parsed; };
+  const std::int32_t index = engine.GetSymbolIndex();
+  const std::int32_t templates = engine.GetFactTemplates().GetCount();
+  EXPECT_NE(engine.GetExpertSystem().find("; does not fit: (item (b 1))"), std::string::npos);
+  EXPECT_EQ(engine.GetSymbolIndex(), index);
+  EXPECT_EQ(engine.GetFactTemplates().GetCount(), templates);
+  EXPECT_EQ(parsed, 0);
+}
+
+TEST_F(SaveTest, ALoadGoesOnBehindWhatDoesNotFitAndTellsEach) {
+  const std::string path = Path("knowledge.clp");
+  WriteFileWhole(path,
+                 "(deftemplate item (slot a))\n"
+                 "(defrule lost (item (b ?)) =>)\n"
+                 "(deffunction f () (assert (item (b 1))))\n"
+                 "(assert (item (a 1)))\n"
+                 "(defrule late (test (g ?x)) =>)\n"
+                 "(defrule kept (item (a ?x)) =>)\n");
+  const std::string message = FailureOf([&] { engine.LoadFromFile(path); });
+  for (const char* line : {":2: No such slot name: \"b\"", ":3: No such slot name: \"b\"",
+                           ":5: Unknown variable name: x"})
+    EXPECT_NE(message.find(path + line), std::string::npos) << message;
+  EXPECT_EQ(engine.GetFacts().GetCount(), 2);
+  EXPECT_TRUE(engine.GetRules().ContainsKey("kept"));
+  EXPECT_EQ(engine.GetRules().GetCount(), 1);
+  // What runs may be what the rest builds on.
+  WriteFileWhole(path, "(assert (item (a 2)))\n(oops)\n(assert (item (a 3)))\n");
+  EXPECT_NE(FailureOf([&] { engine.LoadFromFile(path); }).find("oops"), std::string::npos);
+  EXPECT_EQ(engine.GetFacts().GetCount(), 3);
+}
+
 TEST_F(SaveTest, LoadingKeepsFactsAndSettingTheSystemResets) {
   Load("(deftemplate a (slot n)) (deffacts start (a (n 1))) (assert (a (n 2)))");
   const std::string text = engine.GetExpertSystem();

@@ -9,9 +9,10 @@
 //   left tokens
 // - a unique pattern gives a new left token its first partner only, but each new right token to all
 //   left tokens: when facts came and went is part of the reading
+// - the strength of what a negation lets through is history, too: when its last blocker goes, that
+//   blocker's strength is the most that is left
 //
-// In both semantics the strength of what a negation lets through is history, too: when its last
-// blocker goes, that blocker's strength is the most that is left.
+// In textbook semantics all of this, and when facts came and went, is without meaning.
 //
 // What the generator leaves out, or the comparison allows, because more of the network's history
 // would have to be modelled:
@@ -19,15 +20,15 @@
 //   before one with `$?` and a third one; unique patterns behind negated ones, behind or with `$?`,
 //   or on a template that came before in the rule; `$?` in a list of fuzzy values beside a negation
 //   of several levels
-// - a match that has fired and, in the midst of one token, goes and comes back at a negation of
-//   several levels: it may stand on the agenda again
-// - strengths behind a negation of several levels, and where a blocker of one negation goes at the
-//   same moment as one of the next
+// - in the engine's own semantics: a match that has fired and is gone while a fact has reached the
+//   patterns before a negation of several levels and not yet the negation: it may stand on the
+//   agenda again
+// - in the engine's own semantics: strengths behind a negation of several levels, and where a
+//   blocker of one negation goes at the same moment as one of the next
 // - fuzzy values that are nowhere above the threshold: such a value is equal to none, but a cell is
 //   equal to itself
-// - goals, function calls that raise or change their mind, variables for lists of fuzzy
-//   values, operations on fuzzy sets whose result is not made of straight lines
-// - ids from 101 on: buckets by fact id would show in the order of partners
+// - goals, function calls that change their mind, variables for lists of fuzzy values, operations
+//   on fuzzy sets whose result is not made of straight lines
 // - the order of activations made by one token (each one's place on the agenda is checked)
 
 #pragma once
@@ -83,8 +84,10 @@ class BruteForce : private TEvaluator {
   // The program's settings are read, not its rules.
   BruteForce(const TRuleText& rule, const TProgram& program, bool textbook);
 
-  // The matches of the facts that are alive, ordered by their keys.
-  std::vector<TReadMatch> Matches(const TFactHistory& history, std::int64_t rule_added) const;
+  // The matches of the facts that are alive, ordered by their keys. The hidden fact is not seen by
+  // negations of several levels.
+  std::vector<TReadMatch> Matches(const TFactHistory& history, std::int64_t rule_added,
+                                  const TKnownFact* hidden = nullptr) const;
   // Whether a fact of the template can change them.
   bool Reads(std::int32_t fact_template) const;
   bool HasDeepNegation() const { return deep_negation_; }
@@ -148,8 +151,11 @@ class BruteForce : private TEvaluator {
                                  bool first_level) const;
   std::vector<TToken> Join(const TReading& reading, const std::vector<TToken>& left,
                            const TFactHistory& history, std::int64_t rule_added) const;
+  std::vector<TToken> NegatePlainly(const TReading& reading, const std::vector<TToken>& tokens,
+                                    const TFactHistory& history) const;
   std::vector<TToken> Negate(const TReading& reading, const std::vector<TToken>& tokens,
-                             const TFactHistory& history, std::int64_t rule_added) const;
+                             const TFactHistory& history, std::int64_t rule_added,
+                             const TKnownFact* hidden) const;
 
   double least_strength_;
   bool textbook_;

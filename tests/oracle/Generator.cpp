@@ -65,11 +65,14 @@ class TGenerator {
       program.by_product = random_.Percent(50);
     }
     program.may_raise = may_raise_ = kTestsMayRaise && random_.Percent(12);
-    has_ids_ = random_.Percent(25);
+    has_ids_ = random_.Percent(35);
     const bool is_fan = random_.Percent(6);
     is_large_ = !is_fan && random_.Percent(3);
     if (is_large_) program.most_facts = 40;
     ChooseValues(is_fan);
+    // A few templates for a program, so that facts meet patterns.
+    for (std::uint32_t i = 2 + random_.Below(2); i > 0; --i)
+      templates_.push_back(static_cast<std::int32_t>(random_.Below(kFuzzyPair)));
     while (program.globals.size() < 2 && random_.Percent(25)) {
       program.globals.push_back(random_.Pick(values_));
       globals_.push_back(GlobalNames()[program.globals.size() - 1]);
@@ -78,12 +81,16 @@ class TGenerator {
     const auto rules = static_cast<std::uint32_t>(program.rules.size());
     // Some rules are there from the start, the others come in between.
     for (std::uint32_t i = 0; i < rules; ++i) {
-      if (random_.Percent(60)) program.operations.push_back(OnRule(TOperation::kAddRule, i));
+      if (random_.Percent(75)) program.operations.push_back(OnRule(TOperation::kAddRule, i));
     }
     has_strategies_ = random_.Percent(20);
     has_duplicates_ = random_.Percent(15);
-    uses_ids_ = random_.Percent(12);
+    uses_ids_ = random_.Percent(12) && (kUniqueTakesTheOldest || !textbook_);
     if (random_.Percent(20)) program.operations.push_back(FactSet());
+    if (uses_ids_ && random_.Percent(70)) {
+      program.operations.push_back(OnRule(TOperation::kUseIds, 0));
+      program.operations.back().target = random_.Below(1000);
+    }
     if (is_large_) {
       for (std::uint32_t i = 0; i < 40; ++i) program.operations.push_back(Assertion());
     }
@@ -193,46 +200,53 @@ class TGenerator {
 
   TOperation Operation(std::uint32_t rules) {
     const std::uint32_t choice = random_.Below(100);
-    if (choice < 82 || choice >= 90) {
+    if (choice < 86) {
       TOperation operation = Assertion();
       operation.target = random_.Below(1000);
       if (fuzzy_) operation.words = random_.Pick(kWords);
       operation.kind = choice < 42   ? TOperation::kAssert
-                       : choice < 60 ? TOperation::kRetract
-                       : choice < 66 ? TOperation::kModify
-                       : choice < 70 ? TOperation::kDuplicate
+                       : choice < 58 ? TOperation::kRetract
+                       : choice < 64 ? TOperation::kModify
+                       : choice < 68 ? TOperation::kDuplicate
                                      : TOperation::kStep;
       return operation;
     }
-    if (choice < 85) return OnRule(TOperation::kAddRule, random_.Below(rules));
-    if (choice < 87) return OnRule(TOperation::kRemoveRule, random_.Below(rules));
+    if (choice < 91) return OnRule(TOperation::kAddRule, random_.Below(rules));
+    if (choice < 93) return OnRule(TOperation::kRemoveRule, random_.Below(rules));
     TOperation operation;
     operation.target = random_.Below(1000);
     const std::uint32_t rare = random_.Below(100);
-    operation.kind = TOperation::kReset;
-    if (rare < 15) return FactSet();
-    if (rare < 25 && kTemplatesComeAnew) operation.kind = TOperation::kTemplateAnew;
+    operation.kind = TOperation::kStep;
+    if (rare < 5) return FactSet();
+    if (rare < 15) operation.kind = TOperation::kReset;
+    if (rare >= 15 && rare < 17) operation.kind = TOperation::kClear;
+    if (rare >= 20 && rare < 25 && kTemplatesComeAnew) operation.kind = TOperation::kTemplateAnew;
     if (rare >= 25 && rare < 50 && uses_ids_) operation.kind = TOperation::kUseIds;
-    if (rare >= 50 && rare < 70 && has_strategies_) operation.kind = TOperation::kStrategy;
-    if (rare >= 70 && rare < 90 && has_duplicates_) operation.kind = TOperation::kDuplicates;
-    if (rare >= 95) operation.kind = TOperation::kClear;
+    if (rare >= 50 && rare < 75 && has_strategies_) operation.kind = TOperation::kStrategy;
+    if (rare >= 75 && has_duplicates_) operation.kind = TOperation::kDuplicates;
     return operation;
   }
 
   std::int32_t FactTemplate() {
     if (fuzzy_ && random_.Percent(40)) return random_.Percent(60) ? kFuzzyPair : kFuzzyList;
-    static constexpr std::int32_t kCrisp[] = {0, 0, 1, 1, 2, 3, 4, 5};
-    return random_.Pick(kCrisp);
+    if (random_.Percent(10)) return static_cast<std::int32_t>(random_.Below(kFuzzyPair));
+    return random_.Pick(templates_);
   }
 
   std::vector<std::vector<TWord>> Values(std::int32_t fact_template) {
     std::vector<std::vector<TWord>> values;
     for (const TSlotText& slot : TemplateAt(fact_template).slots) {
-      const std::uint32_t count = slot.is_multi ? random_.Below(4) : 1;
+      const std::uint32_t count = slot.is_multi ? Length() : 1;
       values.emplace_back();
       for (std::uint32_t i = 0; i < count; ++i) values.back().push_back(Literal(slot.is_fuzzy));
     }
     return values;
+  }
+
+  // Of a list; most have one or two members.
+  std::uint32_t Length() {
+    static constexpr std::uint32_t kLengths[] = {0, 1, 1, 1, 2, 2, 3};
+    return random_.Pick(kLengths);
   }
 
   TWord Literal(bool in_fuzzy_slot = false) {
@@ -343,7 +357,7 @@ class TGenerator {
       TSlotPattern tested;
       tested.is_tested = described.is_ordered || random_.Percent(60);
       if (tested.is_tested) {
-        const std::uint32_t fields = slot.is_multi ? random_.Below(4) : 1;
+        const std::uint32_t fields = slot.is_multi ? Length() : 1;
         for (std::uint32_t i = 0; i < fields; ++i) {
           const bool is_span = slot.is_multi && random_.Percent(35);
           tested.fields.push_back(Field(here, is_span, slot.is_fuzzy));
@@ -360,7 +374,7 @@ class TGenerator {
     static const TWord kFuzzy[] = {"?d", "?d", "?e"};
     static const TWord kSpan[] = {"$?m", "$?n"};
     if (is_span) return random_.Pick(kSpan);
-    if (has_ids_ && !here.facts.empty() && !in_fuzzy_slot && random_.Percent(15))
+    if (has_ids_ && !here.facts.empty() && !in_fuzzy_slot && random_.Percent(25))
       return random_.Pick(here.facts).first;
     if (fuzzy_ && random_.Percent(10) && !here.variables.empty()) {
       // A variable that may have been bound in a slot of the other kind.
@@ -440,7 +454,7 @@ class TGenerator {
   }
 
   TTerm Term(const TScope& scope) {
-    if (has_ids_ && !scope.facts.empty() && random_.Percent(15))
+    if (has_ids_ && !scope.facts.empty() && random_.Percent(25))
       return TTerm{random_.Pick(scope.facts).first, nullptr};
     if (random_.Percent(35) || scope.variables.empty()) return TTerm{Constant(false), nullptr};
     return TTerm{random_.Pick(scope.variables), nullptr};
@@ -494,10 +508,10 @@ class TGenerator {
       action.actions.push_back(Action(scope, 1));
       if (!may_raise_ && random_.Percent(30)) action.actions.push_back(Action(scope, 1));
       if (random_.Percent(50)) action.otherwise.push_back(Action(scope, 1));
-    } else if (choice < 69) {
+    } else if (choice >= 65 && choice < 69) {
       action.kind = TAction::kUndefRule;
       action.name = "r" + std::to_string(random_.Below(6));
-    } else if (choice < 71) {
+    } else if (choice >= 69 && choice < 71) {
       action.kind = TAction::kReset;
     } else {
       for (std::uint32_t i = random_.Percent(70) ? 1 : 2 + random_.Below(2); i > 0; --i)
@@ -557,6 +571,7 @@ class TGenerator {
   bool has_strategies_ = false;
   bool has_duplicates_ = false;
   bool uses_ids_ = false;
+  std::vector<std::int32_t> templates_;
   std::vector<TWord> values_;
   std::vector<TWord> globals_;
 };

@@ -26,6 +26,23 @@ TKnownFact* TModel::Find(double id) {
   return nullptr;
 }
 
+// A fact comes or goes. It may reach the patterns before a negation of several levels while the
+// negation does not see it: in the engine's own semantics what it then blocks comes back behind it.
+void TModel::Pass(const TKnownFact& fact) {
+  if (textbook_) return;
+  for (auto& [name, rule] : rules_) {
+    if (rule.fired.empty() || !rule.reading.HasDeepNegation() ||
+        !rule.reading.Reads(fact.fact_template))
+      continue;
+    std::multiset<TMatchKey> going = rule.fired;
+    for (const TReadMatch& match : rule.reading.Matches(facts_, rule.added, &fact)) {
+      const auto found = going.find(match.key);
+      if (found != going.end()) going.erase(found);
+    }
+    rule.may_return.merge(going);
+  }
+}
+
 // Works out the matches anew; one that has fired is forgotten when it goes.
 void TModel::Update(std::int32_t fact_template) {
   for (auto& [name, rule] : rules_) {
@@ -49,7 +66,7 @@ void TModel::Update(TLiveRule& rule) {
 void TModel::AddRule(const TRuleText& text) {
   rules_.erase(text.name);
   const auto [live, is_new] = rules_.emplace(
-      text.name, TLiveRule{&text, BruteForce(text, program_, textbook_), ++clock_, {}, {}});
+      text.name, TLiveRule{&text, BruteForce(text, program_, textbook_), ++clock_, {}, {}, {}});
   Update(live->second);
 }
 
@@ -91,10 +108,12 @@ void TModel::Enter(std::int32_t fact_template, TSlots values, TShapes shapes) {
   }
   facts_.push_back(TKnownFact{next_id_++, fact_template, std::move(values), std::move(shapes),
                               ++clock_, TKnownFact::kAlive, next_serial_++});
+  Pass(facts_.back());
   Update(fact_template);
 }
 
 void TModel::Leave(TKnownFact& fact) {
+  Pass(fact);
   fact.died = ++clock_;
   Update(fact.fact_template);
 }

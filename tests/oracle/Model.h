@@ -23,8 +23,9 @@ class TModel {
     BruteForce reading;
     std::int64_t added;
     std::vector<TReadMatch> read;
-    std::multiset<TMatchKey> fired;  // those of `read` that are no longer on the agenda
-    bool has_changed = true;         // since the last look
+    std::multiset<TMatchKey> fired;       // those of `read` that are no longer on the agenda
+    std::multiset<TMatchKey> may_return;  // those of `fired` that may be there again
+    bool has_changed = true;              // since the last look
   };
   using TShapes = std::vector<std::vector<TSharedShape>>;  // a slot each
   using TSlots = std::vector<std::vector<TWord>>;
@@ -64,6 +65,7 @@ class TModel {
   void Enter(std::int32_t fact_template, TSlots values, TShapes shapes);
   void Leave(TKnownFact& fact);
   TKnownFact* Find(double id);
+  void Pass(const TKnownFact& fact);
   void Update(std::int32_t fact_template);
   void Update(TLiveRule& rule);
 

@@ -29,7 +29,7 @@ TWord WordOf(const IKBValue& value) {
     case dtFloat:
       return TWord::Float(value.GetAsFloat());
     case dtFactId:
-      return TWord::FactId(value.GetAsFactId());
+      return TWord::FactId(static_cast<std::int32_t>(value.GetAsFactId()));
     case dtString:
       return TWord("\"" + std::string(value.TextView()) + "\"");
     case dtAtom:
@@ -56,8 +56,11 @@ Text NameOf(TWord variable) {
 
 class TRunner {
  public:
-  TRunner(const TProgram& program, bool textbook)
-      : program_(program), model_(program, textbook), textbook_(textbook) {
+  TRunner(const TProgram& program, bool textbook, bool check_always)
+      : program_(program),
+        model_(program, textbook),
+        textbook_(textbook),
+        check_always_(check_always) {
     engine_.OnAddActivation = [this](TReasoner&, std::int32_t index, TActivation& activation) {
       Added(index, activation);
     };
@@ -78,7 +81,7 @@ class TRunner {
       for (const TOperation& operation : program_.operations) {
         if (!Operate(operation)) continue;
         Compare();
-        if (++done % 4 == 0) CheckSoundness();
+        if (++done % 4 == 0 || check_always_) CheckSoundness();
       }
       Finish();
     } catch (const TModel::TLeftOut&) {
@@ -107,7 +110,7 @@ class TRunner {
     outcome_.script += text + "\n";
     try {
       engine_.Parse(text, true);
-    } catch (const EKBException&) {
+    } catch (const std::exception&) {
       if (!may_raise && !program_.may_raise) throw;
       ++outcome_.failures;
       return true;
@@ -171,7 +174,7 @@ class TRunner {
   TMatchKey KeyOf(const TActivation& activation, const BruteForce& reading) {
     TMatchKey key;
     for (std::int32_t i = 0; i < activation.GetToken()->GetCount(); ++i)
-      key.push_back(activation.GetToken()->GetFacts(i)->GetID());
+      key.push_back(static_cast<std::int32_t>(activation.GetToken()->GetFacts(i)->GetID()));
     if (reading.GetVariables().empty()) return key;
     TKBContext frame(&engine_.GetContext(), &engine_);
     activation.GetRule().Prepare(*activation.GetToken(), frame);
@@ -196,7 +199,7 @@ class TRunner {
   }
 
   // The reading of an activation: of the matches with its key one with its strength and values.
-  const TReadMatch* ReadOf(TWaiting& waiting, std::string& difference) {
+  const TReadMatch* ReadOf(const TWaiting& waiting, bool with_shapes, std::string& difference) {
     const float strength = waiting.activation->GetStrength();
     const std::vector<TReadMatch>& read = waiting.rule->read;
     const auto is_before = [](const TReadMatch& match, const TMatchKey& key) {
@@ -211,7 +214,7 @@ class TRunner {
       if (wanted != TReadMatch::kAnyStrength && std::abs(wanted - double{strength}) > 1e-5)
         continue;
       difference.clear();
-      if (!waiting.is_seen) difference = FuzzyDifference(*waiting.activation, *match);
+      if (with_shapes) difference = FuzzyDifference(*waiting.activation, *match);
       if (difference.empty()) return &*match;
     }
     return nullptr;
@@ -347,7 +350,7 @@ class TRunner {
         return true;
       }
       case TOperation::kUseIds: {
-        const auto count = static_cast<std::int32_t>(60 + operation.target % 60);
+        const auto count = static_cast<std::int32_t>(90 + operation.target % 120);
         // A fact that is there already would be retracted.
         if (model_.AllowsDuplicates()) return false;
         Do("(use-ids " + std::to_string(count) + ")");
@@ -407,7 +410,7 @@ class TRunner {
     if (model_.CountAlive() > program_.most_facts + 5) return false;
     TWaiting& next = agenda_.front();
     std::string difference;
-    const TReadMatch* read = ReadOf(next, difference);
+    const TReadMatch* read = ReadOf(next, true, difference);
     if (read == nullptr) throw TDifference("no match fires");
     const TReadMatch match = *read;
     const TRuleText& rule = *next.rule->text;
@@ -448,6 +451,14 @@ class TRunner {
   void Compare(TLiveRule& rule, const std::vector<TWaiting*>& waiting) {
     rule.has_changed = false;
     std::vector<const TMatchKey*> wanted;
+    for (const TWaiting* item : waiting) {
+      const auto returning = rule.may_return.find(item->key);
+      if (returning == rule.may_return.end()) continue;
+      rule.may_return.erase(returning);
+      const auto found = rule.fired.find(item->key);
+      if (found != rule.fired.end()) rule.fired.erase(found);
+    }
+    rule.may_return.clear();
     std::multiset<TMatchKey> fired = rule.fired;
     for (const TReadMatch& match : rule.read) {
       const auto found = fired.find(match.key);
@@ -472,7 +483,7 @@ class TRunner {
     }
     for (TWaiting* item : waiting) {
       std::string difference = "nothing";
-      if (ReadOf(*item, difference) == nullptr) throw TDifference(difference);
+      if (ReadOf(*item, !item->is_seen, difference) == nullptr) throw TDifference(difference);
       item->is_seen = true;
     }
   }
@@ -513,6 +524,7 @@ class TRunner {
   const TProgram& program_;
   TModel model_;
   bool textbook_;
+  bool check_always_;
   TReasoner engine_;
   TOutcome outcome_;
   std::vector<TWaiting> agenda_;
@@ -525,8 +537,8 @@ class TRunner {
 
 }  // namespace
 
-TOutcome RunProgram(const TProgram& program, bool textbook) {
-  return TRunner(program, textbook).Run();
+TOutcome RunProgram(const TProgram& program, bool textbook, bool check_always) {
+  return TRunner(program, textbook, check_always).Run();
 }
 
 }  // namespace reasoner::oracle

@@ -22,9 +22,9 @@ struct TOutcome {
   bool left_out = false;  // it came to what the reading does not model
 };
 
-// After each operation the activations and the facts agree, each activation stands on the agenda
-// where it belongs, and the engine is sound; at the end, with everything retracted, all memories
-// are empty.
-TOutcome RunProgram(const TProgram& program, bool textbook);
+// After each operation the activations and the facts agree and each activation stands on the agenda
+// where it belongs; at the end, with everything retracted, all memories are empty. Whether the
+// engine is sound, which takes longest, is looked at after every fourth operation if not always.
+TOutcome RunProgram(const TProgram& program, bool textbook, bool check_always = false);
 
 }  // namespace reasoner::oracle

@@ -20,9 +20,9 @@ inline void CheckFacts(TReasoner& engine, const std::string& when) {
     EXPECT_EQ(facts.FindFact(fact->GetID()), i) << when << ": by id";
     EXPECT_EQ(facts.IndexOf(*fact), i) << when << ": by identity";
     if (!engine.GetFactDuplication()) {
-      // Equal facts that came while duplicates were allowed stay.
+      // Facts that became equal while that was allowed stay.
       const std::int32_t found = facts.FindFact(*fact);
-      EXPECT_TRUE(found >= 0 && facts.Get(found)->Equals(*fact)) << when << ": by content";
+      EXPECT_TRUE(found >= 0 && facts.Get(found)->EqualsFact(*fact)) << when << ": by content";
     }
   }
 }
