@@ -55,14 +55,14 @@ class RandomHost {
            engine.GetReteNetwork().OnRuleFired);
     AttachToParser();
     engine.SetTextbookSemantics(Draw(2) == 0);
-    budget_ = 0;
-    TryToDo([&] {
-      engine.Parse(
-          "(deftemplate a (slot x)) (deftemplate b (slot x)) (deftemplate c (multislot x))"
-          "(deftype heat (range 0 100) (fuzzy-terms (cold (z 20 50)) (hot (s 50 80))))"
-          "(deftemplate warm (slot x (type heat)))",
-          true);
-    });
+    quiet_ = true;
+    engine.Parse(
+        "(deftemplate a (slot x)) (deftemplate b (slot x)) (deftemplate c (multislot x))"
+        "(deftype heat extends (type FUZZY) (range 0 100)"
+        " (values (term cold (z 20 50)) (term hot (s 50 80))))"
+        "(deftemplate warm (slot x (type heat)))",
+        true);
+    quiet_ = false;
   }
 
   ~RandomHost() {
@@ -411,9 +411,11 @@ const std::vector<RandomHost::TOperation>& RandomHost::Operations() {
        }},
       {"define a type", 1,
        [](H& host, E& engine) {
-         engine.Parse(std::string("(deftype heat (range 0 100) (fuzzy-terms (cold (z 20 ") +
-                          host.Pick({"50", "60"}) + ")) (hot (s 50 80))))",
-                      true);
+         engine.Parse(
+             std::string(
+                 "(deftype heat extends (type FUZZY) (range 0 100) (values (term cold (z 20 ") +
+                 host.Pick({"50", "60"}) + ")) (term hot (s 50 80))))",
+             true);
        }},
       {"undefine a type", 1, [](H&, E& engine) { engine.GetDefinedTypes().Remove("heat"); }},
       {"define a function", 3,
@@ -442,9 +444,9 @@ const std::vector<RandomHost::TOperation>& RandomHost::Operations() {
        }},
       {"evaluate", 4,
        [](H& host, E& engine) {
-         engine.ParseNExecuteFunCall(
-             host.Pick({"(f 1)", "(abs -1)", "(host)", "(rules)", "(progn (host) (f (g 2)))",
-                        "(read)", "(facts)", "(try (host) except (host) finally (host))"}));
+         engine.ParseNExecuteFunCall(host.Pick(
+             {"(f 1)", "(abs -1)", "(host)", "(rules)", "(if (host) then (f (g 2)) else 1)",
+              "(read)", "(facts)", "(try (host) except (host) finally (host))"}));
        }},
       // Running.
       {"run", 8, [](H& host, E& engine) { engine.Run(static_cast<std::int32_t>(host.Draw(3))); }},
