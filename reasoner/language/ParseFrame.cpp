@@ -1,6 +1,7 @@
 // The frame of the parser: top-level expressions, the hand-over to the engine, and failures.
 
 #include <algorithm>
+#include <exception>
 #include <limits>
 #include <new>
 #include <optional>
@@ -333,8 +334,14 @@ EKBParseException TKBClipsParser::AtPlace(std::string message) {
                            token->GetColumn());
 }
 
-static void RaiseGathered(const std::vector<EKBParseException>& failures, std::int32_t untold) {
-  if (failures.size() == 1 && untold == 0) throw failures.front();
+// One failure alone is raised as the object that it was: the engine knows by it what was noted of
+// the failure further inside.
+static void RaiseGathered(const std::vector<EKBParseException>& failures, std::int32_t untold,
+                          const std::exception_ptr& first_raised) {
+  if (failures.size() == 1 && untold == 0) {
+    if (first_raised) std::rethrow_exception(first_raised);
+    throw failures.front();
+  }
   if (failures.empty()) return;
   std::string text;
   for (const EKBParseException& failure : failures) {
@@ -356,6 +363,8 @@ void TKBClipsParser::LoadEach(TStep step) {
   constexpr std::size_t kMostTold = 100;
   std::vector<EKBParseException> failures;
   std::int32_t untold = 0;
+  std::exception_ptr first_raised;  // null when the first was given its place here
+  Ref<IStreamToken> first_token;
   const auto add = [&](EKBParseException failure) {
     if (failures.size() < kMostTold) {
       failures.push_back(std::move(failure));
@@ -377,6 +386,10 @@ void TKBClipsParser::LoadEach(TStep step) {
       if (failures.empty()) throw;
       break;
     } catch (const EKBParseException& failure) {
+      if (failures.empty()) {
+        first_raised = std::current_exception();
+        first_token = Stream().GetCurrentToken();
+      }
       add(failure);
     } catch (const std::exception& failure) {
       if (call_failed_ && failures.empty()) throw;
@@ -389,7 +402,8 @@ void TKBClipsParser::LoadEach(TStep step) {
       break;  // the text ends in the middle of what is skipped
     }
   }
-  RaiseGathered(failures, untold);
+  if (first_token) Stream().GoBackTo(first_token);
+  RaiseGathered(failures, untold, first_raised);
 }
 
 bool TKBClipsParser::Load() {
