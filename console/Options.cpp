@@ -18,6 +18,7 @@ const char* const kUsage =
     "  --limit N         runs at most N rules (with --run)\n"
     "  --strategy NAME   orders rules of equal salience: depth (the default) or breadth\n"
     "  --literal         rules and functions have their literal meaning, see docs/semantics.md\n"
+    "  --strict          types, ranges and cardinalities hold for computed values, too\n"
     "  --textbook        rules and functions mean what a plain reading says (the default)\n"
     "  --watch LIST      reports what happens; LIST is one or more of facts, rules, activations,\n"
     "                    compilations, statistics and all, with commas between them\n"
@@ -99,6 +100,8 @@ Options ReadOptions(const std::vector<std::string>& arguments) {
       options.strategy = ReadStrategy(value());
     } else if (name == "--textbook") {
       options.textbook = true;
+    } else if (name == "--strict") {
+      options.strict = true;
     } else if (name == "--literal") {
       options.textbook = false;
     } else if (name == "--watch") {

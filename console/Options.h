@@ -30,6 +30,7 @@ struct Options {
   bool version = false;
   bool function_reference = false;
   bool textbook = true;
+  bool strict = false;
   std::int32_t limit = 2147483647;
   reasoner::TSearchStrategy strategy = reasoner::ssDepthFirst;
   reasoner::TConstructWatches watch;

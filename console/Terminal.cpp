@@ -137,7 +137,9 @@ void Terminal::Attach(TReasoner& engine) {
   engine.OnPrintOut = [this](TReasoner&, const std::string&, const std::string& text) {
     Print(text);
   };
-  engine.OnReadLine = [this](TReasoner&, const std::string&, std::string& text) { ReadLine(text); };
+  engine.OnReadLine = [this](TReasoner& sender, const std::string&, std::string& text) {
+    if (!ReadLine(text)) sender.SetInputEnded();
+  };
   engine.OnReadToken = [this](TReasoner& sender, const std::string&, Ref<IStreamToken>& token) {
     // The first token of the next line that has one; the rest of the line is dropped.
     std::string line;

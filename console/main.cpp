@@ -14,6 +14,7 @@
 #include "console/Report.h"
 #include "console/Terminal.h"
 #include "reasoner/engine/Reasoner.h"
+#include "reasoner/library/Packages.h"
 #include "reasoner/support/WholeFile.h"
 #include "reasoner/support/membership/FuzzyPicture.h"
 #include "reasoner/vocabulary/KBExceptions.h"
@@ -98,6 +99,7 @@ static int Main(const std::vector<std::string>& arguments) {
 
   Terminal terminal;
   TReasoner engine;
+  new TExtensionPackage(&engine);  // the engine's
   terminal.Attach(engine);
   engine.OnWarning = [](TReasoner&, const std::string& text) {
     std::fflush(stdout);
@@ -105,6 +107,7 @@ static int Main(const std::vector<std::string>& arguments) {
   };
   engine.SetStrategy(options.strategy);
   engine.SetTextbookSemantics(options.textbook);
+  engine.SetDynamicChecks(options.strict);
   engine.Watch = options.watch;
   engine.OnDropped = [](TReasoner&, const std::string& what, const std::string& reason) {
     std::fflush(stdout);

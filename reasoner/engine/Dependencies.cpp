@@ -24,14 +24,12 @@ void TReasoner::DropPending(const IFactTemplate& fact_template) {
 
 void TReasoner::RemoveRulesOn(const IFactTemplate& fact_template,
                               std::vector<std::string>& dropped) {
-  const bool updating = std::exchange(updating_table_, false);
   for (const std::string& name : rules_->GetNames()) {
     const TRule* rule = rules_->Find(name);
     if (rule == nullptr || rule->IndexOfTemplate(fact_template) < 0) continue;
     rules_->Remove(name);
     dropped.push_back("rule " + name);
   }
-  updating_table_ = updating;
 }
 
 // Whether a line whose fact does not parse any more is a fact of that template.
@@ -161,7 +159,6 @@ void TReasoner::TakeOutFacts(const Ref<IFactTemplate>& fact_template,
 
 void TReasoner::TakeOutRules(const IFactTemplate& fact_template,
                              std::vector<TDependent>& dependents, FirstFailure& failures) {
-  const bool updating = std::exchange(updating_table_, false);
   for (const std::string& name : rules_->GetNames()) {
     TRule* const rule = rules_->Find(name);
     if (rule == nullptr || !IsDependent(*rule, fact_template)) continue;
@@ -178,7 +175,6 @@ void TReasoner::TakeOutRules(const IFactTemplate& fact_template,
     dependents.push_back(std::move(dependent));
     failures.Try([&] { rules_->Remove(name); });
   }
-  updating_table_ = updating;
 }
 
 void TReasoner::ReplaceTemplate(const Ref<IFactTemplate>& old,
@@ -307,6 +303,9 @@ void TReasoner::ReadDependent(const TDependent& dependent, FirstFailure& failure
   const auto bring_back = [&failures](auto step, auto is_back) {
     try {
       step();
+    } catch (const EAbort&) {
+      // A host's silent refusal ends here.
+      if (!is_back()) throw;
     } catch (...) {
       if (!is_back()) throw;
       failures.Keep(std::current_exception());
@@ -432,7 +431,7 @@ void TReasoner::ReplaceDefinedType(const Ref<IKBDefinedType>& old,
       if (!UsesType(*slot, *old)) continue;
       failures.Try([&] {
         const Ref<IKBValue> value = slot->GetSlotDefault();
-        const bool tells = value && !value->ToString().empty();  // nil is no default of anybody's
+        const bool tells = value && !value->ToString().empty();  // an empty one is not told
         if (ChangeSlotType(*this, *slot, type) || !tells) return;
         ReportDropped("default " + ValueToSource(*value) + " of slot " + slot->GetName().str() +
                           " in template " + clone->GetTemplateName(),
@@ -456,24 +455,33 @@ void TReasoner::ChangeFactTemplateName(std::string_view old_name, std::string_vi
   const Ref<IFactTemplate> fact_template = fact_templates_->Find(old_name);
   if (old_name.empty() || !fact_template) return;
   if (fact_templates_->ContainsKey(new_name)) Raise(SDuplicateTemplateNames, new_name);
-  const bool updating = std::exchange(updating_table_, true);
-  try {
-    fact_templates_->Remove(old_name);
-    fact_templates_->Put(new_name, fact_template);
-  } catch (...) {
-    updating_table_ = updating;
-    throw;
+  const std::string old(old_name);
+  fact_templates_->TakeOut(fact_template);
+  if (fact_templates_->ContainsKey(new_name)) {
+    // A handler has taken the name meanwhile.
+    if (!fact_templates_->ContainsKey(old)) fact_templates_->table_.Put(old, fact_template);
+    Raise(SDuplicateTemplateNames, new_name);
   }
-  updating_table_ = updating;
+  fact_template->SetTemplateName(new_name);
+  fact_templates_->table_.Put(new_name, fact_template);
+  AddFactTemplate(fact_template);
+}
+
+void TReasoner::RenameType(const IKBDefinedType& type, std::string_view new_name) {
+  if (!defined_types_ || defined_types_->Find(type.GetName()) != &type) return;
+  if (defined_types_->ContainsKey(new_name)) Raise(SDuplicateDefTypeNames, new_name);
+  defined_types_->table_.Rename(type.GetName(), new_name);
 }
 
 void TReasoner::RuleChange(TRule& rule) {
   if (!network_ || !HoldsRule(rule)) return;
   // What cannot be compiled leaves the network as it was.
   TReteNetwork::TryRule(*this, rule);
+  const ScopedReport report(*this);
+  const ComponentWatch watch(rule);
   FirstFailure failures;
   failures.Try([&] { UncompileRule(rule); });
-  if (HoldsRule(rule)) failures.Try([&] { CompileRule(rule); });
+  if (!watch.HasEnded() && HoldsRule(rule)) failures.Try([&] { CompileRule(rule); });
   failures.Raise();
 }
 

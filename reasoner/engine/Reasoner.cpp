@@ -117,10 +117,13 @@ void TReasoner::MakeLogicFunctions() {
 }
 
 void TReasoner::AddDefaultPackages() {
+  // Handlers may raise: all packages are made all the same.
+  FirstFailure failures;
   for (const TFunctionPackage package : kPackageOrder) {
-    if (packages_.Has(package)) MakePackage(package, this);
+    if (packages_.Has(package)) failures.Try([&] { MakePackage(package, this); });
   }
-  OnAddDefaultPackages(*this);
+  failures.Try([&] { OnAddDefaultPackages(*this); });
+  failures.Raise();
 }
 
 TReasoner::~TReasoner() {
@@ -282,16 +285,27 @@ void TReasoner::SetTextbookSemantics(bool value) {
 
 void TReasoner::SetPackages(TFunctionPackages value) {
   if (value == packages_) return;
-  FirstFailure failures;
-  for (std::size_t i = GetComponentCount(); i-- > 0;) {
-    if (i >= GetComponentCount()) continue;
-    if (auto* package = dynamic_cast<TUserPackage*>(&GetComponent(i))) {
-      failures.Try([package] { package->ClearReasoners(); });
-      delete package;
-    }
-  }
   packages_ = value;
-  failures.Try([this] { AddDefaultPackages(); });
+  if (changing_packages_) return;  // asked for by a handler: the change under way goes on with it
+  struct Changing {
+    bool& flag;
+    explicit Changing(bool& changing) : flag(changing) { flag = true; }
+    ~Changing() { flag = false; }
+  } changing(changing_packages_);
+  FirstFailure failures;
+  TFunctionPackages made;
+  do {
+    made = packages_;
+    for (std::size_t i = GetComponentCount(); i-- > 0;) {
+      if (i >= GetComponentCount()) continue;  // a handler has ended components
+      auto* package = dynamic_cast<TUserPackage*>(&GetComponent(i));
+      if (package == nullptr || package->IsDestroying()) continue;
+      const ComponentWatch watch(*package);
+      failures.Try([package] { package->ClearReasoners(); });
+      if (!watch.HasEnded()) delete package;
+    }
+    failures.Try([this] { AddDefaultPackages(); });
+  } while (made != packages_);
   failures.Raise();
 }
 
@@ -299,6 +313,11 @@ void TReasoner::SetTypeChecks(TTypeChecks value) {
   if (value == type_checks_) return;
   type_checks_ = value;
   parser_->StaticChecks = value.Has(tcStatic);
+}
+
+void TReasoner::SetDynamicChecks(bool value) {
+  SetTypeChecks(value ? type_checks_ + TTypeChecks{tcDynamic}
+                      : type_checks_ - TTypeChecks{tcDynamic});
 }
 
 void TReasoner::SetParserErrorHandling(TErrorHandling value) {
@@ -458,7 +477,7 @@ bool TReasoner::ContainsUserFunction(std::string_view name, Ref<IUserFunction>& 
 Ref<IUserFunction> TReasoner::FindPackageFunction(std::string_view name) const {
   for (std::size_t i = 0; i < GetComponentCount(); ++i) {
     auto* package = dynamic_cast<TUserPackage*>(&GetComponent(i));
-    if (package == nullptr) continue;
+    if (package == nullptr || package->IndexOfReasoner(*this) < 0) continue;
     const std::int32_t index = package->IndexOf(name);
     if (index >= 0) return package->GetFunctions().GetItem(index);
   }
@@ -506,16 +525,21 @@ void TReasoner::LeaveRule(TRule& rule) {
   // The rule ends whatever a handler thinks of it.
   FirstFailure failures;
   const bool was_listed = rules_->table_.Take(key) == &rule;
+  const ComponentWatch watch(rule);
   if (was_listed) failures.Try([&] { ReportRule(OnRemoveRule, rule); });
-  failures.Try([&] { UncompileRule(rule); });
+  if (!watch.HasEnded()) failures.Try([&] { UncompileRule(rule); });
 }
 
 void TReasoner::RemoveRule(TRule& rule) {
   const ScopedReport report(*this);
+  const ComponentWatch watch(rule);  // handlers may end it, or enter it again
   FirstFailure failures;
   failures.Try([&] { ReportRule(OnRemoveRule, rule); });
-  failures.Try([&] { UncompileRule(rule); });
-  if (!rule.IsDestroying() && rule.GetOwner() == this) FreeRule(rule);
+  if (!watch.HasEnded() && !HoldsRule(rule)) {
+    failures.Try([&] { UncompileRule(rule); });
+    if (!watch.HasEnded() && !rule.IsDestroying() && rule.GetOwner() == this && !HoldsRule(rule))
+      FreeRule(rule);
+  }
   failures.Raise();
 }
 
@@ -535,28 +559,36 @@ void TReasoner::ClaimName(TRule& rule) {
 // Puts a rule in the place of another one. If it cannot be compiled, the old one comes back.
 void TReasoner::ReplaceRule(TRule& old, TRule& rule) {
   const std::string name = rule.GetRuleName();
+  const ComponentWatch watch(rule);
+  const ComponentWatch old_watch(old);
   ReportRule(OnRemoveRule, old);
-  const auto holds_old = [&] { return rules_->Find(name) == &old; };
+  const auto holds_old = [&] { return !old_watch.HasEnded() && rules_->Find(name) == &old; };
+  if (watch.HasEnded()) return;
   if (!holds_old()) return rules_->Put(name, &rule);  // the handler was faster
   FirstFailure failures;
   failures.Try([&] { UncompileRule(old); });
-  failures.Try([&] { CompileRule(rule); });
-  if (!IsCompiled(rule)) {
+  if (!watch.HasEnded()) failures.Try([&] { CompileRule(rule); });
+  if (watch.HasEnded() || !IsCompiled(rule)) {
     if (holds_old()) failures.Try([&] { CompileRule(old); });
-  } else if (holds_old()) {
+  } else if (holds_old() && rule.GetRuleName() == name) {
     rules_->table_.Put(name, &rule);
-    if (!old.IsDestroying() && old.GetOwner() == this) FreeRule(old);
+    // A handler that has changed the old rule meanwhile has had it compiled again.
+    failures.Try([&] { UncompileRule(old); });
+    if (!old_watch.HasEnded() && !old.IsDestroying() && old.GetOwner() == this) FreeRule(old);
   } else {
     failures.Try([&] { ClaimName(rule); });
+    // A handler has renamed the new rule: the old one keeps its name.
+    if (holds_old()) failures.Try([&] { CompileRule(old); });
   }
   failures.Raise();
 }
 
 void TReasoner::DropRule(TRule& rule) {
   const ScopedReport report(*this);
+  const ComponentWatch watch(rule);
   FirstFailure failures;
   failures.Try([&] { UncompileRule(rule); });
-  if (rule.GetOwner() == this) FreeRule(rule);
+  if (!watch.HasEnded() && !rule.IsDestroying() && rule.GetOwner() == this) FreeRule(rule);
   failures.Raise();
 }
 

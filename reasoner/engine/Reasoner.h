@@ -356,6 +356,10 @@ class TReasoner : public TComponent,
   void SetPackages(TFunctionPackages value);
   TTypeChecks GetTypeChecks() const noexcept override { return type_checks_; }
   void SetTypeChecks(TTypeChecks value);
+  // Whether types, ranges and cardinalities hold for computed values and for values from C++, too.
+  // False at the start: they hold for what is written in the text alone.
+  bool GetDynamicChecks() const noexcept { return type_checks_.Has(tcDynamic); }
+  void SetDynamicChecks(bool value);
   TErrorHandling GetParserErrorHandling() const noexcept { return parser_error_handling_; }
   void SetParserErrorHandling(TErrorHandling value);
   std::int32_t GetParserMaxErrors() const noexcept { return parser_max_errors_; }
@@ -376,9 +380,9 @@ class TReasoner : public TComponent,
   float GetFuzzyEqualsThreshold() const noexcept override { return fuzzy_equals_threshold_; }
   void SetFuzzyEqualsThreshold(float value);
   float GetVersion() const noexcept { return version_; }
-  // How deep text, calls, printing and values may nest, the stack permitting.
-  std::int32_t GetMaxDepth() const noexcept { return max_depth_; }
-  void SetMaxDepth(std::int32_t value) noexcept { max_depth_ = value < 1 ? 1 : value; }
+  // How deep text, calls, printing and values may nest in this engine, the stack permitting.
+  std::int32_t GetMaxDepth() const noexcept { return depth_.limit; }
+  void SetMaxDepth(std::int32_t value) noexcept { depth_.limit = value < 1 ? 1 : value; }
   // Replaces the parser; one that is at work lives until its parse ends. The new one starts without
   // events.
   void SetParserType(TKBParserFactory factory);
@@ -412,6 +416,10 @@ class TReasoner : public TComponent,
   // From a stream, from the batch that runs, or from OnReadLine and OnReadToken. At the end of a
   // stream an empty line, and a token of kind dtNone.
   virtual std::string ReadLine(const std::string& in_id);
+  // Whether the last ReadLine found no line any more. A handler of OnReadLine that is at the end
+  // says so by SetInputEnded; else an empty text is an empty line.
+  bool HasInputEnded() const noexcept { return input_ended_; }
+  void SetInputEnded() noexcept { input_ended_ = true; }
   virtual Ref<IStreamToken> ReadToken(const std::string& in_id);
   // Writes out what waits in streams and in the capture. It happens of itself at the end of every
   // load and run, and before a file is opened.
@@ -490,6 +498,7 @@ class TReasoner : public TComponent,
   bool IsDependent(const IKBValue& value, const IFactTemplate& fact_template) const;
   void RenameRule(std::string_view old_name, std::string_view new_name) override;
   void ChangeFactTemplateName(std::string_view old_name, std::string_view new_name) override;
+  void RenameType(const IKBDefinedType& type, std::string_view new_name) override;
   void RuleChange(TRule& rule) override;
   // OnRemoveRule, out of the network; the engine's own rule is freed.
   virtual void RemoveRule(TRule& rule);
@@ -564,7 +573,7 @@ class TReasoner : public TComponent,
   // the requests for an interruption when the outermost one begins and ends.
   class ScopedOperation {
    public:
-    explicit ScopedOperation(TReasoner& engine) : depth_(engine.max_depth_), engine_(engine) {
+    explicit ScopedOperation(TReasoner& engine) : depth_(engine.depth_), engine_(engine) {
       if (engine_.operations_++ == 0) ForgetInterrupts();
     }
     ~ScopedOperation() {
@@ -578,7 +587,7 @@ class TReasoner : public TComponent,
       engine_.GetLink()->interrupt_requests.store(0, std::memory_order_relaxed);
     }
 
-    const ScopedMaxDepth depth_;
+    const ScopedDepthCount depth_;
     TReasoner& engine_;
   };
   // Something is being reported to the host, or entered in its hearing: what it ends meanwhile is
@@ -726,14 +735,15 @@ class TReasoner : public TComponent,
   std::int32_t symbol_index_ = 0;
   std::int32_t saved_symbol_index_ = 0;  // behind the last name that was given away
   TRandom random_;
-  std::int32_t max_depth_ = kDefaultMaxDepth;
+  DepthCount depth_;
   TSearchStrategy strategy_ = ssDepthFirst;
   bool halted_ = false;
   bool fact_duplication_ = false;
   bool running_ = false;
-  bool updating_table_ = false;  // a construct is being moved to another name
+  bool changing_packages_ = false;
   std::int32_t in_network_ = 0;  // a token or a rule's feed is inside
   std::int32_t operations_ = 0;  // that have begun and not ended
+  bool match_interrupted_ = false;
   TTypeChecks type_checks_{tcStatic};
   TFunctionPackages packages_ = kAllPackages;
   TErrorHandling parser_error_handling_ = ehRaiseImmediate;
@@ -773,6 +783,7 @@ class TReasoner : public TComponent,
   std::shared_ptr<TStream> capture_;
   const TEncoding* capture_encoding_ = nullptr;
   std::unique_ptr<TKBTokenizerStream> batch_;
+  bool input_ended_ = false;
   std::string batch_file_name_;  // of the batch that is about to start
   IDialogs* dialogs_ = nullptr;
   std::unique_ptr<IDialogs> terminal_dialogs_;

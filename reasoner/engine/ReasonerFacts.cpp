@@ -33,7 +33,11 @@ void TReasoner::InNetwork(TStep step) {
     const ScopedNetwork inside(*this);
     failures.Try(step);
   }
-  if (in_network_ == 0) network_failures_.Raise();
+  if (in_network_ == 0) {
+    if (std::exchange(match_interrupted_, false))
+      GetLink()->interrupt_requests.store(0, std::memory_order_relaxed);
+    network_failures_.Raise();
+  }
   failures.Raise();
 }
 
@@ -57,6 +61,7 @@ TFactId TReasoner::Assert(const Ref<IFact>& asserted, bool unconditional) {
   ForgetFailure();
   if (!asserted->GetTemplate()) Raise(SNoTemplate);
   const ScopedOperation operation(*this);
+  asserted->FitToSlots();
   if (asserted->GetTemplate()->IsFuzzy()) return AssertFuzzy(asserted, unconditional);
   const std::uint32_t hash = facts_->HashOf(*asserted);
   if (!fact_duplication_ && facts_->FindEqual(*asserted, hash) != nullptr) return -1;

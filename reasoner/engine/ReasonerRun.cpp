@@ -28,8 +28,12 @@ static double Tick() {
 // the search lands on.
 std::int32_t TReasoner::SearchSalience(std::int32_t salience) const {
   if (agenda_->IsEmpty()) return -1;
-  const auto salience_at = [this](std::int32_t index) {
-    return agenda_->GetActivation(index).GetRule().GetSalience();
+  // An expression can give each activation a salience of its own: entries are ordered by those. In
+  // the literal meaning the last one of the rule counts for all of its entries.
+  const bool by_entry = GetTextbookSemantics();
+  const auto salience_at = [this, by_entry](std::int32_t index) {
+    const TActivation& activation = agenda_->GetActivation(index);
+    return by_entry ? activation.GetEntrySalience() : activation.GetRule().GetSalience();
   };
   const std::int32_t last = agenda_->GetCount() - 1;
   if (strategy_ == ssDepthFirst) {
@@ -217,7 +221,11 @@ void TReasoner::SetAgenda(const TActivationAgenda& source) {
 // Takes the entries off in order and places each anew, unless it was withdrawn meanwhile.
 void TReasoner::RebuildAgenda() {
   const std::size_t first = rebuilding_.size();
-  while (!agenda_->IsEmpty()) rebuilding_.push_back(agenda_->Extract(0).release());
+  while (!agenda_->IsEmpty()) {
+    TActivation* const activation = agenda_->Extract(0).release();
+    // One whose removal is being reported does not come back: the report's own end frees it.
+    if (!activation->IsLeaving()) rebuilding_.push_back(activation);
+  }
   FirstFailure failures;
   while (rebuilding_.size() > first) {
     TActivation* activation = rebuilding_[first];
@@ -296,8 +304,13 @@ std::int32_t TReasoner::RunRules(std::int32_t max_rules) {
 void TReasoner::PollInterrupt() {
   const bool insists = GetLink()->interrupt_requests.load(std::memory_order_relaxed) > 1;
   if (!insists && (running_ || in_network_ > 0 || reporting_ > 0)) return;
-  // Outside all operations nothing else forgets the request.
-  if (operations_ == 0) GetLink()->interrupt_requests.store(0, std::memory_order_relaxed);
+  // The request is spent, but inside a match not before its end: the tests that are still to come
+  // end at once, too.
+  if (in_network_ == 0) {
+    GetLink()->interrupt_requests.store(0, std::memory_order_relaxed);
+  } else {
+    match_interrupted_ = true;
+  }
   if (current_activation_ != nullptr && current_activation_->HasRule()) {
     throw EKBInterrupted(
         FillMessage(SInterruptedFiring, current_activation_->GetRule().GetRuleName()));
@@ -326,7 +339,8 @@ void TReasoner::RunStep(std::int32_t index) {
                current_activation_->GetRule().GetRuleName() + " " +
                current_activation_->GetToken()->GetToFactsString() + std::string(NewLineString));
     }
-    current_activation_->Fire();
+    // The watch's line reaches handlers, which may end the rule.
+    if (current_activation_->HasRule()) current_activation_->Fire();
   } catch (...) {
     // A firing that failed is withdrawn, and reported as usual.
     const std::exception_ptr failure = std::current_exception();

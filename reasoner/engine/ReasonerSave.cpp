@@ -239,30 +239,31 @@ void TReasoner::SaveToFile(const std::string& file_name, const TEncoding* encodi
 // One kind.
 
 template <class TItems, class TPrint>
-static void SaveLines(TStream& stream, const TEncoding* encoding, const TItems& items,
-                      TPrint print) {
+static void SaveLines(const TReasoner& engine, TStream& stream, const TEncoding* encoding,
+                      const TItems& items, TPrint print) {
+  const ScopedTextEscapes escapes(&engine);
   std::string text;
   for (const auto& item : items) text += Line(print(item));
   stream.Write(Encoded(text, encoding));
 }
 
 void TReasoner::SaveRules(TStream& stream, const TEncoding* encoding) {
-  SaveLines(stream, encoding, rules_->GetItems(),
+  SaveLines(*this, stream, encoding, rules_->GetItems(),
             [](const TRule* rule) { return rule->ToString(); });
 }
 
 void TReasoner::SaveFactTemplates(TStream& stream, const TEncoding* encoding) {
-  SaveLines(stream, encoding, fact_templates_->GetParentsFirst(),
+  SaveLines(*this, stream, encoding, fact_templates_->GetParentsFirst(),
             [](const Ref<IFactTemplate>& item) { return item->ToString(); });
 }
 
 void TReasoner::SaveDefinedTypes(TStream& stream, const TEncoding* encoding) {
-  SaveLines(stream, encoding, defined_types_->GetAncestorsFirst(),
+  SaveLines(*this, stream, encoding, defined_types_->GetAncestorsFirst(),
             [this](const Ref<IKBDefinedType>& type) { return PrettyPrint(*type); });
 }
 
 void TReasoner::SaveFacts(TStream& stream, const TEncoding* encoding) {
-  SaveLines(stream, encoding, facts_->Snapshot(),
+  SaveLines(*this, stream, encoding, facts_->Snapshot(),
             [](const Ref<IFact>& fact) { return FactToSavedSource(*fact); });
 }
 
@@ -274,7 +275,7 @@ void TReasoner::SaveFacts(TStream& stream, std::string_view template_name,
         return fact->GetTemplate()->GetTemplateName() != template_name;
       });
   facts.erase(others, facts.end());
-  SaveLines(stream, encoding, facts,
+  SaveLines(*this, stream, encoding, facts,
             [](const Ref<IFact>& fact) { return FactToSavedSource(*fact); });
 }
 

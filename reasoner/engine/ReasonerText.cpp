@@ -430,12 +430,16 @@ bool TReasoner::Batch(const std::string& file_name, const TEncoding* encoding) {
 }
 
 std::string TReasoner::ReadLine(const std::string& in_id) {
+  input_ended_ = false;
   if (!IsTerminal(in_id)) {
-    if (const std::shared_ptr<TGTextStream> stream = io_streams_->Find(in_id))
-      return stream->AtEnd() ? std::string() : stream->GetLine();
+    if (const std::shared_ptr<TGTextStream> stream = io_streams_->Find(in_id)) {
+      input_ended_ = stream->AtEnd();
+      return input_ended_ ? std::string() : stream->GetLine();
+    }
   }
   std::string text;
   if (batch_) {
+    input_ended_ = batch_->AtEnd();
     text = batch_->GetLine();
     PrintOut(text + std::string(NewLineString));
     return text;
@@ -474,27 +478,39 @@ Ref<IStreamToken> TReasoner::ReadToken(const std::string& in_id) {
 // Printing.
 
 std::string TReasoner::PrettyPrint(const TFactSet& fact_set) {
+  const ScopedTextEscapes escapes(this);
   return parser_->PrettyPrint(fact_set);
 }
 std::string TReasoner::PrettyPrint(const IFact& fact) { return parser_->PrettyPrint(fact); }
 std::string TReasoner::PrettyPrint(const IFunCall& fun_call) {
+  const ScopedTextEscapes escapes(this);
   return parser_->PrettyPrint(fun_call);
 }
 std::string TReasoner::PrettyPrint(const IUserFunction& function) {
   return parser_->PrettyPrint(function);
 }
 std::string TReasoner::PrettyPrint(const IInterpretedFunction& function) {
+  const ScopedTextEscapes escapes(this);
   return parser_->PrettyPrint(function);
 }
 std::string TReasoner::PrettyPrint(const IKBDefinedType& type) {
+  const ScopedTextEscapes escapes(this);
   return parser_->PrettyPrint(type);
 }
-std::string TReasoner::PrettyPrint(const IFactSlot& slot) { return parser_->PrettyPrint(slot); }
+std::string TReasoner::PrettyPrint(const IFactSlot& slot) {
+  const ScopedTextEscapes escapes(this);
+  return parser_->PrettyPrint(slot);
+}
 std::string TReasoner::PrettyPrint(const IFactTemplate& fact_template) {
+  const ScopedTextEscapes escapes(this);
   return parser_->PrettyPrint(fact_template);
 }
-std::string TReasoner::PrettyPrint(const TRule& rule) { return parser_->PrettyPrint(rule); }
+std::string TReasoner::PrettyPrint(const TRule& rule) {
+  const ScopedTextEscapes escapes(this);
+  return parser_->PrettyPrint(rule);
+}
 std::string TReasoner::PrettyPrint(const TKBPattern& pattern) {
+  const ScopedTextEscapes escapes(this);
   return parser_->PrettyPrint(pattern);
 }
 std::string TReasoner::PrettyPrint(const ISingletonsVector& singletons) {
@@ -512,9 +528,11 @@ std::string TReasoner::PrettyPrint(const IFact& fact, std::string_view slot_name
   return parser_->PrettyPrint(fact, slot_name, text);
 }
 std::string TReasoner::PrettyPrint(const TRule& rule, TRuleConstruct construct) {
+  const ScopedTextEscapes escapes(this);
   return parser_->PrettyPrint(rule, construct);
 }
 std::string TReasoner::PrettyPrint(std::string_view variable_name, const IKBValue& value) {
+  const ScopedTextEscapes escapes(this);
   return parser_->PrettyPrint(variable_name, value);
 }
 std::string TReasoner::PrettyPrint(const TValueHashTable& variables) {

@@ -1,12 +1,14 @@
 #include "reasoner/engine/Registries.h"
 
 #include <algorithm>
+#include <deque>
 #include <unordered_set>
 
 #include "reasoner/engine/Reasoner.h"
 #include "reasoner/functions/InterpretedFunction.h"
 #include "reasoner/language/CaptionTrees.h"
 #include "reasoner/language/PrettyPrint.h"
+#include "reasoner/language/TextHelpers.h"
 #include "reasoner/language/TokenStream.h"
 #include "reasoner/support/Streams.h"
 #include "reasoner/values/Constants.h"
@@ -99,7 +101,7 @@ Ref<IFactTemplate> TFactTemplates::Replace(const Ref<IFactTemplate>& old,
     Raise(SFactTemplateInheritanceCorrupt);
   if (old) {
     engine_.RemoveFactTemplate(old);
-    table_.Take(old->GetTemplateName());
+    TakeItem(old);
   }
   FirstFailure failures;
   const std::string name = fact_template->GetTemplateName();
@@ -113,15 +115,18 @@ Ref<IFactTemplate> TFactTemplates::Replace(const Ref<IFactTemplate>& old,
 void TFactTemplates::Remove(std::string_view name) {
   const Ref<IFactTemplate> fact_template = Find(name);
   if (!fact_template) return;
-  engine_.RequireIdleNetwork("removing a template");
-  engine_.RemoveFactTemplate(fact_template);
-  engine_.RemoveDependencies(*fact_template);
-  if (Find(fact_template->GetTemplateName()) == fact_template)
-    table_.Take(fact_template->GetTemplateName());
-  if (engine_.updating_table_) return;  // it comes back under another name
+  TakeOut(fact_template);
   for (const Ref<IFactTemplate>& child : GetItems()) {
     if (child->GetParent() == fact_template) child->SetParent(nullptr);
   }
+}
+
+void TFactTemplates::TakeOut(const Ref<IFactTemplate>& fact_template) {
+  engine_.RequireIdleNetwork("removing a template");
+  engine_.RemoveFactTemplate(fact_template);
+  engine_.RemoveDependencies(*fact_template);
+  // What handlers have made of it meanwhile goes as well: no text finds the template any more.
+  if (TakeItem(fact_template)) engine_.RemoveDependencies(*fact_template);
 }
 
 void TFactTemplates::Clear() {
@@ -155,6 +160,7 @@ void TFactTemplates::FillNodeSlot(TCaptionNode& node, const IFactSlot& slot) {
 // Types.
 
 void TKBDefinedTypes::PutValue(std::string_view name, const Ref<IKBDefinedType>& type) {
+  if (IsTypeWord(name)) Raise(SReservedName, name);
   if (type->GetReasoner() != &engine_) type->SetReasoner(&engine_);
   const Ref<IKBDefinedType> old = Find(name);
   if (old == type) return;
@@ -181,7 +187,7 @@ Ref<IKBDefinedType> TKBDefinedTypes::Replace(const Ref<IKBDefinedType>& old,
   }
   if (old) {
     engine_.RemoveDefinedType(old);
-    table_.Take(old->GetName());
+    TakeItem(old);
   }
   FirstFailure failures;
   failures.Try([&] { Put(type->GetName(), type); });
@@ -202,7 +208,7 @@ void TKBDefinedTypes::Remove(std::string_view name) {
   engine_.RemoveDependencies(*type);
   ChangeAncestor(type, nullptr);
   type->SetReasoner(nullptr);
-  if (Find(type->GetName()) == type) table_.Take(type->GetName());
+  TakeItem(type);
 }
 
 // Types that extend one that goes keep what they have from it, and extend another one or none.
@@ -245,8 +251,7 @@ void TUserFunctions::PutValue(std::string_view name, const Ref<IUserFunction>& f
   if (old) {
     if (engine_.DuplicateConstructs == dcError) Raise(SDuplicateFunctionNames, name);
     if (engine_.DuplicateConstructs == dcIgnore) return;
-    bool interpreted = false;
-    failures.Try([&] { RemoveEntry(name, interpreted); });
+    failures.Try([&] { RemoveEntry(name); });
   }
   table_.Put(name, function);
   ++engine_.GetLink()->function_generation;
@@ -259,25 +264,24 @@ void TUserFunctions::PutValue(std::string_view name, const Ref<IUserFunction>& f
   failures.Raise();
 }
 
-bool TUserFunctions::RemoveEntry(std::string_view name, bool& interpreted) {
+void TUserFunctions::RemoveEntry(std::string_view name) {
   const Ref<IUserFunction> function = table_.Take(name);
-  if (!function) return false;
+  if (!function) return;
   ++engine_.GetLink()->function_generation;
-  interpreted = AsInterpreted(*function) != nullptr;
-  if (interpreted) --interpreted_;
+  if (AsInterpreted(*function) != nullptr) --interpreted_;
   function->DeleteReasoner(engine_);
   engine_.RemoveFunction(function);
-  return true;
 }
 
 void TUserFunctions::Remove(std::string_view name) {
   const std::string key(name);
-  bool interpreted = false;
+  const Ref<IUserFunction> removed = Find(key);
+  if (!removed) return;
   FirstFailure failures;
-  failures.Try([&] { RemoveEntry(key, interpreted); });
-  if (interpreted && !ContainsKey(key) && !engine_.IsDestroying()) {
-    if (const Ref<IUserFunction> built_in = engine_.FindPackageFunction(key))
-      failures.Try([&] { Add(built_in); });
+  failures.Try([&] { RemoveEntry(key); });
+  if (!ContainsKey(key) && !engine_.IsDestroying()) {
+    const Ref<IUserFunction> built_in = engine_.FindPackageFunction(key);
+    if (built_in && built_in != removed) failures.Try([&] { Add(built_in); });
   }
   failures.Raise();
 }
@@ -309,6 +313,7 @@ void TRules::PutValue(std::string_view name, TRule* const& rule) {
     return;
   }
   const std::string key(name);  // a handler may rename the rule
+  if (rule->GetEngine() == nullptr) Raise(SUnknownEngine);
   TRule* old = Find(key);
   if (old == rule) return;
   if (old != nullptr) {
@@ -317,6 +322,7 @@ void TRules::PutValue(std::string_view name, TRule* const& rule) {
   }
   if (rule->GetRuleName() != key) rule->SetRuleName(key);
   const TReasoner::ScopedReport report(engine_);
+  const ComponentWatch watch(*rule);
   FirstFailure failures;  // of others, whom the rule's coming has set to work
   if (old != nullptr) {
     // What cannot be compiled does not push out what is there.
@@ -326,10 +332,10 @@ void TRules::PutValue(std::string_view name, TRule* const& rule) {
     // The rule is compiled before it is in the table: a failure leaves no trace of it.
     if (engine_.in_network_ > 0) TReteNetwork::TryRule(engine_, *rule);
     failures.Try([&] { engine_.CompileRule(*rule); });
-    if (!engine_.IsCompiled(*rule)) return failures.Raise();
+    if (watch.HasEnded() || !engine_.IsCompiled(*rule)) return failures.Raise();
     engine_.ClaimName(*rule);
   }
-  const auto is_held = [&] { return engine_.HoldsRule(*rule); };
+  const auto is_held = [&] { return !watch.HasEnded() && engine_.HoldsRule(*rule); };
   if (engine_.in_network_ == 0 && engine_.Watches(cwCompilation) && is_held()) {
     failures.Try([&] { engine_.PrintOut(rule->CompileTrace + std::string(NewLineString)); });
   }
@@ -340,9 +346,12 @@ void TRules::PutValue(std::string_view name, TRule* const& rule) {
 void TRules::Add(std::unique_ptr<TRule> rule) {
   // A rule that has been entered is the engine's, whatever handlers think of it.
   TRule& added = *rule;
+  const ComponentWatch watch(added);
   FirstFailure failures;
   failures.Try([&] { Add(added); });
-  if (engine_.HoldsRule(added)) {
+  if (watch.HasEnded()) {
+    rule.release();
+  } else if (engine_.HoldsRule(added)) {
     engine_.InsertComponent(added);
     rule.release();
   }
@@ -352,7 +361,7 @@ void TRules::Add(std::unique_ptr<TRule> rule) {
 bool TRules::Remove(std::string_view name) {
   if (!ContainsKey(name)) return false;
   TRule* rule = table_.Take(name);
-  if (!engine_.updating_table_) engine_.RemoveRule(*rule);
+  engine_.RemoveRule(*rule);
   return true;
 }
 
@@ -361,10 +370,14 @@ bool TRules::Remove(std::string_view name, const TRule& rule) {
 }
 
 void TRules::Clear() {
-  const std::vector<TRule*> rules = GetItems();
+  // A handler may end rules whose turn has not come yet.
+  std::deque<std::pair<TRule*, ComponentWatch>> rules;
+  for (TRule* rule : GetItems()) rules.emplace_back(rule, *rule);
   table_.Clear();
   FirstFailure failures;
-  for (TRule* rule : rules) failures.Try([&] { engine_.DropRule(*rule); });
+  for (auto& [rule, watch] : rules) {
+    if (!watch.HasEnded()) failures.Try([&, dropped = rule] { engine_.DropRule(*dropped); });
+  }
   engine_.next_rule_id_ = 0;
   failures.Try([&] { engine_.ClearRules(); });
   failures.Raise();

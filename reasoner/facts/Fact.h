@@ -36,9 +36,13 @@ class TFact final : public ICloneable, public Pooled {
   const Ref<IKBValue>& GetValue(std::string_view name);
   // The stored cell, or a filled-in default; null for a slot that the template lacks.
   Ref<IKBValue> ContainsKey(std::string_view name);
-  // Stores the cell itself, null as FCNil. With dynamic checks an integer becomes a float, in the
-  // given cell, where the slot wants one; any other invalid value raises with the slot's reason.
+  // Stores the cell itself, null as FCNil. Where the slot wants floats an integer becomes one: with
+  // dynamic checks in the given cell, else in a new one. With those checks any other invalid value
+  // raises with the slot's reason.
   void SetValue(std::string_view name, const Ref<IKBValue>& value);
+  // Makes floats of integers that came into slots of floats otherwise, as by a cell that was
+  // changed in place. The engine calls it at assertion.
+  void FitToSlots();
 
   const Ref<IKBValue>& GetValueAt(std::int32_t ordinal);
   // Stores a cell that is known to be right for the slot; nothing is checked.

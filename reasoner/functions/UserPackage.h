@@ -13,6 +13,7 @@
 #include "reasoner/functions/UserFunction.h"
 #include "reasoner/support/Component.h"
 #include "reasoner/support/Event.h"
+#include "reasoner/support/FirstFailure.h"
 
 namespace reasoner {
 
@@ -32,9 +33,12 @@ class TUserFunctionList {
   std::int32_t IndexOf(const IUserFunction& function) const;
   void Clear();
   // A new function of each class, in order.
+  // Handlers of an engine's events may raise: all are added all the same.
   template <class... TFunctions>
   void AddNew() {
-    (Add(Make<TFunctions>()), ...);
+    FirstFailure failures;
+    (failures.Try([this] { Add(Make<TFunctions>()); }), ...);
+    failures.Raise();
   }
   std::string ToString() const;  // a line a function
 

@@ -1,7 +1,6 @@
 // The frame of the parser: top-level expressions, the hand-over to the engine, and failures.
 
 #include <algorithm>
-#include <exception>
 #include <limits>
 #include <new>
 #include <optional>
@@ -334,15 +333,9 @@ EKBParseException TKBClipsParser::AtPlace(std::string message) {
                            token->GetColumn());
 }
 
-// One failure alone is raised as the object that it was: the engine knows by it what was noted of
-// the failure further inside.
-static void RaiseGathered(const std::vector<EKBParseException>& failures, std::int32_t untold,
-                          const std::exception_ptr& first_raised) {
-  if (failures.size() == 1 && untold == 0) {
-    if (first_raised) std::rethrow_exception(first_raised);
-    throw failures.front();
-  }
-  if (failures.empty()) return;
+// One failure that tells all of them.
+[[noreturn]] static void RaiseGathered(const std::vector<EKBParseException>& failures,
+                                       std::int32_t untold) {
   std::string text;
   for (const EKBParseException& failure : failures) {
     if (!text.empty()) text += NewLineString;
@@ -362,12 +355,16 @@ template <class TStep>
 void TKBClipsParser::LoadEach(TStep step) {
   constexpr std::size_t kMostTold = 100;
   std::vector<EKBParseException> failures;
+  std::exception_ptr only;
+  Ref<IStreamToken> reached;  // by the first failure
   std::int32_t untold = 0;
-  std::exception_ptr first_raised;  // null when the first was given its place here
-  Ref<IStreamToken> first_token;
-  const auto add = [&](EKBParseException failure) {
+  const auto add = [&](const EKBParseException& failure, std::exception_ptr raised) {
+    if (failures.empty()) {
+      only = std::move(raised);
+      reached = Stream().GetCurrentToken();
+    }
     if (failures.size() < kMostTold) {
-      failures.push_back(std::move(failure));
+      failures.push_back(failure);
     } else {
       ++untold;
     }
@@ -386,14 +383,11 @@ void TKBClipsParser::LoadEach(TStep step) {
       if (failures.empty()) throw;
       break;
     } catch (const EKBParseException& failure) {
-      if (failures.empty()) {
-        first_raised = std::current_exception();
-        first_token = Stream().GetCurrentToken();
-      }
-      add(failure);
+      add(failure, std::current_exception());
     } catch (const std::exception& failure) {
       if (call_failed_ && failures.empty()) throw;
-      add(AtPlace(failure.what()));
+      const EKBParseException placed = AtPlace(failure.what());
+      add(placed, std::make_exception_ptr(placed));
       if (call_failed_) break;
     }
     try {
@@ -402,8 +396,10 @@ void TKBClipsParser::LoadEach(TStep step) {
       break;  // the text ends in the middle of what is skipped
     }
   }
-  if (first_token) Stream().GoBackTo(first_token);
-  RaiseGathered(failures, untold, first_raised);
+  if (failures.size() > 1) RaiseGathered(failures, untold);
+  if (failures.empty()) return;
+  PutBack(reached);  // the place of the text is that of the failure, not its end
+  std::rethrow_exception(only);
 }
 
 bool TKBClipsParser::Load() {

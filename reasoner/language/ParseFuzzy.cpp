@@ -60,10 +60,12 @@ void TKBClipsParser::ParseFuzzyTerms(IFuzzyVariable& variable, std::vector<Ref<I
   for (; token->Is('('); token = Next()) {
     PutBack(token);
     const Ref<IFuzzySet> term = ParseFuzzySet(variable);
-    const bool known = std::any_of(terms.begin(), terms.end(), [&](const Ref<IFuzzySet>& other) {
+    const std::size_t others = std::erase_if(terms, [&](const Ref<IFuzzySet>& other) {
       return other->GetGivenName() == term->GetGivenName();
     });
-    if (known) ParseError("ParseFuzzyVariable", SFuzzyTermTwice, term->GetGivenName());
+    if (others > 0 && variable.GetParser() != nullptr) {
+      variable.GetParser()->Warn(FillMessage(SFuzzyTermTwice, term->GetGivenName()));
+    }
     term->SetTerm(true);
     terms.push_back(variable.Add(term));
   }

@@ -221,7 +221,7 @@ void TKBClipsParser::ParseConstraint(TField& field, Ref<IStreamToken> token) {
     ParseFuzzyConstraint(field, negated);
   } else if (token->IsPlainValue()) {
     Ref<IKBValue> value = token->Value();
-    if (StaticChecks) ConvertIntegers(value, field.slot.GetSlotType());
+    ConvertIntegers(value, field.slot.GetSlotType());
     AddTest(field, value, negated);
   } else {
     ParseError("ParsePattern", SBadSlotValue, token->ToString());

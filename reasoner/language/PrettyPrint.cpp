@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "reasoner/fuzzy/FuzzyExpression.h"
 #include "reasoner/language/ClipsParser.h"
@@ -17,11 +18,20 @@ namespace reasoner {
 
 // Pieces.
 
+static thread_local bool writes_escapes = false;
+
+ScopedTextEscapes::ScopedTextEscapes(const IReasoner* engine)
+    : before_(std::exchange(writes_escapes,
+                            engine != nullptr && engine->GetLink()->textbook_semantics)) {}
+
+ScopedTextEscapes::~ScopedTextEscapes() { writes_escapes = before_; }
+
 static void AppendQuoted(std::string& source, std::string_view text) {
   source += '"';
   for (const char character : text) {
-    if (character == '\\' || character == '"') source += '\\';
-    source += character;
+    const bool is_break = writes_escapes && (character == '\n' || character == '\t');
+    if (character == '\\' || character == '"' || is_break) source += '\\';
+    source += !is_break ? character : character == '\n' ? 'n' : 't';
   }
   source += '"';
 }
@@ -661,13 +671,16 @@ std::string PrettyPrint(const TRule& rule) {
   const std::string line_start = std::string(NewLineString) + std::string(IndentString);
   if (!rule.Comment.empty()) text += line_start + QuoteText(rule.Comment);
   text += NewLineString;
+  // An expression is evaluated again where the text is read.
+  const IKBValue& salience = *rule.GetSalienceValue();
+  const bool has_salience = salience.GetDType() != dtInteger || rule.GetSalience() != 0;
   // A first pattern of that name would be read as the block.
   const bool looks_declared =
       rule.GetPatternCount() > 0 && rule.GetPattern(0).GetName() == "declare";
-  if (rule.GetSalience() != 0 || rule.OneShot || !rule.Enabled || looks_declared) {
+  if (has_salience || rule.OneShot || !rule.Enabled || looks_declared) {
     text += IndentString;
     text += "(declare";
-    if (rule.GetSalience() != 0) text += " (salience " + IntegerToText(rule.GetSalience()) + ")";
+    if (has_salience) text += " (salience " + ValueToSource(salience) + ")";
     if (!rule.Enabled) text += " (enabled FALSE)";
     if (rule.OneShot) text += " (oneshot TRUE)";
     text += ")";

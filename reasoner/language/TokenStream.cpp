@@ -313,8 +313,14 @@ bool TKBClipsStream::ReadWord() {
 
 void TKBClipsStream::ReadString() {
   const std::int32_t line = line_number_;
+  // In the literal meaning a character behind a backslash stands for itself, whatever it is.
+  const bool reads_escapes = engine_ == nullptr || engine_->GetLink()->textbook_semantics;
   for (int next = NextChar(); next != '"'; next = NextChar()) {
-    if (next == '\\') next = NextChar();
+    if (next == '\\') {
+      next = NextChar();
+      if (reads_escapes && next == 'n') next = '\n';
+      if (reads_escapes && next == 't') next = '\t';
+    }
     if (next == kEnd) {
       throw EKBParseException(FillMessage(SUnterminatedString), file_name_, line, token_column_);
     }

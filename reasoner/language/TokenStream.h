@@ -150,8 +150,6 @@ class TKBClipsStream : public TKBTokenizerStream {
   const Ref<IStreamToken>& GetCurrentToken();
   // The same without reading: null if there is none yet.
   const IStreamToken* GetLastToken() const noexcept { return last_.get(); }
-  // For a failure that is raised after the reading has gone on: its place is that of the token.
-  void GoBackTo(const Ref<IStreamToken>& token) { last_ = token; }
   // What was read of the present expression: the tokens' texts, each with a blank behind it.
   std::string ToString() const override;
 

@@ -274,6 +274,7 @@ class TGetSlotValueFunction final : public TBuiltinFunction<TGetSlotValueFunctio
     Ref<IFact> fact;
     switch (value.GetDType()) {
       case dtInteger:
+      case dtFloat:
       case dtFactId:
         fact = EngineOf(context).GetFacts().GetFactByID(value.GetAsFactId());
         break;

@@ -50,6 +50,7 @@ class TActivation final : public TPersistent, public CountedNode, public Pooled 
   std::string ToString() const override;
   // The same with what held when the activation was placed on the agenda.
   std::string GetEntryText() const;
+  std::int32_t GetEntrySalience() const noexcept { return entry_salience_; }
   void SetEntry(std::int32_t salience, const std::string& rule_name);
   void TakeEntry(const TActivation& other);
 

@@ -111,8 +111,11 @@ void TJoinNode::ClearMemory() {
     right_->Clear();
   } else {
     const Text slot = short_cut_ == nullptr ? Text() : short_cut_->RightIndex;
+    // The first partner is the first in the order of the facts: with one bucket no id goes before
+    // an older one.
     right_ = std::make_unique<TKBTokenTree>(
-        hash_key_, 0, short_cut_ == nullptr ? NoSubIndex : short_cut_->RightSubIndex, slot, false);
+        one_partner_ ? 1 : hash_key_, 0,
+        short_cut_ == nullptr ? NoSubIndex : short_cut_->RightSubIndex, slot, false);
   }
 }
 

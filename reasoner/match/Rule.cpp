@@ -46,7 +46,9 @@ void TRule::SetRuleName(std::string_view name) {
 void TRule::SetEngine(IReasoner* engine) {
   if (engine == GetEngine()) return;
   if (IReasoner* old = GetEngine()) {
+    const ComponentWatch watch(*this);
     old->LeaveRule(*this);
+    if (watch.HasEnded() || GetEngine() != old) return;  // a handler was faster
     old->AsComponent().RemoveFreeNotification(*this);
   }
   engine_ = nullptr;
@@ -83,14 +85,18 @@ void TRule::SetSalience(const Ref<IKBValue>& value) {
   const std::int32_t old = salience_;
   const Ref<IKBValue> kept =
       std::exchange(salience_value_, IsValueConstant(*value) ? value : value->Clone());
+  const ComponentWatch watch(*this);  // what the salience runs may end the rule
   try {
     if (EvaluateSalience() == old) return;
   } catch (...) {
-    salience_value_ = kept;
+    if (!watch.HasEnded()) salience_value_ = kept;
     throw;
   }
-  // The number takes the place of an expression; one that yields 0 stays and is evaluated again.
-  if (salience_ != 0) salience_value_ = NewInteger(salience_);
+  if (watch.HasEnded()) return;
+  // In the literal meaning the number takes the place of an expression, unless it is 0.
+  const IReasoner* engine = GetEngine();
+  const bool stays = engine == nullptr || engine->GetLink()->textbook_semantics;
+  if (salience_ != 0 && !stays) salience_value_ = NewInteger(salience_);
   Change();
 }
 
@@ -100,8 +106,12 @@ std::int32_t TRule::EvaluateSalience() {
   if (salience_value_->GetDType() == dtInteger) return salience_ = salience_value_->RawInteger();
   IReasoner* engine = GetEngine();
   if (engine == nullptr) return salience_;
+  const ComponentWatch watch(*this);
+  const Ref<IKBValue> value = salience_value_;
   TKBContext frame(&engine->GetContext(), engine);
-  return salience_ = salience_value_->Resolve(&frame)->GetAsInteger();
+  const std::int32_t salience = value->Resolve(&frame)->GetAsInteger();
+  if (!watch.HasEnded()) salience_ = salience;
+  return salience;
 }
 
 // Patterns.
@@ -372,6 +382,9 @@ TBinding& TRule::AddBinding(const Text& name, std::int32_t fact_index, const Tex
 
 void TRule::Prepare(const TKBToken& token, TKBContext& context) {
   const Ref<IFact>& no_fact = RequireEngine().GetNotOrTestFact();
+  // First: a variable of the rule that has the name goes before.
+  static const Text kRuleBinding(SRuleBinding);
+  context.AddLocalBinding(kRuleBinding, NewString(rule_name_));
   for (const std::unique_ptr<TBinding>& binding : bindings_) {
     if (binding->SlotIndex == SLocalBinding) continue;
     IFact* fact = token.GetFacts(binding->FactIndex);
@@ -387,8 +400,6 @@ void TRule::Prepare(const TKBToken& token, TKBContext& context) {
     }
     context.AddLocalBinding(binding->GetName(), value);
   }
-  static const Text kRuleBinding(SRuleBinding);
-  context.AddLocalBinding(kRuleBinding, NewString(rule_name_));
 }
 
 void TRule::Fire(const Ref<TKBToken>& token) {

@@ -70,9 +70,16 @@ class IScope {
   // What the binding points to in the current match. Raises where the match does not reach that
   // far.
   virtual Ref<IKBValue> ReadMatch(const TBindingInfo& info) = 0;
+  // The scope as a frame of the engine, or null for a scope that a host has made.
+  TKBContext* GetFrame() const noexcept { return frame_; }
 
  protected:
+  IScope() = default;
+  explicit IScope(TKBContext* frame) noexcept : frame_(frame) {}
   ~IScope() = default;
+
+ private:
+  TKBContext* frame_ = nullptr;
 };
 
 // A partial match as evaluation sees it: a chain of facts.
@@ -168,6 +175,8 @@ class IReasoner {
   // The template of that name; an unknown one is made and registered as implied.
   virtual Ref<IFactTemplate> CreateFactTemplate(std::string_view name) = 0;
   virtual void ChangeFactTemplateName(std::string_view old_name, std::string_view new_name) = 0;
+  // Lists a type under another name, if the engine lists it. Raises when that name is taken.
+  virtual void RenameType(const IKBDefinedType& type, std::string_view new_name) = 0;
   virtual Ref<IKBDefinedType> FindDefinedType(std::string_view name) = 0;
   virtual bool HasGlobalVariable(std::string_view name) const = 0;
   virtual Ref<IFact> ParseFactText(std::string_view text) = 0;

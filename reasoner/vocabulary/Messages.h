@@ -191,6 +191,7 @@ inline constexpr TMessage<"Function names do not match: %s and %s"> SWrongFuncti
 inline constexpr TMessage<"First Use of Variable is negated, variable name is %s"> SNegatedVariable;
 inline constexpr TMessage<"Parsing Error, %s in %s at line %s: %s"> SParseError;
 inline constexpr TMessage<"No parser specified"> SNoParser;
+inline constexpr TMessage<"Name is taken by the language: %s"> SReservedName;
 inline constexpr TMessage<"template %s is gone"> STemplateIsGone;
 inline constexpr TMessage<"type %s is gone"> STypeIsGone;
 inline constexpr TMessage<"it does not fit the new type %s"> SDoesNotFitType;
@@ -229,7 +230,7 @@ inline constexpr TMessage<
     SDifferentFuzzyVariables;
 inline constexpr TMessage<"Cannot union two facts with different fact templates: %s and %s">
     SInvalidFuzzyUnionTemplate;
-inline constexpr TMessage<"Fuzzy term is defined twice: %s"> SFuzzyTermTwice;
+inline constexpr TMessage<"the term %s is defined twice, the later one counts"> SFuzzyTermTwice;
 inline constexpr TMessage<"the term %s is highest outside of the range, %.4f to %.4f">
     SFuzzyTermOutside;
 inline constexpr TMessage<"%s is outside of the range of %s, %.4f to %.4f"> SFuzzyReadingOutside;
@@ -254,6 +255,7 @@ inline constexpr TMessage<"%s error: %s"> SFunctionError;
 inline constexpr TMessage<"List index out of bounds (%d)"> SListIndexError;
 inline constexpr TMessage<"Shared constant cannot be changed: %s"> SSharedConstant;
 inline constexpr TMessage<"Network is busy: %s"> SNetworkBusy;
+inline constexpr TMessage<"Unknown setting: %s, expected %s or %s"> SUnknownSetting;
 inline constexpr TMessage<"Division by zero in %s function call"> SDivisionByZero;
 inline constexpr TMessage<"Invalid argument for %s function call: %s"> SInvalidArgument;
 inline constexpr TMessage<"Invalid payment time: %s"> SInvalidPaymentTime;

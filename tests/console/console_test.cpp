@@ -155,6 +155,20 @@ TEST_F(ConsoleTest, FailureNamesItsPlaceAndEndsTheLoading) {
   EXPECT_NE(result.errors.find("Expected \"=>\" in ParseRule"), std::string::npos) << result.errors;
 }
 
+TEST_F(ConsoleTest, WhatIsDroppedAndWhatDoesNotFitIsTold) {
+  const std::string file = Write("file.clp",
+                                 "(deftemplate a (slot x))\n(assert (a (x 1)))\n"
+                                 "(deftemplate a (slot y))\n(assert (a (x 2)))\n"
+                                 "(defrule r (a (x 2)) =>)\n(printout t after crlf)\n");
+  const TRunResult result = Run({file});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "<Fact-1>\nafter\n");
+  EXPECT_EQ(result.errors, "dropped: fact (a (x 1)): No such slot name: \"x\"\n" + file +
+                               ":4:13: Errors parsing stream:\n" + file +
+                               ":4: No such slot name: \"x\"\n" + file +
+                               ":5: No such slot name: \"x\"\n");
+}
+
 TEST_F(ConsoleTest, TheInnermostFileIsBlamedForAFailure) {
   const std::string inner = Write("inner.clp", "(bind ?x 1)\n  (+ ?x x)\n");
   const std::string middle =

@@ -146,18 +146,18 @@ TEST_F(RunTest, AnInterruptedRunGoesOnWhereItStopped) {
   const auto tick = HostFunction("tick", [&] {
     if (++ticks == wanted) engine.RequestInterrupt();
   });
-  const std::string program =
-      "(deftemplate job (slot id) (slot left))"
-      "(deffunction urgent () (tick) 1)"
-      "(deffunction some (?n) (bind ?i 0) (while (< ?i ?n) do (tick) (bind ?i (+ ?i 1))) ?i)"
-      "(defrule work (declare (salience (urgent))) ?j <- (job (id ?i) (left ?l&:(progn (tick) (> "
-      "?l 0)))) =>"
-      "  (tick) (modify ?j (left (- ?l (some 1)))) (tick) (printout t ?i \"-\" ?l \" \"))"
-      "(defrule done ?j <- (job (id ?i) (left 0)) (not (job (id ?k&:(progn (tick) (> ?k ?i))))) =>"
-      "  (retract ?j) (some 3) (assert (was ?i)) (assert (also ?i)) (printout t \"done\" ?i \" \"))"
-      "(defrule pair (declare (salience -1)) (was ?a) (also ?b&:(progn (tick) (< ?b ?a))) =>"
-      "  (printout t ?a ?b \" \") (assert (pair ?a ?b (some 2))))"
-      "(deffacts jobs (job (id 1) (left 2)) (job (id 2) (left 3)) (job (id 3) (left 1)))";
+  const std::string program = R"(
+      (deftemplate job (slot id) (slot left))
+      (deffunction urgent () (tick) 1)
+      (deffunction above (?a ?b) (tick) (> ?a ?b))
+      (deffunction some (?n) (bind ?i 0) (while (< ?i ?n) do (tick) (bind ?i (+ ?i 1))) ?i)
+      (defrule work (declare (salience (urgent))) ?j <- (job (id ?i) (left ?l&:(above ?l 0))) =>
+        (tick) (modify ?j (left (- ?l (some 1)))) (tick) (printout t ?i "-" ?l " "))
+      (defrule done ?j <- (job (id ?i) (left 0)) (not (job (id ?k&:(above ?k ?i)))) =>
+        (retract ?j) (some 3) (assert (was ?i)) (assert (also ?i)) (printout t "done" ?i " "))
+      (defrule pair (declare (salience -1)) (was ?a) (also ?b&:(above ?a ?b)) =>
+        (printout t ?a ?b " ") (assert (pair ?a ?b (some 2))))
+      (deffacts jobs (job (id 1) (left 2)) (job (id 2) (left 3)) (job (id 3) (left 1))))";
   std::uint32_t random = 1;
   std::string whole;
   std::int32_t moments = 0;
@@ -203,7 +203,7 @@ TEST_F(RunTest, ARequestThatFindsNothingRunningIsForgotten) {
   EXPECT_EQ(TakeOutput(), "ss");
   // What is no run ends at the first request, but not inside a match.
   EXPECT_EQ(FailureOf([&] { Load("(stop) (assert (t 1))"); }), "Execution was interrupted");
-  Load("(defrule t (t ?x&:(progn (stop) TRUE)) => )");
+  Load("(deffunction stopping () (stop) TRUE) (defrule t (t ?x&:(stopping)) => )");
   EXPECT_EQ(FailureOf([&] { Load("(assert (t 2) (t (+ 1 2)))"); }), "Execution was interrupted");
   EXPECT_EQ(OnAgenda(), "t ");
 }

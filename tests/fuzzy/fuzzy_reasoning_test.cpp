@@ -89,6 +89,40 @@ TEST_F(FuzzyReasoningTest, ANegatedTestIsAsTrueAsThePlainOneIsNot) {
   EXPECT_EQ(Agenda(), "not-hot 0.9950");
 }
 
+TEST_F(FuzzyReasoningTest, WhatExistsIsAsTrueAsTheBestOfItsFacts) {
+  engine.SetTextbookSemantics(true);
+  Load(
+      "(defrule some (wish (heat hot)) (exists (room (heat hot))) => )"
+      "(defrule on (wish (heat hot)) (exists (room (heat hot))) (room (name ?n) (heat cold)) => )"
+      "(defrule four (wish (heat hot)) (not (not (not (not (room (heat hot)))))) => )"
+      "(defrule none (wish (heat hot)) (not (room (heat hot))) => )"
+      "(defrule three (wish (heat hot)) (not (exists (room (heat hot)))) => )"
+      "(defrule whole (exists (room (name a))) => )");
+  // wish 8 is 0.8 hot; a room of x is x/10 hot and 1 - x/10 cold.
+  engine.Assert("(wish (heat 8))");
+  EXPECT_EQ(Agenda(), "three 0.8000, none 0.8000");
+  engine.Assert("(room (name b) (heat 3))");
+  EXPECT_EQ(Agenda(), "on 0.3000, four 0.3000, some 0.3000");
+  const TFactId six = engine.Assert("(room (name c) (heat 6))");
+  EXPECT_EQ(Agenda(), "on 0.4000, on 0.6000, four 0.6000, some 0.6000")
+      << "a better fact raises what waits, in its place";
+  const TFactId nine = engine.Assert("(room (name d) (heat 9))");
+  EXPECT_EQ(Agenda(), "on 0.1000, on 0.4000, on 0.7000, four 0.8000, some 0.8000");
+  EXPECT_TRUE(engine.GetAgenda().GetActivation(3).GetEntryText().ends_with(" (0.8000)"));
+  engine.Retract(six);
+  engine.Retract(nine);
+  EXPECT_EQ(Agenda(), "on 0.3000, four 0.3000, some 0.3000");
+  engine.Run();
+  engine.Assert("(room (name e) (heat 7))");
+  EXPECT_EQ(Agenda(), "on 0.3000") << "what has fired does not come back";
+  engine.GetFacts().Clear();
+  engine.Assert("(wish (heat 8))");
+  const TFactId last = engine.Assert("(room (name f) (heat 3))");
+  engine.Retract(last);
+  EXPECT_EQ(Agenda(), "three 0.8000, none 0.8000")
+      << "a negation does not mind which fact went last";
+}
+
 TEST_F(FuzzyReasoningTest, TheMinimumKeepsWeakMatchesOut) {
   Load("(defrule r (room (heat hot)) => )");
   engine.SetMinActivationStrength(0.5F);
@@ -126,7 +160,7 @@ TEST_F(FuzzyReasoningTest, RetractionFindsEveryMatch) {
   // The thresholds change under way: what is taken away is found all the same.
   engine.SetFuzzyEqualsThreshold(0.9F);
   engine.SetMinActivationStrength(0.95F);
-  for (const std::int32_t id : ids) engine.Retract(id);
+  for (const TFactId id : ids) engine.Retract(id);
   EXPECT_EQ(Agenda(), "none 0.6667");
   engine.Retract(wish);
   EXPECT_EQ(Agenda(), "");
@@ -341,7 +375,7 @@ TEST_F(FuzzyReasoningTest, ACopyOfAnEngineHasItsOwnVariables) {
 TEST_F(FuzzyReasoningTest, AValueOfAnotherTypeIsKeptByItsPoints) {
   // What the words mean hangs on the slot: there they are unknown, or say something else.
   Load(
-      "(deftype load extends (type FUZZY) (range 0 100) (values (term cold (tri 50 60 70))))"
+      "(deftype load extends (type FUZZY) (range 0 10) (values (term cold (tri 5 6 7))))"
       "(deftemplate pump (slot id) (slot load (type load)))"
       "(deftemplate pumps (multislot loads (type load)))"
       "(defrule r (pump (load (create-fuzzy-value heat cold))) =>)"

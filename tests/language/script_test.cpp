@@ -1,6 +1,7 @@
 // Runs the scripts below tests/language: rule-language text with what it is to print beside it.
 //
 //   ; expect: TEXT            the next line that the script prints; lines are compared in order
+//                             (a warning prints as "warning: TEXT")
 //   ; expect error: TEXT      the message of the failure that ends the script, its line ends as \n
 //   ; expect place: LINE:COLUMN, or ; expect place: rule NAME
 //                             where the failure was
@@ -143,6 +144,9 @@ class ScriptTest : public ::testing::TestWithParam<std::string> {
     TReasoner engine;
     engine.OnPrintOut = [this](TReasoner&, const std::string&, const std::string& text) {
       output_ += text;
+    };
+    engine.OnWarning = [this](TReasoner&, const std::string& text) {
+      output_ += "warning: " + text + "\n";
     };
     engine.SetStrategy(script.strategy);
     engine.SetTypeChecks(script.checks);

@@ -171,7 +171,7 @@ TEST_F(BackwardChainingTest, TypedSlotsAndHeirsAskForGoals) {
   EXPECT_EQ(engine.FindFactTemplate("need-b")->GetComment(), "Goal seeker for b");
   Load("(assert (go 1))");
   EXPECT_EQ(OnAgenda(), "make ");
-  EXPECT_EQ(engine.GetFacts().Get(2)->ToString(), "(need-b (n 4 )(xs 1  3 ))");
+  EXPECT_EQ(engine.GetFacts().Get(2)->ToString(), "(need-b (n 4) (xs 1  3 ))");
   EXPECT_EQ(engine.Run(1), 1);
   EXPECT_EQ(OnAgenda(), "r ");
   // A slot that the marked template has got since is one that goals have, too.

@@ -153,11 +153,10 @@ TEST_F(MatchEdgeCasesTest, ARedefinitionThatCannotBeCompiledLeavesTheOldRule) {
   EXPECT_THROW(Load("(defrule r (a ?x&:(> ?x 0)) => (printout t \"new\" ?x \" \"))"), EKBException);
   EXPECT_EQ(OnAgenda(), "r ");
   // So does a rule that is read again because its template has changed, and the fact that is.
-  std::string dropped;
   engine.Watch = {cwCompilation};
   EXPECT_THROW(engine.Parse("(deftemplate a (multislot __Data))", true), EKBException);
   EXPECT_EQ(TakeOutput().find("Dropped"), std::string::npos);
-  EXPECT_EQ(engine.GetFacts().GetCount(), 2);
+  EXPECT_EQ(engine.GetFacts().GetCount(), 3);
   engine.Watch = {};
   Load("(assert (a 2))");
   engine.Run();
@@ -198,6 +197,7 @@ TEST_F(MatchEdgeCasesTest, AVariableOfAFactInFields) {
         continue;
       }
       engine.Clear();
+      engine.Reset();
       Load("(assert (go) (a 7))");
       AssertWithId("a", engine.GetNextFactId());
       AssertWithId("b", 1);
@@ -286,8 +286,11 @@ TEST_F(MatchEdgeCasesTest, WhatATestFailsAtCostsNoOtherMatch) {
           if (failure != "no failure") failures += failure;
         }
         ASSERT_EQ(matches(), row.fired) << order << (textbook ? ", textbook" : "");
-        ASSERT_NE(failures.find("Value (foo) is a dtAtom type in rule r, pattern ("),
-                  std::string::npos)
+        // A unique pattern that has its partner asks for no other.
+        const bool must_fail = row.text.find("unique") == std::string::npos;
+        ASSERT_TRUE(!must_fail ||
+                    failures.find("Value (foo) is a dtAtom type in rule r, pattern (") !=
+                        std::string::npos)
             << order << failures;
         CheckIntegrity(engine, order);
         for (const char* fact : {"(b foo)", "(b 0)", "(b 2)", "(a 1)"}) {

@@ -196,7 +196,8 @@ BruteForce::BruteForce(const TRuleText& rule, const TProgram& program, bool text
     if (element.is_test) continue;
     ++fact_index;
     deep_negation_ = deep_negation_ || element.negations > 1;
-    keeps_past_ = keeps_past_ || element.unique || (element.negations > 0 && tests_fuzzy_);
+    keeps_past_ =
+        keeps_past_ || (!textbook && (element.unique || (element.negations > 0 && tests_fuzzy_)));
     if (element.negations > 0) continue;
     for (const TPlace& place : readings_.back().own) {
       bound.push_back(place);
@@ -363,7 +364,7 @@ std::vector<const BruteForce::TView*> BruteForce::Entries(const TReading& readin
                                                           bool with_past) const {
   std::vector<const TView*> entries;
   for (const TKnownFact& fact : history) {
-    if (!with_past && !fact.IsAlive()) continue;
+    if ((!with_past && !fact.IsAlive()) || underway_.Hides(fact, *reading.element)) continue;
     for (const TView& view : ViewsOf(reading, fact)) entries.push_back(&view);
   }
   return entries;
@@ -389,15 +390,17 @@ std::vector<BruteForce::TToken> BruteForce::LeftMemory(const TReading& reading,
   return held;
 }
 
+// In textbook semantics a unique pattern's partner is the oldest one. In the engine's own one that
+// came before the token is the first in the memory, and all that came later are partners, too.
 std::vector<BruteForce::TToken> BruteForce::Join(const TReading& reading,
                                                  const std::vector<TToken>& tokens,
                                                  const TFactHistory& history,
                                                  std::int64_t rule_added) const {
   const bool unique = reading.element->unique;
   const bool by_time = unique && !textbook_;
-  std::vector<const TView*> right = Entries(reading, history, unique);
+  std::vector<const TView*> right = Entries(reading, history, by_time);
   // Without a key to look under, the memory is walked by the facts' ids.
-  if (unique && reading.hash_right.variable.IsEmpty() && !(textbook_ && kUniqueTakesTheOldest)) {
+  if (by_time && reading.hash_right.variable.IsEmpty()) {
     std::stable_sort(right.begin(), right.end(), [](const TView* a, const TView* b) {
       return a->fact->id % kHashSize < b->fact->id % kHashSize;
     });
@@ -406,25 +409,20 @@ std::vector<BruteForce::TToken> BruteForce::Join(const TReading& reading,
   for (const TToken& token : LeftMemory(reading, tokens, true)) {
     const std::int64_t came = std::max(token.came, rule_added);
     bool had_first = false;
-    std::int64_t left_alone = 0;  // when the last partner went
     for (const TView* entry : right) {
       const TView& view = *entry;
       if (!Passes(reading, view, token.bindings)) continue;
       // Facts that a new rule finds are fed to it in their order.
-      const bool was_there = view.fact->born < token.came && view.fact->died > came;
-      const bool is_alive = view.fact->died == TKnownFact::kAlive;
-      bool pairs = is_alive;
       if (by_time && view.fact->born < token.came) {
-        pairs = is_alive && was_there && !had_first;
+        const bool was_there = view.fact->died > came;
+        const bool is_first = was_there && !had_first;
         had_first = had_first || was_there;
+        if (!is_first) continue;
       }
-      if (unique && !is_alive && view.fact->died > came)
-        left_alone = std::max(left_alone, view.fact->died);
-      if (!pairs) continue;
+      if (!view.fact->IsAlive()) continue;
       TToken pair = token;
       pair.ids.push_back(view.fact->id);
       pair.came = std::max(pair.came, view.fact->born);
-      if (textbook_) pair.came = std::max(pair.came, left_alone);
       pair.strength = std::min(pair.strength, view.strength);
       pair.bindings.insert(pair.bindings.end(), view.bindings.begin(), view.bindings.end());
       joined.push_back(std::move(pair));
@@ -435,14 +433,32 @@ std::vector<BruteForce::TToken> BruteForce::Join(const TReading& reading,
   return joined;
 }
 
+// What exists is as true as the best of the facts that match; what does not exist is true.
+std::vector<BruteForce::TToken> BruteForce::NegatePlainly(const TReading& reading,
+                                                          const std::vector<TToken>& tokens,
+                                                          const TFactHistory& history) const {
+  const std::vector<const TView*> right = Entries(reading, history, false);
+  const bool exists = reading.element->negations % 2 == 0;
+  std::vector<TToken> passed;
+  for (TToken token : tokens) {
+    double best = -1;
+    for (const TView* view : right) {
+      if (Passes(reading, *view, token.bindings)) best = std::max(best, view->strength);
+    }
+    if (exists != (best >= 0)) continue;
+    if (exists) token.strength = std::min(token.strength, best);
+    token.ids.push_back(-1);
+    passed.push_back(std::move(token));
+  }
+  return passed;
+}
+
 std::vector<BruteForce::TToken> BruteForce::Negate(const TReading& reading,
                                                    const std::vector<TToken>& tokens,
                                                    const TFactHistory& history,
-                                                   std::int64_t rule_added,
-                                                   const TKnownFact* hidden) const {
-  std::vector<const TView*> right = Entries(reading, history, keeps_past_);
-  if (hidden != nullptr && reading.element->negations > 1)
-    std::erase_if(right, [hidden](const TView* view) { return view->fact == hidden; });
+                                                   std::int64_t rule_added) const {
+  if (textbook_) return NegatePlainly(reading, tokens, history);
+  const std::vector<const TView*> right = Entries(reading, history, keeps_past_);
   std::vector<TToken> passed;
   for (TToken token : LeftMemory(reading, tokens, true)) {
     bool is_blocked = false;
@@ -466,13 +482,7 @@ std::vector<BruteForce::TToken> BruteForce::Negate(const TReading& reading,
   for (std::int32_t level = 1; level < reading.element->negations; ++level) {
     std::vector<TToken> next;
     for (const TToken& token : LeftMemory(reading, tokens, false)) {
-      const bool is_blocked = textbook_ ? std::any_of(passed.begin(), passed.end(),
-                                                      [&](const TToken& other) {
-                                                        return other.ids == token.ids &&
-                                                               other.bindings == token.bindings;
-                                                      })
-                                        : !passed.empty();
-      if (!is_blocked) next.push_back(token);
+      if (passed.empty()) next.push_back(token);
     }
     passed = std::move(next);
   }
@@ -491,7 +501,8 @@ bool BruteForce::Reads(std::int32_t fact_template) const {
 }
 
 std::vector<TReadMatch> BruteForce::Matches(const TFactHistory& history, std::int64_t rule_added,
-                                            const TKnownFact* hidden) const {
+                                            TUnderway underway) const {
+  underway_ = underway;
   std::vector<TToken> tokens;
   if (starts_with_initial_) {
     for (const TKnownFact& fact : history) {
@@ -513,7 +524,7 @@ std::vector<TReadMatch> BruteForce::Matches(const TFactHistory& history, std::in
         }
       });
     } else if (element.negations > 0) {
-      tokens = Negate(reading, tokens, history, rule_added, hidden);
+      tokens = Negate(reading, tokens, history, rule_added);
     } else if (i == 0) {
       // No memory stands before the first join: every expansion goes on.
       for (const TView* view : Entries(reading, history, false)) {

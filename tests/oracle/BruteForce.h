@@ -9,9 +9,10 @@
 //   left tokens
 // - a unique pattern gives a new left token its first partner only, but each new right token to all
 //   left tokens: when facts came and went is part of the reading
+// - the strength of what a negation lets through is history, too: when its last blocker goes, that
+//   blocker's strength is the most that is left
 //
-// In both semantics the strength of what a negation lets through is history, too: when its last
-// blocker goes, that blocker's strength is the most that is left.
+// In textbook semantics all of this, and when facts came and went, is without meaning.
 //
 // What the generator leaves out, or the comparison allows, because more of the network's history
 // would have to be modelled:
@@ -20,15 +21,14 @@
 //   or on a template that came before in the rule; `$?` in a list of fuzzy values beside a negation
 //   of several levels
 // - in the engine's own semantics: a match that has fired and is gone while a fact has reached the
-//   patterns before a negation of several levels and not yet the negation: it may stand on the
-//   agenda again
-// - strengths behind a negation of several levels, and where a blocker of one negation goes at the
-//   same moment as one of the next
+//   other patterns before it reaches a negation of several levels, or the other way round: it may
+//   stand on the agenda again
+// - in the engine's own semantics: strengths behind a negation of several levels, and where a
+//   blocker of one negation goes at the same moment as one of the next
 // - fuzzy values that are nowhere above the threshold: such a value is equal to none, but a cell is
 //   equal to itself
-// - goals, function calls that raise or change their mind, variables for lists of fuzzy
-//   values, operations on fuzzy sets whose result is not made of straight lines
-// - ids from 101 on: buckets by fact id would show in the order of partners
+// - goals, function calls that change their mind, variables for lists of fuzzy values, operations
+//   on fuzzy sets whose result is not made of straight lines
 // - the order of activations made by one token (each one's place on the agenda is checked)
 
 #pragma once
@@ -76,6 +76,16 @@ struct TReadMatch {
   TEnvironment bindings;
 };
 
+// A fact that is on its way: it has passed the negations of several levels only, or all others.
+struct TUnderway {
+  const TKnownFact* fact = nullptr;
+  bool has_passed_negations = false;
+
+  bool Hides(const TKnownFact& other, const TElement& element) const {
+    return fact == &other && (element.negations > 1) != has_passed_negations;
+  }
+};
+
 class BruteForce : private TEvaluator {
  public:
   // More matches, at any stage, than are worth looking at.
@@ -84,10 +94,9 @@ class BruteForce : private TEvaluator {
   // The program's settings are read, not its rules.
   BruteForce(const TRuleText& rule, const TProgram& program, bool textbook);
 
-  // The matches of the facts that are alive, ordered by their keys. The hidden fact is not seen by
-  // negations of several levels.
+  // The matches of the facts that are alive, ordered by their keys.
   std::vector<TReadMatch> Matches(const TFactHistory& history, std::int64_t rule_added,
-                                  const TKnownFact* hidden = nullptr) const;
+                                  TUnderway underway = {}) const;
   // Whether a fact of the template can change them.
   bool Reads(std::int32_t fact_template) const;
   bool HasDeepNegation() const { return deep_negation_; }
@@ -151,12 +160,14 @@ class BruteForce : private TEvaluator {
                                  bool first_level) const;
   std::vector<TToken> Join(const TReading& reading, const std::vector<TToken>& left,
                            const TFactHistory& history, std::int64_t rule_added) const;
+  std::vector<TToken> NegatePlainly(const TReading& reading, const std::vector<TToken>& tokens,
+                                    const TFactHistory& history) const;
   std::vector<TToken> Negate(const TReading& reading, const std::vector<TToken>& tokens,
-                             const TFactHistory& history, std::int64_t rule_added,
-                             const TKnownFact* hidden) const;
+                             const TFactHistory& history, std::int64_t rule_added) const;
 
   double least_strength_;
   bool textbook_;
+  mutable TUnderway underway_;
   bool deep_negation_ = false;
   bool tests_fuzzy_ = false;
   bool starts_with_initial_ = false;

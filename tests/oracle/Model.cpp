@@ -26,20 +26,23 @@ TKnownFact* TModel::Find(double id) {
   return nullptr;
 }
 
-// A fact comes or goes. It may reach the patterns before a negation of several levels while the
-// negation does not see it: in the engine's own semantics what it then blocks comes back behind it.
+// A fact comes or goes. The patterns before a negation of several levels may see it before the
+// negation does, or after: in the engine's own semantics what is gone meanwhile comes back.
 void TModel::Pass(const TKnownFact& fact) {
   if (textbook_) return;
   for (auto& [name, rule] : rules_) {
     if (rule.fired.empty() || !rule.reading.HasDeepNegation() ||
         !rule.reading.Reads(fact.fact_template))
       continue;
-    std::multiset<TMatchKey> going = rule.fired;
-    for (const TReadMatch& match : rule.reading.Matches(facts_, rule.added, &fact)) {
-      const auto found = going.find(match.key);
-      if (found != going.end()) going.erase(found);
+    for (const bool has_passed_negations : {false, true}) {
+      std::multiset<TMatchKey> going = rule.fired;
+      for (const TReadMatch& match :
+           rule.reading.Matches(facts_, rule.added, {&fact, has_passed_negations})) {
+        const auto found = going.find(match.key);
+        if (found != going.end()) going.erase(found);
+      }
+      rule.may_return.merge(going);
     }
-    rule.may_return.merge(going);
   }
 }
 

@@ -29,7 +29,7 @@ TWord WordOf(const IKBValue& value) {
     case dtFloat:
       return TWord::Float(value.GetAsFloat());
     case dtFactId:
-      return TWord::FactId(value.GetAsFactId());
+      return TWord::FactId(static_cast<std::int32_t>(value.GetAsFactId()));
     case dtString:
       return TWord("\"" + std::string(value.TextView()) + "\"");
     case dtAtom:
@@ -110,7 +110,7 @@ class TRunner {
     outcome_.script += text + "\n";
     try {
       engine_.Parse(text, true);
-    } catch (const EKBException&) {
+    } catch (const std::exception&) {
       if (!may_raise && !program_.may_raise) throw;
       ++outcome_.failures;
       return true;
@@ -174,7 +174,7 @@ class TRunner {
   TMatchKey KeyOf(const TActivation& activation, const BruteForce& reading) {
     TMatchKey key;
     for (std::int32_t i = 0; i < activation.GetToken()->GetCount(); ++i)
-      key.push_back(activation.GetToken()->GetFacts(i)->GetID());
+      key.push_back(static_cast<std::int32_t>(activation.GetToken()->GetFacts(i)->GetID()));
     if (reading.GetVariables().empty()) return key;
     TKBContext frame(&engine_.GetContext(), &engine_);
     activation.GetRule().Prepare(*activation.GetToken(), frame);

@@ -6,15 +6,13 @@ namespace reasoner::oracle {
 
 // In textbook semantics a unique pattern's first partner is the oldest fact, whatever its id.
 constexpr bool kUniqueTakesTheOldest = false;
-// In textbook semantics what exists is as true as the best of the facts that match.
-constexpr bool kExistsTakesTheBest = false;
 // A pair whose test raises is no match, and all others are made.
-constexpr bool kTestsMayRaise = false;
+constexpr bool kTestsMayRaise = true;
 // "$?m&:(p)|:(q)".
-constexpr bool kSpansHaveBars = false;
+constexpr bool kSpansHaveBars = true;
 // "?f <- (o ?f)".
-constexpr bool kFactsNameThemselves = false;
+constexpr bool kFactsNameThemselves = true;
 // A template is defined anew: rules that read it come back from their printed text.
-constexpr bool kTemplatesComeAnew = false;
+constexpr bool kTemplatesComeAnew = true;
 
 }  // namespace reasoner::oracle

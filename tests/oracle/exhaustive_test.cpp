@@ -102,7 +102,7 @@ class ExhaustiveOracleTest : public ::testing::TestWithParam<bool> {
       }
       if (i == added.size()) break;
       const Ref<IFact> fact = Fact(added[i]);
-      ids_[added[i]] = engine_.Assert(fact);
+      ids_[added[i]] = static_cast<std::int32_t>(engine_.Assert(fact));
       done += " +" + std::to_string(added[i]);
       mask |= 1u << added[i];
       if (i >= before) Compare(mask, done);
@@ -135,10 +135,10 @@ class ExhaustiveOracleTest : public ::testing::TestWithParam<bool> {
       const TKBToken& token = *engine_.GetActivation(i).GetToken();
       TMatchKey key;
       for (std::int32_t k = 0; k < token.GetCount(); ++k) {
-        const TFactId id = token.GetFacts(k)->GetID();
+        const auto id = static_cast<std::int32_t>(token.GetFacts(k)->GetID());
         const auto known = std::find(ids_.begin(), ids_.end(), id);
         const std::int32_t number =
-            id <= 0 ? id : static_cast<std::int32_t>(known - ids_.begin()) + 1;
+            id <= 0 ? id : static_cast<std::int32_t>(known - ids_.begin() + 1);
         key.push_back(number);
       }
       shown.push_back(std::move(key));
@@ -152,7 +152,7 @@ class ExhaustiveOracleTest : public ::testing::TestWithParam<bool> {
   TReasoner engine_;
   const TRuleText* rule_ = nullptr;
   std::array<std::vector<TMatchKey>, 1u << kFacts> wanted_;
-  std::array<std::int32_t, kFacts> ids_{};
+  std::array<TFactId, kFacts> ids_{};
   std::array<Ref<IFact>, kFacts> facts_;
 };
 

@@ -158,25 +158,30 @@ bool TIFuzzyVariable::HasAutoTerms() const noexcept {
          FindFuzzySet(_SHighFuzzyTerm) != nullptr;
 }
 
+// The function of the automatic term of this name; without points for any other name.
+static PiecewiseLinear AutoTerm(std::string_view name, double from, double to) {
+  if (name == _SLowFuzzyTerm) return PiecewiseLinear({{from, 1}, {to, 0}});
+  if (name == _SHighFuzzyTerm) return PiecewiseLinear({{from, 0}, {to, 1}});
+  if (name != _SMediumFuzzyTerm) return {};
+  return PiecewiseLinear({{from, 0}, {std::midpoint(from, to), 1}, {to, 0}});
+}
+
 void TIFuzzyVariable::AddAutoTerms() {
-  const auto missing = [this](std::string_view name) { return FindFuzzySet(name) == nullptr; };
-  if (missing(_SLowFuzzyTerm)) {
-    const Ref<IFuzzySet> low = NewFuzzySet(_SLowFuzzyTerm);
-    low->AddPoint(from_, 1);
-    low->AddPoint(to_, 0);
-    low->SetTerm(true);
+  for (const std::string_view name : {_SLowFuzzyTerm, _SMediumFuzzyTerm, _SHighFuzzyTerm}) {
+    if (FindFuzzySet(name) != nullptr) continue;
+    const Ref<IFuzzySet> term = NewFuzzySet(name);
+    if (name == _SMediumFuzzyTerm) {
+      term->SetToTriangle(from_, std::midpoint(from_, to_), to_);
+    } else {
+      term->SetFunction(AutoTerm(name, from_, to_));
+    }
+    term->SetTerm(true);
   }
-  if (missing(_SMediumFuzzyTerm)) {
-    const Ref<IFuzzySet> medium = NewFuzzySet(_SMediumFuzzyTerm);
-    medium->SetToTriangle(from_, std::midpoint(from_, to_), to_);
-    medium->SetTerm(true);
-  }
-  if (missing(_SHighFuzzyTerm)) {
-    const Ref<IFuzzySet> high = NewFuzzySet(_SHighFuzzyTerm);
-    high->AddPoint(from_, 0);
-    high->AddPoint(to_, 1);
-    high->SetTerm(true);
-  }
+}
+
+bool TIFuzzyVariable::IsAutoTerm(const IFuzzySet& term) const {
+  return term.GetCount() > 0 &&
+         term.GetFunction().SamePoints(AutoTerm(term.GetGivenName(), from_, to_));
 }
 
 Ref<IFuzzySet> TIFuzzyVariable::EvalFuzzyExpression(std::string_view text) {

@@ -68,12 +68,13 @@ struct BendScale {
   double source = 1;
 };
 
-// How far a line may be off a curve whose height is 1 and that is y at the lower end of the line.
-// An error d at y becomes u d y^(u-1) when the root 1/u is taken, which is greatest for
-// u = 1 / ln(1/y); below 1/e this allows so much that it stays at the tolerance for every root.
-inline double ToleranceAt(double y) noexcept {
+// How much of an error is allowed at a membership y, so that whatever root is taken of it the error
+// is no greater than it would be at 1. An error d at y becomes u d y^(u-1) under the root 1/u,
+// which is greatest for u = 1 / ln(1/y).
+inline double RootSafe(double y) noexcept {
   constexpr double e = 2.718281828459045;
-  return kCurveTolerance * (y * e < 1 ? e * y * -std::log(y) : 1);
+  if (y <= kNoMembership) return 0;
+  return y * e < 1 ? e * y * -std::log(y) : 1;
 }
 
 // Whether the line between two places has to be bent. A curve answers for an argument (which goes
@@ -84,13 +85,17 @@ bool HasToBend(const TCurve& curve, const BendScale& scale, const TArgument& arg
                const TArgument& argument2) {
   const double off = curve.OffChord(argument1, argument2);
   if (!(off > 0)) return false;
-  const auto [low, high] = std::minmax({curve(argument1), curve(argument2)});
+  const double value1 = curve(argument1);
+  const double value2 = curve(argument2);
+  const double low = std::min(value1, value2);
+  const double high = std::max({value1, value2, off});  // it may be 0 at both ends
   if (!(high > kNoMembership)) return false;
-  if (low > 0) return off > scale.curve * ToleranceAt(low / scale.curve);
-  if (off > scale.curve * kCurveTolerance) return true;
+  const double tolerance = scale.curve * kCurveTolerance;
+  if (low > 0) return off > tolerance * RootSafe(low / scale.curve);
+  if (off > tolerance) return true;
   // A line to 0 looks alike however often it is halved: it ends where its source is low enough.
   const double size = std::max(curve.SizeOf(argument1), curve.SizeOf(argument2));
-  return size > scale.source / 1024 && off > scale.curve * ToleranceAt(high / scale.curve);
+  return size > scale.source / 1024 && off > tolerance * RootSafe(high / scale.curve);
 }
 
 // Adds the places at which a curve between two given ones has to bend, halving as long as the chord

@@ -143,7 +143,7 @@ PiecewiseLinear PieceBuilder::Simplified() {
     };
     bool keep = i + 1 == points.size() || !alone(i);
     if (!keep) {
-      const double off = std::max(kSamePoint * point.y, kNoMembership);
+      const double off = std::max(kSamePoint * RootSafe(point.y), kNoMembership);
       least = std::max(least, slope_to(point, -off));
       most = std::min(most, slope_to(point, off));
       const double slope = slope_to(points[i + 1], 0);
