@@ -179,6 +179,12 @@ TEST_F(ConsoleTest, TheInnermostFileIsBlamedForAFailure) {
                                ":2:10: rule r: Not a numeric type.  Value (x) is a dtAtom type\n" +
                                "   loaded at " + middle +
                                ":3:19\n   loaded at 2:" + std::to_string(middle.size() + 9) + "\n");
+  // A load goes on behind a construct that does not fit, and tells of it in the end.
+  const std::string unfit = Write("unfit.clp", "\n(deftemplate t (slit x))\n(bind ?x 2)\n");
+  const std::string outer = Write("outer.clp", "(load \"" + unfit + "\")\n\n(bind ?x 3)\n");
+  const std::string errors = Run({outer}).errors;
+  EXPECT_EQ(errors.find(unfit + ":2:17: Parsing Error"), 0u) << errors;
+  EXPECT_NE(errors.find("\n   loaded at " + outer + ":1:"), std::string::npos) << errors;
 }
 
 TEST_F(ConsoleTest, FailureInARunNamesTheRule) {

@@ -213,8 +213,11 @@ TEST_P(PromptTest, AnInputThatIsNoTerminalIsAnsweredExpressionByExpression) {
   EXPECT_EQ(End(), 1);
 }
 
-INSTANTIATE_TEST_SUITE_P(Editors, PromptTest, ::testing::ValuesIn(kPrompts),
-                         [](const auto& info) { return std::string(info.param.editor); });
+std::string EditorOf(const ::testing::TestParamInfo<TPrompt>& prompt) {
+  return prompt.param.editor;
+}
+
+INSTANTIATE_TEST_SUITE_P(Editors, PromptTest, ::testing::ValuesIn(kPrompts), EditorOf);
 
 }  // namespace
 }  // namespace console_test
