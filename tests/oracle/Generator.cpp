@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "tests/oracle/Switches.h"
 #include "tests/oracle/WellFormed.h"
 
 namespace reasoner::oracle {
@@ -88,7 +87,7 @@ class TGenerator {
     }
     has_strategies_ = random_.Percent(20);
     has_duplicates_ = random_.Percent(15);
-    uses_ids_ = random_.Percent(12) && (kUniqueTakesTheOldest || !textbook_);
+    uses_ids_ = random_.Percent(12);
     if (random_.Percent(20)) program.operations.push_back(FactSet());
     if (uses_ids_ && random_.Percent(70)) {
       program.operations.push_back(OnRule(TOperation::kUseIds, 0));
