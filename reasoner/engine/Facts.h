@@ -34,6 +34,7 @@ class TFacts : public TPersistent {
     std::uint32_t hash = 0;
     bool hashed = false;
     bool leaving = false;  // its retraction is under way: searches no longer find it
+    bool out = false;      // the network has been told to remove it and must not get it any more
     Entry* id_next = nullptr;
     Entry* hash_next = nullptr;
   };

@@ -129,7 +129,9 @@ void TReasoner::DoWork(const TNetworkWork& work) {
     case TNetworkWork::kRelease:
       return network_->ReleaseNodes(work.nodes);
   }
-  if (facts_->FindEntry(*work.fact) == nullptr) return;  // cleared away while it waited
+  // Cleared away while it waited, or retracted by a handler that heard of it before the network did.
+  const TFacts::Entry* const entry = facts_->FindEntry(*work.fact);
+  if (entry == nullptr || entry->out) return;
   const DepthGuard guard("assertion");
   InNetwork([&] { network_->ProcessToken(Make<TKBToken>(taAdd, work.fact)); });
   if (chaining_) return unheard_.push_back(work.fact);
@@ -148,6 +150,7 @@ void TReasoner::RetractEntry(TFacts::Entry& listed) {
   TFacts::Entry* leaving = facts_->FindEntry(*fact);
   if (leaving == nullptr) return failures.Raise();  // the handler was faster
   facts_->MarkLeaving(*leaving);
+  leaving->out = true;
   failures.Try([&] { InNetwork([&] { network_->ProcessToken(Make<TKBToken>(taRemove, fact)); }); });
   if (Watches(cwFact)) {
     failures.Try([&] { PrintOut(" <== " + fact->ToIDString() + std::string(NewLineString)); });
