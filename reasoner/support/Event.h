@@ -86,7 +86,7 @@ class Event<void(TArgs...)> {
   requires(!std::same_as<std::remove_cvref_t<TCallable>, Event> &&
            std::constructible_from<Handler, TCallable>)
       Event(TCallable&& handler) {  // NOLINT: implicit, as with std::function
-    SetHandler(Handler(std::forward<TCallable>(handler)));
+    SetCallable(std::forward<TCallable>(handler));
   }
   // Copies and moves are of the slot alone: listeners stay with the event that they listen to.
   Event(const Event& other) { SetSlot(other.GetSlot()); }
@@ -111,7 +111,7 @@ class Event<void(TArgs...)> {
   requires(!std::same_as<std::remove_cvref_t<TCallable>, Event> &&
            std::constructible_from<Handler, TCallable>) Event&
   operator=(TCallable&& handler) {
-    SetHandler(Handler(std::forward<TCallable>(handler)));
+    SetCallable(std::forward<TCallable>(handler));
     return *this;
   }
 
@@ -172,13 +172,14 @@ class Event<void(TArgs...)> {
   }
   State CopyState() const { return state_ == nullptr ? State() : *state_; }
 
-  void SetHandler(Handler handler) {
-    if (const Event* event = handler.template target<Event>()) {
-      // A copy of an event that was kept in a std::function.
-      SetSlot(event->GetSlot());
-    } else {
-      SetSlot(handler ? std::make_shared<const Handler>(std::move(handler)) : nullptr);
+  template <class TCallable>
+  void SetCallable(TCallable&& callable) {
+    if constexpr (std::same_as<std::remove_cvref_t<TCallable>, Handler>) {
+      // It may be a copy of an event that was kept in a std::function.
+      if (const Event* event = callable.template target<Event>()) return SetSlot(event->GetSlot());
     }
+    Handler handler(std::forward<TCallable>(callable));
+    SetSlot(handler ? std::make_shared<const Handler>(std::move(handler)) : nullptr);
   }
 
   void SetSlot(std::shared_ptr<const Handler> slot) {
