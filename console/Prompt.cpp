@@ -23,8 +23,10 @@ static constexpr const char* kPromptHelp =
     "  (list-deffunctions)\n"
     "               the names of all functions\n"
     "  (exit)       leaves, as the end of the input does\n"
-    "The tabulator completes names. Ctrl-C drops what is being typed, or stops what runs: a run when\n"
-    "the rule that fires has finished, or at once when it is pressed again. Ctrl-D on an empty line\n"
+    "The tabulator completes names. Ctrl-C drops what is being typed, or stops what runs: a run "
+    "when\n"
+    "the rule that fires has finished, or at once when it is pressed again. Ctrl-D on an empty "
+    "line\n"
     "drops an unfinished input too.\n";
 
 std::vector<std::string> NamesFor(TReasoner& engine, const std::string& start) {

@@ -129,7 +129,8 @@ void TReasoner::DoWork(const TNetworkWork& work) {
     case TNetworkWork::kRelease:
       return network_->ReleaseNodes(work.nodes);
   }
-  // Cleared away while it waited, or retracted by a handler that heard of it before the network did.
+  // Cleared away while it waited, or retracted by a handler that heard of it before the network
+  // did.
   const TFacts::Entry* const entry = facts_->FindEntry(*work.fact);
   if (entry == nullptr || entry->out) return;
   const DepthGuard guard("assertion");

@@ -255,8 +255,8 @@ Ref<IFuzzySet> TIFuzzySet::Combined(const IFuzzySet& other, TFuzzyOperation oper
   }
   if (operation == foSum && is_union) {
     double height = 1;
-    PiecewiseLinear sum = PiecewiseLinear::Sum(function_, sum_height_, other.function_,
-                                               other.sum_height_, height);
+    PiecewiseLinear sum =
+        PiecewiseLinear::Sum(function_, sum_height_, other.function_, other.sum_height_, height);
     Ref<IFuzzySet> result = NewResult(std::move(sum), &other);
     result->sum_height_ = height;
     return result;

@@ -56,10 +56,9 @@ bool IsForeign(const IFuzzySet& set, const IFuzzyVariable* variable) noexcept {
 
 std::string OperandText(const IFuzzySet& operand, const IFuzzyVariable* variable) {
   const std::string text = WordsFor(operand, variable);
-  const bool needs_brackets =
-      IsForeign(operand, variable)
-          ? operand.GetSumHeight() > 1
-          : operand.GetGivenName().empty() && operand.IsBinaryExpression();
+  const bool needs_brackets = IsForeign(operand, variable)
+                                  ? operand.GetSumHeight() > 1
+                                  : operand.GetGivenName().empty() && operand.IsBinaryExpression();
   return needs_brackets ? "[" + text + "]" : text;
 }
 
