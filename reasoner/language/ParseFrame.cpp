@@ -357,11 +357,18 @@ void TKBClipsParser::LoadEach(TStep step) {
   std::vector<EKBParseException> failures;
   std::exception_ptr only;
   Ref<IStreamToken> reached;  // by the first failure
+  Ref<IStreamToken> latest;   // by the last one
+  bool is_stuck = false;
   std::int32_t untold = 0;
   const auto add = [&](const EKBParseException& failure, std::exception_ptr raised) {
+    // What raises before it reads a token, as a depth limit does, would raise for ever.
+    const Ref<IStreamToken> token = Stream().GetCurrentToken();
+    is_stuck = token == latest;
+    if (is_stuck) return;
+    latest = token;
     if (failures.empty()) {
       only = std::move(raised);
-      reached = Stream().GetCurrentToken();
+      reached = token;
     }
     if (failures.size() < kMostTold) {
       failures.push_back(failure);
@@ -390,6 +397,7 @@ void TKBClipsParser::LoadEach(TStep step) {
       add(placed, std::make_exception_ptr(placed));
       if (call_failed_) break;
     }
+    if (is_stuck) break;
     try {
       Stream().MoveToNextConstruct();
     } catch (const EKitException&) {
