@@ -72,7 +72,9 @@ static bool IsSameImplied(const IFactTemplate& a, const IFactTemplate& b) {
          !b.GetParent();
 }
 
-void TFactTemplates::PutValue(std::string_view name, const Ref<IFactTemplate>& fact_template) {
+void TFactTemplates::PutValue(std::string_view given_name,
+                              const Ref<IFactTemplate>& fact_template) {
+  const std::string name(given_name);  // a handler may rename what it was the name of
   if (Find(name) == fact_template) return;
   GiveImpliedSlot(*fact_template);
   if (const Ref<IFactTemplate> old = Find(name)) {
@@ -159,7 +161,8 @@ void TFactTemplates::FillNodeSlot(TCaptionNode& node, const IFactSlot& slot) {
 
 // Types.
 
-void TKBDefinedTypes::PutValue(std::string_view name, const Ref<IKBDefinedType>& type) {
+void TKBDefinedTypes::PutValue(std::string_view given_name, const Ref<IKBDefinedType>& type) {
+  const std::string name(given_name);  // a handler may rename what it was the name of
   if (IsTypeWord(name)) Raise(SReservedName, name);
   if (type->GetReasoner() != &engine_) type->SetReasoner(&engine_);
   const Ref<IKBDefinedType> old = Find(name);
@@ -240,7 +243,8 @@ static IInterpretedFunction* AsInterpreted(IUserFunction& function) {
   return dynamic_cast<IInterpretedFunction*>(&function);
 }
 
-void TUserFunctions::PutValue(std::string_view name, const Ref<IUserFunction>& function) {
+void TUserFunctions::PutValue(std::string_view given_name, const Ref<IUserFunction>& function) {
+  const std::string name(given_name);  // a handler may rename what it was the name of
   if (!function) Raise(SInvalidFunctionAdd);
   if (!(function->GetFunctionName() == name)) {
     Raise(SWrongFunctionName, name, function->GetFunctionName().view());

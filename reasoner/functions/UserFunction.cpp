@@ -54,6 +54,7 @@ std::int32_t TKBUserFunction::IndexOfReasoner(const IReasoner& reasoner) const {
 
 void TKBUserFunction::AddReasoner(IReasoner& reasoner) {
   if (IndexOfReasoner(reasoner) >= 0) return;
+  const Ref<TKBUserFunction> self(this);  // handlers may let go of the last holder
   reasoners_.push_back(reasoner.GetLink());
   try {
     ReasonerNotification(reasoner, lnAdded);
