@@ -48,6 +48,13 @@ bool WaitForInput(void (*deliver)()) {
   sigaddset(&held, SIGINT);
   sigprocmask(SIG_BLOCK, &held, &before);
   waiting = true;
+  // A request that came between the engine's last look and this wait. In a run it stands for the
+  // end of the firing, which still needs its input.
+  TReasoner* const engine = evaluating.load();
+  if (engine != nullptr && engine->GetCurrentActivation() == nullptr &&
+      engine->GetLink()->interrupt_requests.load() > 0) {
+    interrupted = true;
+  }
   bool ready = false;
   while (!ready) {
     if (deliver != nullptr) deliver();
