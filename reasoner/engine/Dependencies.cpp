@@ -164,7 +164,9 @@ void TReasoner::TakeOutRules(const IFactTemplate& fact_template,
 
 void TReasoner::ReplaceTemplate(const Ref<IFactTemplate>& old,
                                 const Ref<IFactTemplate>& fact_template) {
-  if (old->GetTemplateName() != fact_template->GetTemplateName()) return RemoveDependencies(*old);
+  if (Given(old, "template").GetTemplateName() !=
+      Given(fact_template, "template").GetTemplateName())
+    return RemoveDependencies(*old);
   fact_template->SetBackwardChaining(old->IsBackwardChaining());
   DropPending(*old);
   FirstFailure failures;  // of handlers: what has begun is carried through
@@ -329,7 +331,8 @@ static void ChangeSlotType(TReasoner& engine, IFactSlot& slot, const Ref<IKBDefi
 
 void TReasoner::ReplaceDefinedType(const Ref<IKBDefinedType>& old,
                                    const Ref<IKBDefinedType>& type) {
-  if (old->GetName() != type->GetName()) return RemoveDependencies(*old);
+  if (Given(old, "type").GetName() != Given(type, "type").GetName())
+    return RemoveDependencies(*old);
   const std::vector<Ref<IFactTemplate>> templates = fact_templates_->GetItems();
   FirstFailure failures;
   for (auto item = templates.rbegin(); item != templates.rend(); ++item) {
@@ -369,10 +372,16 @@ void TReasoner::ChangeFactTemplateName(std::string_view old_name, std::string_vi
 }
 
 void TReasoner::RuleChange(TRule& rule) {
-  if (!network_ || !HoldsRule(rule)) return;
+  if (!network_ || !HoldsRule(rule)) return rule.AcceptEdits();
   // What cannot be compiled leaves the network as it was. Facts that a changed pattern cannot be
   // matched with do not cost the rule its nodes: it is registered, and stays so.
-  TReteNetwork::TryRule(*this, rule);
+  try {
+    TReteNetwork::TryRule(*this, rule);
+  } catch (...) {
+    rule.TakeBackEdits();
+    throw;
+  }
+  rule.AcceptEdits();
   FirstFailure failures;
   failures.Try([&] { UncompileRule(rule); });
   if (HoldsRule(rule)) failures.Try([&] { CompileRule(rule, TReteNetwork::TFeed::kWhatMatches); });

@@ -552,25 +552,31 @@ std::string PrettyPrint(const IUserFunction& function) {
 
 static void AppendTests(std::string& text, const TKBPattern& pattern, std::int32_t slot) {
   const auto& tests = pattern.GetWrittenTests(slot);
-  if (tests.empty()) {
-    if (!pattern.HasTestList(slot) || pattern.GetSlotLength(slot) == 0) return;
-    const std::vector<Ref<IFactSlot>> slots = pattern.GetFactTemplate()->GetSlots();
-    const bool is_multi = !slots.empty() && slots.front()->IsMulti();
-    const std::string prefix(is_multi ? SMultiSlotVar : SSlotVar);
-    IReasoner* const reasoner = pattern.GetReasoner();
-    text += reasoner == nullptr ? prefix : reasoner->GenerateSymbol(prefix);
-    return;
-  }
+  const IFactSlot* const described = pattern.GetFactTemplate()->FindSlot(pattern.GetSlotName(slot));
+  const bool is_multi = !pattern.IsTest() && described != nullptr && described->IsMulti();
+  std::int32_t fields = 0;  // that are written so far
+  // A field without a test takes any value.
+  const auto fill = [&](std::int32_t end) {
+    for (; fields < end; ++fields) text += fields > 0 ? " ?" : "?";
+  };
   for (std::size_t i = 0; i < tests.size(); ++i) {
     const TKBPatternMatchTest& test = *tests[i];
-    if (i > 0) {
-      const bool same_field = test.GetMultiSlotSubIndex() == tests[i - 1]->GetMultiSlotSubIndex();
-      text += !same_field ? ' ' : test.IsJoinedByAnd() ? '&' : '|';
+    const std::int32_t field = test.GetMultiSlotSubIndex();
+    if (i > 0 && field == tests[i - 1]->GetMultiSlotSubIndex()) {
+      text += test.IsJoinedByAnd() ? '&' : '|';
+    } else if (is_multi) {
+      fill(field);
+      if (fields++ > 0) text += ' ';
     }
     if (test.GetSlotTestType() == sttNotEquals && !pattern.IsTest()) text += '~';
     if (test.GetSlotValue()->GetDType() == dtFunCall && !pattern.IsTest()) text += ':';
     AppendSource(text, *test.GetSlotValue());
   }
+  if (!is_multi) return;
+  fill(pattern.GetSlotLength(slot));
+  // Without a number of fields there may be more of them.
+  if (pattern.GetSlotLength(slot) < 0 && pattern.GetName() != SInitialFactPattern)
+    text += fields > 0 ? " $?" : "$?";
 }
 
 static bool IsNegatedTest(const TKBPattern& pattern, std::int32_t slot) {
@@ -590,8 +596,8 @@ std::string PrettyPrint(const TKBPattern& pattern) {
     }
   } else {
     for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
-      // A multislot without fields wants an empty list.
-      if (pattern.GetSlotTestCount(slot) == 0 && pattern.GetSlotLength(slot) != 0) continue;
+      // A multislot with a number of fields and no test wants a list of that length.
+      if (pattern.GetSlotTestCount(slot) == 0 && pattern.GetSlotLength(slot) < 0) continue;
       text += '(';
       AppendAtomSource(text, pattern.GetSlotName(slot));
       text += ' ';

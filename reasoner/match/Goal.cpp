@@ -20,8 +20,8 @@ TGoalPlan::TGoalPlan(const TRule& rule, const TKBPattern& pattern)
     slot.name = pattern.GetSlotName(s);
     const IFactSlot* described = pattern.GetFactTemplate()->FindSlot(slot.name);
     slot.is_multi = described != nullptr && described->IsMulti();
-    for (std::int32_t t = 0; t < pattern.GetSlotTestCount(s); ++t) {
-      const TKBPatternMatchTest& test = pattern.GetSlotTest(s, t);
+    for (const auto& plan_test : pattern.GetPlanTests(s)) {
+      const TKBPatternMatchTest& test = *plan_test;
       if (test.GetSlotTestType() == sttNotEquals) continue;
       TPart part;
       part.field = test.GetMultiSlotSubIndex();

@@ -23,7 +23,8 @@ TKBPattern::TKBPattern(TRule* owner, const TKBPattern& source, std::string_view 
     Slot& own = SlotFor(slot.name);
     own.length = slot.length;
     own.has_list = slot.has_list;
-    for (const std::unique_ptr<TKBPatternMatchTest>& test : slot.tests) {
+    for (const std::unique_ptr<TKBPatternMatchTest>& test :
+         slot.folded.empty() ? slot.tests : slot.folded) {
       Ref<IKBValue> value = test->GetSlotValue()->Clone();
       const TKBType type = value->GetDType();
       if (KBVariableTypes.Has(type) && value->TextView().starts_with(SBlankPrefix)) {
@@ -59,7 +60,7 @@ IReasoner* TKBPattern::GetReasoner() const {
 void TKBPattern::Change() {
   if (update_count_ > 0) return;
   if (owner_ != nullptr) owner_->Change();
-  if (OnChange) OnChange(*this);
+  if (const auto on_change = OnChange) on_change(*this);  // lives on if the pattern ends in it
 }
 
 void TKBPattern::EndUpdate() {
@@ -68,24 +69,28 @@ void TKBPattern::EndUpdate() {
 
 void TKBPattern::SetName(std::string_view name) {
   if (name == name_) return;
+  BeforeEdit();
   name_ = name;
   Change();
 }
 
 void TKBPattern::SetNegatedCount(std::int32_t count) {
   if (count == negated_count_) return;
+  BeforeEdit();
   negated_count_ = std::max(count, 0);
   Change();
 }
 
 void TKBPattern::SetUnique(bool unique) {
   if (unique == unique_) return;
+  BeforeEdit();
   unique_ = unique;
   Change();
 }
 
 void TKBPattern::SetExplicit(bool is_explicit) {
   if (is_explicit == explicit_) return;
+  BeforeEdit();
   explicit_ = is_explicit;
   Change();
 }
@@ -93,6 +98,7 @@ void TKBPattern::SetExplicit(bool is_explicit) {
 void TKBPattern::SetBoundName(std::string_view name) {
   if (name == bound_name_) return;
   if (IsNegated() && IsTest()) Raise(SInvalidPatternBinding);
+  BeforeEdit();
   bound_name_ = name;
   Change();
 }
@@ -134,6 +140,7 @@ TKBPattern::Slot& TKBPattern::SlotFor(std::string_view name) {
 void TKBPattern::SetSlotLength(std::int32_t slot, std::int32_t length) {
   Slot& changed = slots_[Checked(slot)];
   if (changed.length == length) return;
+  BeforeEdit();
   changed.length = length;
   Change();
 }
@@ -147,7 +154,9 @@ TKBPatternMatchTest& TKBPattern::GetSlotTest(std::int32_t slot, std::int32_t tes
 
 void TKBPattern::SetSlotTest(std::int32_t slot, std::int32_t test,
                              std::unique_ptr<TKBPatternMatchTest> value) {
-  if (GetSlotTest(slot, test).Equals(*value)) return;
+  if (GetSlotTest(slot, test).Equals(Given(value, "test"))) return;
+  CheckPlace(slots_[Checked(slot)], value->GetMultiSlotSubIndex());
+  BeforeEdit();
   value->pattern_ = this;
   slots_[Checked(slot)].tests[static_cast<std::size_t>(test)] = std::move(value);
   TestChange();
@@ -169,8 +178,12 @@ void TKBPattern::AddTest(std::string_view slot_name, const Ref<IKBValue>& value,
 }
 
 void TKBPattern::AddTest(std::string_view slot_name, std::unique_ptr<TKBPatternMatchTest> test) {
+  Given(test, "test");
+  Given(test->GetSlotValue(), "value");
   if (!fact_template_) Raise(SNoTemplate);
   if (!fact_template_->ContainsSlot(slot_name)) Raise(SInvalidSlotName, slot_name);
+  CheckPlace(SlotFor(slot_name), test->GetMultiSlotSubIndex());
+  BeforeEdit();
   Slot& slot = SlotFor(slot_name);
   slot.has_list = true;
   test->pattern_ = this;
@@ -178,27 +191,145 @@ void TKBPattern::AddTest(std::string_view slot_name, std::unique_ptr<TKBPatternM
   TestChange();
 }
 
+// The same for one of this pattern's tests, once it has been added.
+void TKBPattern::CheckPlaceOf(const TKBPatternMatchTest& test, std::int32_t sub_index) const {
+  for (const Slot& slot : slots_) {
+    for (const std::unique_ptr<TKBPatternMatchTest>& item : slot.tests) {
+      if (item.get() == &test) return CheckPlace(slot, sub_index);
+    }
+  }
+}
+
+// A field is a place of a multislot; any other slot has one place only.
+void TKBPattern::CheckPlace(const Slot& slot, std::int32_t sub_index) const {
+  if (sub_index == NoSubIndex) return;
+  if (sub_index < 0) Raise(SListIndexError, sub_index);
+  const IFactSlot* const described = fact_template_ ? fact_template_->FindSlot(slot.name) : nullptr;
+  if (described != nullptr && !described->IsMulti()) Raise(SNotMultiSlot, slot.name.view());
+}
+
 void TKBPattern::RemoveTest(std::int32_t slot, std::int32_t test) {
   GetSlotTest(slot, test);
-  std::vector<std::unique_ptr<TKBPatternMatchTest>>& tests = slots_[Checked(slot)].tests;
+  BeforeEdit();
+  TTests& tests = slots_[Checked(slot)].tests;
   tests.erase(tests.begin() + test);
   TestChange();
 }
 
-const std::vector<std::unique_ptr<TKBPatternMatchTest>>& TKBPattern::GetWrittenTests(
-    std::int32_t slot) const {
+const TKBPattern::TTests& TKBPattern::GetPlanTests(std::int32_t slot) const {
   const Slot& asked = slots_[Checked(slot)];
-  return asked.written.empty() ? asked.tests : asked.written;
+  return asked.folded.empty() ? asked.tests : asked.folded;
 }
 
 void TKBPattern::TestChange() {
-  for (Slot& slot : slots_) slot.written.clear();
+  for (Slot& slot : slots_) slot.folded.clear();
   Change();
 }
 
-std::vector<std::unique_ptr<TKBPatternMatchTest>> TKBPattern::CloneTests(
-    const std::vector<std::unique_ptr<TKBPatternMatchTest>>& tests) {
-  std::vector<std::unique_ptr<TKBPatternMatchTest>> clones;
+void TKBPattern::BeforeEdit() {
+  if (owner_ == nullptr) return;
+  owner_->BeforeEdit(true);
+  if (owner_->IsDeriving() || !generated_) return;
+  if (negated_count_ > 0) Raise(SGeneratedPattern, name_);
+  generated_ = false;  // the initial fact, as a host wants it, is written from now on
+}
+
+// `(test F)` holds one call; under `not` it is the test that is negated.
+void TKBPattern::SettleTest() {
+  const std::int32_t slot = IndexOfSlotName(SDefaultSlotName);
+  const bool has_call = GetSlotCount() == 1 && slot == 0 && GetSlotTestCount(slot) == 1 &&
+                        GetSlotTest(slot, 0).GetSlotValue()->GetDType() == dtFunCall;
+  if (!has_call) Raise(SInvalidTestPattern);
+  TKBPatternMatchTest& test = GetSlotTest(slot, 0);
+  if (IsNegated()) test.test_type_ = sttNotEquals;
+  negated_count_ = 0;
+  test.sub_index_ = NoSubIndex;
+  slots_[0].length = -1;
+}
+
+// A variable for a whole multislot is its only field, `$?x`.
+void TKBPattern::SettleFields(Slot& slot, const IFactSlot& described) {
+  std::int32_t fields = 0;
+  for (const std::unique_ptr<TKBPatternMatchTest>& test : slot.tests) {
+    const Ref<IKBValue> value = test->slot_value_;
+    const TKBType type = value->GetDType();
+    if (!described.IsMulti()) {
+      if (type == dtMultiVariable || test->sub_index_ != NoSubIndex)
+        Raise(SNotMultiSlot, slot.name.view());
+      continue;
+    }
+    if (test->sub_index_ == NoSubIndex) {
+      if (!KBVariableTypes.Has(type) || slot.length > 1) Raise(SBadSlotValue, value->ToString());
+      if (type == dtVariable)
+        test->StoreValue(Make<TKBValue>(value->GetAsVariable(), dtMultiVariable));
+      test->sub_index_ = 0;
+      slot.length = 1;
+    }
+    fields = std::max(fields, test->sub_index_ + 1);
+  }
+  if (slot.length >= 0) slot.length = std::max(slot.length, fields);
+  std::stable_sort(slot.tests.begin(), slot.tests.end(),
+                   [](const auto& a, const auto& b) { return a->sub_index_ < b->sub_index_; });
+}
+
+void TKBPattern::Settle(IReasoner& engine) {
+  if (generated_ || !fact_template_) return;
+  if (name_ != fact_template_->GetTemplateName()) {
+    // Another name is a pattern on that template, if it has the slots that are tested.
+    const Ref<IFactTemplate> named = engine.FindFactTemplate(name_);
+    if (!named) Raise(SUnknownFactTemplate, name_);
+    std::vector<Slot> old = std::move(slots_);
+    fact_template_ = named;
+    EnterSlots();
+    for (Slot& slot : old) {
+      if (slot.tests.empty()) continue;
+      Slot& own = SlotFor(named->GetSlot(slot.name)->GetName());
+      own = std::move(slot);
+    }
+  }
+  const bool is_goal_name = bound_name_.starts_with(SFactPrefix);
+  if (!bound_name_.empty() && !is_goal_name && (negated_count_ > 0 || IsTest()))
+    Raise(SInvalidTestBinding);
+  if (IsTest()) return SettleTest();
+  const bool checked = engine.GetTypeChecks().Has(tcStatic);
+  for (Slot& slot : slots_) {
+    const IFactSlot* const described = fact_template_->FindSlot(slot.name);
+    if (described == nullptr) continue;
+    SettleFields(slot, *described);
+    const TKBTypes types = described->GetSlotType();
+    for (const std::unique_ptr<TKBPatternMatchTest>& test : slot.tests) {
+      const Ref<IKBValue> value = test->slot_value_;
+      if (checked && value->GetDType() == dtInteger && types.Has(dtFloat) &&
+          !types.Has(dtInteger)) {
+        test->StoreValue(NewFloat(value->GetAsFloat()));
+      }
+    }
+  }
+}
+
+void TKBPattern::Restore(const TKBPattern& saved,
+                         const std::vector<std::vector<TKBPatternMatchTest*>>& tests) {
+  std::vector<std::unique_ptr<TKBPatternMatchTest>> here;
+  for (Slot& slot : slots_) {
+    for (std::unique_ptr<TKBPatternMatchTest>& test : slot.tests) here.push_back(std::move(test));
+  }
+  ++update_count_;  // nobody is told
+  Assign(saved);
+  --update_count_;
+  generated_ = saved.generated_;
+  for (std::size_t slot = 0; slot < slots_.size(); ++slot) {
+    for (std::size_t i = 0; i < slots_[slot].tests.size(); ++i) {
+      const auto found = std::find_if(
+          here.begin(), here.end(), [&](const auto& test) { return test.get() == tests[slot][i]; });
+      if (found == here.end()) continue;
+      (*found)->Take(*slots_[slot].tests[i]);
+      slots_[slot].tests[i] = std::move(*found);
+    }
+  }
+}
+
+TKBPattern::TTests TKBPattern::CloneTests(const TTests& tests) {
+  TTests clones;
   for (const std::unique_ptr<TKBPatternMatchTest>& test : tests) {
     std::unique_ptr<TKBSlotTest> clone = test->Clone();
     clones.emplace_back(static_cast<TKBPatternMatchTest*>(clone.release()));
@@ -238,26 +369,33 @@ static Ref<IFunCall> ConvertToFunCall(IReasoner& engine, const TKBPatternMatchTe
 
 void TKBPattern::FixSlot(std::int32_t slot_index) {
   Slot& slot = slots_[Checked(slot_index)];
-  const bool any_or = std::any_of(slot.tests.begin(), slot.tests.end(),
-                                  [](const auto& test) { return !test->IsConjunction(); });
+  slot.folded.clear();
+  // Between the first test of a field and the one before it stands nothing.
+  const auto is_alternative = [&slot](std::size_t test) {
+    return test > 0 && !slot.tests[test]->IsJoinedByAnd() &&
+           slot.tests[test]->GetMultiSlotSubIndex() == slot.tests[test - 1]->GetMultiSlotSubIndex();
+  };
+  bool any_or = false;
+  for (std::size_t i = 0; i < slot.tests.size(); ++i) any_or = any_or || is_alternative(i);
   if (!any_or) return;
-  const auto add = [this](std::vector<std::unique_ptr<TKBPatternMatchTest>>& tests,
-                          const Ref<IKBValue>& value, std::int32_t sub_index) {
+  const auto add = [this](TTests& tests, const Ref<IKBValue>& value, std::int32_t sub_index) {
     tests.push_back(std::make_unique<TKBPatternMatchTest>(this, sttEquals, sub_index, value));
   };
-  std::vector<std::unique_ptr<TKBPatternMatchTest>> written = CloneTests(slot.tests);
-  std::vector<std::unique_ptr<TKBPatternMatchTest>> fixed;
+  TTests fixed;
   std::size_t begin = 0;
   while (begin < slot.tests.size()) {
     const std::int32_t field = slot.tests[begin]->GetMultiSlotSubIndex();
     std::size_t end = begin;
     bool has_or = false;
     while (end < slot.tests.size() && slot.tests[end]->GetMultiSlotSubIndex() == field) {
-      has_or = has_or || !slot.tests[end]->IsConjunction();
+      has_or = has_or || is_alternative(end);
       ++end;
     }
     if (!has_or) {
-      for (; begin < end; ++begin) fixed.push_back(std::move(slot.tests[begin]));
+      for (; begin < end; ++begin) {
+        std::unique_ptr<TKBSlotTest> clone = slot.tests[begin]->Clone();
+        fixed.emplace_back(static_cast<TKBPatternMatchTest*>(clone.release()));
+      }
       continue;
     }
     // The field's variable: a leading one that is bound at this very place, or a new one.
@@ -286,7 +424,7 @@ void TKBPattern::FixSlot(std::int32_t slot_index) {
     alternatives->BindLogicFunction(engine.GetLogicFunction(lfOr));
     while (begin < end) {
       std::size_t run = begin + 1;
-      while (run < end && slot.tests[run]->IsJoinedByAnd()) ++run;
+      while (run < end && !is_alternative(run)) ++run;
       if (run - begin == 1) {
         alternatives->AddArgument(ConvertToFunCall(engine, *slot.tests[begin], variable));
       } else {
@@ -301,8 +439,7 @@ void TKBPattern::FixSlot(std::int32_t slot_index) {
     }
     add(fixed, NewFunCallValue(alternatives), field);
   }
-  slot.tests.swap(fixed);
-  slot.written = std::move(written);
+  slot.folded = std::move(fixed);
 }
 
 void TKBPattern::FixTests() {
@@ -320,6 +457,12 @@ void TKBPattern::Assign(const TPersistent& source) {
   const auto* pattern = dynamic_cast<const TKBPattern*>(&source);
   if (pattern == nullptr) return TPersistent::Assign(source);
   if (pattern == this) return;
+  IReasoner* const theirs =
+      pattern->fact_template_ ? pattern->fact_template_->GetReasoner() : nullptr;
+  if (owner_ != nullptr && theirs != nullptr && theirs != owner_->GetEngine()) {
+    Raise(SForeignObject, "Pattern " + pattern->name_);
+  }
+  BeforeEdit();
   BeginUpdate();
   Comment = pattern->Comment;
   bound_name_ = pattern->bound_name_;
@@ -335,7 +478,7 @@ void TKBPattern::Assign(const TPersistent& source) {
     copy.has_list = slot.has_list;
     copy.length = slot.length;
     copy.tests = CloneTests(slot.tests);
-    copy.written = CloneTests(slot.written);
+    copy.folded = CloneTests(slot.folded);
     slots_.push_back(std::move(copy));
   }
   EndUpdate();

@@ -207,8 +207,8 @@ void ReteCompiler::BuildPatternChains() {
     }
     for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
       std::int32_t expanded = NoSubIndex;
-      for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t) {
-        const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, t);
+      for (const auto& plan_test : pattern.GetPlanTests(slot)) {
+        const TKBPatternMatchTest& test = *plan_test;
         // A field of several variables, as in `$?x&~$?y`, is one span.
         if (test.GetSlotValue()->GetDType() != dtMultiVariable ||
             test.GetMultiSlotSubIndex() == expanded) {
@@ -226,8 +226,8 @@ void ReteCompiler::BuildPatternChains() {
     }
     const std::int32_t fact_index = rule_.FactIndexOf(i);
     for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
-      for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t) {
-        const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, t);
+      for (const auto& plan_test : pattern.GetPlanTests(slot)) {
+        const TKBPatternMatchTest& test = *plan_test;
         const Ref<IKBValue>& value = test.GetSlotValue();
         const TNodeArgs args{
             pattern.GetSlotName(slot), {}, test.GetMultiSlotSubIndex(), NoSubIndex};
@@ -268,8 +268,8 @@ static std::vector<std::pair<Text, std::vector<TOccurrence>>> VariablesOf(
     const TKBPattern& pattern) {
   std::vector<std::pair<Text, std::vector<TOccurrence>>> variables;
   for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
-    for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t) {
-      const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, t);
+    for (const auto& plan_test : pattern.GetPlanTests(slot)) {
+      const TKBPatternMatchTest& test = *plan_test;
       if (!KBVariableTypes.Has(test.GetSlotValue()->GetDType())) continue;
       const Text name = test.GetSlotValue()->GetAsVariable();
       auto found = std::find_if(variables.begin(), variables.end(),
@@ -368,8 +368,8 @@ void ReteCompiler::AddJoinTests(TTestNode& node, TJoinNode* join, std::int32_t p
     }
   }
   for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
-    for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t) {
-      const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, t);
+    for (const auto& plan_test : pattern.GetPlanTests(slot)) {
+      const TKBPatternMatchTest& test = *plan_test;
       if (test.GetSlotValue()->GetDType() != dtFunCall) continue;
       if (pattern.GetFactTemplate()->IsBackwardChaining())
         Raise(SBackChainFuncallPatterns, pattern.GetName());
@@ -540,7 +540,7 @@ void ReteCompiler::UnlinkCopies() {
 
 void TReteNetwork::AddRule(TRule& rule, TFeed feed) {
   if (!enabled_) return;
-  if (rule.GetPatternCount() == 0) rule.AddPattern(engine_.GetInitialPattern().Clone(&engine_));
+  rule.DeriveLeftSide();
   if (HasRule(rule)) return;
   std::vector<TReteNode*> nodes;
   ReteCompiler compiler(*this, rule, nodes);

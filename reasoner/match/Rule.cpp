@@ -1,9 +1,11 @@
 #include "reasoner/match/Rule.h"
 
 #include <algorithm>
+#include <unordered_map>
 
 #include "reasoner/functions/FunctionCall.h"
 #include "reasoner/support/Depth.h"
+#include "reasoner/support/FirstFailure.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/Messages.h"
@@ -39,8 +41,20 @@ void TRule::SetRuleName(std::string_view name) {
   if (held) GetEngine()->RenameRule(old, rule_name_);
 }
 
+// The engine whose templates and functions the rule refers to.
+IReasoner* TRule::HomeOfContent() const {
+  if (!patterns_.empty()) return patterns_.front()->GetFactTemplate()->GetReasoner();
+  return actions_.empty() ? nullptr : actions_.front()->GetReasoner();
+}
+
 void TRule::SetEngine(IReasoner* engine) {
   if (engine == GetEngine()) return;
+  // The patterns and calls of another engine come over by their text.
+  std::unique_ptr<TRule> content;
+  if (IReasoner* const home = HomeOfContent(); engine != nullptr && home != engine) {
+    if (home == nullptr && !(patterns_.empty() && actions_.empty())) Raise(SUnknownEngine);
+    if (home != nullptr) content = engine->ParseRuleText(home->PrettyPrint(*this));
+  }
   if (IReasoner* old = GetEngine()) {
     old->LeaveRule(*this);
     old->AsComponent().RemoveFreeNotification(*this);
@@ -48,6 +62,16 @@ void TRule::SetEngine(IReasoner* engine) {
   engine_ = nullptr;
   if (engine == nullptr) return;
   engine_ = engine->GetLink();
+  if (content) {
+    ++update_count_;
+    TakeOutPatterns();
+    actions_ = content->actions_;
+    salience_value_ = content->salience_value_;
+    SetPatterns(*content);
+    --update_count_;
+    if (stale_) Derive();
+    AcceptEdits();
+  }
   rule_id_ = engine->NewRuleId();
   engine->AsComponent().FreeNotification(*this);
   engine->EnterRule(*this);
@@ -66,14 +90,25 @@ void TRule::EndUpdate() {
 }
 
 void TRule::Change() {
-  if (update_count_ > 0) return;
-  if (IReasoner* engine = GetEngine()) engine->RuleChange(*this);
+  if (update_count_ > 0 || deriving_ > 0) return;
+  if (IReasoner* engine = GetEngine()) {
+    if (stale_) {
+      try {
+        Derive();
+      } catch (...) {
+        TakeBackEdits();
+        throw;
+      }
+    }
+    engine->RuleChange(*this);
+  }
   if (const auto on_change = OnChange) on_change(*this);  // lives on if the rule ends in it
 }
 
 // Salience.
 
 void TRule::SetSalience(const Ref<IKBValue>& value) {
+  Given(value, "value");
   const std::int32_t old = salience_;
   const Ref<IKBValue> kept =
       std::exchange(salience_value_, IsValueConstant(*value) ? value : value->Clone());
@@ -112,8 +147,30 @@ std::int32_t TRule::IndexOfTemplate(const IFactTemplate& fact_template) const {
   return -1;
 }
 
+// What changes meanwhile is no edit.
+class ScopedDeriving {
+ public:
+  explicit ScopedDeriving(std::int32_t& deriving) : deriving_(deriving) { ++deriving_; }
+  ~ScopedDeriving() { --deriving_; }
+  ScopedDeriving(const ScopedDeriving&) = delete;
+  ScopedDeriving& operator=(const ScopedDeriving&) = delete;
+
+ private:
+  std::int32_t& deriving_;
+};
+
 void TRule::AddPattern(std::unique_ptr<TKBPattern> pattern) {
-  RequireEngine();
+  IReasoner& engine = RequireEngine();
+  const Ref<IFactTemplate>& fact_template = Given(pattern, "pattern").GetFactTemplate();
+  if (!fact_template) Raise(SNoTemplate);
+  if (fact_template->GetReasoner() != nullptr && fact_template->GetReasoner() != &engine)
+    Raise(SForeignObject, "Pattern " + pattern->GetName());
+  if (engine.HoldsRule(*this)) BeforeEdit(true);
+  if (stale_) {
+    pattern->owner_ = this;
+    patterns_.push_back(std::move(pattern));
+    return Change();
+  }
   const std::size_t bindings = bindings_.size();
   const std::size_t patterns = patterns_.size();
   BeginUpdate();
@@ -130,37 +187,171 @@ void TRule::AddPattern(std::unique_ptr<TKBPattern> pattern) {
   EndUpdate();
 }
 
+// A pattern that has left the rule is kept as long as it may have to come back.
+void TRule::TakeOut(std::vector<std::unique_ptr<TKBPattern>>::iterator pattern) {
+  (*pattern)->owner_ = nullptr;
+  removed_.push_back(std::move(*pattern));
+  patterns_.erase(pattern);
+}
+
+void TRule::TakeOutPatterns() {
+  while (!patterns_.empty()) TakeOut(std::prev(patterns_.end()));
+  bindings_.clear();
+}
+
 void TRule::RemovePattern(std::int32_t index) {
-  GetPattern(index);
-  patterns_.erase(patterns_.begin() + index);
+  const TKBPattern& pattern = GetPattern(index);
+  if (pattern.IsGenerated() && pattern.GetNegatedCount() > 0)
+    Raise(SGeneratedPattern, pattern.GetName());
+  BeforeEdit(true);
+  TakeOut(patterns_.begin() + index);
   Change();
 }
 
 void TRule::ClearPatterns() {
   if (patterns_.empty()) return;
-  patterns_.clear();
-  bindings_.clear();
+  BeforeEdit(true);
+  TakeOutPatterns();
   Change();
 }
 
 void TRule::SetPatterns(const TRule& source) {
   if (&source == this) return;
+  if (source.GetEngine() != nullptr && source.GetEngine() != GetEngine())
+    return SetPatterns(*RequireEngine().ParseRuleText(source.ToString()));
+  BeforeEdit(true);
   BeginUpdate();
-  auto old_bindings = std::exchange(bindings_, {});
-  auto old_patterns = std::exchange(patterns_, {});
-  try {
-    for (std::int32_t i = 0; i < source.GetPatternCount(); ++i) {
-      // Behind a goal stands its negated companion, which AddPattern makes anew.
-      if (i > 0 && source.GetPattern(i - 1).GetName().starts_with(SBackChainPrefix)) continue;
-      AddPattern(source.GetPattern(i).Clone(GetEngine()));
-    }
-  } catch (...) {
-    bindings_ = std::move(old_bindings);
-    patterns_ = std::move(old_patterns);
-    --update_count_;
-    throw;
+  TakeOutPatterns();
+  for (std::int32_t i = 0; i < source.GetPatternCount(); ++i) {
+    if (source.GetPattern(i).IsGenerated()) continue;  // this rule adds its own
+    std::unique_ptr<TKBPattern> clone = source.GetPattern(i).Clone(GetEngine());
+    clone->owner_ = this;
+    patterns_.push_back(std::move(clone));
   }
   EndUpdate();
+}
+
+// What is derived from the written patterns.
+
+void TRule::BeforeEdit(bool left_side) {
+  if (deriving_ > 0) return;
+  if (left_side) stale_ = true;
+  const IReasoner* const engine = GetEngine();
+  if (saved_ || (!left_side && (engine == nullptr || !engine->HoldsRule(*this)))) return;
+  auto saved = std::make_unique<TSaved>();
+  for (const std::unique_ptr<TKBPattern>& pattern : patterns_) {
+    TSaved::TPattern kept{pattern.get(), pattern->Clone(nullptr), {}};
+    kept.copy->generated_ = pattern->generated_;
+    for (const TKBPattern::Slot& slot : pattern->slots_) {
+      kept.tests.emplace_back();
+      for (const std::unique_ptr<TKBPatternMatchTest>& test : slot.tests)
+        kept.tests.back().push_back(test.get());
+    }
+    saved->patterns.push_back(std::move(kept));
+  }
+  saved->actions = actions_;
+  saved->name = rule_name_;
+  saved->comment = Comment;
+  saved->one_shot = OneShot;
+  saved->enabled = Enabled;
+  saved->salience = salience_;
+  saved->salience_value = salience_value_;
+  saved_ = std::move(saved);
+}
+
+void TRule::AcceptEdits() noexcept {
+  saved_.reset();
+  removed_.clear();
+}
+
+void TRule::TakeBackEdits() noexcept {
+  if (!saved_) return;
+  const std::unique_ptr<TSaved> saved = std::move(saved_);
+  std::vector<std::unique_ptr<TKBPattern>> objects = std::move(removed_);
+  removed_.clear();
+  for (std::unique_ptr<TKBPattern>& pattern : patterns_) objects.push_back(std::move(pattern));
+  patterns_.clear();
+  const ScopedDeriving guard(deriving_);
+  for (TSaved::TPattern& kept : saved->patterns) {
+    const auto found = std::find_if(objects.begin(), objects.end(), [&kept](const auto& object) {
+      return object.get() == kept.object;
+    });
+    // One that the rule has made by itself has gone, and its copy stands for it.
+    std::unique_ptr<TKBPattern> pattern = std::move(found == objects.end() ? kept.copy : *found);
+    if (kept.copy) pattern->Restore(*kept.copy, kept.tests);
+    pattern->owner_ = this;
+    patterns_.push_back(std::move(pattern));
+  }
+  actions_ = saved->actions;
+  Comment = saved->comment;
+  OneShot = saved->one_shot;
+  Enabled = saved->enabled;
+  salience_ = saved->salience;
+  salience_value_ = saved->salience_value;
+  stale_ = true;
+  FirstFailure failures;  // of what could be done before
+  failures.Try([this] { Derive(); });
+  failures.Try([&] { SetRuleName(saved->name); });
+}
+
+// A name keeps the form of its first use, `?x` or `$?x`, as it does when the rule is read.
+void TRule::SettleVariables() {
+  std::unordered_map<std::string, TKBType> kinds;
+  for (const std::unique_ptr<TKBPattern>& pattern : patterns_) {
+    for (const TKBPattern::Slot& slot : pattern->slots_) {
+      for (const std::unique_ptr<TKBPatternMatchTest>& test : slot.tests) {
+        const Ref<IKBValue> value = test->GetSlotValue();
+        if (!KBVariableTypes.Has(value->GetDType())) continue;
+        const Text name = value->GetAsVariable();
+        const TKBType kind = kinds.emplace(name.str(), value->GetDType()).first->second;
+        if (kind == value->GetDType()) continue;
+        const IFactSlot* const described = pattern->GetFactTemplate()->FindSlot(slot.name);
+        if (kind == dtMultiVariable && described != nullptr && !described->IsMulti())
+          Raise(SNotMultiSlot, slot.name.view());
+        test->StoreValue(Make<TKBValue>(name, kind));
+      }
+    }
+  }
+}
+
+void TRule::Derive() {
+  IReasoner& engine = RequireEngine();
+  const ScopedDeriving guard(deriving_);
+  std::vector<std::unique_ptr<TKBPattern>> generated;
+  for (auto pattern = patterns_.begin(); pattern != patterns_.end();) {
+    if ((*pattern)->generated_) {
+      generated.push_back(std::move(*pattern));
+      pattern = patterns_.erase(pattern);
+    } else {
+      ++pattern;
+    }
+  }
+  for (const std::unique_ptr<TKBPattern>& pattern : patterns_) pattern->Settle(engine);
+  SettleVariables();
+  std::vector<std::unique_ptr<TKBPattern>> written = std::move(patterns_);
+  patterns_.clear();
+  bindings_.clear();
+  std::size_t next = 0;
+  try {
+    while (next < written.size()) {
+      patterns_.push_back(std::move(written[next++]));
+      PatternAdded(GetPatternCount() - 1);
+    }
+  } catch (...) {
+    while (next < written.size()) patterns_.push_back(std::move(written[next++]));
+    throw;
+  }
+  stale_ = false;
+}
+
+void TRule::DeriveLeftSide() {
+  if (stale_) Derive();
+  if (!patterns_.empty()) return;
+  IReasoner& engine = RequireEngine();
+  std::unique_ptr<TKBPattern> initial = engine.GetInitialPattern().Clone(&engine);
+  initial->owner_ = this;
+  initial->generated_ = true;
+  patterns_.push_back(std::move(initial));
 }
 
 std::int32_t TRule::FactIndexOf(std::int32_t pattern_index) const {
@@ -264,13 +455,16 @@ void TRule::BindVariables(TKBPattern& pattern, std::int32_t fact_index, TRenames
 
 void TRule::PatternAdded(std::int32_t index) {
   IReasoner& engine = RequireEngine();
+  const ScopedDeriving guard(deriving_);
   TKBPattern& pattern = GetPattern(index);
   pattern.SetOwner(this);
+  pattern.Settle(engine);
   if (GetPatternCount() == 1 && (pattern.GetNegatedCount() > 0 || pattern.IsTest() ||
                                  pattern.GetFactTemplate()->IsBackwardChaining())) {
     // Such a pattern needs a left input: the initial fact starts it.
     std::unique_ptr<TKBPattern> initial = engine.GetInitialPattern().Clone(&engine);
     initial->SetOwner(this);
+    initial->generated_ = true;
     patterns_.insert(patterns_.begin(), std::move(initial));
     ++index;
   }
@@ -296,6 +490,7 @@ void TRule::PatternAdded(std::int32_t index) {
   // The rule wants the goal only while what it asks for is not there.
   auto companion = std::make_unique<TKBPattern>(
       this, pattern, std::string_view(pattern.GetName()).substr(SBackChainPrefix.size()), 1);
+  companion->generated_ = true;
   patterns_.push_back(std::move(companion));
   PatternAdded(GetPatternCount() - 1);
 }
@@ -308,18 +503,25 @@ const Ref<IFunCall>& TRule::GetAction(std::int32_t index) const {
 }
 
 void TRule::AddAction(const Ref<IFunCall>& action) {
+  if (IReasoner* const engine = Given(action, "function call").GetReasoner();
+      engine != nullptr && engine != GetEngine()) {
+    Raise(SForeignObject, "Function call " + action->ToString());
+  }
+  BeforeEdit(false);
   actions_.push_back(action);
   Change();
 }
 
 void TRule::RemoveAction(std::int32_t index) {
   const Ref<IFunCall> doomed = GetAction(index);
+  BeforeEdit(false);
   actions_.erase(actions_.begin() + index);
   Change();
 }
 
 void TRule::ClearActions() {
   if (actions_.empty()) return;
+  BeforeEdit(false);
   actions_.clear();
   Change();
 }
@@ -381,6 +583,7 @@ void TRule::Prepare(const TKBToken& token, TKBContext& context) {
 }
 
 void TRule::Fire(const Ref<TKBToken>& token) {
+  Given(token, "token");
   IReasoner& engine = RequireEngine();
   TKBContext frame(&engine.GetContext(), &engine);
   Prepare(*token, frame);
@@ -424,6 +627,11 @@ void TRule::Assign(const TPersistent& source) {
     const std::unique_ptr<TRule> parsed = RequireEngine().ParseRuleText(rule->ToString());
     return Assign(*parsed);
   }
+  if (rule->GetEngine() == nullptr && rule->HomeOfContent() != GetEngine() &&
+      !(rule->patterns_.empty() && rule->actions_.empty())) {
+    Raise(SForeignObject, "Rule " + rule->rule_name_);
+  }
+  BeforeEdit(true);
   BeginUpdate();
   try {
     SetRuleName(rule->rule_name_);
@@ -434,11 +642,14 @@ void TRule::Assign(const TPersistent& source) {
     actions_.clear();
     for (const Ref<IFunCall>& action : rule->actions_) actions_.push_back(action);
     SetSalience(rule->salience_value_);
+    EndUpdate();
   } catch (...) {
-    --update_count_;
+    if (saved_) {  // else it was taken back, or compiled, and a fact could not be matched
+      --update_count_;
+      TakeBackEdits();
+    }
     throw;
   }
-  EndUpdate();
 }
 
 std::string TRule::ToString() const {

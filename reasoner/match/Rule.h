@@ -68,6 +68,10 @@ class TRule final : public TComponent {
   // Appends a pattern: rewrites it, binds its variables, and adds what it needs before and behind
   // it.
   void AddPattern(std::unique_ptr<TKBPattern> pattern);
+  // Editing: a change of the left side, or of a pattern or test of it, derives the rule anew as a
+  // whole from what is written, and a registered rule is compiled again. An edit that does not
+  // compile raises and leaves the rule as it was; so does a row of edits between BeginUpdate and
+  // EndUpdate. Patterns that the rule adds by itself are made anew each time.
   void RemovePattern(std::int32_t index);
   // Replaces the left side by clones of that of `source`.
   void SetPatterns(const TRule& source);
@@ -96,6 +100,15 @@ class TRule final : public TComponent {
   // Recompiles a registered rule and tells OnChange, unless an update is open.
   void Change();
 
+  // For patterns and the network: the rule is about to change, on its left side or elsewhere.
+  void BeforeEdit(bool left_side);
+  bool IsDeriving() const noexcept { return deriving_ > 0; }
+  // Derives the left side if it has changed; a rule without patterns gets the initial fact's.
+  void DeriveLeftSide();
+  // The edits since the last time have been compiled; or they could not be, and go back.
+  void AcceptEdits() noexcept;
+  void TakeBackEdits() noexcept;
+
   // Binds the values of a match in the frame.
   void Prepare(const TKBToken& token, TKBContext& context);
   void Fire(const Ref<TKBToken>& token);
@@ -115,9 +128,30 @@ class TRule final : public TComponent {
   friend class TKBPattern;
 
   using TRenames = std::vector<std::pair<Text, Text>>;
+  // What an edit that fails goes back to.
+  struct TSaved {
+    struct TPattern {
+      TKBPattern* object;
+      std::unique_ptr<TKBPattern> copy;
+      std::vector<std::vector<TKBPatternMatchTest*>> tests;
+    };
+    std::vector<TPattern> patterns;
+    std::vector<Ref<IFunCall>> actions;
+    TKBName name;
+    std::string comment;
+    bool one_shot = false;
+    bool enabled = true;
+    std::int32_t salience = 0;
+    Ref<IKBValue> salience_value;
+  };
 
   IReasoner& RequireEngine() const;
+  IReasoner* HomeOfContent() const;
   void PatternAdded(std::int32_t index);
+  void Derive();
+  void SettleVariables();
+  void TakeOut(std::vector<std::unique_ptr<TKBPattern>>::iterator pattern);
+  void TakeOutPatterns();
   // A generated name that the rule does not hold yet.
   Text NewVariableName(std::string_view prefix) const;
   bool IsPlainlyBound(const Text& name) const;
@@ -134,6 +168,10 @@ class TRule final : public TComponent {
   Ref<TReasonerLink> engine_;
   std::int32_t update_count_ = 0;
   std::int32_t firing_ = 0;
+  std::int32_t deriving_ = 0;
+  bool stale_ = false;  // the derived parts are not what the written ones give
+  std::unique_ptr<TSaved> saved_;
+  std::vector<std::unique_ptr<TKBPattern>> removed_;  // kept while `saved_` is
   bool fired_ = false;
   bool* destroyed_ = nullptr;  // tells a firing that its rule has ended meanwhile
 };

@@ -5,6 +5,7 @@
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/values/KBFuzzySet.h"
+#include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
 
@@ -96,38 +97,72 @@ std::string TKBJoinTest::ToString() const {
 
 TKBPatternMatchTest::TKBPatternMatchTest(TKBPattern* pattern, TSlotTestType test_type,
                                          std::int32_t sub_index, const Ref<IKBValue>& value)
-    : TKBSlotTest(test_type),
-      pattern_(pattern),
-      slot_value_(value ? value->Clone() : nullptr),
-      sub_index_(sub_index) {}
+    : TKBSlotTest(test_type), pattern_(pattern), sub_index_(sub_index) {
+  StoreValue(value);
+}
+
+// A value of the test's own, which is not written to any more: the network holds it, too.
+void TKBPatternMatchTest::StoreValue(const Ref<IKBValue>& value) {
+  slot_value_ = value ? value->Clone() : nullptr;
+  if (slot_value_) slot_value_->Freeze();
+}
 
 void TKBPatternMatchTest::SetSlotTestType(TSlotTestType test_type) {
   if (test_type == test_type_) return;
+  BeforeEdit();
   test_type_ = test_type;
   if (pattern_ != nullptr) pattern_->TestChange();
 }
 
 void TKBPatternMatchTest::SetSlotValue(const Ref<IKBValue>& value) {
-  slot_value_ = value ? value->Clone() : nullptr;
+  Given(value, "value");
+  BeforeEdit();
+  StoreValue(value);
   if (pattern_ != nullptr) pattern_->TestChange();
 }
 
 void TKBPatternMatchTest::SetMultiSlotSubIndex(std::int32_t sub_index) {
   if (sub_index == sub_index_) return;
+  if (pattern_ != nullptr) pattern_->CheckPlaceOf(*this, sub_index);
+  BeforeEdit();
   sub_index_ = sub_index;
   if (pattern_ != nullptr) pattern_->TestChange();
 }
 
 void TKBPatternMatchTest::SetConjunction(bool conjunction) {
-  if (conjunction == conjunction_) return;
+  if (conjunction == conjunction_ && conjunction == joined_by_and_) return;
+  BeforeEdit();
   conjunction_ = conjunction;
   joined_by_and_ = conjunction;
   if (pattern_ != nullptr) pattern_->TestChange();
 }
 
+void TKBPatternMatchTest::SetJoinedByAnd(bool joined) {
+  if (joined == joined_by_and_) return;
+  BeforeEdit();
+  joined_by_and_ = joined;
+  if (pattern_ != nullptr) pattern_->TestChange();
+}
+
+void TKBPatternMatchTest::BeforeEdit() {
+  if (pattern_ != nullptr) pattern_->BeforeEdit();
+}
+
+void TKBPatternMatchTest::Take(const TKBPatternMatchTest& saved) {
+  test_type_ = saved.test_type_;
+  slot_value_ = saved.slot_value_;
+  sub_index_ = saved.sub_index_;
+  conjunction_ = saved.conjunction_;
+  joined_by_and_ = saved.joined_by_and_;
+}
+
 void TKBPatternMatchTest::Assign(const TPersistent& source) {
   const auto* test = dynamic_cast<const TKBPatternMatchTest*>(&source);
   if (test == nullptr) return TKBSlotTest::Assign(source);
+  if (test == this) return;
+  Given(test->slot_value_, "value");
+  if (pattern_ != nullptr) pattern_->CheckPlaceOf(*this, test->sub_index_);
+  BeforeEdit();
   test_type_ = test->test_type_;
   sub_index_ = test->sub_index_;
   conjunction_ = test->conjunction_;
@@ -145,7 +180,10 @@ std::unique_ptr<TKBSlotTest> TKBPatternMatchTest::Clone() const {
 bool TKBPatternMatchTest::Equals(const TKBSlotTest& other) const {
   if (!TKBSlotTest::Equals(other)) return false;
   const auto& test = static_cast<const TKBPatternMatchTest&>(other);
-  if (sub_index_ != test.sub_index_ || conjunction_ != test.conjunction_) return false;
+  if (sub_index_ != test.sub_index_ || conjunction_ != test.conjunction_ ||
+      joined_by_and_ != test.joined_by_and_) {
+    return false;
+  }
   if (slot_value_ == test.slot_value_) return true;
   return slot_value_ && test.slot_value_ && SameConstant(*slot_value_, *test.slot_value_);
 }

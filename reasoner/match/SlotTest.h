@@ -91,7 +91,7 @@ class TKBPatternMatchTest final : public TKBSlotTest {
   void SetSlotValue(const Ref<IKBValue>& value);
   void SetMultiSlotSubIndex(std::int32_t sub_index);
   void SetConjunction(bool conjunction);
-  void SetJoinedByAnd(bool joined) noexcept { joined_by_and_ = joined; }
+  void SetJoinedByAnd(bool joined);
 
   void Assign(const TPersistent& source) override;
   std::unique_ptr<TKBSlotTest> Clone() const override;
@@ -103,6 +103,11 @@ class TKBPatternMatchTest final : public TKBSlotTest {
 
  private:
   friend class TKBPattern;
+  friend class TRule;
+
+  void StoreValue(const Ref<IKBValue>& value);
+  void BeforeEdit();
+  void Take(const TKBPatternMatchTest& saved);  // without telling the pattern
 
   TKBPattern* pattern_;
   Ref<IKBValue> slot_value_;
