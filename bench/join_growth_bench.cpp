@@ -60,7 +60,7 @@ static void ManyRules(benchmark::State& state) {
   const Ref<IFactTemplate> wanted = engine.FindFactTemplate("t0");
   std::int32_t next = 0;
   for (auto _ : state) {
-    const std::int32_t id = engine.Assert(MakePair(wanted, next++, 0));
+    const TFactId id = engine.Assert(MakePair(wanted, next++, 0));
     engine.Retract(id);
   }
   state.SetComplexityN(count);

@@ -12,6 +12,7 @@
 #include "reasoner/engine/Reasoner.h"
 #include "reasoner/functions/UserPackage.h"
 #include "reasoner/language/TokenStream.h"
+#include "reasoner/library/Packages.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/KBExceptions.h"
@@ -96,6 +97,7 @@ static std::string ExecuteExample(const IUserFunction& function) {
   std::string output;
   bool shown = false;
   TReasoner engine;
+  new TExtensionPackage(&engine);  // the engine's
   engine.OnPrintOut = [&](TReasoner&, const std::string&, const std::string& text) {
     if (shown) output += text;
   };
@@ -139,6 +141,21 @@ static std::string DescribeFunction(const IUserFunction& function) {
   return text + "```\n";
 }
 
+static std::string Chapter(const std::string& title, const std::string& note,
+                           TUserPackage& package) {
+  std::string text = "\n## " + title + "\n\nPackage `" + package.ClassName() + "`." + note + "\n";
+  std::string separator = "\n";
+  for (const Ref<IUserFunction>& function : package.GetFunctions()) {
+    text += separator + "`" + function->GetFunctionName().str() + "`";
+    separator = ",\n";
+  }
+  text += "\n";
+  for (const Ref<IUserFunction>& function : package.GetFunctions()) {
+    text += "\n" + DescribeFunction(*function);
+  }
+  return text;
+}
+
 std::string FunctionReference() {
   static constexpr struct {
     TFunctionPackage package;
@@ -156,19 +173,10 @@ std::string FunctionReference() {
   std::string text = kIntroduction;
   for (const auto& chapter : kChapters) {
     const std::unique_ptr<TUserPackage> package(MakePackage(chapter.package, nullptr));
-    if (!package) continue;
-    text += std::string("\n## ") + chapter.title + "\n\nPackage `" + package->ClassName() + "`.\n";
-    std::string separator = "\n";
-    for (const Ref<IUserFunction>& function : package->GetFunctions()) {
-      text += separator + "`" + function->GetFunctionName().str() + "`";
-      separator = ",\n";
-    }
-    text += "\n";
-    for (const Ref<IUserFunction>& function : package->GetFunctions()) {
-      text += "\n" + DescribeFunction(*function);
-    }
+    if (package) text += Chapter(chapter.title, "", *package);
   }
-  return text;
+  TExtensionPackage extensions;
+  return text + Chapter("Extensions", " The console installs it, and a host may.", extensions);
 }
 
 }  // namespace console

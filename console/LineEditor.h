@@ -22,11 +22,16 @@ class LineEditor {
   LineEditor(const LineEditor&) = delete;
   LineEditor& operator=(const LineEditor&) = delete;
 
-  // False at the end of the input.
-  bool ReadLine(const std::string& prompt, std::string& line);
+  enum TOutcome : unsigned char {
+    kLine,
+    kEnd,         // of the input
+    kInterrupted  // Ctrl-C: what was typed is gone
+  };
+  // The cursor stands at the start of a screen line afterwards.
+  TOutcome ReadLine(const std::string& prompt, std::string& line);
 
  private:
-  [[maybe_unused]] Terminal& terminal_;
+  Terminal& terminal_;
   [[maybe_unused]] std::string history_file_;
 };
 

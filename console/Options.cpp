@@ -17,7 +17,9 @@ const char* const kUsage =
     "  --run             after loading, resets the engine and runs its rules\n"
     "  --limit N         runs at most N rules (with --run)\n"
     "  --strategy NAME   orders rules of equal salience: depth (the default) or breadth\n"
-    "  --textbook        rules mean what users of other production systems expect\n"
+    "  --literal         rules and functions have their literal meaning, see docs/semantics.md\n"
+    "  --strict          types, ranges and cardinalities hold for computed values, too\n"
+    "  --textbook        rules and functions mean what a plain reading says (the default)\n"
     "  --watch LIST      reports what happens; LIST is one or more of facts, rules, activations,\n"
     "                    compilations, statistics and all, with commas between them\n"
     "  --plot TYPE FILE  at the end, draws the terms of the fuzzy TYPE into FILE as SVG\n"
@@ -26,8 +28,9 @@ const char* const kUsage =
     "  --version         prints the version and ends\n"
     "  --help            prints this text and ends\n"
     "\n"
-    "Exit status: 0 if all went well or (exit) was called, 1 if something failed, 2 for a command\n"
-    "line that cannot be followed.\n";
+    "Exit status: 0 if all went well, to the end or to (exit), 1 if something failed, 2 for a "
+    "command\n"
+    "line that cannot be followed. A failure at the prompt is told and forgotten.\n";
 
 static reasoner::TConstructWatches ReadWatches(const std::string& list) {
   using namespace reasoner;
@@ -97,6 +100,10 @@ Options ReadOptions(const std::vector<std::string>& arguments) {
       options.strategy = ReadStrategy(value());
     } else if (name == "--textbook") {
       options.textbook = true;
+    } else if (name == "--strict") {
+      options.strict = true;
+    } else if (name == "--literal") {
+      options.textbook = false;
     } else if (name == "--watch") {
       options.watch += ReadWatches(value());
     } else if (name == "--plot") {

@@ -29,7 +29,8 @@ struct Options {
   bool help = false;
   bool version = false;
   bool function_reference = false;
-  bool textbook = false;
+  bool textbook = true;
+  bool strict = false;
   std::int32_t limit = 2147483647;
   reasoner::TSearchStrategy strategy = reasoner::ssDepthFirst;
   reasoner::TConstructWatches watch;

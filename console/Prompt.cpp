@@ -1,14 +1,14 @@
 #include "console/Prompt.h"
 
-#include <signal.h>
-
-#include <atomic>
-#include <cstdio>
 #include <exception>
 #include <set>
 #include <sstream>
+#include <string_view>
 
+#include "console/ExpressionScanner.h"
+#include "console/Interrupts.h"
 #include "console/LineEditor.h"
+#include "console/Report.h"
 #include "reasoner/vocabulary/KBExceptions.h"
 
 namespace console {
@@ -20,54 +20,14 @@ static constexpr const char* kPromptHelp =
     "with\n"
     "its last parenthesis, on as many lines as it takes.\n"
     "  help NAME    about a function, or the text of a construct of that name\n"
-    "  (functions)  the functions there are\n"
+    "  (list-deffunctions)\n"
+    "               the names of all functions\n"
     "  (exit)       leaves, as the end of the input does\n"
-    "The tabulator completes names, Ctrl-C stops what runs, Ctrl-D gives up an unfinished input.\n";
-
-// What Ctrl-C stops: the engine that evaluates an input, and nothing while a line is typed.
-static std::atomic<TReasoner*> evaluating = nullptr;
-
-static void StopEvaluation(int) {
-  if (TReasoner* engine = evaluating.load()) engine->RequestInterrupt();
-}
-
-// As long as it lives Ctrl-C does not end the program.
-class InterruptHandler {
- public:
-  InterruptHandler() {
-    struct sigaction action = {};
-    action.sa_handler = StopEvaluation;
-    action.sa_flags = SA_RESTART;
-    sigaction(SIGINT, &action, &before_);
-  }
-  ~InterruptHandler() { sigaction(SIGINT, &before_, nullptr); }
-  InterruptHandler(const InterruptHandler&) = delete;
-  InterruptHandler& operator=(const InterruptHandler&) = delete;
-
- private:
-  struct sigaction before_ = {};
-};
-
-// Counts the parentheses of a text that are open, outside strings and comments.
-static int OpenParentheses(const std::string& text) {
-  int depth = 0;
-  bool in_string = false;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const char character = text[i];
-    if (character == '\\') {
-      ++i;
-    } else if (character == '"') {
-      in_string = !in_string;
-    } else if (!in_string && character == ';') {
-      while (i < text.size() && text[i] != '\n') ++i;
-    } else if (!in_string && character == '(') {
-      ++depth;
-    } else if (!in_string && character == ')') {
-      --depth;
-    }
-  }
-  return in_string ? depth + 1 : depth;
-}
+    "The tabulator completes names. Ctrl-C drops what is being typed, or stops what runs: a run "
+    "when\n"
+    "the rule that fires has finished, or at once when it is pressed again. Ctrl-D on an empty "
+    "line\n"
+    "drops an unfinished input too.\n";
 
 std::vector<std::string> NamesFor(TReasoner& engine, const std::string& start) {
   std::set<std::string> names = {"deffacts",  "deffunction", "defglobal", "defrule", "deftemplate",
@@ -80,7 +40,8 @@ std::vector<std::string> NamesFor(TReasoner& engine, const std::string& start) {
   add(engine.GetFactTemplates().GetNames());
   add(engine.GetDefinedTypes().GetNames());
   add(engine.GetRules().GetNames());
-  for (const TFactSet* facts : engine.GetFactSets().GetItems()) names.insert(facts->GetName());
+  for (const TFactSet* facts : engine.GetFactSets().GetItems())
+    names.insert(facts->GetFactSetName());
   for (const std::string& name : engine.GetGlobalVariables().GetKeys()) names.insert("?" + name);
   std::vector<std::string> found;
   if (start.empty()) return found;
@@ -94,18 +55,31 @@ std::vector<std::string> NamesFor(TReasoner& engine, const std::string& start) {
 std::string HelpOn(TReasoner& engine, const std::string& name) {
   if (name.empty()) return kPromptHelp;
   std::string text;
+  // Constructs of different kinds may have one name: an empty line stands between their texts.
+  const auto append = [&text](const std::string& found) {
+    if (!text.empty()) text += "\n";
+    text += found;
+    if (!text.ends_with('\n')) text += '\n';
+  };
   const auto add = [&](const auto& found) {
-    if (found) text += engine.PrettyPrint(*found);
+    if (found) append(engine.PrettyPrint(*found));
   };
   add(engine.GetUserFunctions().Find(name));
   add(engine.GetFactTemplates().Find(name));
   add(engine.GetDefinedTypes().Find(name));
   add(engine.GetRules().Find(name));
   for (const TFactSet* facts : engine.GetFactSets().GetItems()) {
-    if (facts->GetName() == name) add(facts);
+    if (facts->GetFactSetName() == name) add(facts);
   }
-  if (text.empty()) text = "nothing is known by the name " + name;
-  return text.ends_with('\n') ? text : text + "\n";
+  for (const std::string_view prefix : {"$?", "?", ""}) {
+    if (!name.starts_with(prefix)) continue;
+    const std::string variable = name.substr(prefix.size());
+    Ref<IKBValue> value;
+    if (engine.GetGlobalVariables().ContainsKey(variable, value) && value)
+      append("(defglobal " + engine.PrettyPrint(variable, *value) + ")");
+    break;
+  }
+  return text.empty() ? "nothing is known by the name " + name + "\n" : text;
 }
 
 // "help" or "help NAME", which are no expressions that anybody needs.
@@ -119,19 +93,18 @@ static bool AsksForHelp(const std::string& line, std::string& name) {
   return !(words >> rest);
 }
 
-static void Evaluate(TReasoner& engine, const std::string& text) {
-  struct Evaluation {
-    explicit Evaluation(TReasoner& engine) { evaluating = &engine; }
-    ~Evaluation() { evaluating = nullptr; }
-  } evaluation{engine};
-  engine.ClearFailurePlace();
+static void Evaluate(TReasoner& engine, Terminal& terminal, const std::string& text) {
+  const Evaluation evaluation(engine);
   try {
     engine.Parse(text, true);
   } catch (const EAbort&) {
     throw;
+  } catch (const EKBInterrupted& failure) {
+    terminal.DropInput();
+    terminal.Print("\n");  // behind the terminal's own "^C"
+    Report(engine, failure);
   } catch (const std::exception& failure) {
-    std::fflush(stdout);
-    std::fprintf(stderr, "%s\n", failure.what());
+    Report(engine, failure);
   }
 }
 
@@ -140,20 +113,26 @@ void Converse(TReasoner& engine, Terminal& terminal) {
   LineEditor editor(terminal,
                     [&engine](const std::string& start) { return NamesFor(engine, start); });
   std::string text;
+  ExpressionScanner scanner;  // has seen the text
   std::string line;
   std::string name;
   while (true) {
-    if (!editor.ReadLine(text.empty() ? "reasoner> " : "       .. ", line)) {
-      terminal.Print("\n");
-      if (text.empty()) return;
+    const LineEditor::TOutcome outcome =
+        editor.ReadLine(text.empty() ? "reasoner> " : "       .. ", line);
+    if (outcome == LineEditor::kEnd && text.empty()) return;
+    if (outcome != LineEditor::kLine) {
       text.clear();  // an unfinished input is given up
+      scanner = ExpressionScanner();
     } else if (text.empty() && AsksForHelp(line, name)) {
       terminal.Print(HelpOn(engine, name));
     } else {
-      text += line + "\n";
-      if (OpenParentheses(text) > 0) continue;
-      Evaluate(engine, text);
+      line += '\n';
+      text += line;
+      for (const char character : line) scanner.Take(character);
+      if (scanner.IsOpen()) continue;
+      Evaluate(engine, terminal, text);
       text.clear();
+      scanner = ExpressionScanner();
     }
   }
 }

@@ -11,9 +11,10 @@
 #include "console/FunctionReference.h"
 #include "console/Options.h"
 #include "console/Prompt.h"
+#include "console/Report.h"
 #include "console/Terminal.h"
 #include "reasoner/engine/Reasoner.h"
-#include "reasoner/support/Numbers.h"
+#include "reasoner/library/Packages.h"
 #include "reasoner/support/WholeFile.h"
 #include "reasoner/support/membership/FuzzyPicture.h"
 #include "reasoner/vocabulary/KBExceptions.h"
@@ -26,38 +27,32 @@ static constexpr int kSuccess = 0;
 static constexpr int kFailure = 1;
 static constexpr int kUsageError = 2;
 
-// "FILE:LINE:COLUMN: " as far as these are known, and the rule that failed.
-static std::string DescribePlace(const TFailurePlace& place) {
+// A program that comes from standard input: each expression is evaluated as soon as it is there,
+// and what follows a failure is read all the same. Tells whether nothing has failed.
+static void ReadProgram(TReasoner& engine, Terminal& terminal, bool& failed) {
   std::string text;
-  if (!place.file.empty()) text += place.file + ":";
-  if (place.line > 0) text += IntegerToText(place.line) + ":";
-  if (place.line > 0 && place.column > 0) text += IntegerToText(place.column) + ":";
-  if (!place.rule.empty()) text += (text.empty() ? "" : " ") + ("rule " + place.rule + ":");
-  if (!text.empty()) text += " ";
-  return text;
+  TTextPlace start;
+  while (terminal.ReadExpression(text, start)) {
+    try {
+      engine.Parse(text, true, start);
+    } catch (const EAbort&) {
+      throw;
+    } catch (const std::exception& failure) {
+      Report(engine, failure);
+      failed = true;
+    }
+  }
 }
 
-static void Report(const TFailurePlace& place, const char* message) {
-  std::fflush(stdout);
-  std::fprintf(stderr, "%s%s\n", DescribePlace(place).c_str(), message);
-}
-
-static TFailurePlace PlaceOf(const TReasoner& engine, const EKBParseException& failure) {
-  TFailurePlace place = engine.GetFailurePlace();
-  if (failure.LineNumber <= 0) return place;
-  place.file = failure.File;
-  place.line = failure.LineNumber;
-  place.column = failure.Column;
-  return place;
-}
-
-static void LoadSources(TReasoner& engine, Terminal& terminal, const Options& options) {
+// Up to the first source with a failure.
+static void LoadSources(TReasoner& engine, Terminal& terminal, const Options& options,
+                        bool& failed) {
   for (const Source& source : options.sources) {
-    engine.ClearFailurePlace();
     if (source.is_text) {
       engine.Parse(source.value, true);
     } else if (source.value == "-") {
-      engine.Parse(terminal.ReadAll(), true);
+      ReadProgram(engine, terminal, failed);
+      if (failed) return;
     } else {
       engine.LoadFromFile(source.value);
     }
@@ -66,7 +61,7 @@ static void LoadSources(TReasoner& engine, Terminal& terminal, const Options& op
   if (isatty(STDIN_FILENO) != 0) {
     Converse(engine, terminal);
   } else {
-    engine.Parse(terminal.ReadAll(), true);
+    ReadProgram(engine, terminal, failed);
   }
 }
 
@@ -104,27 +99,35 @@ static int Main(const std::vector<std::string>& arguments) {
 
   Terminal terminal;
   TReasoner engine;
+  new TExtensionPackage(&engine);  // the engine's
   terminal.Attach(engine);
+  engine.OnWarning = [](TReasoner&, const std::string& text) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "warning: %s\n", text.c_str());
+  };
   engine.SetStrategy(options.strategy);
   engine.SetTextbookSemantics(options.textbook);
+  engine.SetDynamicChecks(options.strict);
   engine.Watch = options.watch;
+  engine.OnDropped = [](TReasoner&, const std::string& what, const std::string& reason) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "dropped: %s: %s\n", what.c_str(), reason.c_str());
+  };
+  bool failed = false;
   try {
-    LoadSources(engine, terminal, options);
-    if (options.run) {
-      engine.ClearFailurePlace();
+    LoadSources(engine, terminal, options, failed);
+    if (options.run && !failed) {
       engine.Reset();
       engine.Run(options.limit);
     }
-    DrawPlots(engine, options);
+    if (!failed) DrawPlots(engine, options);
   } catch (const EAbort&) {
-    // (exit): all went as the program wanted.
-  } catch (const EKBParseException& failure) {
-    Report(PlaceOf(engine, failure), failure.what());
-    return kFailure;
+    // (exit): what follows is left out.
   } catch (const std::exception& failure) {
-    Report(engine.GetFailurePlace(), failure.what());
-    return kFailure;
+    Report(engine, failure);
+    failed = true;
   }
+  if (failed) return kFailure;
   return std::fflush(stdout) == 0 ? kSuccess : kFailure;
 }
 

@@ -37,11 +37,18 @@ int main() try {
     std::cout << "fired: " << rule.GetRuleName() << "\n";
   };
 
+  // A listener hears behind the slot, as long as its subscription is there.
+  const Subscription listener =
+      engine.OnRetraction.Subscribe([](TReasoner&, const Ref<IFact>& fact) {
+        std::cout << "goes:  " << fact->ToString() << "\n";
+      });
+
   engine.Parse(kRules, true);
   engine.Reset();
   engine.Assert("(reading (room kitchen) (degrees 28.5))");
   engine.Assert("(reading (room hall) (degrees 19))");
   std::cout << engine.Run() << " rules fired\n";
+  engine.Retract("(reading (room hall) (degrees 19))");
 } catch (const EKBParseException& failure) {
   std::cerr << "line " << failure.LineNumber << ": " << failure.what() << "\n";
   return 1;

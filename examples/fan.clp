@@ -57,10 +57,13 @@
 (deffacts table (row 10) (row 15) (row 20) (row 25) (row 30) (row 35))
 (deftemplate cell (slot temperature) (slot humidity))
 
+; Every membership counts, however small: a rule that is heard from 0.01 on only makes the speed jump
+; where its words begin.
 (defrule heading
    (declare (salience 10))
    (Initial-Fact)
    =>
+   (set-fuzzy-threshold 0)
    (printout t "  C \\ %       10      30      50      70      90"))
 
 (defrule begin-row

@@ -15,6 +15,7 @@
 #include "reasoner/facts/FactTemplate.h"
 #include "reasoner/functions/HostFunction.h"
 #include "reasoner/functions/UserPackage.h"
+#include "reasoner/library/Packages.h"
 #include "reasoner/match/Activation.h"
 #include "reasoner/match/Rule.h"
 #include "reasoner/support/Exception.h"

@@ -22,13 +22,14 @@ void TReasoner::DropPending(const IFactTemplate& fact_template) {
   drop(pending_retractions_);
 }
 
-void TReasoner::RemoveRulesOn(const IFactTemplate& fact_template) {
-  const bool updating = std::exchange(updating_table_, false);
+void TReasoner::RemoveRulesOn(const IFactTemplate& fact_template,
+                              std::vector<std::string>& dropped) {
   for (const std::string& name : rules_->GetNames()) {
     const TRule* rule = rules_->Find(name);
-    if (rule != nullptr && rule->IndexOfTemplate(fact_template) >= 0) rules_->Remove(name);
+    if (rule == nullptr || rule->IndexOfTemplate(fact_template) < 0) continue;
+    rules_->Remove(name);
+    dropped.push_back("rule " + name);
   }
-  updating_table_ = updating;
 }
 
 // Whether a line whose fact does not parse any more is a fact of that template.
@@ -41,9 +42,13 @@ static bool IsLineOf(std::string_view line, std::string_view template_name) {
 
 void TReasoner::RemoveDependencies(const IFactTemplate& fact_template) {
   DropPending(fact_template);
+  const bool is_told = OnDropped.IsHeard() || Watches(cwCompilation);
+  std::vector<std::string> dropped;
   const std::vector<Ref<IFact>> facts = facts_->Snapshot();
   for (auto fact = facts.rbegin(); fact != facts.rend(); ++fact) {
-    if ((*fact)->GetTemplate() == &fact_template && facts_->Lists(**fact)) RetractFact(*fact);
+    if ((*fact)->GetTemplate() != &fact_template || !facts_->Lists(**fact)) continue;
+    RetractFact(*fact);
+    if (is_told) dropped.push_back("fact " + (*fact)->ToString());
   }
   // The lines go, too: a later reset is not to bring the template back.
   for (TFactSet* fact_set : fact_sets_->GetItems()) {
@@ -51,10 +56,19 @@ void TReasoner::RemoveDependencies(const IFactTemplate& fact_template) {
       const TFactSet::TLine& line = fact_set->GetLines()[static_cast<std::size_t>(i)];
       const bool goes = line.fact ? line.fact->GetTemplate() == &fact_template
                                   : IsLineOf(line.text, fact_template.GetTemplateName());
-      if (goes) fact_set->Delete(i);
+      if (!goes) continue;
+      dropped.push_back("line of fact set " + fact_set->GetFactSetName() + ": " + line.text);
+      fact_set->Delete(i);
     }
   }
-  if (rules_) RemoveRulesOn(fact_template);
+  if (rules_) RemoveRulesOn(fact_template, dropped);
+  FirstFailure failures;
+  for (const std::string& what : dropped) {
+    failures.Try([&] {
+      ReportDropped(what, FillMessage(STemplateIsGone, fact_template.GetTemplateName()));
+    });
+  }
+  failures.Raise();
 }
 
 void TReasoner::RemoveDependencies() {
@@ -83,7 +97,10 @@ static bool UsesType(const IFactTemplate& fact_template, const IKBDefinedType& t
 void TReasoner::RemoveDependencies(const IKBDefinedType& type) {
   const std::vector<Ref<IFactTemplate>> templates = fact_templates_->GetItems();
   for (auto item = templates.rbegin(); item != templates.rend(); ++item) {
-    if (UsesType(**item, type)) fact_templates_->Remove((*item)->GetTemplateName());
+    if (!UsesType(**item, type)) continue;
+    const std::string name = (*item)->GetTemplateName();
+    ReportDropped("template " + name, FillMessage(STypeIsGone, type.GetName()));
+    fact_templates_->Remove(name);
   }
 }
 
@@ -142,7 +159,6 @@ void TReasoner::TakeOutFacts(const Ref<IFactTemplate>& fact_template,
 
 void TReasoner::TakeOutRules(const IFactTemplate& fact_template,
                              std::vector<TDependent>& dependents, FirstFailure& failures) {
-  const bool updating = std::exchange(updating_table_, false);
   for (const std::string& name : rules_->GetNames()) {
     TRule* const rule = rules_->Find(name);
     if (rule == nullptr || !IsDependent(*rule, fact_template)) continue;
@@ -159,7 +175,6 @@ void TReasoner::TakeOutRules(const IFactTemplate& fact_template,
     dependents.push_back(std::move(dependent));
     failures.Try([&] { rules_->Remove(name); });
   }
-  updating_table_ = updating;
 }
 
 void TReasoner::ReplaceTemplate(const Ref<IFactTemplate>& old,
@@ -167,7 +182,7 @@ void TReasoner::ReplaceTemplate(const Ref<IFactTemplate>& old,
   if (Given(old, "template").GetTemplateName() !=
       Given(fact_template, "template").GetTemplateName())
     return RemoveDependencies(*old);
-  fact_template->SetBackwardChaining(old->IsBackwardChaining());
+  if (old->IsBackwardChaining()) fact_template->SetBackwardChaining(true);
   DropPending(*old);
   FirstFailure failures;  // of handlers: what has begun is carried through
   std::vector<TDependent> dependents;
@@ -181,9 +196,53 @@ void TReasoner::ReplaceTemplate(const Ref<IFactTemplate>& old,
     }
   }
   TakeOutRules(*old, dependents, failures);
+  failures.Try([&] { ReportUnfitLines(*fact_template); });
   failures.Try([&] { UpdateDependencies(dependents); });
   returning_rules_.resize(first_returning);
+  if (fact_templates_->Find(std::string(SBackChainPrefix) + old->GetTemplateName()))
+    failures.Try([&] { FollowWithGoals(fact_template); });
   failures.Try([&] { RebuildChildren(old, fact_template); });
+  failures.Raise();
+}
+
+Ref<IFactTemplate> TReasoner::NewGoalTemplate(const Ref<IFactTemplate>& wanted) {
+  const std::string& name = wanted->GetTemplateName();
+  const Ref<IFactTemplate> goal = Make<TFactTemplate>(this, std::string(SBackChainPrefix) + name,
+                                                      "Goal seeker for " + name, wanted);
+  goal->SetParent(nullptr);
+  return goal;
+}
+
+void TReasoner::FollowWithGoals(const Ref<IFactTemplate>& fact_template) {
+  if (!fact_template->IsBackwardChaining() ||
+      fact_template->GetTemplateName().starts_with(SBackChainPrefix)) {
+    return;
+  }
+  const Ref<IFactTemplate> goal = NewGoalTemplate(fact_template);
+  const Ref<IFactTemplate> known = fact_templates_->Find(goal->GetTemplateName());
+  if (!known) {
+    fact_templates_->Add(goal);
+  } else if (!known->Equals(*goal) || !goal->Equals(*known)) {
+    fact_templates_->Replace(known, goal);
+  }
+}
+
+// Lines of fact sets stay, and every reset tries them again, but what does not fit now is told now.
+void TReasoner::ReportUnfitLines(const IFactTemplate& fact_template) {
+  std::vector<std::pair<std::string, std::string>> unfit;
+  for (const TFactSet* fact_set : fact_sets_->GetItems()) {
+    for (const TFactSet::TLine& line : fact_set->GetLines()) {
+      if (line.fact || !IsLineOf(line.text, fact_template.GetTemplateName())) continue;
+      try {
+        ReadFactLine(*this, line.text);
+      } catch (const EKBException& failure) {
+        unfit.emplace_back("line of fact set " + fact_set->GetFactSetName() + ": " + line.text,
+                           failure.GetMessage());
+      }
+    }
+  }
+  FirstFailure failures;
+  for (const auto& item : unfit) failures.Try([&] { ReportDropped(item.first, item.second); });
   failures.Raise();
 }
 
@@ -214,8 +273,12 @@ void TReasoner::UpdateDependencies(const std::vector<TDependent>& dependents) {
   FirstFailure failures;
   for (const TDependent& dependent : dependents) {
     TryAnew(
-        failures, [&] { ReadDependent(dependent); },
-        [&](const std::string& reason) { ReportDropped(dependent.text, reason); });
+        failures, [&] { ReadDependent(dependent, failures); },
+        [&](const std::string& reason) {
+          const std::string what =
+              dependent.fact ? "fact " + dependent.fact->ToString() : "rule " + dependent.rule_name;
+          ReportDropped(what, dependent.text, reason);
+        });
   }
   failures.Raise();
 }
@@ -237,18 +300,33 @@ static void CarryValues(const IFact& old, IFact& fact) {
   }
 }
 
-void TReasoner::ReadDependent(const TDependent& dependent) {
+// What is back although a test raised for it has not been dropped: the failure waits.
+void TReasoner::ReadDependent(const TDependent& dependent, FirstFailure& failures) {
+  const auto bring_back = [&failures](auto step, auto is_back) {
+    try {
+      step();
+    } catch (const EAbort&) {
+      // A host's silent refusal ends here.
+      if (!is_back()) throw;
+    } catch (...) {
+      if (!is_back()) throw;
+      failures.Keep(std::current_exception());
+    }
+  };
   if (dependent.fact) {
     const Ref<IFact> fact = ParseFact(dependent.text);
     CarryValues(*dependent.fact, *fact);
-    return UpdateDependentFact(dependent.fact, fact);
+    return bring_back([&] { UpdateDependentFact(dependent.fact, fact); },
+                      [&] { return facts_->Lists(*fact); });
   }
   std::unique_ptr<TRule> rule = ParseRule(dependent.text);
   if (dependent.host_rule == nullptr) {
     rule->OnFire = dependent.on_fire;
     rule->OnChange = dependent.on_change;
     rule->SetFired(dependent.fired);
-    return rules_->Add(std::move(rule));
+    const TRule* const read = rule.get();
+    return bring_back([&] { rules_->Add(std::move(rule)); },
+                      [&] { return rules_->Find(dependent.rule_name) == read; });
   }
   // A host's object takes the new definition, unless its host has ended it meanwhile.
   const auto returning =
@@ -258,14 +336,17 @@ void TReasoner::ReadDependent(const TDependent& dependent) {
   host_rule.Assign(*rule);
   host_rule.SetFired(dependent.fired);
   rule.reset();
-  rules_->Add(host_rule);
+  bring_back([&] { rules_->Add(host_rule); },
+             [&] { return rules_->Find(dependent.rule_name) == &host_rule; });
 }
 
 void TReasoner::UpdateDependentFact(const Ref<IFact>&, const Ref<IFact>& fact) {
-  AssertResolved(fact);
+  if (AssertResolved(fact) == -1) Raise(SEqualFactIsThere);
 }
 
-void TReasoner::ReportDropped(const std::string& text, const std::string& reason) {
+void TReasoner::ReportDropped(const std::string& what, const std::string& text,
+                              const std::string& reason) {
+  OnDropped(*this, what, reason);
   if (!Watches(cwCompilation)) return;
   PrintOut("Dropped: " + text + std::string(NewLineString) + "   " + reason +
            std::string(NewLineString));
@@ -281,17 +362,25 @@ void TReasoner::RebuildChildren(const Ref<IFactTemplate>& old,
   for (const Ref<IFactTemplate>& child : fact_templates_->GetItems()) {
     if (child->GetParent() != old) continue;
     TryAnew(
-        failures, [&] { fact_templates_->Replace(child, ParseFactTemplate(child->ToString())); },
+        failures,
+        [&] {
+          const Ref<IFactTemplate> rebuilt = ParseFactTemplate(child->ToString());
+          rebuilt->SetBackwardChaining(child->IsBackwardChaining());
+          fact_templates_->Replace(child, rebuilt);
+        },
         [&](const std::string& reason) {
           child->SetParent(nullptr);
-          ReportDropped("extends " + old->GetTemplateName(), reason);
+          ReportDropped(
+              "extends " + old->GetTemplateName() + " of template " + child->GetTemplateName(),
+              reason);
         });
   }
   failures.Raise();
 }
 
-// Gives a slot the type that takes its old one's place. The default comes along where it fits.
-static void ChangeSlotType(TReasoner& engine, IFactSlot& slot, const Ref<IKBDefinedType>& type) {
+// Gives a slot the type that takes its old one's place. The default comes along where it fits; the
+// result tells whether it did.
+static bool ChangeSlotType(TReasoner& engine, IFactSlot& slot, const Ref<IKBDefinedType>& type) {
   const Ref<IKBValue> value = slot.GetSlotDefault();
   const bool is_multi = slot.IsMulti();
   const bool was_fuzzy = slot.IsFuzzy();
@@ -309,7 +398,7 @@ static void ChangeSlotType(TReasoner& engine, IFactSlot& slot, const Ref<IKBDefi
     slot.SetExtendedTypeInfo(type);
   }
   if (is_multi) slot.SetSlotType(slot.GetSlotType() + KBMultiSlotTypes);  // a type does not tell
-  if (!value) return;
+  if (!value) return true;
   Ref<IKBValue> fitting = value;
   // What a word or a number means hangs on the variable.
   if (!slot.IsDefaultDynamic() &&
@@ -327,6 +416,7 @@ static void ChangeSlotType(TReasoner& engine, IFactSlot& slot, const Ref<IKBDefi
   const bool fits = fitting && slot.IsValid(fitting.get()) &&
                     (!is_multi || slot.IsDefaultDynamic() || fitting->GetDType() == dtList);
   slot.SetSlotDefault(fits ? fitting : slot.CreateValidDefault(is_multi));
+  return fits;
 }
 
 void TReasoner::ReplaceDefinedType(const Ref<IKBDefinedType>& old,
@@ -341,7 +431,15 @@ void TReasoner::ReplaceDefinedType(const Ref<IKBDefinedType>& old,
     if (fact_templates_->Find((*item)->GetTemplateName()) != *item) continue;
     const Ref<IFactTemplate> clone = (*item)->Clone();
     for (const Ref<IFactSlot>& slot : clone->GetSlots()) {
-      if (UsesType(*slot, *old)) failures.Try([&] { ChangeSlotType(*this, *slot, type); });
+      if (!UsesType(*slot, *old)) continue;
+      failures.Try([&] {
+        const Ref<IKBValue> value = slot->GetSlotDefault();
+        const bool tells = value && !value->ToString().empty();  // an empty one is not told
+        if (ChangeSlotType(*this, *slot, type) || !tells) return;
+        ReportDropped("default " + ValueToSource(*value) + " of slot " + slot->GetName().str() +
+                          " in template " + clone->GetTemplateName(),
+                      FillMessage(SDoesNotFitType, type->GetName()));
+      });
     }
     failures.Try([&] { fact_templates_->Replace(*item, clone); });
   }
@@ -360,31 +458,33 @@ void TReasoner::ChangeFactTemplateName(std::string_view old_name, std::string_vi
   const Ref<IFactTemplate> fact_template = fact_templates_->Find(old_name);
   if (old_name.empty() || !fact_template) return;
   if (fact_templates_->ContainsKey(new_name)) Raise(SDuplicateTemplateNames, new_name);
-  const bool updating = std::exchange(updating_table_, true);
-  try {
-    fact_templates_->Remove(old_name);
-    fact_templates_->Put(new_name, fact_template);
-  } catch (...) {
-    updating_table_ = updating;
-    throw;
+  const std::string old(old_name);
+  fact_templates_->TakeOut(fact_template);
+  if (fact_templates_->ContainsKey(new_name)) {
+    // A handler has taken the name meanwhile.
+    if (!fact_templates_->ContainsKey(old)) fact_templates_->table_.Put(old, fact_template);
+    Raise(SDuplicateTemplateNames, new_name);
   }
-  updating_table_ = updating;
+  fact_template->SetTemplateName(new_name);
+  fact_templates_->table_.Put(new_name, fact_template);
+  AddFactTemplate(fact_template);
+}
+
+void TReasoner::RenameType(const IKBDefinedType& type, std::string_view new_name) {
+  if (!defined_types_ || defined_types_->Find(type.GetName()) != &type) return;
+  if (defined_types_->ContainsKey(new_name)) Raise(SDuplicateDefTypeNames, new_name);
+  defined_types_->table_.Rename(type.GetName(), new_name);
 }
 
 void TReasoner::RuleChange(TRule& rule) {
-  if (!network_ || !HoldsRule(rule)) return rule.AcceptEdits();
-  // What cannot be compiled leaves the network as it was. Facts that a changed pattern cannot be
-  // matched with do not cost the rule its nodes: it is registered, and stays so.
-  try {
-    TReteNetwork::TryRule(*this, rule);
-  } catch (...) {
-    rule.TakeBackEdits();
-    throw;
-  }
-  rule.AcceptEdits();
+  if (!network_ || !HoldsRule(rule)) return;
+  // What cannot be compiled leaves the network as it was.
+  TReteNetwork::TryRule(*this, rule);
+  const ScopedReport report(*this);
+  const ComponentWatch watch(rule);
   FirstFailure failures;
   failures.Try([&] { UncompileRule(rule); });
-  if (HoldsRule(rule)) failures.Try([&] { CompileRule(rule, TReteNetwork::TFeed::kWhatMatches); });
+  if (!watch.HasEnded() && HoldsRule(rule)) failures.Try([&] { CompileRule(rule); });
   failures.Raise();
 }
 

@@ -120,12 +120,6 @@ void TRules::Assign(const TPersistent& source) {
   if (other == nullptr) return TPersistent::Assign(source);
   if (other == this) return;
   Clear();
-  // A rule that cannot test a fact is a rule all the same, as it is there.
-  struct Feeding {
-    TReteNetwork::TFeed& feed;
-    TReteNetwork::TFeed old;
-    ~Feeding() { feed = old; }
-  } feeding{engine_.feed_, std::exchange(engine_.feed_, TReteNetwork::TFeed::kWhatMatches)};
   FirstFailure failures;
   for (const TRule* rule : other->GetItems())
     failures.Try([&] { Add(engine_.ParseRule(rule->ToString())); });
@@ -156,8 +150,7 @@ void TReasoner::Assign(const TPersistent& source) {
   const auto* source_engine = dynamic_cast<const TReasoner*>(&source);
   if (source_engine == nullptr) return TComponent::Assign(source);
   if (source_engine == this) return;
-  // Printing a construct may move the index of generated names there, and nothing else.
-  auto& other = const_cast<TReasoner&>(*source_engine);
+  const TReasoner& other = *source_engine;
   Clear();
   if (!has_own_parser_ || !other.has_own_parser_) {
     SetParserType(other.parser_factory_);
@@ -185,6 +178,8 @@ void TReasoner::Assign(const TPersistent& source) {
       engine.parser_->StrictFacts = other.parser_->StrictFacts;
     }
   } copying(*this, other);
+  symbol_index_ = std::max(symbol_index_, other.symbol_index_);
+  saved_symbol_index_ = std::max(saved_symbol_index_, other.saved_symbol_index_);
   Watch = other.Watch;
   ResetGlobals = other.ResetGlobals;
   SetTextbookSemantics(other.GetTextbookSemantics());

@@ -27,17 +27,17 @@ void TFacts::Put(std::int32_t index, const Ref<IFact>& fact) {
   Ref<IFact> put = engine_ == nullptr ? fact : engine_->OwnFact(fact);
   if (engine_ != nullptr) {
     if (put->IsListed()) put = put->Clone();  // one object stands in one list, and once
-    put->SetID(static_cast<std::int32_t>(entry.id));
+    put->SetID(entry.id);
     put->EnterList();
     entry.fact->LeaveList();
   }
   entry.fact = put;
 }
 
-TFacts::Entry* TFacts::FindEntry(std::int32_t id) const noexcept {
+TFacts::Entry* TFacts::FindEntry(TFactId id) const noexcept {
   const auto key = static_cast<std::uint32_t>(id);
   for (Entry* entry = ids_.Chain(key); entry != nullptr; entry = entry->id_next) {
-    if (entry->id == key && !entry->leaving) return entry;
+    if (entry->id == id && !entry->leaving) return entry;
   }
   return nullptr;
 }
@@ -70,12 +70,12 @@ static std::int32_t IndexOrNone(const TFacts::Entry* entry) {
              : static_cast<std::int32_t>(CountedSequence<TFacts::Entry>::IndexOf(*entry));
 }
 
-Ref<IFact> TFacts::GetFactByID(std::int32_t id) const {
+Ref<IFact> TFacts::GetFactByID(TFactId id) const {
   const Entry* entry = FindEntry(id);
   return entry == nullptr ? Ref<IFact>() : entry->fact;
 }
 
-std::int32_t TFacts::FindFact(std::int32_t id) const { return IndexOrNone(FindEntry(id)); }
+std::int32_t TFacts::FindFact(TFactId id) const { return IndexOrNone(FindEntry(id)); }
 
 std::int32_t TFacts::FindFact(const IFact& fact) const {
   return IndexOrNone(FindEqual(fact, HashOf(fact)));
@@ -90,7 +90,8 @@ void TFacts::InsertDirect(std::int32_t index, const Ref<IFact>& fact, std::uint3
   auto entry = std::make_unique<Entry>();
   if (engine_ != nullptr) fact->EnterList();
   entry->fact = fact;
-  entry->id = static_cast<std::uint32_t>(fact->GetID());
+  entry->id = fact->GetID();
+  entry->id_key = static_cast<std::uint32_t>(entry->id);
   entry->hash = hash;
   ids_.Insert(*entry);
   if (IsFiled(*fact)) {
@@ -137,7 +138,7 @@ std::int32_t TFacts::Add(const Ref<IFact>& fact) {
     InsertDirect(GetCount(), fact, HashOf(*fact));
     return GetCount() - 1;
   }
-  const std::int32_t id = fact->GetID();
+  const TFactId id = fact->GetID();
   if (PreserveIDs && id != -1 && FindEntry(id) == nullptr) {
     // The fact keeps its id; the next one goes on behind the highest.
     engine_->kept_fact_id_ = id;
@@ -158,7 +159,7 @@ void TFacts::Insert(std::int32_t index, const Ref<IFact>& fact) {
   if (index < 0 || index > GetCount()) Raise(SListIndexError, index);
   Given(fact, "fact");
   if (engine_ == nullptr) return InsertDirect(index, fact, HashOf(*fact));
-  const std::int32_t id = engine_->Assert(fact);
+  const TFactId id = engine_->Assert(fact);
   Entry* entry = id == -1 ? nullptr : FindEntry(id);
   if (entry == nullptr) return;
   entries_.Erase(*entry);
@@ -199,11 +200,14 @@ void TFacts::Assign(const TPersistent& source) {
   if (other == nullptr) return TPersistent::Assign(source);
   if (other == this) return;
   Clear();
+  FirstFailure failures;  // of rules that cannot test a fact: it is there, and the others follow
   for (const Ref<IFact>& fact : other->Snapshot()) {
-    const bool is_foreign = engine_ != nullptr && fact->GetTemplate();
-    const Ref<IFact> own = is_foreign ? engine_->OwnFact(fact) : fact;
-    Add(own == fact ? fact->Clone() : own);
+    Ref<IFact> own = fact;
+    if (engine_ != nullptr && fact->GetTemplate()) own = engine_->OwnFact(fact);
+    if (own == fact) own = fact->Clone();
+    failures.Try([&] { Add(own); });
   }
+  failures.Raise();
 }
 
 std::string TFacts::ToString() const {

@@ -29,10 +29,12 @@ class TFacts : public TPersistent {
   // An entry of the list. It keeps what it was filed under, whatever happens to the fact.
   struct Entry : CountedNode, Pooled {
     Ref<IFact> fact;
-    std::uint32_t id = 0;
+    TFactId id = 0;
+    std::uint32_t id_key = 0;  // the lower half of the id, as which it is looked up
     std::uint32_t hash = 0;
     bool hashed = false;
     bool leaving = false;  // its retraction is under way: searches no longer find it
+    bool out = false;      // the network has been told to remove it and must not get it any more
     Entry* id_next = nullptr;
     Entry* hash_next = nullptr;
   };
@@ -42,8 +44,8 @@ class TFacts : public TPersistent {
   // Plain replacement: the fact gets the id of the one that was there, and nothing is matched.
   void Put(std::int32_t index, const Ref<IFact>& fact);
   // Null for an unknown id.
-  Ref<IFact> GetFactByID(std::int32_t id) const;
-  std::int32_t FindFact(std::int32_t id) const;    // by id: the index, or -1
+  Ref<IFact> GetFactByID(TFactId id) const;
+  std::int32_t FindFact(TFactId id) const;         // by id: the index, or -1
   std::int32_t FindFact(const IFact& fact) const;  // by content
   // By identity. With five or more facts, and for a fact with an id, by that id.
   std::int32_t IndexOf(const IFact& fact) const;
@@ -60,7 +62,7 @@ class TFacts : public TPersistent {
 
   // Keeps ids that facts already have when a host adds them.
   bool PreserveIDs = false;
-  std::int32_t GetHighestId() const noexcept { return highest_id_; }
+  TFactId GetHighestId() const noexcept { return highest_id_; }
   bool GetCacheHashCodes() const noexcept { return cache_hash_codes_; }
   void SetCacheHashCodes(bool value);
 
@@ -74,7 +76,7 @@ class TFacts : public TPersistent {
   friend class TReasoner;
 
   Entry& At(std::int32_t index) const;
-  Entry* FindEntry(std::int32_t id) const noexcept;
+  Entry* FindEntry(TFactId id) const noexcept;
   // The entry of this very object under the id that it has, leaving or not.
   Entry* FindEntry(const IFact& fact) const noexcept;
   // One with equal content. `hash` is the fact's, while the list files facts by it.
@@ -94,10 +96,10 @@ class TFacts : public TPersistent {
 
   TReasoner* engine_;  // owns the list, or null
   CountedSequence<Entry> entries_;
-  HashChains<Entry, &Entry::id_next, &Entry::id> ids_;
+  HashChains<Entry, &Entry::id_next, &Entry::id_key> ids_;
   HashChains<Entry, &Entry::hash_next, &Entry::hash> hashes_;
   bool cache_hash_codes_ = true;
-  std::int32_t highest_id_ = 0;
+  TFactId highest_id_ = 0;
 };
 
 }  // namespace reasoner

@@ -4,44 +4,41 @@
 
 namespace reasoner {
 
-void TReasoner::AddDefinedType(const Ref<IKBDefinedType>& type) {
-  if (OnAddDefinedType) OnAddDefinedType(*this, type);
-}
+void TReasoner::AddDefinedType(const Ref<IKBDefinedType>& type) { OnAddDefinedType(*this, type); }
 
 void TReasoner::RemoveDefinedType(const Ref<IKBDefinedType>& type) {
-  if (OnRemoveDefinedType) OnRemoveDefinedType(*this, type);
+  OnRemoveDefinedType(*this, type);
 }
 
-void TReasoner::ClearDefinedTypes() {
-  if (OnClearDefinedTypes) OnClearDefinedTypes(*this);
-}
+void TReasoner::ClearDefinedTypes() { OnClearDefinedTypes(*this); }
 
 void TReasoner::AddFactTemplate(const Ref<IFactTemplate>& fact_template) {
-  if (OnNewFactTemplate) OnNewFactTemplate(*this, fact_template);
+  OnNewFactTemplate(*this, fact_template);
 }
 
 void TReasoner::RemoveFactTemplate(const Ref<IFactTemplate>& fact_template) {
-  if (OnRemoveFactTemplate) OnRemoveFactTemplate(*this, fact_template);
+  OnRemoveFactTemplate(*this, fact_template);
 }
 
-void TReasoner::ClearFactTemplates() {
-  if (OnClearFactTemplates) OnClearFactTemplates(*this);
+void TReasoner::ClearFactTemplates() { OnClearFactTemplates(*this); }
+
+void TReasoner::AddRule(TRule& rule) { ReportRule(OnAddRule, rule); }
+
+// A handler may end the rule: then those behind it are not called.
+void TReasoner::ReportRule(const TRuleEvent& event, TRule& rule) {
+  if (!event.IsHeard()) return;
+  const ComponentWatch watch(rule);
+  event.CallWhile([&watch] { return !watch.HasEnded(); }, *this, rule);
 }
 
-void TReasoner::AddRule(TRule& rule) {
-  if (OnAddRule) OnAddRule(*this, rule);
-}
-
-void TReasoner::ClearRules() {
-  if (OnClearRules) OnClearRules(*this);
-}
+void TReasoner::ClearRules() { OnClearRules(*this); }
 
 void TReasoner::AddFunction(const Ref<IUserFunction>& function) {
-  if (OnAddUserFunction) OnAddUserFunction(*this, function);
+  OnAddUserFunction(*this, function);
 }
 
 void TReasoner::RemoveFunction(const Ref<IUserFunction>& function) {
-  if (OnRemoveUserFunction) OnRemoveUserFunction(*this, function);
+  OnRemoveUserFunction(*this, function);
 }
 
 }  // namespace reasoner

@@ -117,28 +117,24 @@ void TReasoner::MakeLogicFunctions() {
 }
 
 void TReasoner::AddDefaultPackages() {
+  // Handlers may raise: all packages are made all the same.
+  FirstFailure failures;
   for (const TFunctionPackage package : kPackageOrder) {
-    if (packages_.Has(package)) MakePackage(package, this);
+    if (packages_.Has(package)) failures.Try([&] { MakePackage(package, this); });
   }
-  if (OnAddDefaultPackages) OnAddDefaultPackages(*this);
+  failures.Try([&] { OnAddDefaultPackages(*this); });
+  failures.Raise();
 }
 
 TReasoner::~TReasoner() {
   // Nothing below reaches the host.
-  OnAddDefaultPackages = OnClear = OnClearDefinedTypes = OnClearFactTemplates = OnClearRules =
-      OnClearFacts = OnReset = OnStartInference = nullptr;
-  OnAddActivation = OnRemoveActivation = nullptr;
-  OnAddDefinedType = OnRemoveDefinedType = nullptr;
-  OnNewFactTemplate = OnRemoveFactTemplate = nullptr;
-  OnAddRule = OnRemoveRule = OnRuleFired = nullptr;
-  OnAddUserFunction = OnRemoveUserFunction = nullptr;
-  OnAssertion = OnRetraction = nullptr;
-  OnFuzzyCorrelation = nullptr;
-  OnFuzzyInference = nullptr;
-  OnEndInference = nullptr;
-  OnPrintOut = OnUnknownStream = nullptr;
-  OnReadLine = nullptr;
-  OnReadToken = nullptr;
+  const auto close = [](auto&... events) { (events.Close(), ...); };
+  close(OnAddDefaultPackages, OnAddActivation, OnRemoveActivation, OnAddDefinedType,
+        OnRemoveDefinedType, OnNewFactTemplate, OnRemoveFactTemplate, OnAddRule, OnRemoveRule,
+        OnRuleFired, OnAddUserFunction, OnRemoveUserFunction, OnAssertion, OnRetraction,
+        OnFuzzyCorrelation, OnFuzzyInference, OnClear, OnClearDefinedTypes, OnClearFactTemplates,
+        OnClearRules, OnClearFacts, OnReset, OnStartInference, OnEndInference, OnPrintOut,
+        OnUnknownStream, OnDropped, OnWarning, OnReadLine, OnReadToken);
   BeginDestruction();
   Clear();
   objects_.reset();
@@ -165,8 +161,9 @@ TReasoner::~TReasoner() {
 }
 
 void TReasoner::Clear() {
+  ForgetFailure();
   RequireIdleNetwork("clearing the knowledge base");
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedOperation operation(*this);
   halted_ = false;
   next_fact_id_ = 0;
   next_rule_id_ = 0;
@@ -189,7 +186,7 @@ void TReasoner::Clear() {
   engine_variables_->Clear();
   failures.Try([this] { io_streams_->Clear(); });
   if (!IsDestroying()) failures.Try([this] { MakeImplied(); });
-  if (OnClear) failures.Try([this] { OnClear(*this); });
+  if (OnClear.IsHeard()) failures.Try([this] { OnClear(*this); });
   if (!IsDestroying()) failures.Raise();
 }
 
@@ -205,8 +202,9 @@ THostObjects& TReasoner::GetObjects() {
 }
 
 void TReasoner::Reset() {
+  ForgetFailure();
   RequireIdleNetwork("a reset");
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedOperation operation(*this);
   struct Resetting {
     TReasoner& engine;
     explicit Resetting(TReasoner& reset) : engine(reset) { ++engine.resetting_; }
@@ -220,18 +218,21 @@ void TReasoner::Reset() {
   next_fact_id_ = 0;
   pending_assertions_.clear();
   pending_retractions_.clear();
-  RetractFacts();
+  // What one fact or one handler fails at stops none of the steps behind it.
+  FirstFailure failures;
+  failures.Try([this] { RetractFacts(); });
   for (TRule* rule : rules_->GetItems()) rule->Reset();
-  Assert(SInitialFact);
+  failures.Try([this] { Assert(SInitialFact); });
   if (ResetGlobals) {
     for (const std::string& name : global_variables_->GetKeys()) {
-      ResetGlobalVariable(name, global_variables_->Get(name));
+      failures.Try([&] { ResetGlobalVariable(name, global_variables_->Get(name)); });
     }
   }
   for (TFactSet* fact_set : fact_sets_->GetItems()) {
-    if (fact_sets_->IndexOf(*fact_set) >= 0) fact_set->Reset();
+    if (fact_sets_->IndexOf(*fact_set) >= 0) failures.Try([&] { fact_set->Reset(); });
   }
-  if (OnReset) OnReset(*this);
+  failures.Try([this] { OnReset(*this); });
+  failures.Raise();
 }
 
 void TReasoner::ResetGlobalVariable(std::string_view name, const Ref<IKBValue>& value) {
@@ -284,16 +285,27 @@ void TReasoner::SetTextbookSemantics(bool value) {
 
 void TReasoner::SetPackages(TFunctionPackages value) {
   if (value == packages_) return;
-  FirstFailure failures;
-  for (std::size_t i = GetComponentCount(); i-- > 0;) {
-    if (i >= GetComponentCount()) continue;
-    if (auto* package = dynamic_cast<TUserPackage*>(&GetComponent(i))) {
-      failures.Try([package] { package->ClearReasoners(); });
-      delete package;
-    }
-  }
   packages_ = value;
-  failures.Try([this] { AddDefaultPackages(); });
+  if (changing_packages_) return;  // asked for by a handler: the change under way goes on with it
+  struct Changing {
+    bool& flag;
+    explicit Changing(bool& changing) : flag(changing) { flag = true; }
+    ~Changing() { flag = false; }
+  } changing(changing_packages_);
+  FirstFailure failures;
+  TFunctionPackages made;
+  do {
+    made = packages_;
+    for (std::size_t i = GetComponentCount(); i-- > 0;) {
+      if (i >= GetComponentCount()) continue;  // a handler has ended components
+      auto* package = dynamic_cast<TUserPackage*>(&GetComponent(i));
+      if (package == nullptr || package->IsDestroying()) continue;
+      const ComponentWatch watch(*package);
+      failures.Try([package] { package->ClearReasoners(); });
+      if (!watch.HasEnded()) delete package;
+    }
+    failures.Try([this] { AddDefaultPackages(); });
+  } while (made != packages_);
   failures.Raise();
 }
 
@@ -301,6 +313,11 @@ void TReasoner::SetTypeChecks(TTypeChecks value) {
   if (value == type_checks_) return;
   type_checks_ = value;
   parser_->StaticChecks = value.Has(tcStatic);
+}
+
+void TReasoner::SetDynamicChecks(bool value) {
+  SetTypeChecks(value ? type_checks_ + TTypeChecks{tcDynamic}
+                      : type_checks_ - TTypeChecks{tcDynamic});
 }
 
 void TReasoner::SetParserErrorHandling(TErrorHandling value) {
@@ -315,6 +332,7 @@ void TReasoner::SetParserMaxErrors(std::int32_t value) {
 
 void TReasoner::SetSymbolIndex(std::int32_t value) {
   symbol_index_ = value > symbol_index_ ? value : symbol_index_ + 1;
+  saved_symbol_index_ = std::max(saved_symbol_index_, value);
 }
 
 void TReasoner::SetMinActivationStrength(float value) {
@@ -364,7 +382,19 @@ std::unique_ptr<TKBTokenizerStream> TReasoner::NewTokenizer(const std::string& f
 }
 
 std::string TReasoner::GenerateSymbol(std::string_view prefix) {
-  return std::string(prefix) + IntegerToText(symbol_index_++);
+  std::string name = std::string(prefix) + IntegerToText(symbol_index_++);
+  // The engine's own names stay inside of a rule; any other may be in facts that are saved.
+  if (!prefix.starts_with('_')) saved_symbol_index_ = symbol_index_;
+  return name;
+}
+
+void TReasoner::KeepSymbol(std::string_view name) {
+  // Numbers beyond are not reached by counting, and must not use up those that are left.
+  constexpr std::int32_t kHighest = 1000000000;
+  const std::size_t digits = name.find_last_not_of("0123456789") + 1;
+  if (digits == 0 || digits == name.size()) return;
+  const std::optional<std::int32_t> number = TextToInteger(name.substr(digits));
+  if (number && *number >= symbol_index_ && *number < kHighest) symbol_index_ = *number + 1;
 }
 
 // Constructs.
@@ -391,7 +421,15 @@ void TReasoner::EnterType(const Ref<IKBDefinedType>& type) { defined_types_->Add
 void TReasoner::EnterFunction(const Ref<IUserFunction>& function) {
   user_functions_->Add(function);
 }
-void TReasoner::EnterFactSet(TFactSet& fact_set) { fact_sets_->Add(fact_set); }
+bool TReasoner::EnterFactSet(TFactSet& fact_set) {
+  fact_sets_->Add(fact_set);
+  return fact_sets_->IndexOf(fact_set) >= 0;
+}
+void TReasoner::CheckFactSetName(const TFactSet& fact_set, std::string_view name) {
+  if (!fact_sets_ || fact_sets_->IndexOf(fact_set) < 0) return;
+  const std::int32_t index = fact_sets_->IndexOf(name);
+  if (index >= 0 && &fact_sets_->GetItem(index) != &fact_set) Raise(SDuplicateFactSetNames, name);
+}
 void TReasoner::LeaveFactSet(TFactSet& fact_set) {
   if (fact_sets_) fact_sets_->Leave(fact_set);
 }
@@ -439,7 +477,7 @@ bool TReasoner::ContainsUserFunction(std::string_view name, Ref<IUserFunction>& 
 Ref<IUserFunction> TReasoner::FindPackageFunction(std::string_view name) const {
   for (std::size_t i = 0; i < GetComponentCount(); ++i) {
     auto* package = dynamic_cast<TUserPackage*>(&GetComponent(i));
-    if (package == nullptr) continue;
+    if (package == nullptr || package->IndexOfReasoner(*this) < 0) continue;
     const std::int32_t index = package->IndexOf(name);
     if (index >= 0) return package->GetFunctions().GetItem(index);
   }
@@ -487,16 +525,21 @@ void TReasoner::LeaveRule(TRule& rule) {
   // The rule ends whatever a handler thinks of it.
   FirstFailure failures;
   const bool was_listed = rules_->table_.Take(key) == &rule;
-  if (OnRemoveRule && was_listed) failures.Try([&] { OnRemoveRule(*this, rule); });
-  failures.Try([&] { UncompileRule(rule); });
+  const ComponentWatch watch(rule);
+  if (was_listed) failures.Try([&] { ReportRule(OnRemoveRule, rule); });
+  if (!watch.HasEnded()) failures.Try([&] { UncompileRule(rule); });
 }
 
 void TReasoner::RemoveRule(TRule& rule) {
   const ScopedReport report(*this);
+  const ComponentWatch watch(rule);  // handlers may end it, or enter it again
   FirstFailure failures;
-  if (OnRemoveRule) failures.Try([&] { OnRemoveRule(*this, rule); });
-  failures.Try([&] { UncompileRule(rule); });
-  if (!rule.IsDestroying() && rule.GetOwner() == this) FreeRule(rule);
+  failures.Try([&] { ReportRule(OnRemoveRule, rule); });
+  if (!watch.HasEnded() && !HoldsRule(rule)) {
+    failures.Try([&] { UncompileRule(rule); });
+    if (!watch.HasEnded() && !rule.IsDestroying() && rule.GetOwner() == this && !HoldsRule(rule))
+      FreeRule(rule);
+  }
   failures.Raise();
 }
 
@@ -513,31 +556,39 @@ void TReasoner::ClaimName(TRule& rule) {
   if (other != nullptr && other != &rule) RemoveRule(*other);
 }
 
-// Puts a rule in the place of another one. If feeding it fails, the old one comes back.
+// Puts a rule in the place of another one. If it cannot be compiled, the old one comes back.
 void TReasoner::ReplaceRule(TRule& old, TRule& rule) {
   const std::string name = rule.GetRuleName();
-  if (OnRemoveRule) OnRemoveRule(*this, old);
-  const auto holds_old = [&] { return rules_->Find(name) == &old; };
+  const ComponentWatch watch(rule);
+  const ComponentWatch old_watch(old);
+  ReportRule(OnRemoveRule, old);
+  const auto holds_old = [&] { return !old_watch.HasEnded() && rules_->Find(name) == &old; };
+  if (watch.HasEnded()) return;
   if (!holds_old()) return rules_->Put(name, &rule);  // the handler was faster
   FirstFailure failures;
   failures.Try([&] { UncompileRule(old); });
-  failures.Try([&] { CompileRule(rule); });
-  if (!IsCompiled(rule)) {
-    if (holds_old()) failures.Try([&] { CompileRule(old, TReteNetwork::TFeed::kWhatMatches); });
-  } else if (holds_old()) {
+  if (!watch.HasEnded()) failures.Try([&] { CompileRule(rule); });
+  if (watch.HasEnded() || !IsCompiled(rule)) {
+    if (holds_old()) failures.Try([&] { CompileRule(old); });
+  } else if (holds_old() && rule.GetRuleName() == name) {
     rules_->table_.Put(name, &rule);
-    if (!old.IsDestroying() && old.GetOwner() == this) FreeRule(old);
+    // A handler that has changed the old rule meanwhile has had it compiled again.
+    failures.Try([&] { UncompileRule(old); });
+    if (!old_watch.HasEnded() && !old.IsDestroying() && old.GetOwner() == this) FreeRule(old);
   } else {
     failures.Try([&] { ClaimName(rule); });
+    // A handler has renamed the new rule: the old one keeps its name.
+    if (holds_old()) failures.Try([&] { CompileRule(old); });
   }
   failures.Raise();
 }
 
 void TReasoner::DropRule(TRule& rule) {
   const ScopedReport report(*this);
+  const ComponentWatch watch(rule);
   FirstFailure failures;
   failures.Try([&] { UncompileRule(rule); });
-  if (rule.GetOwner() == this) FreeRule(rule);
+  if (!watch.HasEnded() && !rule.IsDestroying() && rule.GetOwner() == this) FreeRule(rule);
   failures.Raise();
 }
 

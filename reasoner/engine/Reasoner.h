@@ -42,18 +42,25 @@
 #include "reasoner/match/ReteNetwork.h"
 #include "reasoner/support/Component.h"
 #include "reasoner/support/Depth.h"
+#include "reasoner/support/Event.h"
 #include "reasoner/support/Random.h"
 #include "reasoner/support/membership/FuzzyVariable.h"
 #include "reasoner/vocabulary/KBInterfaces.h"
 
 namespace reasoner {
 
-// Where a failure came from, as far as the engine knows: for hosts that report it.
-struct TFailurePlace {
-  std::string file;         // of the text that was being read; empty when it was from no file
+// A place in a text of the language.
+struct TTextPlace {
+  std::string file;         // empty when the text is from no file
   std::int32_t line = 0;    // from 1; 0 when no text was being read
   std::int32_t column = 0;  // in characters from 1
-  std::string rule;         // the rule whose firing failed, or empty
+};
+
+// Where a failure came from, as far as the engine knows: for hosts that report it. The place is the
+// one in the innermost file that was being read, or in the host's own text when there was no file.
+struct TFailurePlace : TTextPlace {
+  std::string rule;                     // the rule whose firing failed, or empty
+  std::vector<TTextPlace> loaded_from;  // what was reading that file, the innermost first
 };
 
 // What is taken out and rebuilt from its text when a construct that it depends on is defined anew:
@@ -64,8 +71,8 @@ struct TDependent {
   std::string rule_name;  // of a rule, with what its text does not tell
   TRule* host_rule =
       nullptr;  // a host's own object, which takes the new definition; null otherwise
-  std::function<void(TRule& sender, TKBContext& context)> on_fire;
-  std::function<void(TRule& sender)> on_change;
+  Event<void(TRule& sender, TKBContext& context)> on_fire;
+  Event<void(TRule& sender)> on_change;
   bool fired = false;
 };
 
@@ -96,27 +103,27 @@ using TKBTokenizerFactory =
     std::function<std::unique_ptr<TKBTokenizerStream>(TStream& stream, const TEncoding* encoding)>;
 
 using TPrintOutEvent =
-    std::function<void(TReasoner& sender, const std::string& out_id, const std::string& text)>;
-using TReadLineEvent =
-    std::function<void(TReasoner& sender, const std::string& in_id, std::string& text)>;
+    Event<void(TReasoner& sender, const std::string& out_id, const std::string& text)>;
+using TReadLineEvent = Event<void(TReasoner& sender, const std::string& in_id, std::string& text)>;
 using TReadTokenEvent =
-    std::function<void(TReasoner& sender, const std::string& in_id, Ref<IStreamToken>& token)>;
-using TReasonerEvent = std::function<void(TReasoner& sender)>;
-using TInferenceEvent = std::function<void(TReasoner& sender, std::int32_t rules_fired)>;
-using TAgendaEvent =
-    std::function<void(TReasoner& sender, std::int32_t index, TActivation& activation)>;
-using TFactEvent = std::function<void(TReasoner& sender, const Ref<IFact>& fact)>;
-using TFactTemplateEvent =
-    std::function<void(TReasoner& sender, const Ref<IFactTemplate>& fact_template)>;
-using TRuleEvent = std::function<void(TReasoner& sender, TRule& rule)>;
-using TUserFunctionEvent =
-    std::function<void(TReasoner& sender, const Ref<IUserFunction>& function)>;
+    Event<void(TReasoner& sender, const std::string& in_id, Ref<IStreamToken>& token)>;
+// `what` names the construct: "rule r", "fact (a 1)", "template t".
+using TDroppedEvent =
+    Event<void(TReasoner& sender, const std::string& what, const std::string& reason)>;
+using TWarningEvent = Event<void(TReasoner& sender, const std::string& text)>;
+using TReasonerEvent = Event<void(TReasoner& sender)>;
+using TInferenceEvent = Event<void(TReasoner& sender, std::int32_t rules_fired)>;
+using TAgendaEvent = Event<void(TReasoner& sender, std::int32_t index, TActivation& activation)>;
+using TFactEvent = Event<void(TReasoner& sender, const Ref<IFact>& fact)>;
+using TFactTemplateEvent = Event<void(TReasoner& sender, const Ref<IFactTemplate>& fact_template)>;
+using TRuleEvent = Event<void(TReasoner& sender, TRule& rule)>;
+using TUserFunctionEvent = Event<void(TReasoner& sender, const Ref<IUserFunction>& function)>;
 // With `done` set the engine leaves out what it would do itself.
 using TFuzzyCorrelationEvent =
-    std::function<void(TReasoner& sender, const Ref<IFact>& fact, float strength, bool& done)>;
-using TFactCombineEvent = std::function<void(TReasoner& sender, const Ref<IFact>& fact1,
-                                             const Ref<IFact>& fact2, bool& done)>;
-using TKBDefinedTypeEvent = std::function<void(TReasoner& sender, const Ref<IKBDefinedType>& type)>;
+    Event<void(TReasoner& sender, const Ref<IFact>& fact, float strength, bool& done)>;
+using TFactCombineEvent =
+    Event<void(TReasoner& sender, const Ref<IFact>& fact1, const Ref<IFact>& fact2, bool& done)>;
+using TKBDefinedTypeEvent = Event<void(TReasoner& sender, const Ref<IKBDefinedType>& type)>;
 
 class IDialogs;
 class THostObjects;
@@ -138,6 +145,8 @@ class TReasoner : public TComponent,
   // Failures raise EKBParseException for the text, EKBException for what runs; what came before
   // stays.
   bool Parse(std::string_view text, bool execute);
+  // The same for a part of something longer: failures count lines and columns from `start`.
+  bool Parse(std::string_view text, bool execute, const TTextPlace& start);
   // A new cell of the type from text, as told for each type; point lists, objects and the like
   // raise.
   Ref<IKBValue> Parse(std::string_view text, TKBType type);
@@ -165,6 +174,7 @@ class TReasoner : public TComponent,
   Ref<IKBValue> ParseValue(std::string_view text, TKBTypes types, const Ref<IKBDefinedType>& type);
 
   Ref<IFuzzySet> ParseFuzzySet(IFuzzyVariable* variable, std::string_view text) override;
+  void Warn(const std::string& text) override { OnWarning(*this, text); }
   Ref<IFuzzyVariable> ParseFuzzyVariable(std::string_view text) override;
   // A fuzzy expression, evaluated in the engine's own context.
   Ref<IFuzzySet> ParseFuzzyExpression(IFuzzyVariable* variable, std::string_view text);
@@ -218,14 +228,13 @@ class TReasoner : public TComponent,
   // its fuzzy values: those are united, or with `unconditional` intersected. The match is done when
   // the call returns; inside the network the fact waits for its turn. A fact of another engine
   // comes over as a copy, with its template where there is none of that name.
-  std::int32_t Assert(const Ref<IFact>& fact, bool unconditional = false);
+  TFactId Assert(const Ref<IFact>& fact, bool unconditional = false);
   // The same with another inference method.
-  std::int32_t Assert(const Ref<IFact>& fact, TFuzzyInferenceMethod method,
-                      bool unconditional = false);
+  TFactId Assert(const Ref<IFact>& fact, TFuzzyInferenceMethod method, bool unconditional = false);
   // One fact or several, all read before the first is asserted; the last one's id.
-  std::int32_t Assert(std::string_view text);
+  TFactId Assert(std::string_view text);
   // Nothing happens for an unknown id or fact.
-  void Retract(std::int32_t id);
+  void Retract(TFactId id);
   void Retract(const Ref<IFact>& fact);  // by content
   void Retract(std::string_view text);   // one fact or several
   void RetractFact(std::int32_t index);  // nothing happens for -1, the index of what is not found
@@ -234,7 +243,7 @@ class TReasoner : public TComponent,
   virtual void RetractFacts();
   // Takes the fact out for a change and asserts it again: the id, or -1.
   virtual void BeginFactModify(const Ref<IFact>& fact);
-  virtual std::int32_t EndFactModify(const Ref<IFact>& fact);
+  virtual TFactId EndFactModify(const Ref<IFact>& fact);
   void AddPendingFact(const Ref<IFact>& fact, bool assertion) override;
   void ProcessPendingFacts();
   const std::deque<Ref<IFact>>& GetFactPendingAssertions() const noexcept {
@@ -243,7 +252,11 @@ class TReasoner : public TComponent,
   const std::deque<Ref<IFact>>& GetFactPendingRetractions() const noexcept {
     return pending_retractions_;
   }
-  std::int32_t NewFactId();  // raises at the end of the range
+  TFactId NewFactId();  // raises at the end of the range
+  void RequireFactId() const;
+  // The companion of a template that is marked for backward chaining: its goals' template, not
+  // entered yet.
+  Ref<IFactTemplate> NewGoalTemplate(const Ref<IFactTemplate>& wanted);
 
   // Fuzzy values.
   // A value, an expression or a text as a fuzzy value of a variable, which may be null where no
@@ -283,9 +296,12 @@ class TReasoner : public TComponent,
   void SetHalted(bool halted) noexcept { halted_ = halted; }
   std::int32_t GetRulesFired() const noexcept { return rules_fired_; }
   TActivation* GetCurrentActivation() const noexcept { return current_activation_; }
-  // Asks what runs to end with EKBInterrupted; may be called from any thread.
+  // Asks what runs to end with EKBInterrupted; may be called from any thread and from a signal
+  // handler. A run ends between two firings, so that the next one goes on where it stopped; a match
+  // is finished, too. A second request ends what runs at once, inside a firing or a match: the
+  // message says so. One that finds nothing running is forgotten.
   void RequestInterrupt() noexcept {
-    GetLink()->interrupt_requested.store(true, std::memory_order_relaxed);
+    GetLink()->interrupt_requests.fetch_add(1, std::memory_order_relaxed);
   }
   // Held by Run around each firing; re-entrant.
   void Lock() { lock_.lock(); }
@@ -332,9 +348,9 @@ class TReasoner : public TComponent,
   virtual void SetStrategy(TSearchStrategy value);  // reorders the agenda
   bool GetFactDuplication() const noexcept { return fact_duplication_; }
   void SetFactDuplication(bool value);  // True allows equal facts
-  // The engine's own semantics (False), or the one that users of other production systems know. The
-  // manual shows the differences. All rules are compiled anew in the order of their ids, with new
-  // activations; raises while the network is busy.
+  // The meaning that a plain reading of rules and functions gives (True, the default), or the
+  // literal one. docs/semantics.md shows the differences. All rules are compiled anew in the order
+  // of their ids, with new activations; raises while the network is busy.
   bool GetTextbookSemantics() const noexcept { return GetLink()->textbook_semantics; }
   void SetTextbookSemantics(bool value);
   TFunctionPackages GetPackages() const noexcept { return packages_; }
@@ -342,6 +358,10 @@ class TReasoner : public TComponent,
   void SetPackages(TFunctionPackages value);
   TTypeChecks GetTypeChecks() const noexcept override { return type_checks_; }
   void SetTypeChecks(TTypeChecks value);
+  // Whether types, ranges and cardinalities hold for computed values and for values from C++, too.
+  // False at the start: they hold for what is written in the text alone.
+  bool GetDynamicChecks() const noexcept { return type_checks_.Has(tcDynamic); }
+  void SetDynamicChecks(bool value);
   TErrorHandling GetParserErrorHandling() const noexcept { return parser_error_handling_; }
   void SetParserErrorHandling(TErrorHandling value);
   std::int32_t GetParserMaxErrors() const noexcept { return parser_max_errors_; }
@@ -362,9 +382,9 @@ class TReasoner : public TComponent,
   float GetFuzzyEqualsThreshold() const noexcept override { return fuzzy_equals_threshold_; }
   void SetFuzzyEqualsThreshold(float value);
   float GetVersion() const noexcept { return version_; }
-  // How deep text, calls, printing and values may nest, the stack permitting.
-  std::int32_t GetMaxDepth() const noexcept { return max_depth_; }
-  void SetMaxDepth(std::int32_t value) noexcept { max_depth_ = value < 1 ? 1 : value; }
+  // How deep text, calls, printing and values may nest in this engine, the stack permitting.
+  std::int32_t GetMaxDepth() const noexcept { return depth_.limit; }
+  void SetMaxDepth(std::int32_t value) noexcept { depth_.limit = value < 1 ? 1 : value; }
   // Replaces the parser; one that is at work lives until its parse ends. The new one starts without
   // events.
   void SetParserType(TKBParserFactory factory);
@@ -398,6 +418,10 @@ class TReasoner : public TComponent,
   // From a stream, from the batch that runs, or from OnReadLine and OnReadToken. At the end of a
   // stream an empty line, and a token of kind dtNone.
   virtual std::string ReadLine(const std::string& in_id);
+  // Whether the last ReadLine found no line any more. A handler of OnReadLine that is at the end
+  // says so by SetInputEnded; else an empty text is an empty line.
+  bool HasInputEnded() const noexcept { return input_ended_; }
+  void SetInputEnded() noexcept { input_ended_ = true; }
   virtual Ref<IStreamToken> ReadToken(const std::string& in_id);
   // Writes out what waits in streams and in the capture. It happens of itself at the end of every
   // load and run, and before a file is opened.
@@ -412,14 +436,16 @@ class TReasoner : public TComponent,
   // The host's classes and objects that rules can reach (reasoner/engine/HostObjects.h).
   THostObjects& GetObjects();
 
-  // The place of the last failure that left a parse or a run; empty fields where there was none.
+  // The place of the last failure that left a parse, a load or a run; empty fields where there was
+  // none since the host's last call that parses, loads, runs, asserts, resets or clears has begun.
   const TFailurePlace& GetFailurePlace() const noexcept { return failure_place_; }
   void ClearFailurePlace() { failure_place_ = TFailurePlace(); }
 
   // Small services.
-  std::int32_t GetNextFactId() const noexcept override { return next_fact_id_; }
+  TFactId GetNextFactId() const noexcept override { return next_fact_id_; }
   std::int32_t NewRuleId() override { return next_rule_id_++; }
   std::string GenerateSymbol(std::string_view prefix) override;
+  void KeepSymbol(std::string_view name) override;
   Ref<IFactTemplate> FindFactTemplate(std::string_view name) override;
   Ref<IFactTemplate> CreateFactTemplate(std::string_view name) override;
   Ref<IKBDefinedType> FindDefinedType(std::string_view name) override;
@@ -474,6 +500,7 @@ class TReasoner : public TComponent,
   bool IsDependent(const IKBValue& value, const IFactTemplate& fact_template) const;
   void RenameRule(std::string_view old_name, std::string_view new_name) override;
   void ChangeFactTemplateName(std::string_view old_name, std::string_view new_name) override;
+  void RenameType(const IKBDefinedType& type, std::string_view new_name) override;
   void RuleChange(TRule& rule) override;
   // OnRemoveRule, out of the network; the engine's own rule is freed.
   virtual void RemoveRule(TRule& rule);
@@ -507,10 +534,15 @@ class TReasoner : public TComponent,
   TFactCombineEvent OnFuzzyInference;         // before FuzzyInference combines
   TReasonerEvent OnClear, OnClearDefinedTypes, OnClearFactTemplates, OnClearRules, OnClearFacts;
   TReasonerEvent OnReset;
+  // For everything that a redefinition or the end of a type or a template costs the knowledge base.
+  TDroppedEvent OnDropped;
   TReasonerEvent OnStartInference;
   TInferenceEvent OnEndInference;
   TPrintOutEvent OnPrintOut;
   TPrintOutEvent OnUnknownStream;  // for text to a name that no stream has
+  // For what is taken, though hardly as it was meant: a reading outside of its range, a term that
+  // no value of the range belongs to, shape arguments that are not in order.
+  TWarningEvent OnWarning;
   TReadLineEvent OnReadLine;
   TReadTokenEvent OnReadToken;
 
@@ -533,18 +565,33 @@ class TReasoner : public TComponent,
   // What waits for the network: a fact that came or goes, a rule that is to be compiled, or the
   // nodes of one that is gone.
   struct TNetworkWork {
-    enum Kind : std::uint8_t {
-      kAssertion,
-      kRetraction,
-      kCompilation,
-      kRecompilation,
-      kRelease
-    } kind;
+    enum Kind : std::uint8_t { kAssertion, kRetraction, kCompilation, kRelease } kind;
     Ref<IFact> fact;
     TRule* rule = nullptr;  // taken off the queue when it goes
     std::vector<TReteNode*> nodes;
   };
   class ScopedNetwork;
+  // What a host asks for, or what a function asks for on its behalf: bounds the depth, and forgets
+  // the requests for an interruption when the outermost one begins and ends.
+  class ScopedOperation {
+   public:
+    explicit ScopedOperation(TReasoner& engine) : depth_(engine.depth_), engine_(engine) {
+      if (engine_.operations_++ == 0) ForgetInterrupts();
+    }
+    ~ScopedOperation() {
+      if (--engine_.operations_ == 0) ForgetInterrupts();
+    }
+    ScopedOperation(const ScopedOperation&) = delete;
+    ScopedOperation& operator=(const ScopedOperation&) = delete;
+
+   private:
+    void ForgetInterrupts() noexcept {
+      engine_.GetLink()->interrupt_requests.store(0, std::memory_order_relaxed);
+    }
+
+    const ScopedDepthCount depth_;
+    TReasoner& engine_;
+  };
   // Something is being reported to the host, or entered in its hearing: what it ends meanwhile is
   // freed when that is over.
   class ScopedReport {
@@ -574,10 +621,11 @@ class TReasoner : public TComponent,
   void SetGlobalVariable(std::string_view name, const Ref<IKBValue>& value) override;
   std::vector<std::pair<std::string, Ref<IKBValue>>> GetGlobalValues() const override;
   bool HasGlobalVariable(std::string_view name) const override;
-  std::int32_t AssertFact(const Ref<IFact>& fact) override { return Assert(fact); }
-  void EnterFactSet(TFactSet& fact_set) override;
+  TFactId AssertFact(const Ref<IFact>& fact) override { return Assert(fact); }
+  bool EnterFactSet(TFactSet& fact_set) override;
+  void CheckFactSetName(const TFactSet& fact_set, std::string_view name) override;
   void LeaveFactSet(TFactSet& fact_set) override;
-  std::int32_t AssertResolved(const Ref<IFact>& fact) override;
+  TFactId AssertResolved(const Ref<IFact>& fact) override;
   Ref<IFact> ParseFactText(std::string_view text) override { return ParseFact(text); }
   std::unique_ptr<TRule> ParseRuleText(std::string_view text) override { return ParseRule(text); }
   std::string PrintFactLine(const IFact& fact) override;
@@ -597,10 +645,10 @@ class TReasoner : public TComponent,
   void MakeParts(const TKBObjectFactory& factory);
   void MakeImplied();
   void MakeLogicFunctions();
-  bool Watches(TConstructWatch watch) const { return Watch.Has(watch) && OnPrintOut != nullptr; }
+  bool Watches(TConstructWatch watch) const { return Watch.Has(watch) && OnPrintOut.IsHeard(); }
   Ref<IFact> OwnFact(const Ref<IFact>& fact);
-  std::int32_t EnterFact(const Ref<IFact>& fact, std::uint32_t hash);
-  std::int32_t AssertFuzzy(const Ref<IFact>& asserted, bool unconditional);
+  TFactId EnterFact(const Ref<IFact>& fact, std::uint32_t hash);
+  TFactId AssertFuzzy(const Ref<IFact>& asserted, bool unconditional);
   void PostWork(TNetworkWork work);
   void DrainWork();
   void DoWork(const TNetworkWork& work);
@@ -612,19 +660,20 @@ class TReasoner : public TComponent,
   void RuleMarkedFired(TRule& rule) override;
   std::int32_t NextToFire(std::int32_t max_rules) const;
   void RunStep(std::int32_t index);
+  void PollInterrupt() override;
   std::int32_t RunRules(std::int32_t max_rules);
   void RebuildAgenda();
   void RequireOwn(const TActivation& activation);
   bool PlaceActivation(std::unique_ptr<TActivation> activation);
   void ForgetPlacing(const TActivation& activation);
-  void CompileRule(TRule& rule, TReteNetwork::TFeed feed);
-  void CompileRule(TRule& rule) { CompileRule(rule, feed_); }
+  void CompileRule(TRule& rule);
   void UncompileRule(TRule& rule);
+  void ReportRule(const TRuleEvent& event, TRule& rule);
   // Runs a step during which the network is busy. What handlers of activations raise meanwhile
   // waits: the match is finished first.
   template <class TStep>
   void InNetwork(TStep step);
-  void FeedRule(TRule& rule, TReteNetwork::TFeed feed);
+  void FeedRule(TRule& rule);
   void ReplaceRule(TRule& old, TRule& rule);
   void ClaimName(TRule& rule);
   bool IsCompiled(const TRule& rule) const;
@@ -641,13 +690,19 @@ class TReasoner : public TComponent,
                     FirstFailure& failures);
   void TakeOutRules(const IFactTemplate& fact_template, std::vector<TDependent>& dependents,
                     FirstFailure& failures);
-  void ReadDependent(const TDependent& dependent);
-  void ReportDropped(const std::string& text, const std::string& reason);
+  void ReadDependent(const TDependent& dependent, FirstFailure& failures);
+  void ReportDropped(const std::string& what, const std::string& text, const std::string& reason);
+  void ReportDropped(const std::string& what, const std::string& reason) {
+    ReportDropped(what, what, reason);
+  }
+  void ReportUnfitLines(const IFactTemplate& fact_template);
   void RebuildChildren(const Ref<IFactTemplate>& old, const Ref<IFactTemplate>& fact_template);
   Ref<IUserFunction> FindPackageFunction(std::string_view name) const;
   std::string GlobalSection(bool late);
-  void RemoveRulesOn(const IFactTemplate& fact_template);
   std::vector<Ref<IFact>> ParseFacts(std::string_view text);
+  void RemoveRulesOn(const IFactTemplate& fact_template, std::vector<std::string>& dropped);
+  // Makes the companion of a marked template, or brings it up to the template's slots.
+  void FollowWithGoals(const Ref<IFactTemplate>& fact_template);
   std::unique_ptr<TKBParser> NewParser();
   // Flushes the streams when the operation is over, whichever way it ends.
   template <class TOperation>
@@ -657,28 +712,45 @@ class TReasoner : public TComponent,
   template <class TOperation>
   auto WithWholeText(std::string_view text, TOperation operation);
   template <class TOperation>
-  auto WithStream(TStream& stream, const TEncoding* encoding, const std::string& file_name,
+  auto WithStream(TStream& stream, const TEncoding* encoding, const TTextPlace& start,
                   TOperation operation);
   template <class TOperation>
   void LoadStream(TStream& stream, const TEncoding* encoding, const std::string& file_name,
                   TOperation operation);
   template <class TOperation>
   void LoadFile(const std::string& file_name, const TEncoding* encoding, TOperation operation);
+  // Whether a call comes from the host, and not from something that the engine is doing.
+  bool IsOutermost() const noexcept {
+    return parses_ == 0 && !running_ && in_network_ == 0 && current_activation_ == nullptr &&
+           resetting_ == 0;
+  }
+  // At the start of a call that may fail.
+  void ForgetFailure() {
+    if ((failure_place_.line > 0 || !failure_place_.rule.empty()) && IsOutermost())
+      ClearFailurePlace();
+  }
+  // Inside a handler: the failure is on its way out of a text or out of the rule that fires.
+  void NoteFailure();
+  void NoteFailedText(const TKBClipsStream& tokenizer);
+  void NoteFailedRule(const std::string& rule_name);
 
   std::recursive_mutex lock_;
   std::array<Ref<IUserFunction>, kLogicFunctionCount> logic_functions_;
-  std::int32_t next_fact_id_ = 0;
-  std::int32_t kept_fact_id_ = -1;  // what the next fact brings as its id
+  TFactId next_fact_id_ = 0;
+  TFactId kept_fact_id_ = -1;  // what the next fact brings as its id
   std::int32_t next_rule_id_ = 0;
   std::int32_t symbol_index_ = 0;
+  std::int32_t saved_symbol_index_ = 0;  // behind the last name that was given away
   TRandom random_;
-  std::int32_t max_depth_ = kDefaultMaxDepth;
+  DepthCount depth_;
   TSearchStrategy strategy_ = ssDepthFirst;
   bool halted_ = false;
   bool fact_duplication_ = false;
   bool running_ = false;
-  bool updating_table_ = false;  // a construct is being moved to another name
+  bool changing_packages_ = false;
   std::int32_t in_network_ = 0;  // a token or a rule's feed is inside
+  std::int32_t operations_ = 0;  // that have begun and not ended
+  bool match_interrupted_ = false;
   TTypeChecks type_checks_{tcStatic};
   TFunctionPackages packages_ = kAllPackages;
   TErrorHandling parser_error_handling_ = ehRaiseImmediate;
@@ -689,6 +761,7 @@ class TReasoner : public TComponent,
   Ref<TFuzzyParserLink> fuzzy_parser_link_ = Make<TFuzzyParserLink>(this);
   float version_ = 2.7F;
   TFailurePlace failure_place_;
+  std::exception_ptr placed_failure_;  // what failure_place_ tells of, while it is on its way out
   std::int32_t rules_fired_ = 0;
   double run_time_ = 0;  // start tick in milliseconds during a run, elapsed seconds after it
   std::int32_t max_activations_ = 0;
@@ -707,7 +780,6 @@ class TReasoner : public TComponent,
   std::deque<TActivation*>
       rebuilding_;  // off the agenda until they are placed anew; null where one was withdrawn
 
-  TReteNetwork::TFeed feed_ = TReteNetwork::TFeed::kAllOrNothing;  // of rules that are added
   TKBParserFactory parser_factory_;
   bool has_own_parser_ = true;  // the class that an engine begins with
   TKBTokenizerFactory tokenizer_factory_;
@@ -718,6 +790,7 @@ class TReasoner : public TComponent,
   std::shared_ptr<TStream> capture_;
   const TEncoding* capture_encoding_ = nullptr;
   std::unique_ptr<TKBTokenizerStream> batch_;
+  bool input_ended_ = false;
   std::string batch_file_name_;  // of the batch that is about to start
   IDialogs* dialogs_ = nullptr;
   std::unique_ptr<IDialogs> terminal_dialogs_;

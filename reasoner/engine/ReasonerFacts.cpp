@@ -33,17 +33,27 @@ void TReasoner::InNetwork(TStep step) {
     const ScopedNetwork inside(*this);
     failures.Try(step);
   }
-  if (in_network_ == 0) network_failures_.Raise();
+  if (in_network_ == 0) {
+    if (std::exchange(match_interrupted_, false))
+      GetLink()->interrupt_requests.store(0, std::memory_order_relaxed);
+    network_failures_.Raise();
+  }
   failures.Raise();
 }
 
-std::int32_t TReasoner::NewFactId() {
-  constexpr std::int32_t kLast = std::numeric_limits<std::int32_t>::max();
-  if (const std::int32_t id = std::exchange(kept_fact_id_, -1); id >= 0) {
-    if (id >= next_fact_id_) next_fact_id_ = id == kLast ? kLast : id + 1;
+static constexpr TFactId kLastFactId = std::numeric_limits<TFactId>::max();
+
+// A fact that is taken out to come back changed must be able to.
+void TReasoner::RequireFactId() const {
+  if (next_fact_id_ == kLastFactId) Raise(SFactIdsExhausted);
+}
+
+TFactId TReasoner::NewFactId() {
+  if (const TFactId id = std::exchange(kept_fact_id_, -1); id >= 0) {
+    if (id >= next_fact_id_) next_fact_id_ = id == kLastFactId ? id : id + 1;
     return id;
   }
-  if (next_fact_id_ == kLast) Raise(SFactIdsExhausted);
+  RequireFactId();
   return next_fact_id_++;
 }
 
@@ -66,9 +76,11 @@ Ref<IFact> TReasoner::OwnFact(const Ref<IFact>& fact) {
   return crossing;
 }
 
-std::int32_t TReasoner::Assert(const Ref<IFact>& asserted, bool unconditional) {
-  const ScopedMaxDepth depth(max_depth_);
+TFactId TReasoner::Assert(const Ref<IFact>& asserted, bool unconditional) {
+  ForgetFailure();
+  const ScopedOperation operation(*this);
   Ref<IFact> fact = OwnFact(asserted);
+  fact->FitToSlots();
   if (fact->GetTemplate()->IsFuzzy()) return AssertFuzzy(fact, unconditional);
   const std::uint32_t hash = facts_->HashOf(*fact);
   if (!fact_duplication_ && facts_->FindEqual(*fact, hash) != nullptr) return -1;
@@ -81,8 +93,8 @@ std::int32_t TReasoner::Assert(const Ref<IFact>& asserted, bool unconditional) {
 }
 
 // Gives a fact its id and its place, and sends it into the network.
-std::int32_t TReasoner::EnterFact(const Ref<IFact>& fact, std::uint32_t hash) {
-  const std::int32_t id = NewFactId();
+TFactId TReasoner::EnterFact(const Ref<IFact>& fact, std::uint32_t hash) {
+  const TFactId id = NewFactId();
   fact->SetID(id);
   facts_->InsertDirect(facts_->GetCount(), fact, hash);
   // The token waits before anyone hears of the fact: a handler that adds a rule gets it once.
@@ -96,8 +108,8 @@ std::int32_t TReasoner::EnterFact(const Ref<IFact>& fact, std::uint32_t hash) {
   return id;
 }
 
-std::int32_t TReasoner::Assert(std::string_view text) {
-  std::int32_t id = -1;
+TFactId TReasoner::Assert(std::string_view text) {
+  TFactId id = -1;
   FirstFailure failures;  // of rules that cannot test a fact: it is there, and the others follow
   for (const Ref<IFact>& fact : ParseFacts(text)) {
     context_->Resolve(*fact);
@@ -112,7 +124,7 @@ std::int32_t TReasoner::Assert(std::string_view text) {
   return id;
 }
 
-std::int32_t TReasoner::AssertResolved(const Ref<IFact>& fact) {
+TFactId TReasoner::AssertResolved(const Ref<IFact>& fact) {
   const Ref<IFact> own = OwnFact(fact);
   context_->Resolve(*own);
   return Assert(own);
@@ -142,18 +154,19 @@ void TReasoner::DoWork(const TNetworkWork& work) {
       if (TFacts::Entry* entry = facts_->FindEntry(*work.fact)) RetractEntry(*entry);
       return;
     case TNetworkWork::kCompilation:
-      return FeedRule(*work.rule, TReteNetwork::TFeed::kAllOrNothing);
-    case TNetworkWork::kRecompilation:
-      return FeedRule(*work.rule, TReteNetwork::TFeed::kWhatMatches);
+      return FeedRule(*work.rule);
     case TNetworkWork::kRelease:
       return network_->ReleaseNodes(work.nodes);
   }
-  if (facts_->FindEntry(*work.fact) == nullptr) return;  // cleared away while it waited
+  // Cleared away while it waited, or retracted by a handler that heard of it before the network
+  // did.
+  const TFacts::Entry* const entry = facts_->FindEntry(*work.fact);
+  if (entry == nullptr || entry->out) return;
   const DepthGuard guard("assertion");
   InNetwork([&] { network_->ProcessToken(Make<TKBToken>(taAdd, work.fact)); });
   if (chaining_) return unheard_.push_back(work.fact);
   ProcessPendingFacts();
-  if (OnAssertion) OnAssertion(*this, work.fact);
+  OnAssertion(*this, work.fact);
 }
 
 void TReasoner::RetractEntry(TFacts::Entry& listed) {
@@ -162,11 +175,12 @@ void TReasoner::RetractEntry(TFacts::Entry& listed) {
   // A retraction that has begun is carried through, and one that has waited has begun.
   const bool has_waited = listed.leaving;
   FirstFailure failures;
-  if (OnRetraction) failures.Try([&] { OnRetraction(*this, fact); });
+  if (OnRetraction.IsHeard()) failures.Try([&] { OnRetraction(*this, fact); });
   if (!has_waited) failures.Raise();
   TFacts::Entry* leaving = facts_->FindEntry(*fact);
   if (leaving == nullptr) return failures.Raise();  // the handler was faster
   facts_->MarkLeaving(*leaving);
+  leaving->out = true;
   failures.Try([&] { InNetwork([&] { network_->ProcessToken(Make<TKBToken>(taRemove, fact)); }); });
   if (Watches(cwFact)) {
     failures.Try([&] { PrintOut(" <== " + fact->ToIDString() + std::string(NewLineString)); });
@@ -181,7 +195,7 @@ void TReasoner::RetractEntry(TFacts::Entry& listed) {
 }
 
 void TReasoner::RetractListed(TFacts::Entry& entry) {
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedOperation operation(*this);
   if (in_network_ == 0) return RetractEntry(entry);
   if (entry.leaving) return;
   facts_->MarkLeaving(entry);
@@ -199,7 +213,7 @@ void TReasoner::RetractFact(const Ref<IFact>& fact) {
     RetractFact(facts_->IndexOf(*fact));
 }
 
-void TReasoner::Retract(std::int32_t id) {
+void TReasoner::Retract(TFactId id) {
   if (TFacts::Entry* entry = facts_->FindEntry(id)) RetractListed(*entry);
 }
 
@@ -216,26 +230,28 @@ void TReasoner::Retract(std::string_view text) {
 }
 
 void TReasoner::RetractFacts() {
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedOperation operation(*this);
   FirstFailure failures;
   failures.Try([&] { InNetwork([&] { network_->ProcessToken(Make<TKBToken>()); }); });
   failures.Try([&] {
     if (!work_.empty()) DrainWork();
   });
-  if (OnClearFacts) failures.Try([&] { OnClearFacts(*this); });
+  if (OnClearFacts.IsHeard()) failures.Try([&] { OnClearFacts(*this); });
   failures.Raise();
 }
 
 void TReasoner::BeginFactModify(const Ref<IFact>& fact) {
   RequireIdleNetwork("modifying a fact");
-  if (facts_->Lists(Given(fact, "fact"))) {
+  Given(fact, "fact");
+  RequireFactId();
+  if (facts_->Lists(*fact)) {
     RetractFact(fact);
   } else {
     Retract(fact);
   }
 }
 
-std::int32_t TReasoner::EndFactModify(const Ref<IFact>& fact) { return Assert(fact); }
+TFactId TReasoner::EndFactModify(const Ref<IFact>& fact) { return Assert(fact); }
 
 void TReasoner::AddPendingFact(const Ref<IFact>& fact, bool assertion) {
   Given(fact, "fact");
@@ -263,7 +279,7 @@ void TReasoner::ProcessPendingFacts() {
     } else if (unheard_.size() > first) {
       const Ref<IFact> fact = unheard_.back();
       unheard_.pop_back();
-      if (OnAssertion) failures.Try([&] { OnAssertion(*this, fact); });
+      if (OnAssertion.IsHeard()) failures.Try([&] { OnAssertion(*this, fact); });
     } else {
       break;
     }
@@ -287,16 +303,14 @@ std::vector<Ref<IFact>> TReasoner::SnapshotFacts() {
 // Rules and the network.
 
 // Compiles and feeds a rule, at once or when the network is idle again.
-void TReasoner::CompileRule(TRule& rule, TReteNetwork::TFeed feed) {
+void TReasoner::CompileRule(TRule& rule) {
   if (in_network_ > 0) {
-    const auto kind = feed == TReteNetwork::TFeed::kWhatMatches ? TNetworkWork::kRecompilation
-                                                                : TNetworkWork::kCompilation;
-    work_.push_back(TNetworkWork{kind, nullptr, &rule, {}});
+    work_.push_back(TNetworkWork{TNetworkWork::kCompilation, nullptr, &rule, {}});
     return;
   }
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedOperation operation(*this);
   FirstFailure failures;
-  failures.Try([&] { InNetwork([&] { network_->AddRule(rule, feed); }); });
+  failures.Try([&] { InNetwork([&] { network_->AddRule(rule); }); });
   failures.Try([&] {
     if (!work_.empty()) DrainWork();
     ProcessPendingFacts();
@@ -305,13 +319,13 @@ void TReasoner::CompileRule(TRule& rule, TReteNetwork::TFeed feed) {
 }
 
 // A rule that had to wait: one that cannot be compiled is no rule.
-void TReasoner::FeedRule(TRule& rule, TReteNetwork::TFeed feed) {
+void TReasoner::FeedRule(TRule& rule) {
   const ScopedReport report(*this);
   const std::string name = rule.GetRuleName();
   // A handler may free a rule that is its own: then nothing of it is touched any more.
   const auto is_held = [&] { return rules_->Find(name) == &rule; };
   FirstFailure failures;
-  failures.Try([&] { InNetwork([&] { network_->AddRule(rule, feed); }); });
+  failures.Try([&] { InNetwork([&] { network_->AddRule(rule); }); });
   failures.Try([&] { ProcessPendingFacts(); });
   if (!IsCompiled(rule) && is_held()) failures.Try([&] { rules_->Remove(name); });
   failures.Raise();

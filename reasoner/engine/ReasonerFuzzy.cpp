@@ -72,7 +72,7 @@ void TReasoner::FuzzyCorrelation(const Ref<IFact>& fact, float strength) {
   Given(fact, "fact");
   if (strength == 1.0F) return;
   bool done = false;
-  if (OnFuzzyCorrelation) OnFuzzyCorrelation(*this, fact, strength, done);
+  OnFuzzyCorrelation(*this, fact, strength, done);
   if (!done) WeakenFact(*fact, FuzzyCorrelationMethod, double{strength});
 }
 
@@ -80,7 +80,7 @@ void TReasoner::FuzzyInference(const Ref<IFact>& fact1, const Ref<IFact>& fact2)
   Given(fact1, "fact");
   Given(fact2, "fact");
   bool done = false;
-  if (OnFuzzyInference) OnFuzzyInference(*this, fact1, fact2, done);
+  OnFuzzyInference(*this, fact1, fact2, done);
   if (!done) FuzzyOperation(fact1, fact2, true);
 }
 
@@ -109,8 +109,8 @@ void TReasoner::FuzzyUnion(Ref<IKBValue>& value1, const Ref<IKBValue>& value2,
   value1 = CombineValues(value1, Given(value2, "value"), operation, true);
 }
 
-std::int32_t TReasoner::Assert(const Ref<IFact>& fact, TFuzzyInferenceMethod method,
-                               bool unconditional) {
+TFactId TReasoner::Assert(const Ref<IFact>& fact, TFuzzyInferenceMethod method,
+                          bool unconditional) {
   struct Method {
     TFuzzyInferenceMethod& current;
     TFuzzyInferenceMethod old;
@@ -121,7 +121,7 @@ std::int32_t TReasoner::Assert(const Ref<IFact>& fact, TFuzzyInferenceMethod met
 
 // Equal facts do not stand beside each other: the new one takes in the old one's fuzzy values, and
 // its place.
-std::int32_t TReasoner::AssertFuzzy(const Ref<IFact>& asserted, bool unconditional) {
+TFactId TReasoner::AssertFuzzy(const Ref<IFact>& asserted, bool unconditional) {
   // One object stands in the list once.
   const Ref<IFact> fact = asserted->IsListed() ? asserted->Clone() : asserted;
   if (current_activation_ != nullptr) {
@@ -131,7 +131,9 @@ std::int32_t TReasoner::AssertFuzzy(const Ref<IFact>& asserted, bool uncondition
   FirstFailure failures;
   if (const TFacts::Entry* entry = facts_->FindEqual(*fact, hash)) {
     const Ref<IFact> old = entry->fact;
+    RequireFactId();
     FuzzyOperation(fact, old, !unconditional);
+    OwnFuzzySets(*fact);
     // A retraction that has begun is carried through, whatever a handler raises; one that has not
     // leaves everything as it was.
     if (TFacts::Entry* listed = facts_->FindEntry(*old); listed != nullptr && !listed->leaving) {
@@ -140,8 +142,10 @@ std::int32_t TReasoner::AssertFuzzy(const Ref<IFact>& asserted, bool uncondition
     if (const TFacts::Entry* listed = facts_->FindEntry(*old); listed != nullptr) {
       if (!listed->leaving) failures.Raise();
     }
+  } else {
+    OwnFuzzySets(*fact);
   }
-  std::int32_t id = -1;
+  TFactId id = -1;
   failures.Try([&] { id = EnterFact(fact, hash); });
   failures.Raise();
   return id;

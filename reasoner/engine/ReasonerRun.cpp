@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <optional>
 
 #include "reasoner/engine/Reasoner.h"
 #include "reasoner/support/Format.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/support/Streams.h"
+#include "reasoner/vocabulary/KBExceptions.h"
 #include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
@@ -26,8 +28,12 @@ static double Tick() {
 // the search lands on.
 std::int32_t TReasoner::SearchSalience(std::int32_t salience) const {
   if (agenda_->IsEmpty()) return -1;
-  const auto salience_at = [this](std::int32_t index) {
-    return agenda_->GetActivation(index).GetRule().GetSalience();
+  // An expression can give each activation a salience of its own: entries are ordered by those. In
+  // the literal meaning the last one of the rule counts for all of its entries.
+  const bool by_entry = GetTextbookSemantics();
+  const auto salience_at = [this, by_entry](std::int32_t index) {
+    const TActivation& activation = agenda_->GetActivation(index);
+    return by_entry ? activation.GetEntrySalience() : activation.GetRule().GetSalience();
   };
   const std::int32_t last = agenda_->GetCount() - 1;
   if (strategy_ == ssDepthFirst) {
@@ -70,14 +76,21 @@ bool TReasoner::PlaceActivation(std::unique_ptr<TActivation> owned) {
   const auto has_gone = [&] { return placing_[place] == nullptr; };
   bool is_placed = false;
   try {
-    // A salience that cannot be evaluated takes the activation with it, off its node too.
-    activation.GetRule().EvaluateSalience();
+    // A salience that cannot be evaluated takes the activation with it, off its node too. One that
+    // was interrupted leaves it the salience that its rule had.
+    std::exception_ptr interruption;
+    try {
+      activation.GetRule().EvaluateSalience();
+    } catch (const EKBInterrupted&) {
+      interruption = std::current_exception();
+    }
     if (has_gone()) return false;  // withdrawn by what its salience ran
     const std::int32_t index = agenda_->Add(std::move(owned));
     is_placed = true;
     if (Watches(cwActivation))
       PrintOut("==> Activation: " + activation.ToString() + std::string(NewLineString));
-    if (OnAddActivation && !has_gone()) OnAddActivation(*this, index, activation);
+    OnAddActivation.CallWhile([&] { return !has_gone(); }, *this, index, activation);
+    if (interruption) std::rethrow_exception(interruption);
   } catch (const EAbort&) {
     // A host's silent refusal ends here: the match goes on.
   } catch (...) {
@@ -148,7 +161,7 @@ std::unique_ptr<TActivation> TReasoner::RemoveActivation(std::int32_t index) {
            activation.GetToken()->GetToFactsString() + std::string(NewLineString);
   }
   try {
-    if (OnRemoveActivation) OnRemoveActivation(*this, index, activation);
+    OnRemoveActivation.CallWhile([&] { return activation.HasRule(); }, *this, index, activation);
     if (!line.empty()) PrintOut(line);
   } catch (...) {
     if (in_network_ == 0) {
@@ -164,7 +177,9 @@ std::unique_ptr<TActivation> TReasoner::RemoveActivation(std::int32_t index) {
 }
 
 std::unique_ptr<TActivation> TReasoner::RuleFired(TActivation& activation) {
-  if (OnRuleFired && activation.HasRule()) OnRuleFired(*this, activation.GetRule());
+  if (OnRuleFired.IsHeard() && activation.HasRule()) {
+    OnRuleFired.CallWhile([&] { return activation.HasRule(); }, *this, activation.GetRule());
+  }
   return RemoveActivation(activation);
 }
 
@@ -216,7 +231,11 @@ void TReasoner::SetAgenda(const TActivationAgenda& source) {
 // Takes the entries off in order and places each anew, unless it was withdrawn meanwhile.
 void TReasoner::RebuildAgenda() {
   const std::size_t first = rebuilding_.size();
-  while (!agenda_->IsEmpty()) rebuilding_.push_back(agenda_->Extract(0).release());
+  while (!agenda_->IsEmpty()) {
+    TActivation* const activation = agenda_->Extract(0).release();
+    // One whose removal is being reported does not come back: the report's own end frees it.
+    if (!activation->IsLeaving()) rebuilding_.push_back(activation);
+  }
   FirstFailure failures;
   while (rebuilding_.size() > first) {
     TActivation* activation = rebuilding_[first];
@@ -248,6 +267,7 @@ std::int32_t TReasoner::RunRules(std::int32_t max_rules) {
     // Another thread may be at work: what it has begun is waited for.
     const TGuard lock(lock_);
     if (running_ || in_network_ > 0 || current_activation_ != nullptr) return 0;
+    ForgetFailure();
     running_ = true;
   }
   struct Running {
@@ -255,20 +275,31 @@ std::int32_t TReasoner::RunRules(std::int32_t max_rules) {
     ~Running() {
       const TGuard lock(engine.lock_);
       engine.running_ = false;
+      if (engine.parses_ == 0) engine.placed_failure_ = nullptr;
     }
   } running{*this};
-  const ScopedMaxDepth depth(max_depth_);
+  std::optional<ScopedOperation> operation;
+  struct Ending {
+    TReasoner& engine;
+    std::optional<ScopedOperation>& operation;
+    ~Ending() {
+      const TGuard lock(engine.lock_);
+      operation.reset();
+    }
+  } ending{*this, operation};
   {
     const TGuard lock(lock_);
+    operation.emplace(*this);
     BeginInference();
   }
   // The lock is held for one firing at a time: between two of them other threads get in.
   for (bool going = true; going;) {
     const TGuard lock(lock_);
-    CheckInterrupt();
     const std::int32_t next = NextToFire(max_rules);
     going = next >= 0;
     if (!going) continue;
+    if (GetLink()->interrupt_requests.load(std::memory_order_relaxed) != 0)
+      throw EKBInterrupted(std::string(SInterrupted.kFormat));
     RunStep(next);
     if (SalienceEvaluation == sEveryTime) RebuildAgenda();
   }
@@ -276,6 +307,26 @@ std::int32_t TReasoner::RunRules(std::int32_t max_rules) {
   const std::int32_t fired = rules_fired_;
   EndInference();
   return fired;
+}
+
+// A run is interrupted between two firings, and a match, which would lose what it has not made yet,
+// not at all, unless the host asks again.
+void TReasoner::PollInterrupt() {
+  const bool insists = GetLink()->interrupt_requests.load(std::memory_order_relaxed) > 1;
+  if (!insists && (running_ || in_network_ > 0 || reporting_ > 0)) return;
+  // The request is spent, but inside a match not before its end: the tests that are still to come
+  // end at once, too.
+  if (in_network_ == 0) {
+    GetLink()->interrupt_requests.store(0, std::memory_order_relaxed);
+  } else {
+    match_interrupted_ = true;
+  }
+  if (current_activation_ != nullptr && current_activation_->HasRule()) {
+    throw EKBInterrupted(
+        FillMessage(SInterruptedFiring, current_activation_->GetRule().GetRuleName()));
+  }
+  throw EKBInterrupted(
+      std::string(in_network_ > 0 ? SInterruptedMatch.kFormat : SInterrupted.kFormat));
 }
 
 void TReasoner::RunStep(std::int32_t index) {
@@ -298,13 +349,14 @@ void TReasoner::RunStep(std::int32_t index) {
                current_activation_->GetRule().GetRuleName() + " " +
                current_activation_->GetToken()->GetToFactsString() + std::string(NewLineString));
     }
-    current_activation_->Fire();
+    // The watch's line reaches handlers, which may end the rule.
+    if (current_activation_->HasRule()) current_activation_->Fire();
   } catch (...) {
     // A firing that failed is withdrawn, and reported as usual.
     const std::exception_ptr failure = std::current_exception();
     try {
       if (current_activation_->HasRule())
-        failure_place_.rule = current_activation_->GetRule().GetRuleName();
+        NoteFailedRule(current_activation_->GetRule().GetRuleName());
       if (agenda_->Holds(*current_activation_)) RemoveActivation(*current_activation_);
     } catch (...) {
       // The first failure is the one that counts.
@@ -321,7 +373,7 @@ void TReasoner::RunStep(std::int32_t index) {
 }
 
 void TReasoner::BeginInference() {
-  if (OnStartInference) OnStartInference(*this);
+  OnStartInference(*this);
   run_time_ = Tick();
   rules_fired_ = 0;
   max_facts_ = facts_->GetCount();
@@ -338,7 +390,7 @@ void TReasoner::EndInference() {
       fact_sum_ /= static_cast<float>(rules_fired_);
       activation_sum_ /= static_cast<float>(rules_fired_);
     }
-    if (rules_fired_ >= 1 && OnPrintOut) {
+    if (rules_fired_ >= 1 && OnPrintOut.IsHeard()) {
       const auto line = [this](const std::string& text) {
         PrintOut(text + std::string(NewLineString));
       };
@@ -350,7 +402,7 @@ void TReasoner::EndInference() {
                       {double{activation_sum_}, max_activations_}));
     }
   }
-  if (OnEndInference) OnEndInference(*this, rules_fired_);
+  OnEndInference(*this, rules_fired_);
 }
 
 }  // namespace reasoner

@@ -152,8 +152,16 @@ std::string TReasoner::GlobalSection(bool late) {
 
 // The document.
 
+static bool LackAutoTerms(const std::vector<Ref<IKBDefinedType>>& types) {
+  return std::any_of(types.begin(), types.end(), [](const Ref<IKBDefinedType>& type) {
+    const Ref<IFuzzyVariable> variable = type->GetFuzzyType();
+    return variable && !variable->HasAutoTerms();
+  });
+}
+
 std::string TReasoner::GetExpertSystem() {
-  const ScopedMaxDepth depth(max_depth_);
+  const ScopedTextEscapes escapes(this);
+  const ScopedOperation operation(*this);
   const auto count_line = [](std::string_view what, std::int32_t count) {
     return Line("; Number of " + std::string(what) + IntegerToText(count));
   };
@@ -168,9 +176,18 @@ std::string TReasoner::GetExpertSystem() {
   text += count_line("Facts:            ", facts_->GetCount());
   // The setting tells whether duplicates are refused, the property whether they are allowed.
   text += Line(fact_duplication_ ? "(set-fact-duplication FALSE)" : "(set-fact-duplication TRUE)");
+  // Where a setting has no function that could have changed it, it is as in any engine.
+  if (saved_symbol_index_ > 0 && ContainsUserFunction("setgen"))
+    text += Line("(setgen " + IntegerToText(saved_symbol_index_) + ")");
+  // Types are to have the terms that they have here.
+  const bool sets_terms = ContainsUserFunction("set-fuzzy-auto-terms");
+  const bool lacks_terms =
+      sets_terms && FuzzyAutoTerms && LackAutoTerms(defined_types_->GetItems());
+  if (sets_terms && (!FuzzyAutoTerms || lacks_terms)) text += Line("(set-fuzzy-auto-terms FALSE)");
   text += GlobalSection(false);
   if (defined_types_->GetCount() > 0)
     text += Section("; Defined Types ", defined_types_->ToString());
+  if (lacks_terms) text += Line("(set-fuzzy-auto-terms TRUE)");
   if (fact_templates_->GetCount() > 0) {
     text += Section("; Fact Templates ", fact_templates_->ToString());
     for (const Ref<IFactTemplate>& item : fact_templates_->GetItems()) {
@@ -223,30 +240,31 @@ void TReasoner::SaveToFile(const std::string& file_name, const TEncoding* encodi
 // One kind.
 
 template <class TItems, class TPrint>
-static void SaveLines(TStream& stream, const TEncoding* encoding, const TItems& items,
-                      TPrint print) {
+static void SaveLines(const TReasoner& engine, TStream& stream, const TEncoding* encoding,
+                      const TItems& items, TPrint print) {
+  const ScopedTextEscapes escapes(&engine);
   std::string text;
   for (const auto& item : items) text += Line(print(item));
   stream.Write(Encoded(text, encoding));
 }
 
 void TReasoner::SaveRules(TStream& stream, const TEncoding* encoding) {
-  SaveLines(stream, encoding, rules_->GetItems(),
+  SaveLines(*this, stream, encoding, rules_->GetItems(),
             [](const TRule* rule) { return rule->ToString(); });
 }
 
 void TReasoner::SaveFactTemplates(TStream& stream, const TEncoding* encoding) {
-  SaveLines(stream, encoding, fact_templates_->GetParentsFirst(),
+  SaveLines(*this, stream, encoding, fact_templates_->GetParentsFirst(),
             [](const Ref<IFactTemplate>& item) { return item->ToString(); });
 }
 
 void TReasoner::SaveDefinedTypes(TStream& stream, const TEncoding* encoding) {
-  SaveLines(stream, encoding, defined_types_->GetAncestorsFirst(),
+  SaveLines(*this, stream, encoding, defined_types_->GetAncestorsFirst(),
             [this](const Ref<IKBDefinedType>& type) { return PrettyPrint(*type); });
 }
 
 void TReasoner::SaveFacts(TStream& stream, const TEncoding* encoding) {
-  SaveLines(stream, encoding, facts_->Snapshot(),
+  SaveLines(*this, stream, encoding, facts_->Snapshot(),
             [](const Ref<IFact>& fact) { return FactToSavedSource(*fact); });
 }
 
@@ -258,7 +276,7 @@ void TReasoner::SaveFacts(TStream& stream, std::string_view template_name,
         return fact->GetTemplate()->GetTemplateName() != template_name;
       });
   facts.erase(others, facts.end());
-  SaveLines(stream, encoding, facts,
+  SaveLines(*this, stream, encoding, facts,
             [](const Ref<IFact>& fact) { return FactToSavedSource(*fact); });
 }
 

@@ -7,6 +7,7 @@
 #include "reasoner/support/FirstFailure.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
+#include "reasoner/vocabulary/KBExceptions.h"
 #include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
@@ -16,24 +17,15 @@ namespace reasoner {
 class TReasoner::ScopedTokenizer {
  public:
   ScopedTokenizer(TReasoner& engine, TKBTokenizerStream& tokenizer)
-      : engine_(engine),
-        parser_(*engine.parser_),
-        tokenizer_(dynamic_cast<TKBClipsStream*>(&tokenizer)),
-        old_(parser_.GetTokenizer()) {
+      : engine_(engine), parser_(*engine.parser_), old_(parser_.GetTokenizer()) {
     parser_.SetStream(&tokenizer);
     ++engine_.parses_;
   }
   ~ScopedTokenizer() {
-    if (tokenizer_ != nullptr && std::uncaught_exceptions() > failures_) {
-      // The place of the outermost text that failed stays: that is the one a host has given.
-      const IStreamToken* token = tokenizer_->GetLastToken();
-      engine_.failure_place_.file = tokenizer_->GetFileName();
-      engine_.failure_place_.line =
-          token == nullptr ? tokenizer_->GetLineNumber() : token->GetLineNumber();
-      engine_.failure_place_.column = token == nullptr ? 0 : token->GetColumn();
-    }
     parser_.SetStream(old_);
-    if (--engine_.parses_ == 0) engine_.old_parsers_.clear();
+    if (--engine_.parses_ > 0) return;
+    engine_.old_parsers_.clear();
+    if (!engine_.running_) engine_.placed_failure_ = nullptr;
   }
   ScopedTokenizer(const ScopedTokenizer&) = delete;
   ScopedTokenizer& operator=(const ScopedTokenizer&) = delete;
@@ -43,25 +35,82 @@ class TReasoner::ScopedTokenizer {
  private:
   TReasoner& engine_;
   TKBParser& parser_;
-  TKBClipsStream* tokenizer_;  // null for one of another class
   TKBTokenizerStream* old_;
-  int failures_ = std::uncaught_exceptions();
 };
 
+// Failures are noted on their way out, from the inside to the outside. The object that is thrown
+// tells whether it is still the one that was noted last: another failure may have been caught since
+// then.
+
+void TReasoner::NoteFailure() {
+  const std::exception_ptr failure = std::current_exception();
+  if (failure == placed_failure_) return;
+  placed_failure_ = failure;
+  failure_place_ = TFailurePlace();
+}
+
+void TReasoner::NoteFailedRule(const std::string& rule_name) {
+  NoteFailure();
+  failure_place_.rule = rule_name;
+}
+
+static TTextPlace LastPlace(const TKBClipsStream& tokenizer) {
+  const IStreamToken* const token = tokenizer.GetLastToken();
+  if (token == nullptr) return {tokenizer.GetFileName(), tokenizer.GetLineNumber(), 0};
+  return {tokenizer.GetFileName(), token->GetLineNumber(), token->GetColumn()};
+}
+
+// The parser's own failures know their place, which may lie before the last token.
+static TTextPlace FailedPlace(const TKBClipsStream& tokenizer) {
+  try {
+    throw;
+  } catch (const EKBParseException& failure) {
+    if (failure.LineNumber > 0) return {failure.File, failure.LineNumber, failure.Column};
+  } catch (...) {
+    // The last token has to do.
+  }
+  return LastPlace(tokenizer);
+}
+
+void TReasoner::NoteFailedText(const TKBClipsStream& tokenizer) {
+  NoteFailure();
+  TTextPlace& innermost = failure_place_;
+  if (innermost.line == 0) {
+    innermost = FailedPlace(tokenizer);
+  } else if (innermost.file.empty()) {
+    // A text that a program made says less than the text that holds the program.
+    innermost = LastPlace(tokenizer);
+  } else if (!tokenizer.GetFileName().empty() || parses_ == 1) {
+    failure_place_.loaded_from.push_back(LastPlace(tokenizer));
+  }
+}
+
 template <class TOperation>
-auto TReasoner::WithStream(TStream& stream, const TEncoding* encoding, const std::string& file_name,
+auto TReasoner::WithStream(TStream& stream, const TEncoding* encoding, const TTextPlace& start,
                            TOperation operation) {
-  const ScopedMaxDepth depth(max_depth_);
+  ForgetFailure();
+  const ScopedOperation scoped(*this);
   const std::unique_ptr<TKBTokenizerStream> tokenizer = NewTokenizer(stream, encoding);
-  if (auto* clips = dynamic_cast<TKBClipsStream*>(tokenizer.get())) clips->SetFileName(file_name);
+  auto* const clips = dynamic_cast<TKBClipsStream*>(tokenizer.get());
+  if (clips != nullptr) {
+    clips->SetFileName(start.file);
+    clips->SetPlace(start.line, start.column);
+  }
   const ScopedTokenizer scope(*this, *tokenizer);
-  return operation(scope.GetParser());
+  try {
+    return operation(scope.GetParser());
+  } catch (const EAbort&) {
+    throw;
+  } catch (...) {
+    if (clips != nullptr) NoteFailedText(*clips);
+    throw;
+  }
 }
 
 template <class TOperation>
 auto TReasoner::WithText(std::string_view text, TOperation operation) {
   TKitStringStream stream{std::string(text)};
-  return WithStream(stream, nullptr, "", operation);
+  return WithStream(stream, nullptr, {"", 1, 1}, operation);
 }
 
 // A text that holds one thing: whatever stands behind it is a failure, and nothing is left out in
@@ -79,7 +128,7 @@ auto TReasoner::WithWholeText(std::string_view text, TOperation operation) {
 template <class TOperation>
 void TReasoner::LoadStream(TStream& stream, const TEncoding* encoding, const std::string& file_name,
                            TOperation operation) {
-  Flushed([&] { return WithStream(stream, encoding, file_name, operation); });
+  Flushed([&] { return WithStream(stream, encoding, {file_name, 1, 1}, operation); });
 }
 
 template <class TOperation>
@@ -91,7 +140,13 @@ void TReasoner::LoadFile(const std::string& file_name, const TEncoding* encoding
 }
 
 bool TReasoner::Parse(std::string_view text, bool execute) {
-  return WithText(text, [execute](TKBParser& parser) { return parser.Parse(execute); });
+  return Parse(text, execute, {"", 1, 1});
+}
+
+bool TReasoner::Parse(std::string_view text, bool execute, const TTextPlace& start) {
+  TKitStringStream stream{std::string(text)};
+  return WithStream(stream, nullptr, start,
+                    [execute](TKBParser& parser) { return parser.Parse(execute); });
 }
 
 // Takes one double quote after another off both ends.
@@ -118,7 +173,8 @@ Ref<IKBValue> TReasoner::Parse(std::string_view text, TKBType type) {
       break;
     case dtInteger:
     case dtFactId: {
-      const std::optional<std::int32_t> number = TextToInteger(text);
+      std::optional<std::int64_t> number = TextToLongInteger(text);
+      if (type == dtInteger && !TextToInteger(text)) number.reset();
       if (!number) Raise(SNotCorrectType, "integer", text, GetKBTypeName(dtString));
       value = Make<TKBValue>(*number, type);
       break;
@@ -264,11 +320,11 @@ Ref<IKBValue> TReasoner::ParseValue(std::string_view text, TKBTypes types,
 }
 
 void TReasoner::LoadFromStream(TStream& stream, const TEncoding* encoding) {
-  LoadStream(stream, encoding, "", [](TKBParser& parser) { return parser.Parse(true); });
+  LoadStream(stream, encoding, "", [](TKBParser& parser) { return parser.Load(); });
 }
 
 void TReasoner::LoadFromFile(const std::string& file_name, const TEncoding* encoding) {
-  LoadFile(file_name, encoding, [](TKBParser& parser) { return parser.Parse(true); });
+  LoadFile(file_name, encoding, [](TKBParser& parser) { return parser.Load(); });
 }
 
 void TReasoner::LoadFacts(TStream& stream, const TEncoding* encoding) {
@@ -283,7 +339,7 @@ template <class TClear>
 static auto ClearedFirst(TClear clear) {
   return [clear](TKBParser& parser) {
     clear();
-    return parser.Parse(true);
+    return parser.Load();
   };
 }
 
@@ -313,8 +369,10 @@ void TReasoner::LoadDefinedTypes(const std::string& file_name, const TEncoding* 
 
 void TReasoner::SetExpertSystem(std::string_view text) {
   TKitStringStream stream{std::string(text)};
-  LoadStream(stream, nullptr, "", ClearedFirst([this] { Clear(); }));
-  Reset();
+  FirstFailure failures;
+  failures.Try([&] { LoadStream(stream, nullptr, "", ClearedFirst([this] { Clear(); })); });
+  failures.Try([this] { Reset(); });
+  failures.Raise();
 }
 
 // Logical streams.
@@ -325,14 +383,14 @@ void TReasoner::PrintOut(const std::string& out_id, const std::string& text) {
   if (IsTerminal(out_id)) {
     if (const std::shared_ptr<TStream> capture = capture_)
       return WriteStringToStream(*capture, text, capture_encoding_);
-    if (OnPrintOut) OnPrintOut(*this, out_id, text);
+    OnPrintOut(*this, out_id, text);
     return;
   }
   if (const std::shared_ptr<TGTextStream> stream = io_streams_->Find(out_id)) {
     stream->Put(text);
-  } else if (OnUnknownStream) {
+  } else if (OnUnknownStream.IsHeard()) {
     OnUnknownStream(*this, out_id, text);
-  } else if (!OnPrintOut) {
+  } else if (!OnPrintOut.IsHeard()) {
     Raise(SNoSuchFunction, "printout");
   }
 }
@@ -387,11 +445,8 @@ bool TReasoner::Batch(TStream& stream, const TEncoding* encoding) {
     while (!lines.AtEnd()) {
       const std::int32_t number = place == nullptr ? 1 : place->GetLineNumber();
       TKitStringStream line(lines.GetLine());
-      WithStream(line, nullptr, file_name, [number](TKBParser& parser) {
-        if (auto* clips = dynamic_cast<TKBClipsStream*>(parser.GetTokenizer()))
-          clips->SetLineNumber(number);
-        return parser.Parse(true);
-      });
+      WithStream(line, nullptr, {file_name, number, 1},
+                 [](TKBParser& parser) { return parser.Parse(true); });
     }
     return true;
   });
@@ -405,12 +460,16 @@ bool TReasoner::Batch(const std::string& file_name, const TEncoding* encoding) {
 }
 
 std::string TReasoner::ReadLine(const std::string& in_id) {
+  input_ended_ = false;
   if (!IsTerminal(in_id)) {
-    if (const std::shared_ptr<TGTextStream> stream = io_streams_->Find(in_id))
-      return stream->AtEnd() ? std::string() : stream->GetLine();
+    if (const std::shared_ptr<TGTextStream> stream = io_streams_->Find(in_id)) {
+      input_ended_ = stream->AtEnd();
+      return input_ended_ ? std::string() : stream->GetLine();
+    }
   }
   std::string text;
   if (batch_) {
+    input_ended_ = batch_->AtEnd();
     text = batch_->GetLine();
     PrintOut(text + std::string(NewLineString));
     return text;
@@ -449,27 +508,39 @@ Ref<IStreamToken> TReasoner::ReadToken(const std::string& in_id) {
 // Printing.
 
 std::string TReasoner::PrettyPrint(const TFactSet& fact_set) {
+  const ScopedTextEscapes escapes(this);
   return parser_->PrettyPrint(fact_set);
 }
 std::string TReasoner::PrettyPrint(const IFact& fact) { return parser_->PrettyPrint(fact); }
 std::string TReasoner::PrettyPrint(const IFunCall& fun_call) {
+  const ScopedTextEscapes escapes(this);
   return parser_->PrettyPrint(fun_call);
 }
 std::string TReasoner::PrettyPrint(const IUserFunction& function) {
   return parser_->PrettyPrint(function);
 }
 std::string TReasoner::PrettyPrint(const IInterpretedFunction& function) {
+  const ScopedTextEscapes escapes(this);
   return parser_->PrettyPrint(function);
 }
 std::string TReasoner::PrettyPrint(const IKBDefinedType& type) {
+  const ScopedTextEscapes escapes(this);
   return parser_->PrettyPrint(type);
 }
-std::string TReasoner::PrettyPrint(const IFactSlot& slot) { return parser_->PrettyPrint(slot); }
+std::string TReasoner::PrettyPrint(const IFactSlot& slot) {
+  const ScopedTextEscapes escapes(this);
+  return parser_->PrettyPrint(slot);
+}
 std::string TReasoner::PrettyPrint(const IFactTemplate& fact_template) {
+  const ScopedTextEscapes escapes(this);
   return parser_->PrettyPrint(fact_template);
 }
-std::string TReasoner::PrettyPrint(const TRule& rule) { return parser_->PrettyPrint(rule); }
+std::string TReasoner::PrettyPrint(const TRule& rule) {
+  const ScopedTextEscapes escapes(this);
+  return parser_->PrettyPrint(rule);
+}
 std::string TReasoner::PrettyPrint(const TKBPattern& pattern) {
+  const ScopedTextEscapes escapes(this);
   return parser_->PrettyPrint(pattern);
 }
 std::string TReasoner::PrettyPrint(const ISingletonsVector& singletons) {
@@ -487,9 +558,11 @@ std::string TReasoner::PrettyPrint(const IFact& fact, std::string_view slot_name
   return parser_->PrettyPrint(fact, slot_name, text);
 }
 std::string TReasoner::PrettyPrint(const TRule& rule, TRuleConstruct construct) {
+  const ScopedTextEscapes escapes(this);
   return parser_->PrettyPrint(rule, construct);
 }
 std::string TReasoner::PrettyPrint(std::string_view variable_name, const IKBValue& value) {
+  const ScopedTextEscapes escapes(this);
   return parser_->PrettyPrint(variable_name, value);
 }
 std::string TReasoner::PrettyPrint(const TValueHashTable& variables) {

@@ -1,12 +1,15 @@
 #include "reasoner/engine/Registries.h"
 
 #include <algorithm>
+#include <deque>
 #include <unordered_set>
 
 #include "reasoner/engine/Reasoner.h"
 #include "reasoner/functions/InterpretedFunction.h"
 #include "reasoner/language/CaptionTrees.h"
 #include "reasoner/language/PrettyPrint.h"
+#include "reasoner/language/TextHelpers.h"
+#include "reasoner/language/TokenStream.h"
 #include "reasoner/support/Streams.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/Messages.h"
@@ -91,6 +94,9 @@ void TFactTemplates::PutValue(std::string_view name, const Ref<IFactTemplate>& g
   }
   table_.Put(name, fact_template);
   engine_.AddFactTemplate(fact_template);
+  // One that extends a marked template is marked, too.
+  if (fact_template->GetParent() && Find(name) == fact_template)
+    engine_.FollowWithGoals(fact_template);
 }
 
 Ref<IFactTemplate> TFactTemplates::Replace(const Ref<IFactTemplate>& old,
@@ -103,7 +109,7 @@ Ref<IFactTemplate> TFactTemplates::Replace(const Ref<IFactTemplate>& old,
     Raise(SFactTemplateInheritanceCorrupt);
   if (old) {
     engine_.RemoveFactTemplate(old);
-    table_.Take(old->GetTemplateName());
+    TakeItem(old);
   }
   FirstFailure failures;
   const std::string name = fact_template->GetTemplateName();
@@ -117,15 +123,18 @@ Ref<IFactTemplate> TFactTemplates::Replace(const Ref<IFactTemplate>& old,
 void TFactTemplates::Remove(std::string_view name) {
   const Ref<IFactTemplate> fact_template = Find(name);
   if (!fact_template) return;
-  engine_.RequireIdleNetwork("removing a template");
-  engine_.RemoveFactTemplate(fact_template);
-  engine_.RemoveDependencies(*fact_template);
-  if (Find(fact_template->GetTemplateName()) == fact_template)
-    table_.Take(fact_template->GetTemplateName());
-  if (engine_.updating_table_) return;  // it comes back under another name
+  TakeOut(fact_template);
   for (const Ref<IFactTemplate>& child : GetItems()) {
     if (child->GetParent() == fact_template) child->SetParent(nullptr);
   }
+}
+
+void TFactTemplates::TakeOut(const Ref<IFactTemplate>& fact_template) {
+  engine_.RequireIdleNetwork("removing a template");
+  engine_.RemoveFactTemplate(fact_template);
+  engine_.RemoveDependencies(*fact_template);
+  // What handlers have made of it meanwhile goes as well: no text finds the template any more.
+  if (TakeItem(fact_template)) engine_.RemoveDependencies(*fact_template);
 }
 
 void TFactTemplates::Clear() {
@@ -165,6 +174,7 @@ Ref<IKBDefinedType> TKBDefinedTypes::OwnType(const Ref<IKBDefinedType>& type) co
 }
 
 void TKBDefinedTypes::PutValue(std::string_view name, const Ref<IKBDefinedType>& given) {
+  if (IsTypeWord(name)) Raise(SReservedName, name);
   const Ref<IKBDefinedType> type = OwnType(given);
   const Ref<IKBDefinedType> old = Find(name);
   if (old == type) return;
@@ -192,7 +202,7 @@ Ref<IKBDefinedType> TKBDefinedTypes::Replace(const Ref<IKBDefinedType>& old,
   }
   if (old) {
     engine_.RemoveDefinedType(old);
-    table_.Take(old->GetName());
+    TakeItem(old);
   }
   FirstFailure failures;
   failures.Try([&] { Put(type->GetName(), type); });
@@ -213,7 +223,7 @@ void TKBDefinedTypes::Remove(std::string_view name) {
   engine_.RemoveDependencies(*type);
   ChangeAncestor(type, nullptr);
   type->SetReasoner(nullptr);
-  if (Find(type->GetName()) == type) table_.Take(type->GetName());
+  TakeItem(type);
 }
 
 // Types that extend one that goes keep what they have from it, and extend another one or none.
@@ -276,8 +286,7 @@ void TUserFunctions::PutValue(std::string_view name, const Ref<IUserFunction>& g
   if (old) {
     if (engine_.DuplicateConstructs == dcError) Raise(SDuplicateFunctionNames, name);
     if (engine_.DuplicateConstructs == dcIgnore) return;
-    bool interpreted = false;
-    failures.Try([&] { RemoveEntry(name, interpreted); });
+    failures.Try([&] { RemoveEntry(name); });
   }
   table_.Put(name, function);
   ++engine_.GetLink()->function_generation;
@@ -290,25 +299,24 @@ void TUserFunctions::PutValue(std::string_view name, const Ref<IUserFunction>& g
   failures.Raise();
 }
 
-bool TUserFunctions::RemoveEntry(std::string_view name, bool& interpreted) {
+void TUserFunctions::RemoveEntry(std::string_view name) {
   const Ref<IUserFunction> function = table_.Take(name);
-  if (!function) return false;
+  if (!function) return;
   ++engine_.GetLink()->function_generation;
-  interpreted = AsInterpreted(*function) != nullptr;
-  if (interpreted) --interpreted_;
+  if (AsInterpreted(*function) != nullptr) --interpreted_;
   function->DeleteReasoner(engine_);
   engine_.RemoveFunction(function);
-  return true;
 }
 
 void TUserFunctions::Remove(std::string_view name) {
   const std::string key(name);
-  bool interpreted = false;
+  const Ref<IUserFunction> removed = Find(key);
+  if (!removed) return;
   FirstFailure failures;
-  failures.Try([&] { RemoveEntry(key, interpreted); });
-  if (interpreted && !ContainsKey(key) && !engine_.IsDestroying()) {
-    if (const Ref<IUserFunction> built_in = engine_.FindPackageFunction(key))
-      failures.Try([&] { Add(built_in); });
+  failures.Try([&] { RemoveEntry(key); });
+  if (!ContainsKey(key) && !engine_.IsDestroying()) {
+    const Ref<IUserFunction> built_in = engine_.FindPackageFunction(key);
+    if (built_in && built_in != removed) failures.Try([&] { Add(built_in); });
   }
   failures.Raise();
 }
@@ -346,14 +354,17 @@ void TRules::PutValue(std::string_view name, TRule* const& rule) {
     own->SetRuleName(key);
     return Add(std::move(own));
   }
-  if (rule->GetRuleName() != key) rule->SetRuleName(key);
   TRule* old = Find(key);
   if (old == rule) return;
-  const TReasoner::ScopedReport report(engine_);
-  FirstFailure failures;  // of others, whom the rule's coming has set to work
   if (old != nullptr) {
     if (engine_.DuplicateConstructs == dcError) Raise(SDuplicateRuleNames, key);
     if (engine_.DuplicateConstructs == dcIgnore) return;
+  }
+  if (rule->GetRuleName() != key) rule->SetRuleName(key);
+  const TReasoner::ScopedReport report(engine_);
+  const ComponentWatch watch(*rule);
+  FirstFailure failures;  // of others, whom the rule's coming has set to work
+  if (old != nullptr) {
     // What cannot be compiled does not push out what is there.
     TReteNetwork::TryRule(engine_, *rule);
     failures.Try([&] { engine_.ReplaceRule(*old, *rule); });
@@ -361,10 +372,10 @@ void TRules::PutValue(std::string_view name, TRule* const& rule) {
     // The rule is compiled before it is in the table: a failure leaves no trace of it.
     if (engine_.in_network_ > 0) TReteNetwork::TryRule(engine_, *rule);
     failures.Try([&] { engine_.CompileRule(*rule); });
-    if (!engine_.IsCompiled(*rule)) return failures.Raise();
+    if (watch.HasEnded() || !engine_.IsCompiled(*rule)) return failures.Raise();
     engine_.ClaimName(*rule);
   }
-  const auto is_held = [&] { return engine_.HoldsRule(*rule); };
+  const auto is_held = [&] { return !watch.HasEnded() && engine_.HoldsRule(*rule); };
   if (engine_.in_network_ == 0 && engine_.Watches(cwCompilation) && is_held()) {
     failures.Try([&] { engine_.PrintOut(rule->CompileTrace + std::string(NewLineString)); });
   }
@@ -376,9 +387,12 @@ void TRules::Add(std::unique_ptr<TRule> rule) {
   Given(rule, "rule");
   // A rule that has been entered is the engine's, whatever handlers think of it.
   TRule& added = *rule;
+  const ComponentWatch watch(added);
   FirstFailure failures;
   failures.Try([&] { Add(added); });
-  if (engine_.HoldsRule(added)) {
+  if (watch.HasEnded()) {
+    rule.release();
+  } else if (engine_.HoldsRule(added)) {
     engine_.InsertComponent(added);
     rule.release();
   }
@@ -388,7 +402,7 @@ void TRules::Add(std::unique_ptr<TRule> rule) {
 bool TRules::Remove(std::string_view name) {
   if (!ContainsKey(name)) return false;
   TRule* rule = table_.Take(name);
-  if (!engine_.updating_table_) engine_.RemoveRule(*rule);
+  engine_.RemoveRule(*rule);
   return true;
 }
 
@@ -397,10 +411,14 @@ bool TRules::Remove(std::string_view name, const TRule& rule) {
 }
 
 void TRules::Clear() {
-  const std::vector<TRule*> rules = GetItems();
+  // A handler may end rules whose turn has not come yet.
+  std::deque<std::pair<TRule*, ComponentWatch>> rules;
+  for (TRule* rule : GetItems()) rules.emplace_back(rule, *rule);
   table_.Clear();
   FirstFailure failures;
-  for (TRule* rule : rules) failures.Try([&] { engine_.DropRule(*rule); });
+  for (auto& [rule, watch] : rules) {
+    if (!watch.HasEnded()) failures.Try([&, dropped = rule] { engine_.DropRule(*dropped); });
+  }
   engine_.next_rule_id_ = 0;
   failures.Try([&] { engine_.ClearRules(); });
   failures.Raise();
@@ -428,7 +446,20 @@ std::string TEngineVariables::ToString() const {
   return text;
 }
 
+// A name that comes from a host must be one that a document can hold.
+static void CheckGlobalName(std::string_view name) {
+  std::string source = "?";
+  AppendNameSource(source, name);
+  TKitStringStream text(source);
+  TKBClipsStream stream(&text, nullptr);
+  const Ref<IStreamToken> token = stream.NextToken();
+  const bool is_read = name.starts_with('*') && name.ends_with('*') && token->Is(dtVariable) &&
+                       token->GetText() == name && stream.NextToken()->IsEnd();
+  if (!is_read) Raise(SBadVariableName, name);
+}
+
 void TGlobalVariables::PutValue(std::string_view name, const Ref<IKBValue>& value) {
+  CheckGlobalName(name);
   const bool was_there = ContainsKey(name);
   const Ref<IKBValue> old = Get(name);
   TEngineVariables::PutValue(name, value);
@@ -473,7 +504,12 @@ std::int32_t TFactSets::Add(TFactSet& fact_set) {
   const std::int32_t listed = IndexOf(fact_set);
   if (listed >= 0) return listed;
   const std::int32_t index = IndexOf(fact_set.GetFactSetName());
-  if (index >= 0) Remove(GetItem(index));
+  if (index >= 0) {
+    if (engine_.DuplicateConstructs == dcError)
+      Raise(SDuplicateFactSetNames, fact_set.GetFactSetName());
+    if (engine_.DuplicateConstructs == dcIgnore) return index;
+    Remove(GetItem(index));
+  }
   sets_.push_back(&fact_set);
   if (fact_set.GetEngine() != &engine_) fact_set.SetEngine(&engine_);
   return IndexOf(fact_set);
@@ -481,7 +517,8 @@ std::int32_t TFactSets::Add(TFactSet& fact_set) {
 
 std::int32_t TFactSets::Insert(std::int32_t index, TFactSet& fact_set) {
   if (index < 0 || index > GetCount()) Raise(SListIndexError, index);
-  Add(fact_set);
+  const std::int32_t entered = Add(fact_set);
+  if (IndexOf(fact_set) < 0) return entered;
   Leave(fact_set);
   const auto place = std::min(static_cast<std::size_t>(index), sets_.size());
   sets_.insert(sets_.begin() + static_cast<std::ptrdiff_t>(place), &fact_set);
@@ -491,6 +528,11 @@ std::int32_t TFactSets::Insert(std::int32_t index, TFactSet& fact_set) {
 std::int32_t TFactSets::SetItem(std::int32_t index, TFactSet& fact_set) {
   TFactSet& old = GetItem(index);
   if (&old == &fact_set) return index;
+  const std::int32_t named = IndexOf(fact_set.GetFactSetName());
+  const bool meets_another = IndexOf(fact_set) < 0 && named >= 0 && named != index;
+  if (meets_another && engine_.DuplicateConstructs == dcError)
+    Raise(SDuplicateFactSetNames, fact_set.GetFactSetName());
+  if (meets_another && engine_.DuplicateConstructs == dcIgnore) return named;
   Remove(old);
   return Insert(std::min(index, GetCount()), fact_set);
 }

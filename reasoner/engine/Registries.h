@@ -59,6 +59,15 @@ class TRegistry : public TPersistent {
  protected:
   explicit TRegistry(TReasoner& engine) : engine_(engine) {}
   virtual void PutValue(std::string_view name, const TItem& item) = 0;
+  // Takes this very item out, whatever name it stands under: it may call itself otherwise while it
+  // is being renamed. Gives whether it was there.
+  bool TakeItem(const TItem& item) {
+    std::string key;
+    table_.ForEach([&](const std::string& name, const TItem& listed) {
+      if (listed == item) key = name;
+    });
+    return Find(key) == item && (table_.Take(key), true);
+  }
 
   TReasoner& engine_;
   NameTable<TItem> table_;
@@ -97,6 +106,9 @@ class TFactTemplates : public TRegistry<Ref<IFactTemplate>> {
   Ref<IFactTemplate> CopyOf(const IFactTemplate& fact_template) const;
   // The template itself, or a copy of one that belongs to another engine.
   Ref<IFactTemplate> OwnTemplate(const Ref<IFactTemplate>& fact_template) const;
+
+  // Takes a listed template out with what depends on it.
+  void TakeOut(const Ref<IFactTemplate>& fact_template);
 };
 
 class TKBDefinedTypes : public TRegistry<Ref<IKBDefinedType>> {
@@ -118,6 +130,8 @@ class TKBDefinedTypes : public TRegistry<Ref<IKBDefinedType>> {
   void PutValue(std::string_view name, const Ref<IKBDefinedType>& type) override;
 
  private:
+  friend class TReasoner;
+
   Ref<IKBDefinedType> CopyOf(const IKBDefinedType& type) const;
   Ref<IKBDefinedType> OwnType(const Ref<IKBDefinedType>& type) const;
   void ChangeAncestor(const Ref<IKBDefinedType>& old, const Ref<IKBDefinedType>& type);
@@ -130,7 +144,8 @@ class TUserFunctions : public TRegistry<Ref<IUserFunction>> {
   void Add(const Ref<IUserFunction>& function) {
     Put(function ? function->GetFunctionName().view() : std::string_view(), function);
   }
-  // A built-in function comes back when the interpreted one that stood in for it goes.
+  // A built-in function comes back when the one that stood in for it goes, be it interpreted or a
+  // host's.
   void Remove(std::string_view name);
   // Tells every function that the engine leaves it; raises no event.
   void Clear();
@@ -150,7 +165,7 @@ class TUserFunctions : public TRegistry<Ref<IUserFunction>> {
 
  private:
   Ref<IUserFunction> OwnFunction(const Ref<IUserFunction>& function) const;
-  bool RemoveEntry(std::string_view name, bool& interpreted);
+  void RemoveEntry(std::string_view name);
 
   std::int32_t interpreted_ = 0;
   std::int32_t next_order_ = 0;

@@ -56,7 +56,7 @@ TKBDefinedType::~TKBDefinedType() {
 }
 
 void TKBDefinedType::Change() {
-  if (!OnChange) return;
+  if (!OnChange.IsHeard()) return;
   const Ref<IKBDefinedType> self(this);
   OnChange(*this);
 }
@@ -71,7 +71,13 @@ void TKBDefinedType::EndUpdate() {
   (field) = (value);               \
   Change()
 
-void TKBDefinedType::SetName(const std::string& name) { REASONER_SET(name_, name); }
+void TKBDefinedType::SetName(const std::string& name) {
+  if (name_ == name) return;
+  // A type that the engine lists moves to the new name there.
+  if (IReasoner* const reasoner = GetReasoner()) reasoner->RenameType(*this, name);
+  name_ = name;
+  Change();
+}
 void TKBDefinedType::SetComment(const std::string& comment) { REASONER_SET(comment_, comment); }
 void TKBDefinedType::SetRangeLimited(bool limited) { REASONER_SET(range_limited_, limited); }
 void TKBDefinedType::SetCardinalityLimited(bool limited) {
@@ -366,7 +372,9 @@ bool TKBDefinedType::IsValid(const IKBValue& value) const {
     return false;
   if (range_limited_ && KBNumericTypes.Has(type)) {
     const double number = value.GetAsNumeric();
-    if (number < min_range_ || number > max_range_) return false;
+    // An open end lets numbers beyond those of 32 bits pass.
+    if (min_range_ != kNoMinRange && number < min_range_) return false;
+    if (max_range_ != kNoMaxRange && number > max_range_) return false;
   }
   return true;
 }

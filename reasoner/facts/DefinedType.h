@@ -8,11 +8,11 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "reasoner/support/Event.h"
 #include "reasoner/values/ValueVector.h"
 #include "reasoner/vocabulary/KBInterfaces.h"
 
@@ -102,7 +102,7 @@ class TKBDefinedType final : public ICloneable {
 
   void BeginUpdate() { ++update_count_; }
   void EndUpdate();
-  std::function<void(TKBDefinedType& sender)> OnChange;  // after each real change
+  Event<void(TKBDefinedType& sender)> OnChange;  // after each real change
 
   // Takes over everything but the engine; the ancestor only from a type of the same engine.
   void Assign(const TKBDefinedType& source);

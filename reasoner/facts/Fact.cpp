@@ -73,7 +73,7 @@ std::int32_t TFact::RequireOrdinal(std::string_view name) const {
   return ordinal;
 }
 
-void TFact::SetID(std::int32_t id) {
+void TFact::SetID(TFactId id) {
   if (id != id_ && listed_) Raise(SCannotChangeID);
   id_ = id;
 }
@@ -139,6 +139,41 @@ static bool IsFuzzyText(const IKBValue& value) {
          !IsValueConstant(value);
 }
 
+// An integer in a slot of floats would equal none of them. A list of the caller's is not changed.
+static Ref<IKBValue> AsFloats(const IKBValue& value) {
+  if (value.GetDType() == dtInteger) return NewFloat(value.GetAsNumeric());
+  const IValueVector& list = *value.GetAsList();
+  const Ref<IValueVector> floats = NewVector();
+  for (const Ref<IKBValue>& member : list) {
+    const bool is_integer = member && member->GetDType() == dtInteger;
+    floats->Add(is_integer ? NewFloat(member->GetAsNumeric()) : member);
+  }
+  return NewList(floats);
+}
+
+static bool WantsFloats(const IKBValue& value, const IFactSlot& slot) {
+  const TKBType type = value.GetDType();
+  if (type != dtInteger && type != dtList) return false;
+  const TKBTypes types = slot.GetSlotType();
+  if (!types.Has(dtFloat) || types.Has(dtInteger)) return false;
+  if (type == dtInteger) return true;
+  const IValueVector& list = *value.GetAsList();
+  return std::any_of(list.begin(), list.end(), [](const Ref<IKBValue>& member) {
+    return member && member->GetDType() == dtInteger;
+  });
+}
+
+void TFact::FitToSlots() {
+  if (!template_ || listed_) return;
+  for (const std::int32_t ordinal : template_->SortedOrdinals()) {
+    const IKBValue& value = *PeekAt(ordinal);
+    if (!WantsFloats(value, *template_->SlotAt(ordinal))) continue;
+    Ref<IKBValue> floats = AsFloats(value);
+    Grow(template_->GetOrdinalCount());
+    values_[ordinal] = std::move(floats);
+  }
+}
+
 void TFact::SetValue(std::string_view name, const Ref<IKBValue>& value) {
   const std::int32_t ordinal = RequireOrdinal(name);
   RequireUnlisted();
@@ -149,20 +184,21 @@ void TFact::SetValue(std::string_view name, const Ref<IKBValue>& value) {
     return *kept;
   };
   const IReasoner* reasoner = template_->GetReasoner();
-  if (reasoner != nullptr && reasoner->GetTypeChecks().Has(tcDynamic)) {
+  const bool checks = reasoner != nullptr && reasoner->GetTypeChecks().Has(tcDynamic);
+  if (WantsFloats(*kept, *template_->SlotAt(ordinal))) {
+    if (checks && kept->GetDType() == dtInteger && !IsValueConstant(*kept)) {
+      convertible().SetAsFloat(kept->GetAsFloat());
+    } else {
+      kept = AsFloats(*kept);
+    }
+  }
+  if (checks) {
     const Ref<IFactSlot> slot(template_->SlotAt(ordinal));
     if (IFuzzyVariable* const variable = slot->IsFuzzy() ? slot->GetFuzzyVariable() : nullptr;
         variable != nullptr && IsFuzzyText(*kept)) {
       convertible().SetAsFuzzy(variable->EvalFuzzyExpression(kept->TextView()));
     }
-    if (!slot->IsValid(kept.get())) {
-      if (kept->GetDType() != dtInteger || !slot->GetSlotType().Has(dtFloat) ||
-          slot->GetSlotType().Has(dtInteger)) {
-        throw EKBException(slot->GetInvalidValueString(*kept));
-      }
-      convertible().SetAsFloat(kept->GetAsFloat());
-      if (!slot->IsValid(kept.get())) throw EKBException(slot->GetInvalidValueString(*kept));
-    }
+    if (!slot->IsValid(kept.get())) throw EKBException(slot->GetInvalidValueString(*kept));
   }
   Grow(template_->GetOrdinalCount());
   values_[ordinal] = std::move(kept);

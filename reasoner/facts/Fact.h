@@ -21,8 +21,8 @@ class TFact final : public ICloneable, public Pooled {
   explicit TFact(Ref<IFactTemplate> fact_template, const TFact* source = nullptr);
 
   // -1 until the fact base gives one. Setting another id raises while the fact is listed.
-  std::int32_t GetID() const noexcept { return id_; }
-  void SetID(std::int32_t id);
+  TFactId GetID() const noexcept { return id_; }
+  void SetID(TFactId id);
   // A listed fact is filed by its id and its values: what would change either raises, writing to
   // its cells too, until the fact has left the list.
   bool IsListed() const noexcept { return listed_; }
@@ -40,9 +40,13 @@ class TFact final : public ICloneable, public Pooled {
   const Ref<IKBValue>& GetValue(std::string_view name);
   // The stored cell, or a filled-in default; null for a slot that the template lacks.
   Ref<IKBValue> ContainsKey(std::string_view name);
-  // Stores the cell itself, null as FCNil. With dynamic checks an integer becomes a float, in the
-  // given cell, where the slot wants one; any other invalid value raises with the slot's reason.
+  // Stores the cell itself, null as FCNil. Where the slot wants floats an integer becomes one: with
+  // dynamic checks in the given cell, else in a new one. With those checks any other invalid value
+  // raises with the slot's reason.
   void SetValue(std::string_view name, const Ref<IKBValue>& value);
+  // Makes floats of integers that came into slots of floats otherwise, as by a cell that was
+  // changed in place. The engine calls it at assertion.
+  void FitToSlots();
 
   const Ref<IKBValue>& GetValueAt(std::int32_t ordinal);
   // Stores a cell that is known to be right for the slot; nothing is checked.
@@ -92,7 +96,7 @@ class TFact final : public ICloneable, public Pooled {
   Ref<IFactTemplate> template_;
   Ref<IKBValue>* values_ = nullptr;  // from the pool
   std::int32_t capacity_ = 0;
-  std::int32_t id_ = -1;
+  TFactId id_ = -1;
   std::int32_t tag_ = 0;
   bool listed_ = false;
 };

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "reasoner/support/FirstFailure.h"
 #include "reasoner/support/Streams.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -16,7 +17,11 @@ TFactSet::~TFactSet() {
   SetEngineNoParse(nullptr);
 }
 
-void TFactSet::SetFactSetName(std::string_view name) { fact_set_name_ = name; }
+void TFactSet::SetFactSetName(std::string_view name) {
+  if (name == fact_set_name_) return;
+  if (IReasoner* reasoner = Reasoner()) reasoner->CheckFactSetName(*this, name);
+  fact_set_name_ = name;
+}
 
 void TFactSet::SetEngineNoParse(TComponent* engine) {
   if (engine == engine_) return;
@@ -36,7 +41,14 @@ void TFactSet::SetEngine(TComponent* engine) {
   if (engine == engine_) return;
   SetEngineNoParse(engine);
   if (IReasoner* reasoner = Reasoner()) {
-    reasoner->EnterFactSet(*this);
+    bool is_entered = false;
+    try {
+      is_entered = reasoner->EnterFactSet(*this);
+    } catch (...) {
+      SetEngineNoParse(nullptr);
+      throw;
+    }
+    if (!is_entered) return SetEngineNoParse(nullptr);
     for (std::int32_t i = 0; i < GetCount(); ++i)
       LineAt(i).fact = reasoner->ParseFactText(LineAt(i).text);
   } else {
@@ -113,10 +125,12 @@ void TFactSet::Delete(std::int32_t index) {
   lines_.erase(lines_.begin() + index);
 }
 
+// Every fact gets its turn, whatever fails in another one or in the rules that match it.
 void TFactSet::Reset() {
+  FirstFailure failures;
   for (std::int32_t i = 0; i < GetCount(); ++i) {
     IReasoner* reasoner = Reasoner();  // asked anew: a handler may take the set away
-    if (reasoner == nullptr) return;
+    if (reasoner == nullptr) break;
     Ref<IFact> fact;
     try {
       fact = GetFact(i);
@@ -125,21 +139,24 @@ void TFactSet::Reset() {
     } catch (const EKBException&) {
       continue;
     }
-    try {
-      reasoner->AssertResolved(fact);
-    } catch (Exception& failure) {
-      failure.AppendMessage(FillMessage(SInFactSet, fact_set_name_));
-      throw;
-    }
+    failures.Try([&] {
+      try {
+        reasoner->AssertResolved(fact);
+      } catch (Exception& failure) {
+        failure.AppendMessage(FillMessage(SInFactSet, fact_set_name_));
+        throw;
+      }
+    });
   }
+  failures.Raise();
 }
 
 void TFactSet::Assign(const TPersistent& source) {
   const auto* other = dynamic_cast<const TFactSet*>(&source);
   if (other == nullptr) return TComponent::Assign(source);
   if (other == this) return;
+  SetFactSetName(other->fact_set_name_);
   Comment = other->Comment;
-  fact_set_name_ = other->fact_set_name_;
   auto* reasoner = dynamic_cast<IReasoner*>(GetOwner());
   std::vector<TLine> lines;
   for (const TLine& line : other->lines_) {

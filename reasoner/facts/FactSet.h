@@ -28,12 +28,14 @@ class TFactSet : public TComponent {
 
   std::string ClassName() const override { return "TFactSet"; }
   const std::string& GetFactSetName() const noexcept { return fact_set_name_; }
+  // Raises for the name of another set of the engine.
   void SetFactSetName(std::string_view name);
   std::string Comment;
 
   TComponent* GetEngine() const noexcept { return engine_; }
-  // Joins the engine's fact sets, where a set of the same name gives way, and parses each line
-  // there. A line that does not parse raises. Null leaves the engine.
+  // Joins the engine's fact sets and parses each line there. A set of the same name gives way, or
+  // this one stays outside, or it raises, as DuplicateConstructs tells. A line that does not parse
+  // raises. Null leaves the engine.
   void SetEngine(TComponent* engine);
   // The same without joining and without parsing.
   void SetEngineNoParse(TComponent* engine);

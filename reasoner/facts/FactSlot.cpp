@@ -26,6 +26,8 @@ IReasoner* TFactSlot::DynamicChecker() const {
 void TFactSlot::SetName(const Text& name) {
   if (name == name_) return;
   CheckConstructName(name);
+  // Bindings of a whole fact and of a local variable stand under these where others name a slot.
+  if (name == SPatternBinding || name == SLocalBinding) Raise(SReservedName, name.view());
   if (template_ != nullptr) template_->NewSlotName(*this, name);
   name_ = name;
 }

@@ -55,9 +55,14 @@ TComponent* TFactTemplate::GetOwner() const noexcept {
 void TFactTemplate::SetTemplateName(std::string_view name) {
   if (name == template_name_) return;
   CheckConstructName(name);
-  if (IReasoner* reasoner = GetReasoner()) reasoner->ChangeFactTemplateName(template_name_, name);
-  template_name_ = name;
-  LayoutChanged();
+  IReasoner* const reasoner = GetReasoner();
+  const Ref<IFactTemplate> self(this);
+  if (reasoner == nullptr || reasoner->FindFactTemplate(template_name_) != self) {
+    template_name_ = name;
+    return LayoutChanged();
+  }
+  // The engine takes the template off its list, which leads here again for the name itself.
+  reasoner->ChangeFactTemplateName(template_name_, name);
 }
 
 void TFactTemplate::SetParent(const Ref<IFactTemplate>& parent) {

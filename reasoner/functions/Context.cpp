@@ -23,10 +23,16 @@ std::string TBinding::ToString() const {
   return text + " " + TBindingInfo::ToString();
 }
 
-TKBContext::TKBContext(TKBContext* parent, IReasoner* engine) : engine_(engine), parent_(parent) {
+TKBContext::TKBContext(TKBContext* parent, IReasoner* engine)
+    : IScope(this), engine_(engine), parent_(parent) {
   if (parent == nullptr) return;
   Fact = parent->Fact;
   Token = parent->Token;
+}
+
+TKBContext::TKBContext(TKBContext* parent, IReasoner* engine, IScope& host_scope)
+    : TKBContext(parent, engine) {
+  host_scope_ = &host_scope;
 }
 
 TKBContext::~TKBContext() = default;
@@ -229,8 +235,12 @@ void TKBContext::Resolve(IFact& fact) {
 }
 
 Ref<IKBValue> TKBContext::FindValue(const Text& name) {
-  const TBinding* binding = FindBinding(name);
-  return binding == nullptr ? Ref<IKBValue>() : binding->Value;
+  for (const TKBContext* frame = this; frame != nullptr; frame = frame->parent_) {
+    if (const TBinding* binding = frame->FindOwnBinding(name)) return binding->Value;
+    if (frame->host_scope_ == nullptr) continue;
+    if (Ref<IKBValue> value = frame->host_scope_->FindValue(name)) return value;
+  }
+  return nullptr;
 }
 
 Ref<IKBValue> TKBContext::ReadMatch(const TBindingInfo& info) {
@@ -240,7 +250,12 @@ Ref<IKBValue> TKBContext::ReadMatch(const TBindingInfo& info) {
   } else if (Token) {
     fact = Token->GetFacts(info.FactIndex);
   }
-  if (fact == nullptr) Raise(SNoContext, GetKBTypeName(dtObject));
+  if (fact == nullptr) {
+    for (const TKBContext* frame = this; frame != nullptr; frame = frame->parent_) {
+      if (frame->host_scope_ != nullptr) return frame->host_scope_->ReadMatch(info);
+    }
+    Raise(SNoContext, GetKBTypeName(dtObject));
+  }
   if (info.SlotIndex == SPatternBinding) return NewFactId(fact->GetID());
   const Ref<IKBValue>& value = fact->GetValue(info.SlotIndex);
   if (info.SubIndex == NoSubIndex) return value;

@@ -46,6 +46,8 @@ class TKBContext : public TObject, public IScope {
  public:
   // Neither is owned; the parent outlives the frame. The match comes along from the parent.
   TKBContext(TKBContext* parent, IReasoner* engine);
+  // A frame over a host's scope, which is asked for what neither the frame nor its parents have.
+  TKBContext(TKBContext* parent, IReasoner* engine, IScope& host_scope);
   ~TKBContext() override;
 
   IReasoner* GetEngine() const noexcept { return engine_; }
@@ -113,6 +115,7 @@ class TKBContext : public TObject, public IScope {
   Ref<IKBValue> return_value_;
   IReasoner* engine_;
   TKBContext* parent_;
+  IScope* host_scope_ = nullptr;
   std::vector<std::unique_ptr<TBinding>> bindings_;
   // Only for frames with many names, as the bottom one may have.
   std::unique_ptr<std::unordered_map<std::string_view, std::size_t>> index_;

@@ -121,9 +121,16 @@ void TFunctionCall::Execute(IScope* scope, Ref<IKBValue>& result) {
   const Ref<IUserFunction> function(LookUp());
   if (!function) Raise(SNoSuchFunction, name_.view());
   if (reasoner_ && reasoner_->engine != nullptr) reasoner_->engine->CheckInterrupt();
-  if (scope != nullptr) return function->Invoke(*this, static_cast<TKBContext&>(*scope), result);
-  TKBContext nowhere(nullptr, nullptr);
-  function->Invoke(*this, nowhere, result);
+  if (scope == nullptr) {
+    TKBContext nowhere(nullptr, nullptr);
+    function->Invoke(*this, nowhere, result);
+  } else if (TKBContext* const frame = scope->GetFrame()) {
+    function->Invoke(*this, *frame, result);
+  } else {
+    IReasoner* const engine = reasoner_ ? reasoner_->engine : nullptr;
+    TKBContext over_scope(engine == nullptr ? nullptr : &engine->GetContext(), engine, *scope);
+    function->Invoke(*this, over_scope, result);
+  }
 }
 
 Ref<IKBValue> TFunctionCall::SimpleExecute(TKBContext& context) {

@@ -29,12 +29,13 @@ void TCustomUserFunction::SetEngine(IReasoner* engine) {
   IReasoner* old = engine_;
   engine_ = engine;
   FirstFailure failures;
+  const ComponentWatch watch(*this);  // handlers may end the function, or give it another engine
   if (old != nullptr) {
-    failures.Try([&] { function_->DeleteReasoner(*old); });
-    old->AsComponent().RemoveFreeNotification(*this);
+    failures.Try([&, function = function_] { function->DeleteReasoner(*old); });
+    if (!watch.HasEnded()) old->AsComponent().RemoveFreeNotification(*this);
   }
   failures.Raise();
-  if (engine == nullptr) return;
+  if (watch.HasEnded() || engine_ != engine || engine == nullptr) return;
   engine->AsComponent().FreeNotification(*this);
   if (!function_->GetFunctionName().empty()) function_->AddReasoner(*engine);
 }
@@ -42,7 +43,7 @@ void TCustomUserFunction::SetEngine(IReasoner* engine) {
 void TCustomUserFunction::Call(const IFunCall& fun_call, TKBContext& context,
                                Ref<IKBValue>& result) {
   result = FCNil;
-  if (OnCall) OnCall(*this, fun_call, context, result);
+  OnCall(*this, fun_call, context, result);
 }
 
 void TCustomUserFunction::Notification(TComponent& component, TOperation operation) {
@@ -58,8 +59,11 @@ void TCustomUserFunction::BoundsChanged() {
 }
 
 void TUserFunction::SetFunctionName(std::string_view name) {
-  function_->SetFunctionName(name);
-  if (GetEngine() != nullptr && !name.empty()) function_->AddReasoner(*GetEngine());
+  const ComponentWatch watch(*this);  // a handler may end the function
+  const Ref<IUserFunction> function = function_;
+  function->SetFunctionName(name);
+  if (!watch.HasEnded() && GetEngine() != nullptr && !name.empty())
+    function->AddReasoner(*GetEngine());
 }
 
 void TUserFunction::SetMinArgumentCount(std::int32_t count) {

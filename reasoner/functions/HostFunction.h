@@ -6,19 +6,19 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <string_view>
 
 #include "reasoner/functions/UserFunction.h"
 #include "reasoner/support/Component.h"
+#include "reasoner/support/Event.h"
 
 namespace reasoner {
 
 // `result` is nil when the handler leaves it alone. Arguments are evaluated by the handler:
 // fun_call.GetArgument(i)->Resolve(&context).
-using TCallEvent = std::function<void(TObject& sender, const IFunCall& fun_call,
-                                      TKBContext& context, Ref<IKBValue>& result)>;
+using TCallEvent = Event<void(TObject& sender, const IFunCall& fun_call, TKBContext& context,
+                              Ref<IKBValue>& result)>;
 
 class TCustomUserFunction;
 

@@ -33,22 +33,42 @@ std::int32_t TInterpretedFunction::GetMaxArgumentCount() const noexcept {
   return count > 0 && arguments_->Last()->GetDType() == dtMultiVariable ? kNoArgumentLimit : count;
 }
 
-// Arguments are evaluated in the new frame, one after the other, each after the formals before it
-// are bound: a formal can hide a variable that a later argument names. In textbook semantics all of
-// them are evaluated in the caller's frame first.
+// True when all formals are variables of the function's own frame, and a `$?name` is the last one.
+bool TInterpretedFunction::BindsEachArgumentOnce() const {
+  const std::int32_t last = GetArgumentCount() - 1;
+  for (std::int32_t i = 0; i <= last; ++i) {
+    const TKBType type = GetArgument(i)->GetDType();
+    if (type != dtVariable && (type != dtMultiVariable || i < last)) return false;
+  }
+  return true;
+}
+
+// All arguments are evaluated in the caller's frame before the first is bound. In the literal
+// meaning each is evaluated in the new frame, after the formals before it are bound: a formal can
+// hide a variable that a later argument names. The argument of a formal that is no variable is
+// evaluated in neither.
 void TInterpretedFunction::BindFormals(const IFunCall& fun_call, TKBContext& frame) const {
   const std::int32_t given = fun_call.GetArgumentCount();
+  const std::int32_t count = GetArgumentCount();
+  const IReasoner* const engine = frame.GetEngine();
+  const bool is_literal = engine != nullptr && !engine->GetLink()->textbook_semantics;
+  TKBContext* const scope = is_literal ? &frame : frame.GetParent();
   std::vector<Ref<IKBValue>> evaluated;
-  if (const IReasoner* engine = frame.GetEngine();
-      engine != nullptr && engine->GetLink()->textbook_semantics) {
-    for (std::int32_t i = 0; i < given; ++i)
-      evaluated.push_back(fun_call.GetArgument(i)->Resolve(frame.GetParent()));
+  // OPTIMIZATION: the caller's frame does not see the formals, so each argument is evaluated where
+  // its formal is bound, unless a formal writes to another frame or shares its argument with one
+  // behind it.
+  if (!is_literal && !BindsEachArgumentOnce()) {
+    const bool has_rest = count > 0 && GetArgument(count - 1)->GetDType() == dtMultiVariable;
+    for (std::int32_t i = 0; i < given; ++i) {
+      const bool is_bound = i < count ? GetArgument(i)->GetDType() != dtAtom : has_rest;
+      evaluated.push_back(is_bound ? fun_call.GetArgument(i)->Resolve(scope) : Ref<IKBValue>());
+    }
   }
   const auto argument = [&](std::int32_t i) {
-    return evaluated.empty() ? fun_call.GetArgument(i)->Resolve(&frame)
+    return evaluated.empty() ? fun_call.GetArgument(i)->Resolve(scope)
                              : evaluated[static_cast<std::size_t>(i)];
   };
-  for (std::int32_t i = 0; i < GetArgumentCount(); ++i) {
+  for (std::int32_t i = 0; i < count; ++i) {
     const IKBValue& formal = *GetArgument(i);
     const Text name = formal.GetAsString();
     switch (formal.GetDType()) {

@@ -43,6 +43,7 @@ class TInterpretedFunction final : public TKBUserFunction {
   }
 
  private:
+  bool BindsEachArgumentOnce() const;
   void BindFormals(const IFunCall& fun_call, TKBContext& frame) const;
 
   Ref<IValueVector> arguments_ = NewVector();

@@ -10,14 +10,24 @@ void TKBUserFunction::SetFunctionName(std::string_view name) {
   if (function_name_ == name) return;
   const Ref<TKBUserFunction> self(this);  // an engine's table may hold the last reference
   const std::vector<Ref<TReasonerLink>> reasoners = reasoners_;
-  reasoners_.clear();
-  for (const Ref<TReasonerLink>& link : reasoners) {
-    if (link->engine != nullptr) link->engine->RemoveUserFunction(*this);
-  }
-  function_name_ = name;
-  for (const Ref<TReasonerLink>& link : reasoners) {
-    if (link->engine != nullptr) AddReasoner(*link->engine);
-  }
+  FirstFailure failures;
+  const auto move_to = [&](const Text& new_name) {
+    reasoners_.clear();
+    for (const Ref<TReasonerLink>& link : reasoners) {
+      if (link->engine != nullptr) failures.Try([&] { link->engine->RemoveUserFunction(*this); });
+    }
+    function_name_ = new_name;
+    bool is_refused = false;
+    for (const Ref<TReasonerLink>& link : reasoners) {
+      if (link->engine == nullptr) continue;
+      failures.Try([&] { AddReasoner(*link->engine); });
+      is_refused = is_refused || IndexOfReasoner(*link->engine) < 0;
+    }
+    return !is_refused;
+  };
+  const Text old = function_name_;
+  if (!move_to(Text(name))) move_to(old);  // an engine holds another function of that name
+  failures.Raise();
 }
 
 void TKBUserFunction::SetMinArgumentCount(std::int32_t count) {

@@ -24,16 +24,16 @@ std::int32_t TUserFunctionList::Add(const Ref<IUserFunction>& function) {
 void TUserFunctionList::Insert(std::int32_t index, const Ref<IUserFunction>& function) {
   if (!function) Raise(SInvalidFunctionAdd);
   if (index < 0 || index > GetCount()) Raise(SListIndexError, index);
-  owner_.FunctionNotification(*function, lnAdded);
   items_.insert(items_.begin() + index, function);
+  owner_.FunctionNotification(*function, lnAdded);
 }
 
 std::int32_t TUserFunctionList::Remove(const IUserFunction& function) {
   const std::int32_t index = IndexOf(function);
   if (index < 0) return index;
   const Ref<IUserFunction> removed = GetItem(index);
-  owner_.FunctionNotification(*removed, lnExtracted);
   items_.erase(items_.begin() + index);
+  owner_.FunctionNotification(*removed, lnExtracted);
   return index;
 }
 
@@ -45,7 +45,9 @@ std::int32_t TUserFunctionList::IndexOf(const IUserFunction& function) const {
 }
 
 void TUserFunctionList::Clear() {
-  while (!items_.empty()) Remove(*items_.back());
+  FirstFailure failures;
+  while (!items_.empty()) failures.Try([this] { Remove(*items_.back()); });
+  failures.Raise();
 }
 
 std::string TUserFunctionList::ToString() const {
@@ -100,7 +102,7 @@ TUserPackage::TUserPackage(TComponent* owner) : TCustomReasonerOwner(owner) {
 TUserPackage::~TUserPackage() {
   BeginDestruction();
   FirstFailure().Try([this] { ClearReasoners(); });  // a destructor's failures go nowhere
-  functions_.Clear();
+  FirstFailure().Try([this] { functions_.Clear(); });
 }
 
 std::int32_t TUserPackage::IndexOf(std::string_view name) const {
@@ -118,9 +120,7 @@ void TUserPackage::SetEngine(IReasoner* engine) {
   if (engine != nullptr) AddReasoner(*engine);
 }
 
-void TUserPackage::CreateFunctions() {
-  if (OnCreateFunctions) OnCreateFunctions(*this);
-}
+void TUserPackage::CreateFunctions() { OnCreateFunctions(*this); }
 
 void TUserPackage::Rebuild() {
   functions_.Clear();
@@ -142,24 +142,35 @@ void TUserPackage::Notification(TComponent& component, TOperation operation) {
 }
 
 void TUserPackage::ReasonerNotification(IReasoner& reasoner, TListNotification action) {
-  for (const Ref<IUserFunction>& function : functions_) {
-    if (action == lnAdded) {
-      function->AddReasoner(reasoner);
-    } else {
-      function->DeleteReasoner(reasoner);
-    }
+  // Handlers may change the list, and raise: every function is told all the same.
+  const std::vector<Ref<IUserFunction>> functions(functions_.begin(), functions_.end());
+  FirstFailure failures;
+  for (const Ref<IUserFunction>& function : functions) {
+    failures.Try([&] {
+      if (action != lnAdded) {
+        function->DeleteReasoner(reasoner);
+      } else if (functions_.IndexOf(*function) >= 0) {
+        function->AddReasoner(reasoner);
+      }
+    });
   }
   if (action != lnAdded && engine_ == &reasoner) engine_ = nullptr;
+  failures.Raise();
 }
 
 void TUserPackage::FunctionNotification(IUserFunction& function, TListNotification action) {
+  const Ref<IUserFunction> kept(&function);
+  FirstFailure failures;
   for (std::int32_t i = 0; i < GetReasonerCount(); ++i) {
-    if (action == lnAdded) {
-      function.AddReasoner(GetReasoner(i));
-    } else {
-      function.DeleteReasoner(GetReasoner(i));
-    }
+    failures.Try([&] {
+      if (action == lnAdded) {
+        function.AddReasoner(GetReasoner(i));
+      } else {
+        function.DeleteReasoner(GetReasoner(i));
+      }
+    });
   }
+  failures.Raise();
 }
 
 }  // namespace reasoner

@@ -6,13 +6,14 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "reasoner/functions/UserFunction.h"
 #include "reasoner/support/Component.h"
+#include "reasoner/support/Event.h"
+#include "reasoner/support/FirstFailure.h"
 
 namespace reasoner {
 
@@ -32,9 +33,12 @@ class TUserFunctionList {
   std::int32_t IndexOf(const IUserFunction& function) const;
   void Clear();
   // A new function of each class, in order.
+  // Handlers of an engine's events may raise: all are added all the same.
   template <class... TFunctions>
   void AddNew() {
-    (Add(Make<TFunctions>()), ...);
+    FirstFailure failures;
+    (failures.Try([this] { Add(Make<TFunctions>()); }), ...);
+    failures.Raise();
   }
   std::string ToString() const;  // a line a function
 
@@ -91,7 +95,7 @@ class TUserPackage : public TCustomReasonerOwner {
   void Assign(const TPersistent& source) override;
   void Notification(TComponent& component, TOperation operation) override;
 
-  std::function<void(TUserPackage& sender)> OnCreateFunctions;
+  Event<void(TUserPackage& sender)> OnCreateFunctions;
 
  protected:
   // Adds the package's functions. Overrides call the inherited one first.

@@ -141,6 +141,7 @@ Ref<IFuzzySet> Hedged(const IFuzzySet& operand, std::string_view word) {
 }
 
 Ref<IFuzzySet> Joined(const IFuzzySet& left, std::string_view word, const IFuzzySet& right) {
+  if (IsFuzzyKeyword(word)) RequireSameKind(left, right);
   Ref<IFuzzySet> set;
   TBaseFuzzyHedge base{};
   bool flag = false;
@@ -167,6 +168,11 @@ Ref<IKBValue> EvaluateGroup(IFuzzyVariable* variable, const TItems& items, IScop
   for (const Ref<IKBValue>& item : items) {
     switch (KindOf(*item)) {
       case ikOperand: {
+        if (KBNumericTypes.Has(item->GetDType())) {
+          // Not always a value of the variable: it may be what a hedge is limited to.
+          sets.push_back(FuzzySetOfNumber(variable, *item));
+          break;
+        }
         const Ref<IKBValue> value = EvaluateFuzzy(variable, item, scope);
         if (value->GetDType() == dtFuzzy) {
           sets.emplace_back(value->GetAsFuzzy());
@@ -265,6 +271,21 @@ Ref<IKBValue> NamedValue(IFuzzyVariable* variable, const IKBValue& name) {
   return NewFuzzy(Ref<IFuzzySet>(set));
 }
 
+// A number as a value of the variable. One outside of its universe has the membership that the ends
+// of the terms have, but the defuzzifiers do not look there.
+Ref<IFuzzySet> Reading(IFuzzyVariable* variable, const IKBValue& number) {
+  if (variable != nullptr && variable->HasUniverse() && variable->GetParser() != nullptr) {
+    const double x = number.GetAsNumeric();
+    const double from = variable->GetUniverseFrom();
+    const double to = variable->GetUniverseTo();
+    if (x < from || x > to) {
+      variable->GetParser()->Warn(
+          FillMessage(SFuzzyReadingOutside, number.ToString(), variable->GetName(), from, to));
+    }
+  }
+  return FuzzySetOfNumber(variable, number);
+}
+
 bool HasNumbersAlone(const ISingletonsVector& points) {
   const auto is_number = [](const Ref<IKBValue>& cell) {
     return cell && KBNumericTypes.Has(cell->GetDType());
@@ -287,6 +308,15 @@ Ref<IKBValue> Bound(IFuzzyVariable* variable, const Ref<IKBValue>& value) {
 
 }  // namespace
 
+void RequireSameKind(const IFuzzySet& a, const IFuzzySet& b) {
+  const IFuzzyVariable* const variable_a = a.GetVariable();
+  const IFuzzyVariable* const variable_b = b.GetVariable();
+  if (variable_a == variable_b || variable_a == nullptr || variable_b == nullptr) return;
+  if (variable_a->HasSameUniverse(*variable_b)) return;
+  Raise(SDifferentFuzzyVariables, a.GetName(), variable_a->GetName(), b.GetName(),
+        variable_b->GetName());
+}
+
 Ref<IKBValue> EvaluateFuzzy(IFuzzyVariable* variable, const Ref<IKBValue>& value, IScope* scope) {
   const DepthGuard guard("fuzzy expression");
   switch (value->GetDType()) {
@@ -297,7 +327,7 @@ Ref<IKBValue> EvaluateFuzzy(IFuzzyVariable* variable, const Ref<IKBValue>& value
       return NamedValue(variable, *value);
     case dtInteger:
     case dtFloat:
-      return NewFuzzy(FuzzySetOfNumber(variable, *value));
+      return NewFuzzy(Reading(variable, *value));
     case dtVariable:
     case dtMultiVariable:
     case dtFunCall:

@@ -28,6 +28,9 @@ namespace reasoner {
 // else may hold is changed.
 Ref<IKBValue> EvaluateFuzzy(IFuzzyVariable* variable, const Ref<IKBValue>& value, IScope* scope);
 
+// Raises for sets of two variables whose universes or units differ: no number is in both.
+void RequireSameKind(const IFuzzySet& a, const IFuzzySet& b);
+
 // An expression that waits for a context, or several of them.
 bool IsKeptExpression(const IValueVector& list);
 bool IsSingleExpression(const IValueVector& list);

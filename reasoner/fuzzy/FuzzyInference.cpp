@@ -59,6 +59,24 @@ void WeakenFact(IFact& fact, TFuzzyCorrelationMethod method, double strength) {
   });
 }
 
+static Ref<IKBValue> OwnSet(const Ref<IKBValue>& value) {
+  if (!value || value->GetDType() != dtFuzzy) return value;
+  const IFuzzySet& set = *value->GetAsFuzzy();
+  // One that nothing else holds is the fact's own, if nothing else holds its cell.
+  if (set.GetRefCount() == 1 && value->GetRefCount() <= 2) return value;
+  return NewFuzzy(set.Clone());
+}
+
+void OwnFuzzySets(IFact& fact) {
+  ChangeFuzzySlots(fact, [](std::int32_t, const Ref<IKBValue>& value) {
+    if (value->GetDType() != dtList) return OwnSet(value);
+    const Ref<IValueVector> list = NewVector();
+    list->Reserve(value->GetAsList()->GetValueCount());
+    for (const Ref<IKBValue>& member : *value->GetAsList()) list->Add(OwnSet(member));
+    return NewList(list);
+  });
+}
+
 Ref<IKBValue> CombineValues(const Ref<IKBValue>& value1, const IKBValue& value2,
                             TFuzzyOperation operation, bool is_union) {
   if (Given(value1, "value").GetDType() != value2.GetDType()) return value1;

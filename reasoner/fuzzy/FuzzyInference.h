@@ -21,6 +21,10 @@ Ref<IKBValue> WeakenValue(const Ref<IKBValue>& value, TFuzzyCorrelationMethod me
 // fact" for a template without any.
 void WeakenFact(IFact& fact, TFuzzyCorrelationMethod method, double strength);
 
+// Gives the fact sets of its own, where it shares them with a term or another fact: what is found
+// out about one fact's value says nothing about another's.
+void OwnFuzzySets(IFact& fact);
+
 // The union or intersection of two fuzzy values, or of two lists of one length, member by member.
 // Values of different types and lists of different lengths: the first value comes back as it is.
 // Two values that are of one type but not fuzzy raise as TKBValue::GetAsFuzzy does.

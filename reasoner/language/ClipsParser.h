@@ -53,6 +53,7 @@ class TKBClipsParser : public TKBParser {
   std::string GetSyntaxStatement(const IUserFunction& function) override;
 
   bool Parse(bool execute) override;
+  bool Load() override;
   bool ParseExpression(bool execute) override;
   bool AtEnd() override;
   void ParseEnd() override;
@@ -170,6 +171,9 @@ class TKBClipsParser : public TKBParser {
   bool NextIs(char character);  // looks only
 
   void ParseCollecting();
+  template <class TStep>
+  void LoadEach(TStep step);
+  EKBParseException AtPlace(std::string message);
   void EnterRule(TObject*& object);
   void EnterFactSet(TObject*& object);
 
@@ -182,7 +186,7 @@ class TKBClipsParser : public TKBParser {
   Ref<IKBValue> ParseFuzzyValue(TKBTypes types, const IKBDefinedType* defined_type);
   Ref<IKBValue> ParseFuzzyField();
   void ParseFuzzyClauses(IFuzzyVariable& variable);
-  void ParseFuzzyTerms(IFuzzyVariable& variable);
+  void ParseFuzzyTerms(IFuzzyVariable& variable, std::vector<Ref<IFuzzySet>>& terms);
   void ParseArgument(IFunCall& fun_call, const Ref<IStreamToken>& token,
                      const TSlotFunction* slot_function);
   void CheckValue(Ref<IKBValue>& value, TKBTypes types, const IKBDefinedType* defined_type);
@@ -217,12 +221,14 @@ class TKBClipsParser : public TKBParser {
   void ParseConstraint(TField& field, Ref<IStreamToken> token);
   void ParseFuzzyConstraint(TField& field, bool negated);
   void AddTest(const TField& field, const Ref<IKBValue>& value, bool negated);
+  void AddWildcard(const TField& field, const Ref<IKBValue>& value, bool negated);
   void AddReturnValueTests(const TField& field, bool negated);
   // A generated name that the rule does not hold yet.
   Text NewVariableName(const TVariableTable& variables, std::string_view prefix);
 
   TKBClipsStream* clips_stream_ = nullptr;  // stream_ under its own type
   mutable std::vector<TSlotFunction> slot_functions_;
+  bool call_failed_ = false;  // the last failure came from a call that ran, and not from reading
 };
 
 // Turns integers into floats, a list's members too, where the types have floats alone.

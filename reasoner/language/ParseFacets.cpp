@@ -71,6 +71,11 @@ const TAllowedWord kAllowedWords[] = {
 
 }  // namespace
 
+bool IsTypeWord(std::string_view word) {
+  return std::any_of(std::begin(kTypeWords), std::end(kTypeWords),
+                     [word](const TTypeWord& row) { return row.word == word; });
+}
+
 void TKBClipsParser::ParseQualifier(IFactSlot& slot, TKBTypes& types,
                                     Ref<IKBDefinedType>& defined_type,
                                     Ref<IKBValue>& slot_default) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <new>
+#include <optional>
 #include <utility>
 
 #include "reasoner/functions/Context.h"
@@ -32,21 +33,6 @@ class ScopedTopLevel {
 
  private:
   TKBContext& context_;
-};
-
-// Learns that a component has ended while others had it: handlers of the engine's events may end
-// it.
-class DeathWatch final : public TComponent {
- public:
-  explicit DeathWatch(TComponent& watched) : watched_(&watched) { watched.FreeNotification(*this); }
-  bool HasEnded() const noexcept { return watched_ == nullptr; }
-  void Notification(TComponent& component, TOperation operation) override {
-    TComponent::Notification(component, operation);
-    if (operation == opRemove && &component == watched_) watched_ = nullptr;
-  }
-
- private:
-  TComponent* watched_;
 };
 
 std::string ShortenEcho(std::string echo) {
@@ -189,11 +175,12 @@ TParsedType TKBClipsParser::GetConstructType(const Ref<IStreamToken>& token) {
 
 void TKBClipsParser::EnterRule(TObject*& object) {
   std::unique_ptr<TRule> rule = ParseRule();
-  const DeathWatch watch(*rule);
+  const ComponentWatch watch(*rule);  // handlers may end it
   try {
     engine_.EnterRule(*rule);
   } catch (...) {
-    if (watch.HasEnded()) rule.release();
+    // A rule that has been entered stays, whatever fails in its matches.
+    if (watch.HasEnded() || engine_.HoldsRule(*rule)) rule.release();
     throw;
   }
   if (watch.HasEnded()) {
@@ -208,8 +195,7 @@ void TKBClipsParser::EnterFactSet(TObject*& object) {
   TComponent& engine = engine_.AsComponent();
   engine.InsertComponent(*fact_set);
   fact_set->SetEngineNoParse(&engine);
-  engine_.EnterFactSet(*fact_set);
-  object = fact_set.release();
+  if (engine_.EnterFactSet(*fact_set)) object = fact_set.release();
 }
 
 bool TKBClipsParser::ParseExpression(bool execute) {
@@ -220,6 +206,14 @@ bool TKBClipsParser::ParseExpression(bool execute) {
   const Ref<IStreamToken> token = Next();
   TParsedType type = GetConstructType(token);
   const bool at_end = type == ptEOF;
+  // A call that fails inside of a construct is a failure of the construct.
+  struct TCallMark {
+    bool& call_failed;
+    bool is_call;
+    ~TCallMark() {
+      if (!is_call) call_failed = false;
+    }
+  } mark{call_failed_, type == ptFunCall};
   switch (type) {
     case ptValue:
       result = token->Value(&engine_.GetContext());
@@ -267,7 +261,13 @@ bool TKBClipsParser::ParseExpression(bool execute) {
   if (type == ptValue || type == ptFunCall) {
     engine_.PrintOut("", result->ToString() + std::string(NewLineString));
   }
-  if (OnParse) OnParse(*this, type, object, interface.get());
+  if (OnParse.IsHeard()) {
+    // A handler may end a rule or a fact set: then those behind it are not called.
+    std::optional<ComponentWatch> watch;
+    if (const auto* component = dynamic_cast<const TComponent*>(object)) watch.emplace(*component);
+    OnParse.CallWhile([&watch] { return !watch || !watch->HasEnded(); }, *this, type, object,
+                      interface.get());
+  }
   return !at_end;
 }
 
@@ -337,13 +337,97 @@ void TKBClipsParser::ParseCollecting() {
   throw EKBParseException(std::move(text), first.File, first.LineNumber, first.Column);
 }
 
+// A failure with the place that has been reached in the text.
+EKBParseException TKBClipsParser::AtPlace(std::string message) {
+  const Ref<IStreamToken> token = Stream().GetCurrentToken();
+  return EKBParseException(std::move(message), Stream().GetFileName(), token->GetLineNumber(),
+                           token->GetColumn());
+}
+
+// One failure that tells all of them.
+[[noreturn]] static void RaiseGathered(const std::vector<EKBParseException>& failures,
+                                       std::int32_t untold) {
+  std::string text;
+  for (const EKBParseException& failure : failures) {
+    if (!text.empty()) text += NewLineString;
+    if (!failure.File.empty())
+      text += failure.File + ":" + IntegerToText(failure.LineNumber) + ": ";
+    text += failure.GetMessage();
+  }
+  if (untold > 0) text = FillMessage(SMoreParseErrors, text, untold);
+  const EKBParseException& first = failures.front();
+  throw EKBParseException(FillMessage(SMultipleParseError, text), first.File, first.LineNumber,
+                          first.Column);
+}
+
+// A construct that does not fit costs itself alone. A call that fails while it runs ends the load:
+// what stands behind it may build on it.
+template <class TStep>
+void TKBClipsParser::LoadEach(TStep step) {
+  constexpr std::size_t kMostTold = 100;
+  std::vector<EKBParseException> failures;
+  std::exception_ptr only;
+  Ref<IStreamToken> reached;  // by the first failure
+  std::int32_t untold = 0;
+  const auto add = [&](const EKBParseException& failure, std::exception_ptr raised) {
+    if (failures.empty()) {
+      only = std::move(raised);
+      reached = Stream().GetCurrentToken();
+    }
+    if (failures.size() < kMostTold) {
+      failures.push_back(failure);
+    } else {
+      ++untold;
+    }
+  };
+  for (bool going = true; going;) {
+    try {
+      engine_.CheckInterrupt();
+      call_failed_ = false;
+      going = step();
+      continue;
+    } catch (const EKBInterrupted&) {
+      throw;
+    } catch (const std::bad_alloc&) {
+      throw;
+    } catch (const EAbort&) {
+      if (failures.empty()) throw;
+      break;
+    } catch (const EKBParseException& failure) {
+      add(failure, std::current_exception());
+    } catch (const std::exception& failure) {
+      if (call_failed_ && failures.empty()) throw;
+      const EKBParseException placed = AtPlace(failure.what());
+      add(placed, std::make_exception_ptr(placed));
+      if (call_failed_) break;
+    }
+    try {
+      Stream().MoveToNextConstruct();
+    } catch (const EKitException&) {
+      break;  // the text ends in the middle of what is skipped
+    }
+  }
+  if (failures.size() > 1) RaiseGathered(failures, untold);
+  if (failures.empty()) return;
+  PutBack(reached);  // the place of the text is that of the failure, not its end
+  std::rethrow_exception(only);
+}
+
+bool TKBClipsParser::Load() {
+  if (ErrorHandling == ehRaiseAllAtEnd) return Parse(true);
+  LoadEach([this] { return ParseExpression(true); });
+  return true;
+}
+
 bool TKBClipsParser::LoadFacts() {
-  const ScopedTopLevel top_level(engine_.GetContext());
-  for (Ref<IStreamToken> token = Next(); !token->IsEnd(); token = Next()) {
-    engine_.CheckInterrupt();
+  LoadEach([this] {
+    const ScopedTopLevel top_level(engine_.GetContext());
+    const Ref<IStreamToken> token = Next();
+    if (token->IsEnd()) return false;
     PutBack(token);
     engine_.AssertResolved(ParseFact());
-  }
+    return true;
+  });
   return true;
 }
 

@@ -35,7 +35,7 @@ Ref<IUserFunction> TKBClipsParser::ParseFunction() {
     }
   }
   Ref<IUserFunction> result = function;
-  if (OnParseFunction) OnParseFunction(*this, result);
+  OnParseFunction(*this, result);
   return result;
 }
 
@@ -89,7 +89,7 @@ Ref<IKBDefinedType> TKBClipsParser::ParseDefinedType() {
     token = Next();
   }
   RequireClose(*token, kLocation);
-  if (OnParseDefinedType) OnParseDefinedType(*this, type);
+  OnParseDefinedType(*this, type);
   return type;
 }
 

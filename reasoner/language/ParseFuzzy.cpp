@@ -1,5 +1,8 @@
 // Fuzzy variables, their terms, and fuzzy values where slots and patterns have them.
 
+#include <algorithm>
+#include <vector>
+
 #include "reasoner/functions/Context.h"
 #include "reasoner/fuzzy/FuzzyExpression.h"
 #include "reasoner/language/ClipsParser.h"
@@ -19,6 +22,7 @@ Ref<IFuzzyVariable> TKBClipsParser::ParseFuzzyVariable() {
 void TKBClipsParser::ParseFuzzyClauses(IFuzzyVariable& variable) {
   static constexpr std::string_view kLocation = "ParseFuzzyVariable";
   const Ref<IFuzzyVariable> kept(&variable);
+  std::vector<Ref<IFuzzySet>> terms;
   Ref<IStreamToken> token = Next();
   for (; !token->Is(')') && !token->IsEnd(); token = Next()) {
     const Ref<IStreamToken> word = Next();
@@ -32,23 +36,38 @@ void TKBClipsParser::ParseFuzzyClauses(IFuzzyVariable& variable) {
       variable.SetUnits(ParseUnits());
       Expect(')', kLocation);
     } else if (word->IsWord("values")) {
-      ParseFuzzyTerms(variable);
+      ParseFuzzyTerms(variable, terms);
     } else {
       ParseError(kLocation, SExpectedKeyword, "range, units, or values");
     }
   }
   PutBack(token);
-  if (OnParseFuzzyVariable) OnParseFuzzyVariable(*this, kept);
+  if (IFuzzyParser* const parser = variable.GetParser(); variable.HasUniverse() && parser) {
+    const Interval range{variable.GetUniverseFrom(), variable.GetUniverseTo()};
+    for (const Ref<IFuzzySet>& term : terms) {
+      const PiecewiseLinear& function = term->GetFunction();
+      if (function.Height(range) >= function.Height()) continue;
+      parser->Warn(FillMessage(SFuzzyTermOutside, term->GetGivenName(), range.from, range.to));
+    }
+  }
+  OnParseFuzzyVariable(*this, kept);
 }
 
-// Up to the parenthesis behind the terms.
-void TKBClipsParser::ParseFuzzyTerms(IFuzzyVariable& variable) {
+// Up to the parenthesis behind the terms. `terms` are those that the variable has got so far from
+// its own text; one that it has inherited may be defined anew.
+void TKBClipsParser::ParseFuzzyTerms(IFuzzyVariable& variable, std::vector<Ref<IFuzzySet>>& terms) {
   Ref<IStreamToken> token = Next();
   for (; token->Is('('); token = Next()) {
     PutBack(token);
     const Ref<IFuzzySet> term = ParseFuzzySet(variable);
+    const std::size_t others = std::erase_if(terms, [&](const Ref<IFuzzySet>& other) {
+      return other->GetGivenName() == term->GetGivenName();
+    });
+    if (others > 0 && variable.GetParser() != nullptr) {
+      variable.GetParser()->Warn(FillMessage(SFuzzyTermTwice, term->GetGivenName()));
+    }
     term->SetTerm(true);
-    variable.Add(term);
+    terms.push_back(variable.Add(term));
   }
   if (!token->Is(')')) {
     PutBack(token);
@@ -74,7 +93,7 @@ Ref<IFuzzySet> TKBClipsParser::ParseFuzzySet(IFuzzyVariable& variable) {
   set->SetName(header.name);
   set->SetParser(engine_.GetFuzzyParserLink());
   Expect(')', kLocation);
-  if (OnParseFuzzySet) OnParseFuzzySet(*this, set);
+  OnParseFuzzySet(*this, set);
   return set;
 }
 

@@ -31,7 +31,7 @@ std::unique_ptr<TRule> TKBClipsParser::ParseRule() {
   if (!equal_sign->Is('=') || !arrow_head->IsWord(">")) ParseError(kLocation, SExpectedEqGT);
   ParseRuleActions(*rule, variables);
   Expect(')', kLocation);
-  if (OnParseRule) OnParseRule(*this, *rule);
+  OnParseRule(*this, *rule);
   rule->EndUpdate();
   return rule;
 }
@@ -122,7 +122,7 @@ std::unique_ptr<TKBPattern> TKBClipsParser::ParsePattern(std::int32_t negated_co
 
 std::unique_ptr<TKBPattern> TKBClipsParser::ParseTest(std::int32_t negated_count) {
   auto pattern =
-      std::make_unique<TKBPattern>(nullptr, STestCE, engine_.CreateFactTemplate(STestCE));
+      std::make_unique<TKBPattern>(nullptr, STestCE, TKBPattern::NewTestTemplate(engine_));
   pattern->AddTest(SDefaultSlotName, ParseCallValue(), NoSubIndex, negated_count % 2 == 1, true);
   Expect(')', "ParsePattern");
   return pattern;
@@ -139,7 +139,7 @@ std::unique_ptr<TKBPattern> TKBClipsParser::ParsePlainPattern(std::string_view n
   } else {
     for (; token->Is('('); token = Next()) ParsePatternSlot(*pattern, variables, token);
   }
-  if (OnParsePattern) OnParsePattern(*this, *pattern);
+  OnParsePattern(*this, *pattern);
   return pattern;
 }
 
@@ -186,6 +186,15 @@ void TKBClipsParser::AddTest(const TField& field, const Ref<IKBValue>& value, bo
                         field.joined_by_and);
 }
 
+void TKBClipsParser::AddWildcard(const TField& field, const Ref<IKBValue>& value, bool negated) {
+  auto test = std::make_unique<TKBPatternMatchTest>(nullptr, negated ? sttNotEquals : sttEquals,
+                                                    field.sub_index, value);
+  test->SetConjunction(field.conjunction);
+  test->SetJoinedByAnd(field.joined_by_and);
+  test->SetWildcard(true);
+  field.pattern.AddTest(field.slot.GetName(), std::move(test));
+}
+
 void TKBClipsParser::ParseConstraint(TField& field, Ref<IStreamToken> token) {
   const bool negated = token->Is('~');
   if (negated) token = Next();
@@ -204,13 +213,15 @@ void TKBClipsParser::ParseConstraint(TField& field, Ref<IStreamToken> token) {
     if (kind == dtMultiVariable && !field.slot.IsMulti()) {
       ParseError("ParsePattern", SNotMultiSlot, field.slot.GetName().view());
     }
-    AddTest(field, Make<TKBValue>(name, kind), negated);
+    const Ref<IKBValue> variable = Make<TKBValue>(name, kind);
+    if (token->HasGeneratedName()) return AddWildcard(field, variable, negated);
+    AddTest(field, variable, negated);
   } else if (field.slot.IsFuzzy()) {
     PutBack(token);
     ParseFuzzyConstraint(field, negated);
   } else if (token->IsPlainValue()) {
     Ref<IKBValue> value = token->Value();
-    if (StaticChecks) ConvertIntegers(value, field.slot.GetSlotType());
+    ConvertIntegers(value, field.slot.GetSlotType());
     AddTest(field, value, negated);
   } else {
     ParseError("ParsePattern", SBadSlotValue, token->ToString());

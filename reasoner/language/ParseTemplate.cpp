@@ -42,7 +42,7 @@ Ref<IFactTemplate> TKBClipsParser::ParseFactTemplate() {
     }
   }
   RequireClose(*token, kLocation);
-  if (OnParseFactTemplate) OnParseFactTemplate(*this, fact_template);
+  OnParseFactTemplate(*this, fact_template);
   return fact_template;
 }
 
@@ -128,7 +128,7 @@ Ref<IFact> TKBClipsParser::ParseFact() {
     if (is_ordered) break;
   }
   RequireClose(*token, kLocation);
-  if (OnParseFact) OnParseFact(*this, fact);
+  OnParseFact(*this, fact);
   return fact;
 }
 
@@ -173,7 +173,7 @@ std::unique_ptr<TFactSet> TKBClipsParser::ParseFactSet() {
   fact_set->SetFacts(texts);
   for (std::size_t i = 0; i < facts.size(); ++i)
     fact_set->SetFact(static_cast<std::int32_t>(i), facts[i]);
-  if (OnParseFactSet) OnParseFactSet(*this, *fact_set);
+  OnParseFactSet(*this, *fact_set);
   return fact_set;
 }
 

@@ -175,7 +175,7 @@ Ref<IFunCall> TKBClipsParser::ParseFunCall() {
   for (Ref<IStreamToken> token = Next(); !token->Is(')'); token = Next()) {
     ParseArgument(*fun_call, token, entry == nullptr ? nullptr : &slot_function);
   }
-  if (OnParseFunCall) OnParseFunCall(*this, fun_call);
+  OnParseFunCall(*this, fun_call);
   return fun_call;
 }
 
@@ -208,7 +208,12 @@ void TKBClipsParser::ParseArgument(IFunCall& fun_call, const Ref<IStreamToken>& 
 Ref<IKBValue> TKBClipsParser::ParseNExecuteFunCall() {
   const Ref<IFunCall> fun_call = ParseFunCall();
   Ref<IKBValue> result;
-  fun_call->Execute(&engine_.GetContext(), result);
+  try {
+    fun_call->Execute(&engine_.GetContext(), result);
+  } catch (...) {
+    call_failed_ = true;
+    throw;
+  }
   return result;
 }
 
@@ -234,7 +239,7 @@ Ref<ISingletonsVector> TKBClipsParser::ParseSingletons() {
     Expect(')', kLocation);
   }
   RequireClose(*token, kLocation);
-  if (OnParseSingletons) OnParseSingletons(*this, points);
+  OnParseSingletons(*this, points);
   return points;
 }
 
@@ -258,7 +263,7 @@ Ref<IKBValue> TKBClipsParser::ParseVariable(std::string& name) {
   } else {
     ParseError(kLocation, SExpectedValue);
   }
-  if (OnParseVariable) OnParseVariable(*this, name, value);
+  OnParseVariable(*this, name, value);
   return value;
 }
 

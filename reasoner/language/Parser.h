@@ -9,7 +9,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -20,6 +19,7 @@
 #include "reasoner/functions/InterpretedFunction.h"
 #include "reasoner/language/TokenStream.h"
 #include "reasoner/match/Rule.h"
+#include "reasoner/support/Event.h"
 #include "reasoner/support/membership/FuzzyVariable.h"
 #include "reasoner/values/SingletonsVector.h"
 #include "reasoner/values/ValueHashTable.h"
@@ -42,28 +42,27 @@ class TKBParser;
 
 // Called when the object is complete and, constructs, before the engine has taken it. A handler may
 // change the object.
-using TParseFactEvent = std::function<void(TKBParser& sender, const Ref<IFact>& fact)>;
-using TParseFactSetEvent = std::function<void(TKBParser& sender, TFactSet& fact_set)>;
+using TParseFactEvent = Event<void(TKBParser& sender, const Ref<IFact>& fact)>;
+using TParseFactSetEvent = Event<void(TKBParser& sender, TFactSet& fact_set)>;
 using TParseFactTemplateEvent =
-    std::function<void(TKBParser& sender, const Ref<IFactTemplate>& fact_template)>;
-using TParseFunCallEvent = std::function<void(TKBParser& sender, const Ref<IFunCall>& fun_call)>;
-using TParseFunctionEvent =
-    std::function<void(TKBParser& sender, const Ref<IUserFunction>& function)>;
+    Event<void(TKBParser& sender, const Ref<IFactTemplate>& fact_template)>;
+using TParseFunCallEvent = Event<void(TKBParser& sender, const Ref<IFunCall>& fun_call)>;
+using TParseFunctionEvent = Event<void(TKBParser& sender, const Ref<IUserFunction>& function)>;
 using TParseVariableEvent =
-    std::function<void(TKBParser& sender, const std::string& var_name, const Ref<IKBValue>& value)>;
-using TParsePatternEvent = std::function<void(TKBParser& sender, TKBPattern& pattern)>;
-using TParseRuleEvent = std::function<void(TKBParser& sender, TRule& rule)>;
+    Event<void(TKBParser& sender, const std::string& var_name, const Ref<IKBValue>& value)>;
+using TParsePatternEvent = Event<void(TKBParser& sender, TKBPattern& pattern)>;
+using TParseRuleEvent = Event<void(TKBParser& sender, TRule& rule)>;
 using TParseDefinedTypeEvent =
-    std::function<void(TKBParser& sender, const Ref<IKBDefinedType>& defined_type)>;
+    Event<void(TKBParser& sender, const Ref<IKBDefinedType>& defined_type)>;
 using TParseSingletonsEvent =
-    std::function<void(TKBParser& sender, const Ref<ISingletonsVector>& singletons)>;
-using TParseFuzzySetEvent = std::function<void(TKBParser& sender, const Ref<IFuzzySet>& fuzzy_set)>;
+    Event<void(TKBParser& sender, const Ref<ISingletonsVector>& singletons)>;
+using TParseFuzzySetEvent = Event<void(TKBParser& sender, const Ref<IFuzzySet>& fuzzy_set)>;
 using TParseFuzzyVariableEvent =
-    std::function<void(TKBParser& sender, const Ref<IFuzzyVariable>& fuzzy_variable)>;
+    Event<void(TKBParser& sender, const Ref<IFuzzyVariable>& fuzzy_variable)>;
 // After a top-level expression has been dealt with. Constructs report ptNone; a rule or a fact set
 // that the engine has kept comes as the object, anything else as the interface.
-using TParseEvent = std::function<void(TKBParser& sender, TParsedType parsed_type, TObject* object,
-                                       IInterface* interface)>;
+using TParseEvent =
+    Event<void(TKBParser& sender, TParsedType parsed_type, TObject* object, IInterface* interface)>;
 
 class TKBParser : public TPersistent {
  public:
@@ -112,13 +111,17 @@ class TKBParser : public TPersistent {
 
   // Reads the stream to its end; true, or raises.
   virtual bool Parse(bool execute) = 0;
+  // Reads the stream to its end and executes calls. What cannot be read is passed over, and raised
+  // when all the rest has been read.
+  virtual bool Load() { return Parse(true); }
   // Reads one top-level expression; false at the end of the stream. Without `execute` calls are
   // read only.
   virtual bool ParseExpression(bool execute) = 0;
   // Whether nothing is left to read, and a failure where something is.
   virtual bool AtEnd() = 0;
   virtual void ParseEnd() = 0;
-  // Asserts the facts of a stream that holds nothing else.
+  // Asserts the facts of a stream that holds nothing else. What cannot be read is passed over as in
+  // Load.
   virtual bool LoadFacts() = 0;
   virtual Ref<IKBDefinedType> ParseDefinedType() = 0;
   // Neither owned nor known by the engine yet; a rule is owned but not known.

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "reasoner/fuzzy/FuzzyExpression.h"
+#include "reasoner/language/ClipsParser.h"
 #include "reasoner/language/TextHelpers.h"
 #include "reasoner/language/TokenStream.h"
 #include "reasoner/support/Depth.h"
@@ -16,11 +18,20 @@ namespace reasoner {
 
 // Pieces.
 
+static thread_local bool writes_escapes = false;
+
+ScopedTextEscapes::ScopedTextEscapes(const IReasoner* engine)
+    : before_(std::exchange(writes_escapes,
+                            engine != nullptr && engine->GetLink()->textbook_semantics)) {}
+
+ScopedTextEscapes::~ScopedTextEscapes() { writes_escapes = before_; }
+
 static void AppendQuoted(std::string& source, std::string_view text) {
   source += '"';
   for (const char character : text) {
-    if (character == '\\' || character == '"') source += '\\';
-    source += character;
+    const bool is_break = writes_escapes && (character == '\n' || character == '\t');
+    if (character == '\\' || character == '"' || is_break) source += '\\';
+    source += !is_break ? character : character == '\n' ? 'n' : 't';
   }
   source += '"';
 }
@@ -128,7 +139,7 @@ void AppendSource(std::string& source, const IKBValue& value) {
       return;
     case dtFactId:
       source +=
-          IntegerToText(value.RawInteger());  // facts are named by their number where text is read
+          IntegerToText(value.RawFactId());  // facts are named by their number where text is read
       return;
     case dtList: {
       const DepthGuard guard("value");
@@ -186,14 +197,15 @@ static void AppendFuzzyCall(std::string& source, const IFuzzySet& set) {
   source += "(create-fuzzy-value ";
   AppendAtomSource(source, variable == nullptr ? std::string() : variable->GetName());
   source += ' ';
-  for (const char character : words) {
+  for (std::size_t i = 0; i < words.size(); ++i) {
     // Brackets are strings among arguments.
-    if (character == '[') {
+    if (words[i] == '[') {
       source += "\"[\" ";
-    } else if (character == ']') {
+    } else if (words[i] == ']') {
       source += " \"]\"";
     } else {
-      source += character;
+      source += words[i];
+      if (words[i] == '\\' && i + 1 < words.size()) source += words[++i];
     }
   }
   source += ')';
@@ -210,8 +222,8 @@ static void AppendCallSource(std::string& source, const IFunCall& fun_call, bool
   }
   for (std::int32_t i = 0; i < fun_call.GetArgumentCount(); ++i) {
     const Ref<IKBValue>& argument = fun_call.GetArgument(i);
-    const bool is_list = argument && argument->GetDType() == dtList;
-    const bool is_pair = pairs && (i > 0 || is_list);
+    // A pair that is written is a list; a variable may hold one.
+    const bool is_pair = pairs && argument && argument->GetDType() == dtList;
     source += is_pair ? " (" : " ";
     if (argument && argument->GetDType() == dtFuzzy) {
       AppendFuzzyCall(source, *argument->GetAsFuzzy());
@@ -240,7 +252,13 @@ std::string PrettyPrint(const IFunCall& fun_call) {
 static void AppendSlotSource(std::string& source, const IFactSlot& slot, const IKBValue& value) {
   if (!slot.IsFuzzy()) return AppendSource(source, value);
   if (value.GetDType() == dtFuzzy) {
-    source += WordsFor(*value.GetAsFuzzy(), slot.GetFuzzyVariable());
+    const IFuzzySet& set = *value.GetAsFuzzy();
+    // A word that stands alone is a name, whatever it means among others.
+    const std::string& name = set.GetGivenName();
+    const bool stands_alone = !slot.IsMulti() && set.GetVariable() == slot.GetFuzzyVariable() &&
+                              set.IsHeldTerm() && name != SEmptyFuzzy &&
+                              !EqualsIgnoreCase(name, "nil");
+    source += stands_alone ? AtomToSource(name) : WordsFor(set, slot.GetFuzzyVariable());
   } else if (value.GetDType() == dtList && !IsKeptExpression(*value.GetAsList())) {
     for (const Ref<IKBValue>& member : *value.GetAsList()) {
       AppendSlotSource(source, slot, member ? *member : *FCNil);
@@ -451,13 +469,22 @@ std::string PrettyPrint(const IFact& fact, std::string_view slot_name) {
   return PrettyPrint(fact, slot_name, *fact.PeekAt(ordinal));
 }
 
+Ref<IFact> ReadFactLine(IReasoner& reasoner, const std::string& line) {
+  TKitStringStream text(line);
+  TKBClipsStream stream(&text, nullptr);
+  TKBClipsParser parser(reasoner, &stream);
+  parser.StrictFacts = true;
+  parser.StaticChecks = reasoner.GetTypeChecks().Has(tcStatic);
+  return parser.ParseFact();
+}
+
 // A line of a fact set: the fact as it was written. A line that has come not to fit its template is
 // a comment: it is passed over by every reset, and reading it would fail.
 static std::string LineSource(const TFactSet& fact_set, const TFactSet::TLine& line) {
   if (line.fact) return IndentSource(FactToSource(*line.fact, true));
   if (auto* const reasoner = dynamic_cast<IReasoner*>(fact_set.GetEngine())) {
     try {
-      return IndentSource(FactToSource(*reasoner->ParseFactText(line.text), true));
+      return IndentSource(FactToSource(*ReadFactLine(*reasoner, line.text), true));
     } catch (const EKBException&) {
       return "; does not fit: " + OnOneLine(line.text);
     }
@@ -552,31 +579,28 @@ std::string PrettyPrint(const IUserFunction& function) {
 
 static void AppendTests(std::string& text, const TKBPattern& pattern, std::int32_t slot) {
   const auto& tests = pattern.GetWrittenTests(slot);
-  const IFactSlot* const described = pattern.GetFactTemplate()->FindSlot(pattern.GetSlotName(slot));
-  const bool is_multi = !pattern.IsTest() && described != nullptr && described->IsMulti();
-  std::int32_t fields = 0;  // that are written so far
-  // A field without a test takes any value.
-  const auto fill = [&](std::int32_t end) {
-    for (; fields < end; ++fields) text += fields > 0 ? " ?" : "?";
-  };
+  if (tests.empty()) {
+    if (!pattern.HasTestList(slot) || pattern.GetSlotLength(slot) == 0) return;
+    // Every test has been taken away: any value will do.
+    const IFactSlot* const fact_slot =
+        pattern.GetFactTemplate()->FindSlot(pattern.GetSlotName(slot));
+    text += fact_slot != nullptr && fact_slot->IsMulti() ? "$?" : "?";
+    return;
+  }
   for (std::size_t i = 0; i < tests.size(); ++i) {
     const TKBPatternMatchTest& test = *tests[i];
-    const std::int32_t field = test.GetMultiSlotSubIndex();
-    if (i > 0 && field == tests[i - 1]->GetMultiSlotSubIndex()) {
-      text += test.IsJoinedByAnd() ? '&' : '|';
-    } else if (is_multi) {
-      fill(field);
-      if (fields++ > 0) text += ' ';
+    if (i > 0) {
+      const bool same_field = test.GetMultiSlotSubIndex() == tests[i - 1]->GetMultiSlotSubIndex();
+      text += !same_field ? ' ' : test.IsJoinedByAnd() ? '&' : '|';
     }
     if (test.GetSlotTestType() == sttNotEquals && !pattern.IsTest()) text += '~';
     if (test.GetSlotValue()->GetDType() == dtFunCall && !pattern.IsTest()) text += ':';
-    AppendSource(text, *test.GetSlotValue());
+    if (test.IsWildcard()) {
+      text += test.GetSlotValue()->GetDType() == dtVariable ? "?" : "$?";
+    } else {
+      AppendSource(text, *test.GetSlotValue());
+    }
   }
-  if (!is_multi) return;
-  fill(pattern.GetSlotLength(slot));
-  // Without a number of fields there may be more of them.
-  if (pattern.GetSlotLength(slot) < 0 && pattern.GetName() != SInitialFactPattern)
-    text += fields > 0 ? " $?" : "$?";
 }
 
 static bool IsNegatedTest(const TKBPattern& pattern, std::int32_t slot) {
@@ -596,8 +620,8 @@ std::string PrettyPrint(const TKBPattern& pattern) {
     }
   } else {
     for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
-      // A multislot with a number of fields and no test wants a list of that length.
-      if (pattern.GetSlotTestCount(slot) == 0 && pattern.GetSlotLength(slot) < 0) continue;
+      // A multislot without fields wants an empty list.
+      if (pattern.GetSlotTestCount(slot) == 0 && pattern.GetSlotLength(slot) != 0) continue;
       text += '(';
       AppendAtomSource(text, pattern.GetSlotName(slot));
       text += ' ';
@@ -647,10 +671,16 @@ std::string PrettyPrint(const TRule& rule) {
   const std::string line_start = std::string(NewLineString) + std::string(IndentString);
   if (!rule.Comment.empty()) text += line_start + QuoteText(rule.Comment);
   text += NewLineString;
-  if (rule.GetSalience() != 0 || rule.OneShot || !rule.Enabled) {
+  // An expression is evaluated again where the text is read.
+  const IKBValue& salience = *rule.GetSalienceValue();
+  const bool has_salience = salience.GetDType() != dtInteger || rule.GetSalience() != 0;
+  // A first pattern of that name would be read as the block.
+  const bool looks_declared =
+      rule.GetPatternCount() > 0 && rule.GetPattern(0).GetName() == "declare";
+  if (has_salience || rule.OneShot || !rule.Enabled || looks_declared) {
     text += IndentString;
     text += "(declare";
-    if (rule.GetSalience() != 0) text += " (salience " + IntegerToText(rule.GetSalience()) + ")";
+    if (has_salience) text += " (salience " + ValueToSource(salience) + ")";
     if (!rule.Enabled) text += " (enabled FALSE)";
     if (rule.OneShot) text += " (oneshot TRUE)";
     text += ")";

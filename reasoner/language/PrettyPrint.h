@@ -60,10 +60,27 @@ std::string FactToSource(const IFact& fact, bool written_slots_alone);
 // A value that its slot does not admit is written as a call that gives it. What has no text is left
 // out, and a line of comment in front says so.
 std::string FactToSavedSource(const IFact& fact);
+// The fact of a line of a fact set. It is read by a parser of its own: no event is raised and no
+// template is implied.
+Ref<IFact> ReadFactLine(IReasoner& reasoner, const std::string& line);
 // Whether the language can write the value.
 bool HasSource(const IKBValue& value);
 // A text in double quotes.
 std::string QuoteText(std::string_view text);
+
+// While one lives, line breaks and tabulators of texts are printed as "\n" and "\t" on this thread,
+// as an engine with the plain meaning reads them. Else they stand as they are: that reads back in
+// both meanings.
+class ScopedTextEscapes {
+ public:
+  explicit ScopedTextEscapes(const IReasoner* engine);
+  ~ScopedTextEscapes();
+  ScopedTextEscapes(const ScopedTextEscapes&) = delete;
+  ScopedTextEscapes& operator=(const ScopedTextEscapes&) = delete;
+
+ private:
+  const bool before_;
+};
 // Moves a text right by one step: blanks behind each line break that is no character of a string or
 // a word.
 std::string IndentSource(std::string_view source);

@@ -18,6 +18,8 @@ static void AppendSpare(std::string& text, const IKBValue& value) {
       text += value.TextView();
       break;
     case dtFactId:
+      text += IntegerToText(value.RawFactId());
+      break;
     case dtExternalAddress:
       text += IntegerToText(value.GetAsInteger());
       break;
@@ -30,7 +32,8 @@ static void AppendSpare(std::string& text, const IKBValue& value) {
 }
 
 // One conversion with its value; nothing for a letter that is none.
-static bool AppendConverted(std::string& text, std::string_view conversion, const IKBValue& value) {
+static bool AppendConverted(std::string& text, std::string_view conversion, const IKBValue& value,
+                            bool plain) {
   switch (conversion.back()) {
     case 'd':
     case 'u':
@@ -47,28 +50,31 @@ static bool AppendConverted(std::string& text, std::string_view conversion, cons
       text += FormatText(conversion, {value.GetAsExternalAddress()});
       return true;
     case 's':
-      text += FormatText(conversion, {value.ToString()});
+      text += FormatText(conversion,
+                         {plain && value.GetDType() == dtString ? std::string(value.TextView())
+                                                                : value.ToString()});
       return true;
     default:
       return false;
   }
 }
 
-std::string CLIPSFormat(std::string_view format, const IValueVector& args) {
+std::string CLIPSFormat(std::string_view format, const IValueVector& args, bool plain) {
   std::string text;
   std::string spare;
   // Takes what stands before the next conversion over; false when there is none.
-  const auto advance = [&text, &format] {
+  const auto advance = [&text, &format, plain] {
     for (;;) {
       const std::size_t percent = format.find('%');
       if (percent == std::string_view::npos) return false;
-      if (format.substr(percent, 2) != "%n") {
-        text += format.substr(0, percent);
+      const std::string_view pair = format.substr(percent, 2);
+      const bool is_percent = plain && pair == "%%";
+      text += format.substr(0, percent);
+      if (pair != "%n" && !is_percent) {
         format.remove_prefix(percent);
         return true;
       }
-      text += format.substr(0, percent);
-      text += NewLineString;
+      text += is_percent ? "%" : NewLineString;
       format.remove_prefix(percent + 2);
     }
   };
@@ -79,10 +85,15 @@ std::string CLIPSFormat(std::string_view format, const IValueVector& args) {
     }
     const std::size_t letter =
         std::min(format.find_first_not_of("%-0123456789.", 1), format.size() - 1);
-    if (letter > 0 && AppendConverted(text, format.substr(0, letter + 1), *arg))
+    if (letter > 0 && AppendConverted(text, format.substr(0, letter + 1), *arg, plain))
       format.remove_prefix(letter + 1);
   }
-  text += ReplaceAll(format, "%n", NewLineString);
+  // What is left has no values: it shows as it is, but for line breaks and doubled signs.
+  while (advance()) {
+    text += '%';
+    format.remove_prefix(1);
+  }
+  text += format;
   return text + spare;
 }
 

@@ -13,11 +13,14 @@
 
 namespace reasoner {
 
+// Whether a type clause reads the word as a type of the language.
+bool IsTypeWord(std::string_view word);
+
 // Puts the values one after the other into the conversions of a format: d u x e f g m p s, with
 // `-`, width and precision; "%n" is a line break. A conversion of another kind uses a value up and
 // stays as it is, for the next value as well. Values beyond the conversions follow, each behind a
 // blank. What a value shows is never read as a format.
-std::string CLIPSFormat(std::string_view format, const IValueVector& args);
+std::string CLIPSFormat(std::string_view format, const IValueVector& args, bool plain = true);
 
 // The call of a function as its help shows it.
 std::string GetSyntaxStatement(const IUserFunction& function);

@@ -19,40 +19,6 @@ namespace {
 
 enum THint : std::int32_t { kHintEnd = -1, kHintWord = 0, kHintCrlf = 13, kHintString = 34 };
 
-enum TCharClass : std::uint8_t {
-  kSpace = 1,
-  kPunctuation = 2,  // a token of its own where a token can start
-  kEndsWord = 4,
-  kNumberStart = 8,
-  kNumberSymbol = 16,
-  kQuoted = 32,  // a `\` before it at the start of a word is no character of the word
-};
-
-constexpr std::array<std::uint8_t, 256> MakeClasses() {
-  std::array<std::uint8_t, 256> classes{};
-  const auto add = [&classes](std::string_view characters, std::uint8_t bit) {
-    for (const char character : characters) {
-      auto& entry = classes[static_cast<unsigned char>(character)];
-      entry = static_cast<std::uint8_t>(entry | bit);
-    }
-  };
-  for (std::size_t code = 0; code <= ' '; ++code) classes[code] = kSpace | kQuoted;
-  add("=&()[]|~", kPunctuation | kQuoted);
-  add("\"&();<[]|~", kEndsWord);
-  add("0123456789+-.", kNumberStart | kQuoted);
-  add("+-.eE", kNumberSymbol);
-  add("\";?$\\", kQuoted);
-  return classes;
-}
-constexpr std::array<std::uint8_t, 256> kCharacterClasses = MakeClasses();
-
-bool Has(int character, TCharClass wanted) {
-  return character >= 0 && (kCharacterClasses[static_cast<std::size_t>(character)] & wanted) != 0;
-}
-bool Has(char character, TCharClass wanted) {
-  return Has(static_cast<unsigned char>(character), wanted);
-}
-
 // The texts that recur are shared by all tokens.
 const Text& PunctuationText(std::int32_t code) {
   static const Text kTexts[] = {"=", "&", "(", ")", "[", "]", "|", "~"};
@@ -64,12 +30,6 @@ const Text& PunctuationText(std::int32_t code) {
 const Text& EndText() {
   static const Text text("EOF");
   return text;
-}
-
-bool IsNumberWord(std::string_view word) {
-  if (!Has(word.front(), kNumberStart)) return false;
-  if (word.size() == 1 && Has(word.front(), kNumberSymbol)) return false;
-  return TextToInteger(word) || TextToFloat(word);
 }
 
 }  // namespace
@@ -109,8 +69,9 @@ Ref<IKBValue> TKBStreamToken::Value() const {
     case dtSlot:
     case dtMultiSlot:
       return Make<TKBValue>(text_, static_cast<TKBType>(data_type_));
-    case dtInteger:
     case dtFactId:
+      return NewFactId(static_cast<TFactId>(number_));
+    case dtInteger:
     case dtDescriptor:
       return Make<TKBValue>(integer(), static_cast<TKBType>(data_type_));
     case dtFloat:
@@ -357,8 +318,14 @@ bool TKBClipsStream::ReadWord() {
 
 void TKBClipsStream::ReadString() {
   const std::int32_t line = line_number_;
+  // In the literal meaning a character behind a backslash stands for itself, whatever it is.
+  const bool reads_escapes = engine_ == nullptr || engine_->GetLink()->textbook_semantics;
   for (int next = NextChar(); next != '"'; next = NextChar()) {
-    if (next == '\\') next = NextChar();
+    if (next == '\\') {
+      next = NextChar();
+      if (reads_escapes && next == 'n') next = '\n';
+      if (reads_escapes && next == 't') next = '\t';
+    }
     if (next == kEnd) {
       throw EKBParseException(FillMessage(SUnterminatedString), file_name_, line, token_column_);
     }
@@ -371,18 +338,28 @@ Text TKBClipsStream::Generated(std::string_view prefix) {
   return engine_->GenerateSymbol(prefix);
 }
 
+// All generated names of variables begin with an underscore.
+void TKBClipsStream::KeepName(std::string_view name) {
+  if (!name.starts_with('_') || engine_ == nullptr) return;
+  engine_->KeepSymbol(name);
+  keeps_names_ = true;
+}
+
 void TKBClipsStream::Classify(IStreamToken& token, std::string_view word) {
   token.SetDataType(dtAtom);
   if (word.starts_with('?')) {
     token.SetDataType(dtVariable);
     if (word.size() == 1) return token.SetGeneratedName(Generated(SBlankPrefix));
     token.SetText(word.substr(1));
+    KeepName(word.substr(1));
   } else if (word.starts_with("$?")) {
     token.SetDataType(dtMultiVariable);
     if (word.size() == 2) return token.SetGeneratedName(Generated(SBlankMulti));
     token.SetText(word.substr(2));
+    KeepName(word.substr(2));
   } else if (word.empty() || !IsNumberWord(word)) {
     token.SetText(word);
+    if (word.starts_with(SGeneratedAtomPrefix) && engine_ != nullptr) engine_->KeepSymbol(word);
   } else if (const auto integer = TextToInteger(word)) {
     token.SetDataType(dtInteger);
     token.SetNumber(*integer);
@@ -435,6 +412,7 @@ void TKBClipsStream::ReadExpression() {
   ClearEcho();
   scratch_.clear();  // what a failure left behind
   std::int32_t depth = 0;
+  keeps_names_ = false;
   try {
     do {
       scratch_.push_back(BuildNextToken());
@@ -442,7 +420,9 @@ void TKBClipsStream::ReadExpression() {
       if (token.IsEnd()) break;
       if (token.Is('(')) ++depth;
       if (token.Is(')')) --depth;
-    } while (depth != 0);
+      // A parenthesis too many closes nothing: it is an expression by itself.
+    } while (depth > 0);
+    if (keeps_names_) RenameWildcards();
   } catch (...) {
     scratch_.clear();
     throw;
@@ -450,6 +430,15 @@ void TKBClipsStream::ReadExpression() {
   tokens_.assign(std::make_move_iterator(scratch_.rbegin()),
                  std::make_move_iterator(scratch_.rend()));
   scratch_.clear();
+}
+
+// A wildcard that stands before a written name may have got that name. The names that are generated
+// now meet none of the expression.
+void TKBClipsStream::RenameWildcards() {
+  for (const Ref<IStreamToken>& token : scratch_) {
+    if (!token->HasGeneratedName()) continue;
+    token->SetGeneratedName(Generated(token->Is(dtVariable) ? SBlankPrefix : SBlankMulti));
+  }
 }
 
 Ref<IStreamToken> TKBClipsStream::NextToken() {
@@ -541,36 +530,5 @@ std::string TKBClipsStream::ToString() const {
   }
   return text;
 }
-
-// Words as source.
-
-static void AppendEscaped(std::string& source, std::string_view text) {
-  for (const char character : text) {
-    if (character == '\\' || Has(character, kSpace) || Has(character, kEndsWord)) source += '\\';
-    source += character;
-  }
-}
-
-void AppendAtomSource(std::string& source, std::string_view text) {
-  if (text.empty()) {
-    source += "nil";
-    return;
-  }
-  const char first = text.front();
-  bool quoted = Has(first, kQuoted);
-  if (Has(first, kNumberStart)) quoted = IsNumberWord(text);
-  if (first == '$') quoted = text.starts_with("$?");
-  if (quoted) source += '\\';
-  source += first;
-  AppendEscaped(source, text.substr(1));
-}
-
-std::string AtomToSource(std::string_view text) {
-  std::string source;
-  AppendAtomSource(source, text);
-  return source;
-}
-
-void AppendNameSource(std::string& source, std::string_view name) { AppendEscaped(source, name); }
 
 }  // namespace reasoner

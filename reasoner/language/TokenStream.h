@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "reasoner/support/Pool.h"
+#include "reasoner/support/SourceWords.h"
 #include "reasoner/support/Streams.h"
 #include "reasoner/support/Text.h"
 #include "reasoner/vocabulary/KBInterfaces.h"
@@ -131,7 +132,11 @@ class TKBClipsStream : public TKBTokenizerStream {
   const std::string& GetFileName() const noexcept { return file_name_; }
   void SetFileName(std::string file_name) { file_name_ = std::move(file_name); }
   std::int32_t GetLineNumber() const noexcept { return line_number_; }
-  void SetLineNumber(std::int32_t line) noexcept { line_number_ = line; }
+  // Where the next character stands.
+  void SetPlace(std::int32_t line, std::int32_t column) noexcept {
+    line_number_ = line;
+    column_ = column;
+  }
 
   void Clear() override;
   void DiscardUntilEOL() override;
@@ -181,9 +186,12 @@ class TKBClipsStream : public TKBTokenizerStream {
   void ReadExpression();
   void Classify(IStreamToken& token, std::string_view word);
   Text Generated(std::string_view prefix);
+  void KeepName(std::string_view name);
+  void RenameWildcards();
   void ClearEcho();
 
   IReasoner* engine_ = nullptr;
+  bool keeps_names_ = false;  // the expression holds names that could be generated ones
   std::string file_name_;
   std::vector<Ref<IStreamToken>> tokens_;   // ready to deliver, the next one last
   std::vector<Ref<IStreamToken>> scratch_;  // of the expression that is being read
@@ -199,12 +207,5 @@ class TKBClipsStream : public TKBTokenizerStream {
   std::string whitespace_;
   std::string text_;  // of the token that is being read
 };
-
-// How the language writes a word that reads back as the atom of that text: with `\` before what
-// would end the word or make something else of it. The empty atom is `nil`.
-std::string AtomToSource(std::string_view text);
-void AppendAtomSource(std::string& source, std::string_view text);
-// The same for the part of a variable's name behind its `?`.
-void AppendNameSource(std::string& source, std::string_view name);
 
 }  // namespace reasoner

@@ -64,6 +64,12 @@ class TBuiltinFunction : public TDescribedFunction {
 // The engine that the call runs in. Raises "Unknown/Undefined Reasoner" for a frame without one.
 TReasoner& EngineOf(const TKBContext& context);
 
+// Whether the call runs in an engine with the plain meaning, see TReasoner::SetTextbookSemantics.
+inline bool HasPlainMeaning(const TKBContext& context) {
+  const IReasoner* engine = context.GetEngine();
+  return engine == nullptr || engine->GetLink()->textbook_semantics;
+}
+
 // An argument evaluated; never null.
 inline Ref<IKBValue> EvaluateArgument(const IFunCall& fun_call, std::int32_t index,
                                       TKBContext& context) {

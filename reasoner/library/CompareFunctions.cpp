@@ -33,13 +33,15 @@ class TOrFunction final : public TBuiltinFunction<TOrFunction> {
       .name = "or",
       .syntax = " <expression>*",
       .arguments = AtLeast(0),
-      .comment = "Returns TRUE if any argument evaluates to TRUE, FALSE otherwise",
+      .comment = "Returns TRUE if any argument evaluates to anything but FALSE, FALSE otherwise",
       .example = "(or FALSE (> 2 1))"};
 
-  // Only TRUE counts as true here: (or 1) is FALSE, although (and 1) is TRUE.
+  // In the literal meaning TRUE alone counts as true: (or 1) is FALSE, although (and 1) is TRUE.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
+    const bool plain = HasPlainMeaning(context);
     for (std::int32_t i = 0; i < fun_call.GetArgumentCount(); ++i) {
-      if (!EvaluateArgument(fun_call, i, context)->Equals(*FCTrue)) continue;
+      const Ref<IKBValue> value = EvaluateArgument(fun_call, i, context);
+      if (plain ? IsFalse(*value) : !value->Equals(*FCTrue)) continue;
       result = FCTrue;
       return;
     }

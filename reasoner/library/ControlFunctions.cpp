@@ -145,7 +145,10 @@ class TForEachFunction final : public TBuiltinFunction<TForEachFunction> {
       .example = "(foreach x (create$ red green) (str-cat ?x \" color\"))"};
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
-    const Text name = TextArgument(fun_call, 0, context);
+    // The variable may be written as its name or as itself.
+    const IKBValue& written = WrittenArgument(fun_call, 0);
+    const Text name = written.GetDType() == dtVariable ? written.GetAsString()
+                                                       : TextArgument(fun_call, 0, context);
     const Ref<IValueVector> list = ListArgument(fun_call, 1, context);
     result = FCNil;
     // A host's function among the statements may change the list.

@@ -23,7 +23,7 @@ class TGenSymStarFunction final : public TBuiltinFunction<TGenSymStarFunction> {
       .example = "(gensym*)"};
 
   void Call(const IFunCall&, TKBContext& context, Ref<IKBValue>& result) override {
-    result = NewAtom(EngineOf(context).GenerateSymbol("gen"));
+    result = NewAtom(EngineOf(context).GenerateSymbol(SGeneratedAtomPrefix));
   }
 };
 
@@ -224,10 +224,7 @@ class TDoBackwardChainingFunction final : public TBuiltinFunction<TDoBackwardCha
       if (name == STestCE || name == "not") Raise(SBackChainCE, name);
       const Ref<IFactTemplate> wanted = engine.CreateFactTemplate(name);
       wanted->SetBackwardChaining(true);
-      const Ref<IFactTemplate> goal = Make<TFactTemplate>(
-          &engine, std::string(SBackChainPrefix) + name, "Goal seeker for " + name, wanted);
-      goal->SetParent(nullptr);
-      engine.GetFactTemplates().Add(goal);
+      engine.GetFactTemplates().Add(engine.NewGoalTemplate(wanted));
     }
     result = FCTrue;
   }

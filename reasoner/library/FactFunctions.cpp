@@ -6,6 +6,7 @@
 
 #include "reasoner/engine/Reasoner.h"
 #include "reasoner/functions/UserPackage.h"
+#include "reasoner/library/Assertions.h"
 #include "reasoner/library/Builtin.h"
 #include "reasoner/library/Families.h"
 #include "reasoner/support/FirstFailure.h"
@@ -16,7 +17,7 @@ namespace reasoner {
 namespace {
 
 Ref<IFact> RequireFact(const IKBValue& value, TReasoner& engine) {
-  const std::int32_t id = value.GetAsFactId();
+  const TFactId id = value.GetAsFactId();
   Ref<IFact> fact = engine.GetFacts().GetFactByID(id);
   if (!fact) Raise(SNoSuchFact, IntegerToText(id));
   return fact;
@@ -35,22 +36,18 @@ class TAssertFunction final : public TBuiltinFunction<TAssertFunction> {
   // What is asserted is a clone: the parsed fact is evaluated anew at every call.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     TReasoner& engine = EngineOf(context);
-    std::int32_t id = -1;
-    FirstFailure failures;  // of rules that cannot test a fact: it is there, and the others follow
+    TAssertions assertions(engine);
     for (std::int32_t i = 0; i < fun_call.GetArgumentCount(); ++i) {
-      const Ref<IKBValue> value = EvaluateArgument(fun_call, i, context);
-      IFact* parsed = value->GetAsFact();
-      if (parsed == nullptr) Raise(SNoSuchFact, value->ToString());
-      const Ref<IFact> fact = OnRegisteredTemplate(parsed->Clone(), engine);
-      context.Resolve(*fact);
-      try {
-        id = engine.Assert(fact);
-      } catch (const EKBException&) {
-        if (!engine.GetFacts().Lists(*fact)) throw;
-        failures.Keep(std::current_exception());
-      }
+      assertions.Add([&] {
+        const Ref<IKBValue> value = EvaluateArgument(fun_call, i, context);
+        IFact* parsed = value->GetAsFact();
+        if (parsed == nullptr) Raise(SNoSuchFact, value->ToString());
+        Ref<IFact> fact = OnRegisteredTemplate(parsed->Clone(), engine);
+        context.Resolve(*fact);
+        return fact;
+      });
     }
-    failures.Raise();
+    const TFactId id = assertions.Finish();
     if (id == -1) {
       result = FCFalse;
     } else {
@@ -72,12 +69,15 @@ class TAssertStringFunction final : public TBuiltinFunction<TAssertStringFunctio
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     TReasoner& engine = EngineOf(context);
-    std::int32_t id = -1;
+    TAssertions assertions(engine);
     for (std::int32_t i = 0; i < fun_call.GetArgumentCount(); ++i) {
-      const Text text = TextArgument(fun_call, i, context);
-      id = engine.Assert(text.view());
+      assertions.Add([&] {
+        Ref<IFact> fact = engine.ParseFact(TextArgument(fun_call, i, context).view());
+        engine.GetContext().Resolve(*fact);
+        return fact;
+      });
     }
-    result = NewFactId(id);
+    result = NewFactId(assertions.Finish());
   }
 };
 
@@ -103,7 +103,7 @@ class TRetractFunction final : public TBuiltinFunction<TRetractFunction> {
     }
     // The first argument was looked at for the asterisk only, and is evaluated again as an id.
     for (std::int32_t i = 0; i < fun_call.GetArgumentCount(); ++i) {
-      const std::int32_t id = EvaluateArgument(fun_call, i, context)->GetAsFactId();
+      const TFactId id = EvaluateArgument(fun_call, i, context)->GetAsFactId();
       if (const Ref<IFact> fact = engine.GetFacts().GetFactByID(id)) engine.RetractFact(fact);
     }
   }
@@ -214,9 +214,13 @@ class TModifyFunction final : public TBuiltinFunction<TModifyFunction> {
     const TSlotChanges changes = EvaluateChanges(fun_call, *fact_template, context);
     // What was evaluated may have retracted the fact.
     if (!engine.GetFacts().Lists(*fact)) Raise(SNoSuchFact, IntegerToText(id->GetAsFactId()));
-    engine.BeginFactModify(fact);
+    // Handlers may raise when the fact has been retracted: it comes back changed all the same.
+    FirstFailure failures;
+    failures.Try([&] { engine.BeginFactModify(fact); });
+    if (engine.GetFacts().Lists(*fact)) failures.Raise();
     for (const auto& [name, value] : changes) fact->SetValue(name, value);
-    result = NewFactId(engine.EndFactModify(fact));
+    failures.Try([&] { result = NewFactId(engine.EndFactModify(fact)); });
+    failures.Raise();
   }
 };
 
@@ -270,6 +274,7 @@ class TGetSlotValueFunction final : public TBuiltinFunction<TGetSlotValueFunctio
     Ref<IFact> fact;
     switch (value.GetDType()) {
       case dtInteger:
+      case dtFloat:
       case dtFactId:
         fact = EngineOf(context).GetFacts().GetFactByID(value.GetAsFactId());
         break;

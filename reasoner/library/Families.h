@@ -32,5 +32,7 @@ void AddFuzzyValueFunctions(TUserFunctionList& functions);
 void AddFuzzySettingFunctions(TUserFunctionList& functions);
 void AddFuzzyReadoutFunctions(TUserFunctionList& functions);
 void AddFuzzyShapeFunctions(TUserFunctionList& functions);
+// Extensions.
+void AddRunSettingFunctions(TUserFunctionList& functions);
 
 }  // namespace reasoner

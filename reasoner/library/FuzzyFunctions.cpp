@@ -4,9 +4,10 @@
 #include <string>
 
 #include "reasoner/functions/UserPackage.h"
+#include "reasoner/fuzzy/FuzzyExpression.h"
+#include "reasoner/library/Assertions.h"
 #include "reasoner/library/Families.h"
 #include "reasoner/library/FuzzyBuiltin.h"
-#include "reasoner/support/FirstFailure.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/SingletonsVector.h"
 #include "reasoner/vocabulary/Messages.h"
@@ -60,22 +61,20 @@ class TFuzzyAssertFunction final
       }
       index = 1;
     }
-    std::int32_t id = -1;
-    FirstFailure failures;  // of rules that cannot test a fact: it is there, and the others follow
+    TAssertions assertions(engine);
     for (; index < fun_call.GetArgumentCount(); ++index) {
-      const Ref<IKBValue> value = EvaluateArgument(fun_call, index, context);
-      IFact* const parsed = value->GetAsFact();
-      if (parsed == nullptr) Raise(SNoSuchFact, value->ToString());
-      const Ref<IFact> fact = OnRegisteredTemplate(parsed->Clone(), engine);
-      context.Resolve(*fact);
-      try {
-        id = engine.Assert(fact, method, unconditional);
-      } catch (const EKBException&) {
-        if (!engine.GetFacts().Lists(*fact)) throw;
-        failures.Keep(std::current_exception());
-      }
+      assertions.Add(
+          [&] {
+            const Ref<IKBValue> value = EvaluateArgument(fun_call, index, context);
+            IFact* const parsed = value->GetAsFact();
+            if (parsed == nullptr) Raise(SNoSuchFact, value->ToString());
+            Ref<IFact> fact = OnRegisteredTemplate(parsed->Clone(), engine);
+            context.Resolve(*fact);
+            return fact;
+          },
+          [&](const Ref<IFact>& fact) { return engine.Assert(fact, method, unconditional); });
     }
-    failures.Raise();
+    const TFactId id = assertions.Finish();
     result = id == -1 ? Ref<IKBValue>(FCFalse) : NewFactId(id);
   }
 };
@@ -133,6 +132,7 @@ class TFuzzyOperationFunction final
     Ref<IFuzzySet> set = FuzzySetArgument(fun_call, index, context);
     for (++index; index < fun_call.GetArgumentCount(); ++index) {
       const Ref<IFuzzySet> other = FuzzySetArgument(fun_call, index, context);
+      RequireSameKind(*set, *other);
       set = is_union ? set->Union(*other, operation) : set->Intersection(*other, operation);
     }
     result = NewFuzzy(set);

@@ -55,10 +55,19 @@ class TCreateFuzzyShapeFunction final
         set->SetToBeta(b, a, c, weight, kShapePoints);
       }
     }
+    if (!IsInOrder(count, a, b, c) && set->GetParser() != nullptr) {
+      set->GetParser()->Warn(FillMessage(SFuzzyShapeOrder, set->GetName()));
+    }
     result = NewFuzzy(set);
   }
 
  private:
+  // Points from the left to the right; a range and an inflection above 0.
+  bool IsInOrder(std::int32_t count, double a, double b, double c) const noexcept {
+    const bool is_range = GetKind() == fsBetaShape || (GetKind() == fsPIShape && count == 2);
+    if (is_range) return b >= 0 && (count == 2 || c > 0);
+    return a <= b && (count == 2 || b <= c);
+  }
   // The call itself, where it can be read anywhere; else the shape gives the name.
   std::string NameFor(const IFunCall& fun_call) const {
     std::string name = "(" + GetFunctionName().str();

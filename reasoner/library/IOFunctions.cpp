@@ -75,7 +75,7 @@ class TFormatFunction final : public TBuiltinFunction<TFormatFunction> {
       values->Add(EvaluateArgument(fun_call, i, context));
     }
     const Text format = WrittenArgument(fun_call, 1).GetAsString();
-    const std::string text = CLIPSFormat(format, *values);
+    const std::string text = CLIPSFormat(format, *values, HasPlainMeaning(context));
     EngineOf(context).PrintOut(TextArgument(fun_call, 0, context).str(), text);
     result = FCNil;
   }
@@ -115,11 +115,13 @@ class TReadLineFunction final : public TBuiltinFunction<TReadLineFunction> {
           "input is available, the function returns EOF",
       .example = "(readline)"};
 
-  // An empty line and the end of the input read alike.
+  // In the literal meaning an empty line and the end of the input read alike.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     const std::string name = InputName(fun_call, context);
-    const std::string line = EngineOf(context).ReadLine(name);
-    if (line.empty()) {
+    TReasoner& engine = EngineOf(context);
+    const std::string line = engine.ReadLine(name);
+    const bool ended = HasPlainMeaning(context) ? engine.HasInputEnded() : line.empty();
+    if (ended) {
       result = FCEOF;
     } else {
       result = NewString(line);

@@ -60,11 +60,10 @@ class TShowFactsFunction final : public TBuiltinFunction<TShowFactsFunction> {
 
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     TReasoner& engine = EngineOf(context);
-    constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
-    const std::int32_t start =
-        Bound(fun_call, 0, context, std::numeric_limits<std::int32_t>::min());
-    const std::int32_t end = Bound(fun_call, 1, context, kMax);
-    const std::int32_t most = Bound(fun_call, 2, context, kMax);
+    constexpr TFactId kMax = std::numeric_limits<TFactId>::max();
+    const TFactId start = Bound(fun_call, 0, context, std::numeric_limits<TFactId>::min());
+    const TFactId end = Bound(fun_call, 1, context, kMax);
+    const TFactId most = Bound(fun_call, 2, context, kMax);
     std::vector<Ref<IFact>> facts = engine.GetFacts().Snapshot();
     if (fun_call.GetArgumentCount() > 0) KeepRange(facts, start, end, most);
     std::string text;
@@ -78,22 +77,24 @@ class TShowFactsFunction final : public TBuiltinFunction<TShowFactsFunction> {
   }
 
  private:
-  static std::int32_t Bound(const IFunCall& fun_call, std::int32_t index, TKBContext& context,
-                            std::int32_t none) {
-    return index < fun_call.GetArgumentCount() ? IntegerArgument(fun_call, index, context) : none;
+  static TFactId Bound(const IFunCall& fun_call, std::int32_t index, TKBContext& context,
+                       TFactId none) {
+    if (index >= fun_call.GetArgumentCount()) return none;
+    const Ref<IKBValue> value = EvaluateArgument(fun_call, index, context);
+    return TKBTypes{dtFactId, dtFloat}.Has(value->GetDType()) ? value->GetAsFactId()
+                                                              : value->GetAsInteger();
   }
 
   // Keeps the facts with ids from `start` to `end`, of those the first `most` in the order of their
   // ids.
-  static void KeepRange(std::vector<Ref<IFact>>& facts, std::int32_t start, std::int32_t end,
-                        std::int32_t most) {
+  static void KeepRange(std::vector<Ref<IFact>>& facts, TFactId start, TFactId end, TFactId most) {
     std::erase_if(facts, [start, end](const Ref<IFact>& fact) {
       return fact->GetID() < start || fact->GetID() > end;
     });
     std::stable_sort(facts.begin(), facts.end(), [](const Ref<IFact>& a, const Ref<IFact>& b) {
       return a->GetID() < b->GetID();
     });
-    const auto kept = static_cast<std::size_t>(std::max(most, 0));
+    const auto kept = static_cast<std::size_t>(std::max(most, TFactId{0}));
     if (facts.size() > kept) facts.resize(kept);
   }
 };

@@ -1,5 +1,7 @@
 #include "reasoner/library/Packages.h"
 
+#include <memory>
+
 #include "reasoner/library/Families.h"
 
 namespace reasoner {
@@ -82,27 +84,44 @@ void TFuzzyLogicPackage::CreateFunctions() {
   AddFuzzyShapeFunctions(GetFunctions());
 }
 
+TExtensionPackage::TExtensionPackage(TComponent* owner) : TUserPackage(owner) { Rebuild(); }
+
+void TExtensionPackage::CreateFunctions() {
+  TUserPackage::CreateFunctions();
+  AddRunSettingFunctions(GetFunctions());
+}
+
+// A package is complete before its owner hears of it: a handler that raises costs no function.
+template <class TPackage>
+static TUserPackage* MakeOwned(TComponent* owner) {
+  auto package = std::make_unique<TPackage>(nullptr);
+  if (owner != nullptr) owner->InsertComponent(*package);
+  TUserPackage* const made = package.release();
+  if (auto* reasoner = dynamic_cast<IReasoner*>(owner)) made->AddReasoner(*reasoner);
+  return made;
+}
+
 // A new package, which the component owns.
 TUserPackage* MakePackage(TFunctionPackage package, TComponent* engine) {
   switch (package) {
     case pStandard:
-      return new TStandardPackage(engine);
+      return MakeOwned<TStandardPackage>(engine);
     case pPredicate:
-      return new TPredicatePackage(engine);
+      return MakeOwned<TPredicatePackage>(engine);
     case pMath:
-      return new TMathPackage(engine);
+      return MakeOwned<TMathPackage>(engine);
     case pMiscellaneous:
-      return new TMiscPackage(engine);
+      return MakeOwned<TMiscPackage>(engine);
     case pString:
-      return new TStringPackage(engine);
+      return MakeOwned<TStringPackage>(engine);
     case pTrigonometry:
-      return new TTrigonometryPackage(engine);
+      return MakeOwned<TTrigonometryPackage>(engine);
     case pBusiness:
-      return new TBusinessPackage(engine);
+      return MakeOwned<TBusinessPackage>(engine);
     case pObject:
-      return new TObjectPackage(engine);
+      return MakeOwned<TObjectPackage>(engine);
     case pFuzzyLogic:
-      return new TFuzzyLogicPackage(engine);
+      return MakeOwned<TFuzzyLogicPackage>(engine);
   }
   return nullptr;
 }

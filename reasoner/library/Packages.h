@@ -89,6 +89,17 @@ class TBusinessPackage : public TUserPackage {
   void CreateFunctions() override;
 };
 
+// What the built-in packages do not have: a host installs it with `new TExtensionPackage(&engine)`,
+// as the console does. An engine has none of its own accord.
+class TExtensionPackage : public TUserPackage {
+ public:
+  explicit TExtensionPackage(TComponent* owner = nullptr);
+  std::string ClassName() const override { return "TExtensionPackage"; }
+
+ protected:
+  void CreateFunctions() override;
+};
+
 // Fuzzy values, the settings of fuzzy reasoning, defuzzification and plots.
 class TFuzzyLogicPackage : public TUserPackage {
  public:

@@ -37,7 +37,7 @@ class TStrFormatFunction final : public TBuiltinFunction<TStrFormatFunction> {
       values->Add(EvaluateArgument(fun_call, i, context));
     }
     const Text format = TextArgument(fun_call, 0, context);
-    result = NewString(CLIPSFormat(format, *values));
+    result = NewString(CLIPSFormat(format, *values, HasPlainMeaning(context)));
   }
 };
 

@@ -38,7 +38,15 @@ void TActivation::SetStrength(float strength) noexcept {
   strength_ = std::clamp(strength, 0.0F, 1.0F);
 }
 
+void TActivation::TakeStrength(const Ref<TKBToken>& token) noexcept {
+  if (firing_) return;
+  token_ = token;
+  SetStrength(token->GetStrength());
+  entry_strength_ = strength_;
+}
+
 void TActivation::Fire() {
+  firing_ = true;
   IReasoner* engine = rule_->GetEngine();
   rule_->Fire(token_);
   if (node_ != nullptr) {

@@ -33,6 +33,9 @@ class TActivation final : public TPersistent, public CountedNode, public Pooled 
   TPatternMatchTerminalNode* GetNode() const noexcept { return node_; }
   float GetStrength() const noexcept { return strength_; }
   void SetStrength(float strength) noexcept;  // clamped to 0..1
+  // The match's strength has changed while the activation waits: it keeps its place with another
+  // strength, which its text shows. One that is being fired keeps the strength that it began with.
+  void TakeStrength(const Ref<TKBToken>& token) noexcept;
 
   // Takes over rule, token, node and strength of another activation. It is on no agenda then, and
   // is not withdrawn with its match.
@@ -47,6 +50,7 @@ class TActivation final : public TPersistent, public CountedNode, public Pooled 
   std::string ToString() const override;
   // The same with what held when the activation was placed on the agenda.
   std::string GetEntryText() const;
+  std::int32_t GetEntrySalience() const noexcept { return entry_salience_; }
   void SetEntry(std::int32_t salience, const std::string& rule_name);
   void TakeEntry(const TActivation& other);
 
@@ -62,6 +66,7 @@ class TActivation final : public TPersistent, public CountedNode, public Pooled 
   std::int32_t entry_salience_ = 0;
   float entry_strength_ = 0;
   bool leaving_ = false;
+  bool firing_ = false;
   bool loose_ = false;  // a copy: its node knows it, but does not withdraw it
   Text entry_name_;
   // The node's list, and its chain of activations of one identity.

@@ -20,8 +20,8 @@ TGoalPlan::TGoalPlan(const TRule& rule, const TKBPattern& pattern)
     slot.name = pattern.GetSlotName(s);
     const IFactSlot* described = pattern.GetFactTemplate()->FindSlot(slot.name);
     slot.is_multi = described != nullptr && described->IsMulti();
-    for (const auto& plan_test : pattern.GetPlanTests(s)) {
-      const TKBPatternMatchTest& test = *plan_test;
+    for (std::int32_t t = 0; t < pattern.GetSlotTestCount(s); ++t) {
+      const TKBPatternMatchTest& test = pattern.GetSlotTest(s, t);
       if (test.GetSlotTestType() == sttNotEquals) continue;
       TPart part;
       part.field = test.GetMultiSlotSubIndex();
@@ -87,15 +87,20 @@ Ref<IKBValue> TGoalPlan::ListOf(const TSlot& slot, const TKBToken& left) {
   return NewList(list);
 }
 
+// The values are stored unchecked: nil and a short list stand for what is not known yet, whatever
+// the slot of a real fact may hold.
 Ref<IFact> TGoalPlan::MakeGoal(IReasoner& engine, const TKBToken& left) const {
-  const Ref<IFact> goal = Make<TFact>(engine.CreateFactTemplate(goal_name_));
+  const Ref<IFactTemplate> goal_template = engine.CreateFactTemplate(goal_name_);
+  const Ref<IFact> goal = Make<TFact>(goal_template);
   for (const TSlot& slot : slots_) {
+    const std::int32_t ordinal = goal_template->OrdinalOf(slot.name.view());
+    if (ordinal < 0) Raise(SInvalidSlotName, slot.name.view());
     if (slot.is_multi) {
-      goal->SetValue(slot.name, ListOf(slot, left));
+      goal->PutValueAt(ordinal, ListOf(slot, left));
       continue;
     }
     const Ref<IKBValue> value = slot.parts.empty() ? nullptr : ValueOf(slot.parts.front(), left);
-    goal->SetValue(slot.name, value ? value : Ref<IKBValue>(FCNil->Clone()));
+    goal->PutValueAt(ordinal, value ? value : Ref<IKBValue>(FCNil->Clone()));
   }
   return goal;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "reasoner/match/ReteNetwork.h"
+#include "reasoner/match/TestFailure.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -16,6 +17,7 @@ void TTestNode::AddTest(TSlotTestType test_type, const Ref<IKBValue>& call) {
 }
 
 void TTestNode::CopyTests(const TTestNode& source) {
+  pattern_index_ = source.pattern_index_;
   for (const std::unique_ptr<TKBSlotTest>& test : source.tests_) tests_.push_back(test->Clone());
   has_calls_ = source.has_calls_;
 }
@@ -24,8 +26,13 @@ bool TTestNode::CallNode(const Ref<TKBToken>& token, TCallType) {
   // What is taken away passes: it is looked up by its facts further down.
   if (token->GetTag() == taAdd || token->GetTag() == taUpdate) {
     const ScopedMatch match(GetContext(), token, nullptr);
-    for (const std::unique_ptr<TKBSlotTest>& test : tests_) {
-      if (!test->PerformTest(GetContext())) return false;
+    try {
+      for (const std::unique_ptr<TKBSlotTest>& test : tests_) {
+        if (!test->PerformTest(GetContext())) return false;
+      }
+    } catch (Exception& failure) {
+      TellMatch(failure, *this, token.get(), nullptr);
+      throw;
     }
   }
   CallChildren(token);
@@ -46,6 +53,7 @@ TJoinNode::TJoinNode(TReteNetwork& rete, bool negated, bool unique, bool asks_fo
       negated_(negated),
       unique_(unique),
       one_partner_(unique && !negated && rete.IsTextbook()),
+      textbook_(rete.IsTextbook()),
       asks_for_goals_(asks_for_goals),
       hash_key_(hash_key) {}
 
@@ -83,7 +91,14 @@ void TJoinNode::PrepareShortCut() {
   ClearMemory();
 }
 
+void TJoinNode::TakeDegreesFrom(TJoinNode& first_level) {
+  first_level_ = &first_level;
+  first_level.degree_takers_.push_back(this);
+  if (!first_level.degrees_) first_level.degrees_ = std::make_unique<TBlockerDegrees>();
+}
+
 void TJoinNode::ClearMemory() {
+  if (degrees_) degrees_->Clear();
   if (left_) {
     left_->Clear();
   } else {
@@ -96,8 +111,11 @@ void TJoinNode::ClearMemory() {
     right_->Clear();
   } else {
     const Text slot = short_cut_ == nullptr ? Text() : short_cut_->RightIndex;
+    // The first partner is the first in the order of the facts: with one bucket no id goes before
+    // an older one.
     right_ = std::make_unique<TKBTokenTree>(
-        hash_key_, 0, short_cut_ == nullptr ? NoSubIndex : short_cut_->RightSubIndex, slot, false);
+        one_partner_ ? 1 : hash_key_, 0,
+        short_cut_ == nullptr ? NoSubIndex : short_cut_->RightSubIndex, slot, false);
   }
 }
 
@@ -128,6 +146,18 @@ bool TJoinNode::RunTests(const TKBToken& left, const Ref<IFact>& right, bool wit
     }
   }
   return true;
+}
+
+bool TJoinNode::Matches(const TKBToken& left, const Ref<IFact>& right, FirstFailure& failures) {
+  try {
+    return RunTests(left, right, true);
+  } catch (Exception& failure) {
+    if (failures.IsEmpty()) TellMatch(failure, *this, &left, right.get());
+    failures.Keep(std::current_exception());
+  } catch (...) {
+    failures.Keep(std::current_exception());
+  }
+  return false;
 }
 
 // Calls visit(entry) for each right token that the tests may allow with a left one, in the order of
@@ -179,39 +209,82 @@ void TJoinNode::VisitLeft(const TKBToken& right, TVisit visit) {
   }
 }
 
-void TJoinNode::PassPair(const Ref<TKBToken>& left, const TKBToken& right, TTokenAction tag) {
-  const Ref<TKBToken> pair = Make<TKBToken>(left, right.GetFact(), right.GetSplit());
+Ref<TKBToken> TJoinNode::PairOf(const Ref<TKBToken>& left, const TKBToken& right) {
+  Ref<TKBToken> pair = Make<TKBToken>(left, right.GetFact(), right.GetSplit());
   pair->SetStrength(std::min(left->GetStrength(), right.GetStrength()));
+  return pair;
+}
+
+Ref<TKBToken> TJoinNode::UnmatchedOf(const Ref<TKBToken>& left, float last_degree) const {
+  float strength = textbook_ ? 1.0F : last_degree;
+  if (first_level_ != nullptr) {
+    if (const Entry* found = first_level_->left_->Find(*left)) {
+      strength = first_level_->GreatestDegree(*found);
+    }
+  }
+  Ref<TKBToken> unmatched = Make<TKBToken>(left, GetRete().GetEngine().GetNotOrTestFact());
+  unmatched->SetStrength(std::min(left->GetStrength(), strength));
+  return unmatched;
+}
+
+void TJoinNode::PassPair(const Ref<TKBToken>& left, const TKBToken& right, TTokenAction tag) {
+  const Ref<TKBToken> pair = PairOf(left, right);
   pair->SetTag(tag);
   CallChildren(pair);
 }
 
-void TJoinNode::PassUnmatched(const Ref<TKBToken>& left, float strength, TTokenAction tag) {
-  const Ref<TKBToken> unmatched = Make<TKBToken>(left, GetRete().GetEngine().GetNotOrTestFact());
-  unmatched->SetStrength(std::min(left->GetStrength(), strength));
+void TJoinNode::PassUnmatched(const Ref<TKBToken>& left, float last_degree, TTokenAction tag) {
+  const Ref<TKBToken> unmatched = UnmatchedOf(left, last_degree);
   unmatched->SetTag(tag);
   CallChildren(unmatched);
 }
 
-// The entries of the other memory that the tests allow. Where a test is a call it may raise: then
-// nothing has happened yet, and the token just stored is taken out again.
+void TJoinNode::TellDegree(const Entry& left, float before) {
+  if (GreatestDegree(left) == before) return;
+  for (TJoinNode* level : degree_takers_) level->DegreeChanged(*left.token);
+}
+
+void TJoinNode::DegreeChanged(const TKBToken& token) {
+  const Entry* const entry = left_ ? left_->Find(token) : nullptr;
+  if (entry == nullptr || entry->token->GetNegatedCount() != 0) return;
+  TellChildrenStrength(UnmatchedOf(entry->token, 1.0F));
+}
+
+// What a negation passes on is as true as its left token; the right ones come with the strength
+// that their pattern gave them, once and for all.
+void TJoinNode::StrengthChanged(const Ref<TKBToken>& token, TCallType call_type) {
+  if (call_type != ctLeft || !left_) return;
+  const Entry* const entry = left_->Find(*token);
+  if (entry == nullptr || entry->token->GetStrength() == token->GetStrength()) return;
+  const Ref<TKBToken> match = entry->token;
+  match->SetStrength(token->GetStrength());
+  if (negated_) {
+    if (match->GetNegatedCount() == 0) TellChildrenStrength(UnmatchedOf(match, 1.0F));
+  } else if (one_partner_) {
+    if (!entry->blockers.empty()) TellChildrenStrength(PairOf(match, *entry->blockers.front()));
+  } else {
+    // A pair that a call has refused is not found further down.
+    VisitRight(match, [&](Entry& right) {
+      if (RunTests(*match, right.token->GetFact(), false))
+        TellChildrenStrength(PairOf(match, *right.token));
+      return true;
+    });
+  }
+}
+
+// The entries of the other memory that the tests allow: all calls run before any pair goes on.
 std::vector<TJoinNode::Entry*> TJoinNode::PartnersOf(const Ref<TKBToken>& token, bool is_left,
-                                                     TKBTokenTree& memory, Entry& stored) {
+                                                     FirstFailure& failures) {
   std::vector<Entry*> partners;
-  try {
-    if (is_left) {
-      VisitRight(token, [&](Entry& right) {
-        if (RunTests(*token, right.token->GetFact(), true)) partners.push_back(&right);
-        return partners.empty() || !unique_ || negated_;
-      });
-    } else {
-      VisitLeft(*token, [&](Entry& left) {
-        if (RunTests(*left.token, token->GetFact(), true)) partners.push_back(&left);
-      });
-    }
-  } catch (...) {
-    memory.Remove(stored);
-    throw;
+  if (is_left) {
+    VisitRight(token, [&](Entry& right) {
+      if (Matches(*token, right.token->GetFact(), failures)) partners.push_back(&right);
+      return partners.empty() || !unique_ || negated_;
+    });
+  } else {
+    VisitLeft(*token, [&](Entry& left) {
+      if (Matches(*left.token, token->GetFact(), failures)) partners.push_back(&left);
+    });
   }
   return partners;
 }
@@ -245,10 +318,11 @@ void TJoinNode::LeftCame(const Ref<TKBToken>& token) {
   };
   const auto block = [&](const Entry& right) {
     stored->SetNegatedCount(stored->GetNegatedCount() + 1);
+    if (degrees_) degrees_->Add(*entry, right.token->GetStrength());
     if (has_calls_) entry->blockers.push_back(right.token);
   };
   if (has_calls_) {
-    for (const Entry* right : PartnersOf(token, true, *left_, *entry)) {
+    for (const Entry* right : PartnersOf(token, true, failures)) {
       negated_ ? block(*right) : pass(*right);
     }
   } else {
@@ -272,6 +346,7 @@ void TJoinNode::LeftGoes(const Ref<TKBToken>& token) {
   const Ref<TKBToken> stored = entry->token;
   Ref<TKBToken> partner;
   if (one_partner_ && !entry->blockers.empty()) partner = entry->blockers.front();
+  if (degrees_) degrees_->Forget(*entry);
   left_->Remove(*entry);
   if (negated_) {
     if (stored->GetNegatedCount() == 0) PassUnmatched(stored, 1.0F, taRemove);
@@ -292,8 +367,7 @@ void TJoinNode::LeftGoes(const Ref<TKBToken>& token) {
 
 void TJoinNode::RightCame(const Ref<TKBToken>& token) {
   const Ref<TKBToken> stored = Make<TKBToken>(*token);
-  Entry* entry = right_->Add(stored);
-  if (entry == nullptr) return;
+  if (right_->Add(stored) == nullptr) return;
   FirstFailure failures;
   const auto meet = [&](Entry& left) {
     const Ref<TKBToken> match = left.token;
@@ -304,13 +378,15 @@ void TJoinNode::RightCame(const Ref<TKBToken>& token) {
       }
       return failures.Try([&] { PassPair(match, *token, token->GetTag()); });
     }
+    const float before = GreatestDegree(left);
     match->SetNegatedCount(match->GetNegatedCount() + 1);
+    if (degrees_) degrees_->Add(left, stored->GetStrength());
     if (has_calls_) left.blockers.push_back(stored);
-    if (match->GetNegatedCount() != 1) return;
+    if (match->GetNegatedCount() != 1) return failures.Try([&] { TellDegree(left, before); });
     failures.Try([&] { PassUnmatched(match, token->GetStrength(), taRemove); });
   };
   if (has_calls_) {
-    for (Entry* left : PartnersOf(token, false, *right_, *entry)) meet(*left);
+    for (Entry* left : PartnersOf(token, false, failures)) meet(*left);
   } else {
     VisitLeft(*token, [&](Entry& left) {
       if (RunTests(*left.token, token->GetFact(), false)) meet(left);
@@ -322,12 +398,10 @@ void TJoinNode::RightCame(const Ref<TKBToken>& token) {
 // The left token has lost its only partner: the next one in the memory takes its place.
 void TJoinNode::OfferNextPartner(Entry& left, FirstFailure& failures) {
   const Ref<TKBToken> match = left.token;
-  failures.Try([&] {
-    VisitRight(match, [&](Entry& right) {
-      if (!RunTests(*match, right.token->GetFact(), true)) return true;
-      left.blockers.push_back(right.token);
-      return false;
-    });
+  VisitRight(match, [&](Entry& right) {
+    if (!Matches(*match, right.token->GetFact(), failures)) return true;
+    left.blockers.push_back(right.token);
+    return false;
   });
   if (left.blockers.empty()) return;
   failures.Try([&] { PassPair(match, *left.blockers.front(), match->GetTag()); });
@@ -359,10 +433,11 @@ void TJoinNode::RightGoes(const Ref<TKBToken>& token) {
     } else if (!RunTests(*match, stored->GetFact(), false)) {
       return;
     }
+    const float before = GreatestDegree(left);
     match->SetNegatedCount(match->GetNegatedCount() - 1);
-    if (match->GetNegatedCount() == 0) {
-      failures.Try([&] { PassUnmatched(match, stored->GetStrength(), match->GetTag()); });
-    }
+    if (degrees_) degrees_->Remove(left, stored->GetStrength());
+    if (match->GetNegatedCount() > 0) return failures.Try([&] { TellDegree(left, before); });
+    failures.Try([&] { PassUnmatched(match, stored->GetStrength(), match->GetTag()); });
   });
   failures.Raise();
 }

@@ -23,8 +23,7 @@ TKBPattern::TKBPattern(TRule* owner, const TKBPattern& source, std::string_view 
     Slot& own = SlotFor(slot.name);
     own.length = slot.length;
     own.has_list = slot.has_list;
-    for (const std::unique_ptr<TKBPatternMatchTest>& test :
-         slot.folded.empty() ? slot.tests : slot.folded) {
+    for (const std::unique_ptr<TKBPatternMatchTest>& test : slot.tests) {
       Ref<IKBValue> value = test->GetSlotValue()->Clone();
       const TKBType type = value->GetDType();
       if (KBVariableTypes.Has(type) && value->TextView().starts_with(SBlankPrefix)) {
@@ -35,12 +34,19 @@ TKBPattern::TKBPattern(TRule* owner, const TKBPattern& source, std::string_view 
                                                         test->GetMultiSlotSubIndex(), value);
       copy->conjunction_ = test->conjunction_;
       copy->joined_by_and_ = test->joined_by_and_;
+      copy->wildcard_ = test->wildcard_;
       own.tests.push_back(std::move(copy));
     }
   }
 }
 
 TKBPattern::~TKBPattern() = default;
+
+Ref<IFactTemplate> TKBPattern::NewTestTemplate(IReasoner& engine) {
+  const Ref<IFactTemplate> fact_template = Make<TFactTemplate>(&engine.AsComponent(), STestCE);
+  fact_template->AddMultiSlot(SDefaultSlotName, FCNilList);
+  return fact_template;
+}
 
 void TKBPattern::EnterSlots() {
   slots_.clear();
@@ -59,8 +65,15 @@ IReasoner* TKBPattern::GetReasoner() const {
 
 void TKBPattern::Change() {
   if (update_count_ > 0) return;
-  if (owner_ != nullptr) owner_->Change();
-  if (const auto on_change = OnChange) on_change(*this);  // lives on if the pattern ends in it
+  if (owner_ != nullptr) {
+    // The change is told to handlers, which may end the rule or take the pattern out of it.
+    const TRule& owner = *owner_;
+    const ComponentWatch watch(owner);
+    const bool was_held = owner.HoldsPattern(*this);
+    owner_->Change();
+    if (watch.HasEnded() || owner.HoldsPattern(*this) != was_held) return;
+  }
+  OnChange(*this);
 }
 
 void TKBPattern::EndUpdate() {
@@ -69,28 +82,24 @@ void TKBPattern::EndUpdate() {
 
 void TKBPattern::SetName(std::string_view name) {
   if (name == name_) return;
-  BeforeEdit();
   name_ = name;
   Change();
 }
 
 void TKBPattern::SetNegatedCount(std::int32_t count) {
   if (count == negated_count_) return;
-  BeforeEdit();
   negated_count_ = std::max(count, 0);
   Change();
 }
 
 void TKBPattern::SetUnique(bool unique) {
   if (unique == unique_) return;
-  BeforeEdit();
   unique_ = unique;
   Change();
 }
 
 void TKBPattern::SetExplicit(bool is_explicit) {
   if (is_explicit == explicit_) return;
-  BeforeEdit();
   explicit_ = is_explicit;
   Change();
 }
@@ -98,7 +107,6 @@ void TKBPattern::SetExplicit(bool is_explicit) {
 void TKBPattern::SetBoundName(std::string_view name) {
   if (name == bound_name_) return;
   if (IsNegated() && IsTest()) Raise(SInvalidPatternBinding);
-  BeforeEdit();
   bound_name_ = name;
   Change();
 }
@@ -140,7 +148,6 @@ TKBPattern::Slot& TKBPattern::SlotFor(std::string_view name) {
 void TKBPattern::SetSlotLength(std::int32_t slot, std::int32_t length) {
   Slot& changed = slots_[Checked(slot)];
   if (changed.length == length) return;
-  BeforeEdit();
   changed.length = length;
   Change();
 }
@@ -155,8 +162,6 @@ TKBPatternMatchTest& TKBPattern::GetSlotTest(std::int32_t slot, std::int32_t tes
 void TKBPattern::SetSlotTest(std::int32_t slot, std::int32_t test,
                              std::unique_ptr<TKBPatternMatchTest> value) {
   if (GetSlotTest(slot, test).Equals(Given(value, "test"))) return;
-  CheckPlace(slots_[Checked(slot)], value->GetMultiSlotSubIndex());
-  BeforeEdit();
   value->pattern_ = this;
   slots_[Checked(slot)].tests[static_cast<std::size_t>(test)] = std::move(value);
   TestChange();
@@ -182,8 +187,6 @@ void TKBPattern::AddTest(std::string_view slot_name, std::unique_ptr<TKBPatternM
   Given(test->GetSlotValue(), "value");
   if (!fact_template_) Raise(SNoTemplate);
   if (!fact_template_->ContainsSlot(slot_name)) Raise(SInvalidSlotName, slot_name);
-  CheckPlace(SlotFor(slot_name), test->GetMultiSlotSubIndex());
-  BeforeEdit();
   Slot& slot = SlotFor(slot_name);
   slot.has_list = true;
   test->pattern_ = this;
@@ -191,145 +194,27 @@ void TKBPattern::AddTest(std::string_view slot_name, std::unique_ptr<TKBPatternM
   TestChange();
 }
 
-// The same for one of this pattern's tests, once it has been added.
-void TKBPattern::CheckPlaceOf(const TKBPatternMatchTest& test, std::int32_t sub_index) const {
-  for (const Slot& slot : slots_) {
-    for (const std::unique_ptr<TKBPatternMatchTest>& item : slot.tests) {
-      if (item.get() == &test) return CheckPlace(slot, sub_index);
-    }
-  }
-}
-
-// A field is a place of a multislot; any other slot has one place only.
-void TKBPattern::CheckPlace(const Slot& slot, std::int32_t sub_index) const {
-  if (sub_index == NoSubIndex) return;
-  if (sub_index < 0) Raise(SListIndexError, sub_index);
-  const IFactSlot* const described = fact_template_ ? fact_template_->FindSlot(slot.name) : nullptr;
-  if (described != nullptr && !described->IsMulti()) Raise(SNotMultiSlot, slot.name.view());
-}
-
 void TKBPattern::RemoveTest(std::int32_t slot, std::int32_t test) {
   GetSlotTest(slot, test);
-  BeforeEdit();
-  TTests& tests = slots_[Checked(slot)].tests;
+  std::vector<std::unique_ptr<TKBPatternMatchTest>>& tests = slots_[Checked(slot)].tests;
   tests.erase(tests.begin() + test);
   TestChange();
 }
 
-const TKBPattern::TTests& TKBPattern::GetPlanTests(std::int32_t slot) const {
+const std::vector<std::unique_ptr<TKBPatternMatchTest>>& TKBPattern::GetWrittenTests(
+    std::int32_t slot) const {
   const Slot& asked = slots_[Checked(slot)];
-  return asked.folded.empty() ? asked.tests : asked.folded;
+  return asked.written.empty() ? asked.tests : asked.written;
 }
 
 void TKBPattern::TestChange() {
-  for (Slot& slot : slots_) slot.folded.clear();
+  for (Slot& slot : slots_) slot.written.clear();
   Change();
 }
 
-void TKBPattern::BeforeEdit() {
-  if (owner_ == nullptr) return;
-  owner_->BeforeEdit(true);
-  if (owner_->IsDeriving() || !generated_) return;
-  if (negated_count_ > 0) Raise(SGeneratedPattern, name_);
-  generated_ = false;  // the initial fact, as a host wants it, is written from now on
-}
-
-// `(test F)` holds one call; under `not` it is the test that is negated.
-void TKBPattern::SettleTest() {
-  const std::int32_t slot = IndexOfSlotName(SDefaultSlotName);
-  const bool has_call = GetSlotCount() == 1 && slot == 0 && GetSlotTestCount(slot) == 1 &&
-                        GetSlotTest(slot, 0).GetSlotValue()->GetDType() == dtFunCall;
-  if (!has_call) Raise(SInvalidTestPattern);
-  TKBPatternMatchTest& test = GetSlotTest(slot, 0);
-  if (IsNegated()) test.test_type_ = sttNotEquals;
-  negated_count_ = 0;
-  test.sub_index_ = NoSubIndex;
-  slots_[0].length = -1;
-}
-
-// A variable for a whole multislot is its only field, `$?x`.
-void TKBPattern::SettleFields(Slot& slot, const IFactSlot& described) {
-  std::int32_t fields = 0;
-  for (const std::unique_ptr<TKBPatternMatchTest>& test : slot.tests) {
-    const Ref<IKBValue> value = test->slot_value_;
-    const TKBType type = value->GetDType();
-    if (!described.IsMulti()) {
-      if (type == dtMultiVariable || test->sub_index_ != NoSubIndex)
-        Raise(SNotMultiSlot, slot.name.view());
-      continue;
-    }
-    if (test->sub_index_ == NoSubIndex) {
-      if (!KBVariableTypes.Has(type) || slot.length > 1) Raise(SBadSlotValue, value->ToString());
-      if (type == dtVariable)
-        test->StoreValue(Make<TKBValue>(value->GetAsVariable(), dtMultiVariable));
-      test->sub_index_ = 0;
-      slot.length = 1;
-    }
-    fields = std::max(fields, test->sub_index_ + 1);
-  }
-  if (slot.length >= 0) slot.length = std::max(slot.length, fields);
-  std::stable_sort(slot.tests.begin(), slot.tests.end(),
-                   [](const auto& a, const auto& b) { return a->sub_index_ < b->sub_index_; });
-}
-
-void TKBPattern::Settle(IReasoner& engine) {
-  if (generated_ || !fact_template_) return;
-  if (name_ != fact_template_->GetTemplateName()) {
-    // Another name is a pattern on that template, if it has the slots that are tested.
-    const Ref<IFactTemplate> named = engine.FindFactTemplate(name_);
-    if (!named) Raise(SUnknownFactTemplate, name_);
-    std::vector<Slot> old = std::move(slots_);
-    fact_template_ = named;
-    EnterSlots();
-    for (Slot& slot : old) {
-      if (slot.tests.empty()) continue;
-      Slot& own = SlotFor(named->GetSlot(slot.name)->GetName());
-      own = std::move(slot);
-    }
-  }
-  const bool is_goal_name = bound_name_.starts_with(SFactPrefix);
-  if (!bound_name_.empty() && !is_goal_name && (negated_count_ > 0 || IsTest()))
-    Raise(SInvalidTestBinding);
-  if (IsTest()) return SettleTest();
-  const bool checked = engine.GetTypeChecks().Has(tcStatic);
-  for (Slot& slot : slots_) {
-    const IFactSlot* const described = fact_template_->FindSlot(slot.name);
-    if (described == nullptr) continue;
-    SettleFields(slot, *described);
-    const TKBTypes types = described->GetSlotType();
-    for (const std::unique_ptr<TKBPatternMatchTest>& test : slot.tests) {
-      const Ref<IKBValue> value = test->slot_value_;
-      if (checked && value->GetDType() == dtInteger && types.Has(dtFloat) &&
-          !types.Has(dtInteger)) {
-        test->StoreValue(NewFloat(value->GetAsFloat()));
-      }
-    }
-  }
-}
-
-void TKBPattern::Restore(const TKBPattern& saved,
-                         const std::vector<std::vector<TKBPatternMatchTest*>>& tests) {
-  std::vector<std::unique_ptr<TKBPatternMatchTest>> here;
-  for (Slot& slot : slots_) {
-    for (std::unique_ptr<TKBPatternMatchTest>& test : slot.tests) here.push_back(std::move(test));
-  }
-  ++update_count_;  // nobody is told
-  Assign(saved);
-  --update_count_;
-  generated_ = saved.generated_;
-  for (std::size_t slot = 0; slot < slots_.size(); ++slot) {
-    for (std::size_t i = 0; i < slots_[slot].tests.size(); ++i) {
-      const auto found = std::find_if(
-          here.begin(), here.end(), [&](const auto& test) { return test.get() == tests[slot][i]; });
-      if (found == here.end()) continue;
-      (*found)->Take(*slots_[slot].tests[i]);
-      slots_[slot].tests[i] = std::move(*found);
-    }
-  }
-}
-
-TKBPattern::TTests TKBPattern::CloneTests(const TTests& tests) {
-  TTests clones;
+std::vector<std::unique_ptr<TKBPatternMatchTest>> TKBPattern::CloneTests(
+    const std::vector<std::unique_ptr<TKBPatternMatchTest>>& tests) {
+  std::vector<std::unique_ptr<TKBPatternMatchTest>> clones;
   for (const std::unique_ptr<TKBPatternMatchTest>& test : tests) {
     std::unique_ptr<TKBSlotTest> clone = test->Clone();
     clones.emplace_back(static_cast<TKBPatternMatchTest*>(clone.release()));
@@ -369,41 +254,40 @@ static Ref<IFunCall> ConvertToFunCall(IReasoner& engine, const TKBPatternMatchTe
 
 void TKBPattern::FixSlot(std::int32_t slot_index) {
   Slot& slot = slots_[Checked(slot_index)];
-  slot.folded.clear();
-  // Between the first test of a field and the one before it stands nothing.
-  const auto is_alternative = [&slot](std::size_t test) {
-    return test > 0 && !slot.tests[test]->IsJoinedByAnd() &&
-           slot.tests[test]->GetMultiSlotSubIndex() == slot.tests[test - 1]->GetMultiSlotSubIndex();
-  };
-  bool any_or = false;
-  for (std::size_t i = 0; i < slot.tests.size(); ++i) any_or = any_or || is_alternative(i);
+  const bool any_or = std::any_of(slot.tests.begin(), slot.tests.end(),
+                                  [](const auto& test) { return !test->IsConjunction(); });
   if (!any_or) return;
-  const auto add = [this](TTests& tests, const Ref<IKBValue>& value, std::int32_t sub_index) {
+  const auto add = [this](std::vector<std::unique_ptr<TKBPatternMatchTest>>& tests,
+                          const Ref<IKBValue>& value, std::int32_t sub_index) {
     tests.push_back(std::make_unique<TKBPatternMatchTest>(this, sttEquals, sub_index, value));
   };
-  TTests fixed;
+  std::vector<std::unique_ptr<TKBPatternMatchTest>> written = CloneTests(slot.tests);
+  std::vector<std::unique_ptr<TKBPatternMatchTest>> fixed;
   std::size_t begin = 0;
   while (begin < slot.tests.size()) {
     const std::int32_t field = slot.tests[begin]->GetMultiSlotSubIndex();
     std::size_t end = begin;
     bool has_or = false;
     while (end < slot.tests.size() && slot.tests[end]->GetMultiSlotSubIndex() == field) {
-      has_or = has_or || is_alternative(end);
+      has_or = has_or || !slot.tests[end]->IsConjunction();
       ++end;
     }
     if (!has_or) {
-      for (; begin < end; ++begin) {
-        std::unique_ptr<TKBSlotTest> clone = slot.tests[begin]->Clone();
-        fixed.emplace_back(static_cast<TKBPatternMatchTest*>(clone.release()));
-      }
+      for (; begin < end; ++begin) fixed.push_back(std::move(slot.tests[begin]));
       continue;
     }
-    // The field's variable: a leading one that is bound at this very place, or a new one.
+    // The field's variable: a leading one that is bound at this very place, or a new one. A field
+    // in which a `$?` stands is a span, whichever of its tests comes first.
+    const bool is_span = std::any_of(
+        slot.tests.begin() + static_cast<std::ptrdiff_t>(begin),
+        slot.tests.begin() + static_cast<std::ptrdiff_t>(end),
+        [](const auto& test) { return test->GetSlotValue()->GetDType() == dtMultiVariable; });
     if (owner_ == nullptr || owner_->GetEngine() == nullptr) Raise(SRuleMissingForPattern);
     IReasoner& engine = *owner_->GetEngine();
     Ref<IKBValue> variable;
     const TKBPatternMatchTest& first = *slot.tests[begin];
-    if (first.GetSlotValue()->GetDType() == dtVariable && first.GetSlotTestType() == sttEquals) {
+    if (first.GetSlotValue()->GetDType() == (is_span ? dtMultiVariable : dtVariable) &&
+        first.GetSlotTestType() == sttEquals) {
       const TBinding* binding =
           owner_->BindingFor(first.GetSlotValue()->GetAsVariable(), owner_->FactIndexOf(*this));
       if (binding != nullptr && binding->SlotIndex == slot.name && binding->SubIndex == field &&
@@ -416,7 +300,8 @@ void TKBPattern::FixSlot(std::int32_t slot_index) {
       // In a negated pattern the name is the one that reading it there would give.
       std::string prefix(SBlankPrefix);
       if (IsNegated()) prefix = "_" + IntegerToText(owner_->GetPatternCount()) + "_" + prefix;
-      variable = Make<TKBValue>(owner_->NewVariableName(prefix), dtVariable);
+      variable =
+          Make<TKBValue>(owner_->NewVariableName(prefix), is_span ? dtMultiVariable : dtVariable);
       owner_->AddBinding(variable->GetAsVariable(), owner_->FactIndexOf(*this), slot.name, field);
     }
     add(fixed, variable, field);
@@ -424,7 +309,7 @@ void TKBPattern::FixSlot(std::int32_t slot_index) {
     alternatives->BindLogicFunction(engine.GetLogicFunction(lfOr));
     while (begin < end) {
       std::size_t run = begin + 1;
-      while (run < end && !is_alternative(run)) ++run;
+      while (run < end && slot.tests[run]->IsJoinedByAnd()) ++run;
       if (run - begin == 1) {
         alternatives->AddArgument(ConvertToFunCall(engine, *slot.tests[begin], variable));
       } else {
@@ -439,7 +324,8 @@ void TKBPattern::FixSlot(std::int32_t slot_index) {
     }
     add(fixed, NewFunCallValue(alternatives), field);
   }
-  slot.folded = std::move(fixed);
+  slot.tests.swap(fixed);
+  slot.written = std::move(written);
 }
 
 void TKBPattern::FixTests() {
@@ -462,7 +348,6 @@ void TKBPattern::Assign(const TPersistent& source) {
   if (owner_ != nullptr && theirs != nullptr && theirs != owner_->GetEngine()) {
     Raise(SForeignObject, "Pattern " + pattern->name_);
   }
-  BeforeEdit();
   BeginUpdate();
   Comment = pattern->Comment;
   bound_name_ = pattern->bound_name_;
@@ -478,7 +363,7 @@ void TKBPattern::Assign(const TPersistent& source) {
     copy.has_list = slot.has_list;
     copy.length = slot.length;
     copy.tests = CloneTests(slot.tests);
-    copy.folded = CloneTests(slot.folded);
+    copy.written = CloneTests(slot.written);
     slots_.push_back(std::move(copy));
   }
   EndUpdate();
@@ -488,7 +373,8 @@ std::unique_ptr<TKBPattern> TKBPattern::Clone(IReasoner* engine) const {
   auto clone = std::make_unique<TKBPattern>(nullptr, name_, fact_template_, negated_count_);
   clone->Assign(*this);
   if (engine == nullptr || !fact_template_ || fact_template_->GetReasoner() == engine) return clone;
-  Ref<IFactTemplate> own = engine->FindFactTemplate(fact_template_->GetTemplateName());
+  Ref<IFactTemplate> own = IsTest() ? NewTestTemplate(*engine)
+                                    : engine->FindFactTemplate(fact_template_->GetTemplateName());
   if (!own) {
     own = engine->CreateFactTemplate(fact_template_->GetTemplateName());
     own->Assign(*fact_template_);

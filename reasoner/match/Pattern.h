@@ -8,7 +8,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -16,6 +15,7 @@
 
 #include "reasoner/facts/FactTemplate.h"
 #include "reasoner/match/SlotTest.h"
+#include "reasoner/support/Event.h"
 
 namespace reasoner {
 
@@ -30,6 +30,9 @@ class TKBPattern final : public TPersistent {
              std::int32_t negated_count);
   ~TKBPattern() override;
 
+  // What a `test` element has for a template: no facts, and no name that a user could take.
+  static Ref<IFactTemplate> NewTestTemplate(IReasoner& engine);
+
   // What the network matches: normally the template's name.
   const TKBName& GetName() const noexcept { return name_; }
   const Ref<IFactTemplate>& GetFactTemplate() const noexcept { return fact_template_; }
@@ -43,7 +46,7 @@ class TKBPattern final : public TPersistent {
   TRule* GetOwner() const noexcept { return owner_; }
   IReasoner* GetReasoner() const;
   std::string Comment;
-  std::function<void(TKBPattern& sender)> OnChange;
+  Event<void(TKBPattern& sender)> OnChange;
 
   void SetName(std::string_view name);
   void SetNegatedCount(std::int32_t count);
@@ -66,11 +69,8 @@ class TKBPattern final : public TPersistent {
   TKBPatternMatchTest& GetSlotTest(std::int32_t slot, std::int32_t test) const;
   void SetSlotTest(std::int32_t slot, std::int32_t test,
                    std::unique_ptr<TKBPatternMatchTest> value);
-  using TTests = std::vector<std::unique_ptr<TKBPatternMatchTest>>;
-  // The tests as they are written: those above, for printing.
-  const TTests& GetWrittenTests(std::int32_t slot) const { return slots_[Checked(slot)].tests; }
-  // What the network is compiled from: the tests as FixTests has folded them.
-  const TTests& GetPlanTests(std::int32_t slot) const;
+  // The tests as they were written, before FixTests folded alternatives: for printing.
+  const std::vector<std::unique_ptr<TKBPatternMatchTest>>& GetWrittenTests(std::int32_t slot) const;
 
   // Appends a test; raises for a slot that the template lacks. `joined_by_and` tells `&` from `|`
   // where both stand in one field; without it, it is as `conjunction`.
@@ -81,12 +81,8 @@ class TKBPattern final : public TPersistent {
   void AddTest(std::string_view slot_name, std::unique_ptr<TKBPatternMatchTest> test);
   void RemoveTest(std::int32_t slot, std::int32_t test);
 
-  // Folds each `|` of a field into one call of `or`, so that only conjunctions are left in the
-  // tests that the network is compiled from. The written tests stay, ordered by their fields.
+  // Folds each `|` of a field into one call of `or`, so that only conjunctions are left.
   void FixTests();
-  // True for a pattern that its rule has added by itself: the initial fact before a first pattern
-  // that needs a left input, or the negated pattern behind a goal.
-  bool IsGenerated() const noexcept { return generated_; }
 
   // Changes are told to the rule, and to OnChange, once the outermost update ends.
   void BeginUpdate() noexcept { ++update_count_; }
@@ -104,38 +100,24 @@ class TKBPattern final : public TPersistent {
 
  private:
   friend class TKBPatternMatchTest;
-  friend class TRule;
 
   struct Slot {
     Text name;
-    TTests tests;
-    TTests folded;          // empty where it is `tests`
+    std::vector<std::unique_ptr<TKBPatternMatchTest>> tests;
+    std::vector<std::unique_ptr<TKBPatternMatchTest>> written;  // empty where it is `tests`
     bool has_list = false;  // tests were given once, perhaps none
     std::int32_t length = -1;
   };
 
   std::size_t Checked(std::int32_t slot) const;
   Slot& SlotFor(std::string_view name);
-  TTests CloneTests(const TTests& tests);
-  // Every setter calls it before it changes anything: the rule may have to go back.
-  void BeforeEdit();
-  void CheckPlaceOf(const TKBPatternMatchTest& test, std::int32_t sub_index) const;
-  void CheckPlace(const Slot& slot, std::int32_t sub_index) const;
-  // Brings what a host has put together into the form that its text has, or raises where no text
-  // says it: a rule's meaning is that of its text.
-  void Settle(IReasoner& engine);
-  void SettleTest();
-  void SettleFields(Slot& slot, const IFactSlot& described);
-  // Takes over what `saved` has kept of this pattern; `tests` are the objects that its tests were
-  // kept from, slot by slot, which are used again where they are still there.
-  void Restore(const TKBPattern& saved,
-               const std::vector<std::vector<TKBPatternMatchTest*>>& tests);
+  std::vector<std::unique_ptr<TKBPatternMatchTest>> CloneTests(
+      const std::vector<std::unique_ptr<TKBPatternMatchTest>>& tests);
   void FixSlot(std::int32_t slot);
   void EnterSlots();
 
   bool unique_ = false;
   bool explicit_ = false;
-  bool generated_ = false;
   Ref<IFactTemplate> fact_template_;
   std::int32_t negated_count_ = 0;
   TKBName bound_name_;

@@ -3,6 +3,7 @@
 #include "reasoner/fuzzy/FuzzyMatch.h"
 #include "reasoner/match/ReteNetwork.h"
 #include "reasoner/match/SlotTest.h"
+#include "reasoner/match/TestFailure.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/values/ValueVector.h"
@@ -45,7 +46,8 @@ TPatternMatchNode::TPatternMatchNode(TReteNetwork& rete, TPatternMatchTest test,
       value_(std::move(value)),
       args_(std::move(args)),
       first_slot_(args_.first_slot),
-      second_slot_(args_.second_slot) {}
+      second_slot_(args_.second_slot),
+      tests_own_id_(args_.first_slot == SPatternBinding) {}
 
 Ref<IKBValue> TPatternMatchNode::PlaceIn(IFact& fact, const TSlotAccess& slot,
                                          std::int32_t sub_index) {
@@ -58,9 +60,18 @@ Ref<IKBValue> TPatternMatchNode::PlaceIn(IFact& fact, const TSlotAccess& slot,
   return value->GetAsList()->GetItem(sub_index);
 }
 
+bool TPatternMatchNode::IsIdOf(const IFact& fact, const IKBValue& value) {
+  return value.GetDType() == dtFactId && value.RawFactId() == fact.GetID();
+}
+
 bool TPatternMatchNode::RunFunction(const Ref<TKBToken>& token) {
   const ScopedMatch match(GetContext(), token, token->GetFact());
-  return !IsFalse(*value_->Resolve(&GetContext()));
+  try {
+    return !IsFalse(*value_->Resolve(&GetContext()));
+  } catch (Exception& failure) {
+    TellMatch(failure, *this, nullptr, token->GetFact().get());
+    throw;
+  }
 }
 
 // Two values of a fact compared. What is taken away passes every fuzzy test: it is looked up by its
@@ -107,6 +118,10 @@ bool TPatternMatchNode::Passes(const Ref<TKBToken>& token, float& degree) {
     }
     case pmtTestSlotValueEqual:
     case pmtTestSlotValueNotEqual: {
+      if (tests_own_id_) {
+        const Ref<IKBValue> place = PlaceIn(fact, second_slot_, args_.second);
+        return place && IsIdOf(fact, *place) == (test_ == pmtTestSlotValueEqual);
+      }
       const Ref<IKBValue> a = PlaceIn(fact, first_slot_, args_.first);
       const Ref<IKBValue> b = PlaceIn(fact, second_slot_, args_.second);
       return a && b && ComparePlaces(*a, *b, test_ == pmtTestSlotValueNotEqual, is_leaving, degree);
@@ -150,7 +165,8 @@ bool TPatternMatchNode::Expand(const Ref<TKBToken>& token) {
   const std::int32_t place = args_.first;
   const bool splits = GetRete().IsTextbook();
   if (length < place) return true;
-  // The longest span first, down to the empty one.
+  // The longest span first, down to the empty one. What fails behind one of them stops no other.
+  FirstFailure failures;
   for (std::int32_t span = length - place; span >= 0; --span) {
     const Ref<IValueVector> expanded = NewVector();
     const Ref<IValueVector> inner = NewVector();
@@ -159,9 +175,12 @@ bool TPatternMatchNode::Expand(const Ref<TKBToken>& token) {
     expanded->Add(NewList(inner));
     for (std::int32_t i = place + span; i < length; ++i) expanded->Add(list->GetItem(i));
     // Fields are expanded before any value is compared: the token still has its whole strength.
-    CallChildren(Make<TKBToken>(token->GetTag(), fact.CloneWith(ordinal, NewList(expanded)),
-                                splits ? SplitOf(token->GetSplit(), ordinal, place, span) : 0));
+    const Ref<TKBToken> split =
+        Make<TKBToken>(token->GetTag(), fact.CloneWith(ordinal, NewList(expanded)),
+                       splits ? SplitOf(token->GetSplit(), ordinal, place, span) : 0);
+    failures.Try([&] { CallChildren(split); });
   }
+  failures.Raise();
   return true;
 }
 

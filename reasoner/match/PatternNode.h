@@ -19,7 +19,7 @@ enum TPatternMatchTest : std::uint8_t {
   pmtTestClassType,          // the fact's template is the value's or descends from it
   pmtTestEqual,              // the slot equals the value, or the value's call does not yield FALSE
   pmtTestNotEqual,           // the opposite
-  pmtTestSlotValueEqual,     // two places of the fact are equal
+  pmtTestSlotValueEqual,     // two places of the fact are equal, or a place holds the fact's own id
   pmtTestSlotValueNotEqual,  // two places differ
   pmtTestMultiSlotEqual,     // as pmtTestEqual for one field of a multislot
   pmtTestMultiSlotNotEqual,  // the opposite
@@ -60,6 +60,7 @@ class TPatternMatchNode final : public TReteNode {
 
   // The value of a slot, or of one member of its list; null where there is no such place.
   static Ref<IKBValue> PlaceIn(IFact& fact, const TSlotAccess& slot, std::int32_t sub_index);
+  static bool IsIdOf(const IFact& fact, const IKBValue& value);
 
  private:
   // `degree` is left alone but by a fuzzy comparison, which says how true it is.
@@ -74,6 +75,7 @@ class TPatternMatchNode final : public TReteNode {
   TNodeArgs args_;
   TSlotAccess first_slot_;
   TSlotAccess second_slot_;
+  bool tests_own_id_;  // the first slot is the fact itself
 };
 
 }  // namespace reasoner

@@ -28,8 +28,8 @@ class ReteCompiler {
       : network_(network), rule_(rule), rule_nodes_(rule_nodes) {}
 
   void Compile();
-  // Raises the first failure: at once, or when every fact has had its turn.
-  void Feed(bool goes_on);
+  // Raises the first failure when every fact has had its turn.
+  void Feed();
 
  private:
   struct Link {
@@ -207,8 +207,8 @@ void ReteCompiler::BuildPatternChains() {
     }
     for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
       std::int32_t expanded = NoSubIndex;
-      for (const auto& plan_test : pattern.GetPlanTests(slot)) {
-        const TKBPatternMatchTest& test = *plan_test;
+      for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t) {
+        const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, t);
         // A field of several variables, as in `$?x&~$?y`, is one span.
         if (test.GetSlotValue()->GetDType() != dtMultiVariable ||
             test.GetMultiSlotSubIndex() == expanded) {
@@ -226,8 +226,8 @@ void ReteCompiler::BuildPatternChains() {
     }
     const std::int32_t fact_index = rule_.FactIndexOf(i);
     for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
-      for (const auto& plan_test : pattern.GetPlanTests(slot)) {
-        const TKBPatternMatchTest& test = *plan_test;
+      for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t) {
+        const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, t);
         const Ref<IKBValue>& value = test.GetSlotValue();
         const TNodeArgs args{
             pattern.GetSlotName(slot), {}, test.GetMultiSlotSubIndex(), NoSubIndex};
@@ -268,8 +268,8 @@ static std::vector<std::pair<Text, std::vector<TOccurrence>>> VariablesOf(
     const TKBPattern& pattern) {
   std::vector<std::pair<Text, std::vector<TOccurrence>>> variables;
   for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
-    for (const auto& plan_test : pattern.GetPlanTests(slot)) {
-      const TKBPatternMatchTest& test = *plan_test;
+    for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t) {
+      const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, t);
       if (!KBVariableTypes.Has(test.GetSlotValue()->GetDType())) continue;
       const Text name = test.GetSlotValue()->GetAsVariable();
       auto found = std::find_if(variables.begin(), variables.end(),
@@ -305,7 +305,8 @@ void ReteCompiler::BuildPlaceTests() {
         // The binding may lie among the alternatives of a field, which are no occurrences any more.
         args.first_slot = binding->SlotIndex;
         args.first = binding->SubIndex;
-        if (binding->SlotIndex == SPatternBinding) continue;
+        // The variable stands for the fact: each place is compared with the fact's own id.
+        if (binding->SlotIndex == SPatternBinding) base = nullptr;
         if (base != nullptr && !(pattern.GetSlotName(base->slot) == args.first_slot &&
                                  base->test->GetMultiSlotSubIndex() == args.first)) {
           base = nullptr;
@@ -349,6 +350,13 @@ void ReteCompiler::AddJoinTests(TTestNode& node, TJoinNode* join, std::int32_t p
   const TKBPattern& pattern = rule_.GetPattern(pattern_index);
   const std::int32_t fact_index = rule_.FactIndexOf(pattern_index);
   if (join != nullptr) {
+    // A fact that is bound to a variable of an earlier pattern is the one that the variable holds.
+    const Text bound = pattern.GetBoundName();
+    const TBinding* earlier = bound.empty() ? nullptr : rule_.BindingFor(bound, fact_index);
+    if (earlier != nullptr && earlier->FactIndex < fact_index && network_.IsTextbook()) {
+      join->AddJoinTest(sttEquals, earlier->FactIndex, earlier->SlotIndex, earlier->SubIndex,
+                        SPatternBinding, NoSubIndex);
+    }
     for (const auto& [name, occurrences] : VariablesOf(pattern)) {
       const TBinding* binding = rule_.BindingFor(name, fact_index);
       if (binding == nullptr) {
@@ -368,8 +376,8 @@ void ReteCompiler::AddJoinTests(TTestNode& node, TJoinNode* join, std::int32_t p
     }
   }
   for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
-    for (const auto& plan_test : pattern.GetPlanTests(slot)) {
-      const TKBPatternMatchTest& test = *plan_test;
+    for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t) {
+      const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, t);
       if (test.GetSlotValue()->GetDType() != dtFunCall) continue;
       if (pattern.GetFactTemplate()->IsBackwardChaining())
         Raise(SBackChainFuncallPatterns, pattern.GetName());
@@ -402,6 +410,7 @@ void ReteCompiler::BuildJoins() {
     if (pattern.IsTest()) {
       auto& test_node = network_.NewNode<TTestNode>();
       node = &test_node;
+      test_node.SetPatternIndex(i);
       try {
         AddJoinTests(test_node, nullptr, i);
       } catch (...) {
@@ -412,6 +421,7 @@ void ReteCompiler::BuildJoins() {
       auto& join = network_.NewNode<TJoinNode>(negations > 0, pattern.IsUnique(), asks,
                                                network_.GetHashKey());
       node = &join;
+      join.SetPatternIndex(i);
       try {
         AddJoinTests(join, &join, i);
       } catch (...) {
@@ -454,13 +464,18 @@ void ReteCompiler::BuildJoins() {
     LinkNodes(*right, *node, ctRight, true);
     Trace("+2");
     // Each further level of negation blocks the left tokens that the level before lets through.
+    TReteNode* const first_level = node;
     for (std::int32_t level = 1; !pattern.IsTest() && level < negations; ++level) {
       auto& next = network_.NewNode<TJoinNode>(true, false, false, network_.GetHashKey());
       new_nodes_.insert(&next);
       Use(next);
       LinkNodes(*node, next, ctRight, true);
       LinkNodes(*left, next, ctLeft, true);
-      if (network_.IsTextbook()) next.CompareChains();
+      if (network_.IsTextbook()) {
+        next.CompareChains();
+        if (level % 2 == 1) next.TakeDegreesFrom(static_cast<TJoinNode&>(*first_level));
+      }
+      next.SetPatternIndex(i);
       next.PrepareShortCut();
       node = &next;
     }
@@ -499,7 +514,7 @@ TReteNode& ReteCompiler::FeedNode(TReteNode& node) {
   return *copy;
 }
 
-void ReteCompiler::Feed(bool goes_on) {
+void ReteCompiler::Feed() {
   std::vector<TReteNode*> roots;
   for (TReteNode* root : roots_) {
     TReteNode* feed = &FeedNode(*root);
@@ -520,7 +535,6 @@ void ReteCompiler::Feed(bool goes_on) {
     const Ref<TKBToken> token = Make<TKBToken>(taAdd, fact);
     for (TReteNode* root : roots) {
       failures.Try([&] { root->CallNode(token, ctSingle); });
-      if (!goes_on) failures.Raise();
     }
   }
   if (auto* terminal = dynamic_cast<TPatternMatchTerminalNode*>(rule_nodes_.back()))
@@ -538,31 +552,27 @@ void ReteCompiler::UnlinkCopies() {
   feed_copies_.clear();
 }
 
-void TReteNetwork::AddRule(TRule& rule, TFeed feed) {
+void TReteNetwork::AddRule(TRule& rule, bool feeds) {
   if (!enabled_) return;
-  rule.DeriveLeftSide();
+  if (rule.GetPatternCount() == 0) rule.AddPattern(engine_.GetInitialPattern().Clone(&engine_));
   if (HasRule(rule)) return;
   std::vector<TReteNode*> nodes;
   ReteCompiler compiler(*this, rule, nodes);
-  bool entered = false;
   try {
     compiler.Compile();
     rule_nodes_[&rule] = nodes;
-    entered = true;
-    if (feed != TFeed::kNone) compiler.Feed(feed == TFeed::kWhatMatches);
   } catch (...) {
-    if (entered && feed == TFeed::kWhatMatches) throw;
     // What the rule's end raises is less than why it ends.
     FirstFailure failures;
-    // A rule that a handler has taken away while it was fed has left its nodes to the engine.
-    if (!entered) rule_nodes_[&rule] = nodes;
+    rule_nodes_[&rule] = nodes;
     ReleaseNodes(CutOffRule(rule, failures));
     throw;
   }
+  if (feeds) compiler.Feed();
 }
 
 void TReteNetwork::TryRule(IReasoner& engine, TRule& rule) {
-  TReteNetwork(engine).AddRule(rule, TFeed::kNone);
+  TReteNetwork(engine).AddRule(rule, false);
 }
 
 }  // namespace reasoner

@@ -60,6 +60,15 @@ void TReteNode::CallChildren(const Ref<TKBToken>& token) {
   failures.Raise();
 }
 
+void TReteNode::StrengthChanged(const Ref<TKBToken>& token, TCallType) {
+  TellChildrenStrength(token);
+}
+
+void TReteNode::TellChildrenStrength(const Ref<TKBToken>& token) {
+  const DepthGuard guard("match");
+  for (const TReteEdge& edge : edges_) edge.to->StrengthChanged(token, edge.call_type);
+}
+
 std::string TReteNode::ToString() const {
   return name_ + " In/Out#: " + IntegerToText(GetInDegree()) + "/" +
          IntegerToText(static_cast<std::int64_t>(edges_.size())) +
@@ -71,9 +80,9 @@ std::string TReteNode::ToString() const {
 TReteNetwork::TReteNetwork(IReasoner& engine) : engine_(engine) {}
 
 TReteNetwork::~TReteNetwork() {
-  OnActivation = nullptr;
-  OnDeactivation = nullptr;
-  OnRuleFired = nullptr;
+  OnActivation.Close();
+  OnDeactivation.Close();
+  OnRuleFired.Close();
   Clear();
 }
 
@@ -254,23 +263,31 @@ void TReteNetwork::FillTreeView(TCaptionNode& tree) const {
 }
 
 void TReteNetwork::Activate(TActivation& activation) {
-  if (engine_.AddActivation(activation)) Report(OnActivation, activation);
+  if (!engine_.AddActivation(activation) || !OnActivation.IsHeard()) return;
+  // A handler may end the activation: then those behind it are not called. The node stays as long
+  // as a token is inside the network.
+  const TPatternMatchTerminalNode* const node = activation.GetNode();
+  const std::uint32_t identity = activation.GetToken()->GetIdentityHash();
+  Report(OnActivation, activation,
+         [&] { return node != nullptr && node->Holds(&activation, identity); });
 }
 
 void TReteNetwork::Deactivate(TActivation& activation) {
   const std::unique_ptr<TActivation> kept = engine_.RemoveActivation(activation);
-  Report(OnDeactivation, activation);
+  Report(OnDeactivation, activation, [] { return true; });
 }
 
 void TReteNetwork::RuleFired(TActivation& activation) {
   const std::unique_ptr<TActivation> kept = engine_.RuleFired(activation);
-  Report(OnRuleFired, activation);
+  Report(OnRuleFired, activation, [] { return true; });
 }
 
-void TReteNetwork::Report(const TActivationEvent& event, TActivation& activation) {
-  if (!event) return;
+template <class TPredicate>
+void TReteNetwork::Report(const TActivationEvent& event, TActivation& activation,
+                          TPredicate is_valid) {
+  if (!event.IsHeard()) return;
   try {
-    event(*this, activation);
+    event.CallWhile(is_valid, *this, activation);
   } catch (...) {
     engine_.NetworkFailed(std::current_exception());
   }

@@ -19,7 +19,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -31,6 +30,7 @@
 #include "reasoner/match/PatternNode.h"
 #include "reasoner/match/TerminalNode.h"
 #include "reasoner/support/CaptionTree.h"
+#include "reasoner/support/Event.h"
 #include "reasoner/support/FirstFailure.h"
 #include "reasoner/support/Object.h"
 #include "reasoner/vocabulary/KBInterfaces.h"
@@ -39,7 +39,7 @@ namespace reasoner {
 
 class TReteNetwork : public TPersistent {
  public:
-  using TActivationEvent = std::function<void(TReteNetwork& sender, TActivation& activation)>;
+  using TActivationEvent = Event<void(TReteNetwork& sender, TActivation& activation)>;
 
   // The engine owns the network.
   explicit TReteNetwork(IReasoner& engine);
@@ -49,13 +49,10 @@ class TReteNetwork : public TPersistent {
   // Which semantics new nodes follow; those that are there were made under it.
   bool IsTextbook() const noexcept { return engine_.GetLink()->textbook_semantics; }
 
-  // How the facts that are there reach a rule: not at all; or all of them, where a failure leaves
-  // no trace of the rule; or each that can be matched, where the rule stays and the first failure
-  // is raised in the end.
-  enum class TFeed : std::uint8_t { kNone, kAllOrNothing, kWhatMatches };
-  // Compiles the rule and feeds it. What cannot be compiled leaves no trace. A rule without
-  // patterns gets the initial one.
-  void AddRule(TRule& rule, TFeed feed = TFeed::kAllOrNothing);
+  // Compiles the rule and feeds it with the facts that are there. What cannot be compiled leaves no
+  // trace; where a test raises, the rule stays with all its other matches, and the first failure is
+  // raised in the end. A rule without patterns gets the initial one.
+  void AddRule(TRule& rule, bool feeds = true);
   void RemoveRule(TRule& rule);
   // Compiles the rule in a network that is thrown away: raises what AddRule would raise before it
   // feeds the rule.
@@ -106,7 +103,8 @@ class TReteNetwork : public TPersistent {
   friend class TReteNode;
   friend class ReteCompiler;
 
-  void Report(const TActivationEvent& event, TActivation& activation);
+  template <class TPredicate>
+  void Report(const TActivationEvent& event, TActivation& activation, TPredicate is_valid);
   // Takes ownership.
   template <class TNode, class... TArgs>
   TNode& NewNode(TArgs&&... args) {

@@ -52,6 +52,10 @@ class TReteNode : public TObject {
   const TConstantDispatch* GetDispatch() const noexcept { return dispatch_.get(); }
   // Calls each child that the token may pass, in the order of the edges.
   void CallChildren(const Ref<TKBToken>& token);
+  // A match that went through here has another strength now: the one of this token of the same
+  // facts. Nodes that keep it take the strength over, and all tell their children.
+  virtual void StrengthChanged(const Ref<TKBToken>& token, TCallType call_type);
+  void TellChildrenStrength(const Ref<TKBToken>& token);
 
   // True while the node is one of the network's roots: it has no edge that leads to it.
   bool IsRoot() const noexcept { return root_number_ != 0; }

@@ -1,11 +1,9 @@
 #include "reasoner/match/Rule.h"
 
 #include <algorithm>
-#include <unordered_map>
 
 #include "reasoner/functions/FunctionCall.h"
 #include "reasoner/support/Depth.h"
-#include "reasoner/support/FirstFailure.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/Messages.h"
@@ -24,7 +22,6 @@ TRule::~TRule() {
   BeginDestruction();
   if (IReasoner* engine = GetEngine()) engine->LeaveRule(*this);
   engine_ = nullptr;
-  if (destroyed_ != nullptr) *destroyed_ = true;
 }
 
 IReasoner& TRule::RequireEngine() const {
@@ -38,7 +35,12 @@ void TRule::SetRuleName(std::string_view name) {
   const TKBName old = rule_name_;
   const bool held = GetEngine() != nullptr && GetEngine()->HoldsRule(*this);
   rule_name_ = name;
-  if (held) GetEngine()->RenameRule(old, rule_name_);
+  try {
+    if (held) GetEngine()->RenameRule(old, rule_name_);
+  } catch (...) {
+    rule_name_ = old;
+    throw;
+  }
 }
 
 // The engine whose templates and functions the rule refers to.
@@ -56,21 +58,26 @@ void TRule::SetEngine(IReasoner* engine) {
     if (home != nullptr) content = engine->ParseRuleText(home->PrettyPrint(*this));
   }
   if (IReasoner* old = GetEngine()) {
+    const ComponentWatch watch(*this);
     old->LeaveRule(*this);
+    if (watch.HasEnded() || GetEngine() != old) return;  // a handler was faster
     old->AsComponent().RemoveFreeNotification(*this);
   }
   engine_ = nullptr;
   if (engine == nullptr) return;
   engine_ = engine->GetLink();
   if (content) {
-    ++update_count_;
-    TakeOutPatterns();
+    ++update_count_;  // the engine does not know the rule yet
+    try {
+      SetPatterns(*content);
+    } catch (...) {
+      --update_count_;
+      engine_ = nullptr;
+      throw;
+    }
+    --update_count_;
     actions_ = content->actions_;
     salience_value_ = content->salience_value_;
-    SetPatterns(*content);
-    --update_count_;
-    if (stale_) Derive();
-    AcceptEdits();
   }
   rule_id_ = engine->NewRuleId();
   engine->AsComponent().FreeNotification(*this);
@@ -90,19 +97,11 @@ void TRule::EndUpdate() {
 }
 
 void TRule::Change() {
-  if (update_count_ > 0 || deriving_ > 0) return;
-  if (IReasoner* engine = GetEngine()) {
-    if (stale_) {
-      try {
-        Derive();
-      } catch (...) {
-        TakeBackEdits();
-        throw;
-      }
-    }
-    engine->RuleChange(*this);
-  }
-  if (const auto on_change = OnChange) on_change(*this);  // lives on if the rule ends in it
+  if (update_count_ > 0) return;
+  const ComponentWatch watch(*this);
+  if (IReasoner* engine = GetEngine()) engine->RuleChange(*this);
+  if (watch.HasEnded()) return;
+  OnChange(*this);
 }
 
 // Salience.
@@ -112,14 +111,18 @@ void TRule::SetSalience(const Ref<IKBValue>& value) {
   const std::int32_t old = salience_;
   const Ref<IKBValue> kept =
       std::exchange(salience_value_, IsValueConstant(*value) ? value : value->Clone());
+  const ComponentWatch watch(*this);  // what the salience runs may end the rule
   try {
     if (EvaluateSalience() == old) return;
   } catch (...) {
-    salience_value_ = kept;
+    if (!watch.HasEnded()) salience_value_ = kept;
     throw;
   }
-  // The number takes the place of an expression; one that yields 0 stays and is evaluated again.
-  if (salience_ != 0) salience_value_ = NewInteger(salience_);
+  if (watch.HasEnded()) return;
+  // In the literal meaning the number takes the place of an expression, unless it is 0.
+  const IReasoner* engine = GetEngine();
+  const bool stays = engine == nullptr || engine->GetLink()->textbook_semantics;
+  if (salience_ != 0 && !stays) salience_value_ = NewInteger(salience_);
   Change();
 }
 
@@ -129,8 +132,12 @@ std::int32_t TRule::EvaluateSalience() {
   if (salience_value_->GetDType() == dtInteger) return salience_ = salience_value_->RawInteger();
   IReasoner* engine = GetEngine();
   if (engine == nullptr) return salience_;
+  const ComponentWatch watch(*this);
+  const Ref<IKBValue> value = salience_value_;
   TKBContext frame(&engine->GetContext(), engine);
-  return salience_ = salience_value_->Resolve(&frame)->GetAsInteger();
+  const std::int32_t salience = value->Resolve(&frame)->GetAsInteger();
+  if (!watch.HasEnded()) salience_ = salience;
+  return salience;
 }
 
 // Patterns.
@@ -140,6 +147,11 @@ TKBPattern& TRule::GetPattern(std::int32_t index) const {
   return *patterns_[static_cast<std::size_t>(index)];
 }
 
+bool TRule::HoldsPattern(const TKBPattern& pattern) const noexcept {
+  return std::any_of(patterns_.begin(), patterns_.end(),
+                     [&pattern](const auto& held) { return held.get() == &pattern; });
+}
+
 std::int32_t TRule::IndexOfTemplate(const IFactTemplate& fact_template) const {
   for (std::int32_t i = 0; i < GetPatternCount(); ++i) {
     if (GetPattern(i).GetFactTemplate() == &fact_template) return i;
@@ -147,30 +159,12 @@ std::int32_t TRule::IndexOfTemplate(const IFactTemplate& fact_template) const {
   return -1;
 }
 
-// What changes meanwhile is no edit.
-class ScopedDeriving {
- public:
-  explicit ScopedDeriving(std::int32_t& deriving) : deriving_(deriving) { ++deriving_; }
-  ~ScopedDeriving() { --deriving_; }
-  ScopedDeriving(const ScopedDeriving&) = delete;
-  ScopedDeriving& operator=(const ScopedDeriving&) = delete;
-
- private:
-  std::int32_t& deriving_;
-};
-
 void TRule::AddPattern(std::unique_ptr<TKBPattern> pattern) {
   IReasoner& engine = RequireEngine();
   const Ref<IFactTemplate>& fact_template = Given(pattern, "pattern").GetFactTemplate();
   if (!fact_template) Raise(SNoTemplate);
   if (fact_template->GetReasoner() != nullptr && fact_template->GetReasoner() != &engine)
     Raise(SForeignObject, "Pattern " + pattern->GetName());
-  if (engine.HoldsRule(*this)) BeforeEdit(true);
-  if (stale_) {
-    pattern->owner_ = this;
-    patterns_.push_back(std::move(pattern));
-    return Change();
-  }
   const std::size_t bindings = bindings_.size();
   const std::size_t patterns = patterns_.size();
   BeginUpdate();
@@ -187,31 +181,16 @@ void TRule::AddPattern(std::unique_ptr<TKBPattern> pattern) {
   EndUpdate();
 }
 
-// A pattern that has left the rule is kept as long as it may have to come back.
-void TRule::TakeOut(std::vector<std::unique_ptr<TKBPattern>>::iterator pattern) {
-  (*pattern)->owner_ = nullptr;
-  removed_.push_back(std::move(*pattern));
-  patterns_.erase(pattern);
-}
-
-void TRule::TakeOutPatterns() {
-  while (!patterns_.empty()) TakeOut(std::prev(patterns_.end()));
-  bindings_.clear();
-}
-
 void TRule::RemovePattern(std::int32_t index) {
-  const TKBPattern& pattern = GetPattern(index);
-  if (pattern.IsGenerated() && pattern.GetNegatedCount() > 0)
-    Raise(SGeneratedPattern, pattern.GetName());
-  BeforeEdit(true);
-  TakeOut(patterns_.begin() + index);
+  GetPattern(index);
+  patterns_.erase(patterns_.begin() + index);
   Change();
 }
 
 void TRule::ClearPatterns() {
   if (patterns_.empty()) return;
-  BeforeEdit(true);
-  TakeOutPatterns();
+  patterns_.clear();
+  bindings_.clear();
   Change();
 }
 
@@ -219,139 +198,22 @@ void TRule::SetPatterns(const TRule& source) {
   if (&source == this) return;
   if (source.GetEngine() != nullptr && source.GetEngine() != GetEngine())
     return SetPatterns(*RequireEngine().ParseRuleText(source.ToString()));
-  BeforeEdit(true);
   BeginUpdate();
-  TakeOutPatterns();
-  for (std::int32_t i = 0; i < source.GetPatternCount(); ++i) {
-    if (source.GetPattern(i).IsGenerated()) continue;  // this rule adds its own
-    std::unique_ptr<TKBPattern> clone = source.GetPattern(i).Clone(GetEngine());
-    clone->owner_ = this;
-    patterns_.push_back(std::move(clone));
-  }
-  EndUpdate();
-}
-
-// What is derived from the written patterns.
-
-void TRule::BeforeEdit(bool left_side) {
-  if (deriving_ > 0) return;
-  if (left_side) stale_ = true;
-  const IReasoner* const engine = GetEngine();
-  if (saved_ || (!left_side && (engine == nullptr || !engine->HoldsRule(*this)))) return;
-  auto saved = std::make_unique<TSaved>();
-  for (const std::unique_ptr<TKBPattern>& pattern : patterns_) {
-    TSaved::TPattern kept{pattern.get(), pattern->Clone(nullptr), {}};
-    kept.copy->generated_ = pattern->generated_;
-    for (const TKBPattern::Slot& slot : pattern->slots_) {
-      kept.tests.emplace_back();
-      for (const std::unique_ptr<TKBPatternMatchTest>& test : slot.tests)
-        kept.tests.back().push_back(test.get());
-    }
-    saved->patterns.push_back(std::move(kept));
-  }
-  saved->actions = actions_;
-  saved->name = rule_name_;
-  saved->comment = Comment;
-  saved->one_shot = OneShot;
-  saved->enabled = Enabled;
-  saved->salience = salience_;
-  saved->salience_value = salience_value_;
-  saved_ = std::move(saved);
-}
-
-void TRule::AcceptEdits() noexcept {
-  saved_.reset();
-  removed_.clear();
-}
-
-void TRule::TakeBackEdits() noexcept {
-  if (!saved_) return;
-  const std::unique_ptr<TSaved> saved = std::move(saved_);
-  std::vector<std::unique_ptr<TKBPattern>> objects = std::move(removed_);
-  removed_.clear();
-  for (std::unique_ptr<TKBPattern>& pattern : patterns_) objects.push_back(std::move(pattern));
-  patterns_.clear();
-  const ScopedDeriving guard(deriving_);
-  for (TSaved::TPattern& kept : saved->patterns) {
-    const auto found = std::find_if(objects.begin(), objects.end(), [&kept](const auto& object) {
-      return object.get() == kept.object;
-    });
-    // One that the rule has made by itself has gone, and its copy stands for it.
-    std::unique_ptr<TKBPattern> pattern = std::move(found == objects.end() ? kept.copy : *found);
-    if (kept.copy) pattern->Restore(*kept.copy, kept.tests);
-    pattern->owner_ = this;
-    patterns_.push_back(std::move(pattern));
-  }
-  actions_ = saved->actions;
-  Comment = saved->comment;
-  OneShot = saved->one_shot;
-  Enabled = saved->enabled;
-  salience_ = saved->salience;
-  salience_value_ = saved->salience_value;
-  stale_ = true;
-  FirstFailure failures;  // of what could be done before
-  failures.Try([this] { Derive(); });
-  failures.Try([&] { SetRuleName(saved->name); });
-}
-
-// A name keeps the form of its first use, `?x` or `$?x`, as it does when the rule is read.
-void TRule::SettleVariables() {
-  std::unordered_map<std::string, TKBType> kinds;
-  for (const std::unique_ptr<TKBPattern>& pattern : patterns_) {
-    for (const TKBPattern::Slot& slot : pattern->slots_) {
-      for (const std::unique_ptr<TKBPatternMatchTest>& test : slot.tests) {
-        const Ref<IKBValue> value = test->GetSlotValue();
-        if (!KBVariableTypes.Has(value->GetDType())) continue;
-        const Text name = value->GetAsVariable();
-        const TKBType kind = kinds.emplace(name.str(), value->GetDType()).first->second;
-        if (kind == value->GetDType()) continue;
-        const IFactSlot* const described = pattern->GetFactTemplate()->FindSlot(slot.name);
-        if (kind == dtMultiVariable && described != nullptr && !described->IsMulti())
-          Raise(SNotMultiSlot, slot.name.view());
-        test->StoreValue(Make<TKBValue>(name, kind));
-      }
-    }
-  }
-}
-
-void TRule::Derive() {
-  IReasoner& engine = RequireEngine();
-  const ScopedDeriving guard(deriving_);
-  std::vector<std::unique_ptr<TKBPattern>> generated;
-  for (auto pattern = patterns_.begin(); pattern != patterns_.end();) {
-    if ((*pattern)->generated_) {
-      generated.push_back(std::move(*pattern));
-      pattern = patterns_.erase(pattern);
-    } else {
-      ++pattern;
-    }
-  }
-  for (const std::unique_ptr<TKBPattern>& pattern : patterns_) pattern->Settle(engine);
-  SettleVariables();
-  std::vector<std::unique_ptr<TKBPattern>> written = std::move(patterns_);
-  patterns_.clear();
-  bindings_.clear();
-  std::size_t next = 0;
+  auto old_bindings = std::exchange(bindings_, {});
+  auto old_patterns = std::exchange(patterns_, {});
   try {
-    while (next < written.size()) {
-      patterns_.push_back(std::move(written[next++]));
-      PatternAdded(GetPatternCount() - 1);
+    for (std::int32_t i = 0; i < source.GetPatternCount(); ++i) {
+      // Behind a goal stands its negated companion, which AddPattern makes anew.
+      if (i > 0 && source.GetPattern(i - 1).GetName().starts_with(SBackChainPrefix)) continue;
+      AddPattern(source.GetPattern(i).Clone(GetEngine()));
     }
   } catch (...) {
-    while (next < written.size()) patterns_.push_back(std::move(written[next++]));
+    bindings_ = std::move(old_bindings);
+    patterns_ = std::move(old_patterns);
+    --update_count_;
     throw;
   }
-  stale_ = false;
-}
-
-void TRule::DeriveLeftSide() {
-  if (stale_) Derive();
-  if (!patterns_.empty()) return;
-  IReasoner& engine = RequireEngine();
-  std::unique_ptr<TKBPattern> initial = engine.GetInitialPattern().Clone(&engine);
-  initial->owner_ = this;
-  initial->generated_ = true;
-  patterns_.push_back(std::move(initial));
+  EndUpdate();
 }
 
 std::int32_t TRule::FactIndexOf(std::int32_t pattern_index) const {
@@ -442,7 +304,7 @@ void TRule::BindVariables(TKBPattern& pattern, std::int32_t fact_index, TRenames
       if (pattern.IsNegated() && name.view().starts_with(SBlankPrefix)) {
         const Text fresh = "_" + IntegerToText(GetPatternCount()) + "_" + name.str();
         renames.emplace_back(name, fresh);
-        test.SetSlotValue(Make<TKBValue>(fresh, value->GetDType()));
+        test.RenameVariable(fresh);
         name = fresh;
       }
       AddBinding(name, fact_index, pattern.GetSlotName(slot), test.GetMultiSlotSubIndex());
@@ -455,16 +317,13 @@ void TRule::BindVariables(TKBPattern& pattern, std::int32_t fact_index, TRenames
 
 void TRule::PatternAdded(std::int32_t index) {
   IReasoner& engine = RequireEngine();
-  const ScopedDeriving guard(deriving_);
   TKBPattern& pattern = GetPattern(index);
   pattern.SetOwner(this);
-  pattern.Settle(engine);
   if (GetPatternCount() == 1 && (pattern.GetNegatedCount() > 0 || pattern.IsTest() ||
                                  pattern.GetFactTemplate()->IsBackwardChaining())) {
     // Such a pattern needs a left input: the initial fact starts it.
     std::unique_ptr<TKBPattern> initial = engine.GetInitialPattern().Clone(&engine);
     initial->SetOwner(this);
-    initial->generated_ = true;
     patterns_.insert(patterns_.begin(), std::move(initial));
     ++index;
   }
@@ -490,7 +349,6 @@ void TRule::PatternAdded(std::int32_t index) {
   // The rule wants the goal only while what it asks for is not there.
   auto companion = std::make_unique<TKBPattern>(
       this, pattern, std::string_view(pattern.GetName()).substr(SBackChainPrefix.size()), 1);
-  companion->generated_ = true;
   patterns_.push_back(std::move(companion));
   PatternAdded(GetPatternCount() - 1);
 }
@@ -507,21 +365,18 @@ void TRule::AddAction(const Ref<IFunCall>& action) {
       engine != nullptr && engine != GetEngine()) {
     Raise(SForeignObject, "Function call " + action->ToString());
   }
-  BeforeEdit(false);
   actions_.push_back(action);
   Change();
 }
 
 void TRule::RemoveAction(std::int32_t index) {
   const Ref<IFunCall> doomed = GetAction(index);
-  BeforeEdit(false);
   actions_.erase(actions_.begin() + index);
   Change();
 }
 
 void TRule::ClearActions() {
   if (actions_.empty()) return;
-  BeforeEdit(false);
   actions_.clear();
   Change();
 }
@@ -563,6 +418,9 @@ TBinding& TRule::AddBinding(const Text& name, std::int32_t fact_index, const Tex
 
 void TRule::Prepare(const TKBToken& token, TKBContext& context) {
   const Ref<IFact>& no_fact = RequireEngine().GetNotOrTestFact();
+  // First: a variable of the rule that has the name goes before.
+  static const Text kRuleBinding(SRuleBinding);
+  context.AddLocalBinding(kRuleBinding, NewString(rule_name_));
   for (const std::unique_ptr<TBinding>& binding : bindings_) {
     if (binding->SlotIndex == SLocalBinding) continue;
     IFact* fact = token.GetFacts(binding->FactIndex);
@@ -578,8 +436,6 @@ void TRule::Prepare(const TKBToken& token, TKBContext& context) {
     }
     context.AddLocalBinding(binding->GetName(), value);
   }
-  static const Text kRuleBinding(SRuleBinding);
-  context.AddLocalBinding(kRuleBinding, NewString(rule_name_));
 }
 
 void TRule::Fire(const Ref<TKBToken>& token) {
@@ -590,27 +446,17 @@ void TRule::Fire(const Ref<TKBToken>& token) {
   fired_ = true;
   // The actions live until they have run, whatever they do to their rule.
   const std::vector<Ref<IFunCall>> actions = actions_;
-  bool destroyed = false;
-  bool* outer = std::exchange(destroyed_, &destroyed);
+  const ComponentWatch watch(*this);
   ++firing_;
   struct Ending {
     TRule& rule;
-    bool& destroyed;
-    bool* outer;
+    const ComponentWatch& watch;
     ~Ending() {
-      if (destroyed) {
-        if (outer != nullptr) *outer = true;
-        return;
-      }
-      rule.destroyed_ = outer;
-      --rule.firing_;
+      if (!watch.HasEnded()) --rule.firing_;
     }
-  } ending{*this, destroyed, outer};
+  } ending{*this, watch};
   if (OneShot) engine.RuleMarkedFired(*this);
-  if (!destroyed && OnFire) {
-    const auto on_fire = OnFire;  // lives on if the rule ends in it
-    on_fire(*this, frame);
-  }
+  if (!watch.HasEnded()) OnFire(*this, frame);
   for (const Ref<IFunCall>& action : actions) {
     if (frame.HasReturnValue()) break;
     Ref<IKBValue> result;
@@ -631,7 +477,6 @@ void TRule::Assign(const TPersistent& source) {
       !(rule->patterns_.empty() && rule->actions_.empty())) {
     Raise(SForeignObject, "Rule " + rule->rule_name_);
   }
-  BeforeEdit(true);
   BeginUpdate();
   try {
     SetRuleName(rule->rule_name_);
@@ -642,14 +487,11 @@ void TRule::Assign(const TPersistent& source) {
     actions_.clear();
     for (const Ref<IFunCall>& action : rule->actions_) actions_.push_back(action);
     SetSalience(rule->salience_value_);
-    EndUpdate();
   } catch (...) {
-    if (saved_) {  // else it was taken back, or compiled, and a fact could not be matched
-      --update_count_;
-      TakeBackEdits();
-    }
+    --update_count_;
     throw;
   }
+  EndUpdate();
 }
 
 std::string TRule::ToString() const {

@@ -8,7 +8,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -19,6 +18,7 @@
 #include "reasoner/match/Pattern.h"
 #include "reasoner/match/Token.h"
 #include "reasoner/support/Component.h"
+#include "reasoner/support/Event.h"
 
 namespace reasoner {
 
@@ -43,8 +43,8 @@ class TRule final : public TComponent {
   bool Enabled = true;   // a disabled rule gets no activations
   std::string CompileTrace;
   // Runs when the bindings are there, before the actions.
-  std::function<void(TRule& sender, TKBContext& context)> OnFire;
-  std::function<void(TRule& sender)> OnChange;
+  Event<void(TRule& sender, TKBContext& context)> OnFire;
+  Event<void(TRule& sender)> OnChange;
 
   std::int32_t GetSalience() const noexcept { return salience_; }
   const Ref<IKBValue>& GetSalienceValue() const noexcept { return salience_value_; }
@@ -60,6 +60,7 @@ class TRule final : public TComponent {
     return static_cast<std::int32_t>(patterns_.size());
   }
   TKBPattern& GetPattern(std::int32_t index) const;
+  bool HoldsPattern(const TKBPattern& pattern) const noexcept;
   // The first pattern on that template, or -1.
   std::int32_t IndexOfTemplate(const IFactTemplate& fact_template) const;
   // Where the fact of a pattern stands in a token: a test takes no place.
@@ -68,10 +69,6 @@ class TRule final : public TComponent {
   // Appends a pattern: rewrites it, binds its variables, and adds what it needs before and behind
   // it.
   void AddPattern(std::unique_ptr<TKBPattern> pattern);
-  // Editing: a change of the left side, or of a pattern or test of it, derives the rule anew as a
-  // whole from what is written, and a registered rule is compiled again. An edit that does not
-  // compile raises and leaves the rule as it was; so does a row of edits between BeginUpdate and
-  // EndUpdate. Patterns that the rule adds by itself are made anew each time.
   void RemovePattern(std::int32_t index);
   // Replaces the left side by clones of that of `source`.
   void SetPatterns(const TRule& source);
@@ -100,15 +97,6 @@ class TRule final : public TComponent {
   // Recompiles a registered rule and tells OnChange, unless an update is open.
   void Change();
 
-  // For patterns and the network: the rule is about to change, on its left side or elsewhere.
-  void BeforeEdit(bool left_side);
-  bool IsDeriving() const noexcept { return deriving_ > 0; }
-  // Derives the left side if it has changed; a rule without patterns gets the initial fact's.
-  void DeriveLeftSide();
-  // The edits since the last time have been compiled; or they could not be, and go back.
-  void AcceptEdits() noexcept;
-  void TakeBackEdits() noexcept;
-
   // Binds the values of a match in the frame.
   void Prepare(const TKBToken& token, TKBContext& context);
   void Fire(const Ref<TKBToken>& token);
@@ -128,30 +116,10 @@ class TRule final : public TComponent {
   friend class TKBPattern;
 
   using TRenames = std::vector<std::pair<Text, Text>>;
-  // What an edit that fails goes back to.
-  struct TSaved {
-    struct TPattern {
-      TKBPattern* object;
-      std::unique_ptr<TKBPattern> copy;
-      std::vector<std::vector<TKBPatternMatchTest*>> tests;
-    };
-    std::vector<TPattern> patterns;
-    std::vector<Ref<IFunCall>> actions;
-    TKBName name;
-    std::string comment;
-    bool one_shot = false;
-    bool enabled = true;
-    std::int32_t salience = 0;
-    Ref<IKBValue> salience_value;
-  };
 
   IReasoner& RequireEngine() const;
   IReasoner* HomeOfContent() const;
   void PatternAdded(std::int32_t index);
-  void Derive();
-  void SettleVariables();
-  void TakeOut(std::vector<std::unique_ptr<TKBPattern>>::iterator pattern);
-  void TakeOutPatterns();
   // A generated name that the rule does not hold yet.
   Text NewVariableName(std::string_view prefix) const;
   bool IsPlainlyBound(const Text& name) const;
@@ -168,12 +136,7 @@ class TRule final : public TComponent {
   Ref<TReasonerLink> engine_;
   std::int32_t update_count_ = 0;
   std::int32_t firing_ = 0;
-  std::int32_t deriving_ = 0;
-  bool stale_ = false;  // the derived parts are not what the written ones give
-  std::unique_ptr<TSaved> saved_;
-  std::vector<std::unique_ptr<TKBPattern>> removed_;  // kept while `saved_` is
   bool fired_ = false;
-  bool* destroyed_ = nullptr;  // tells a firing that its rule has ended meanwhile
 };
 
 }  // namespace reasoner

@@ -35,7 +35,8 @@ TKBJoinTest::TKBJoinTest(TSlotTestType test_type, std::int32_t token_index, cons
       IsFuzzy(is_fuzzy),
       left_(left),
       right_(right),
-      left_is_pattern_(left == SPatternBinding) {}
+      left_is_pattern_(left == SPatternBinding),
+      right_is_pattern_(right == SPatternBinding) {}
 
 Ref<IKBValue> TKBJoinTest::LeftValue(IFact& fact) const {
   return TPatternMatchNode::PlaceIn(fact, left_, LeftSubIndex);
@@ -49,10 +50,12 @@ bool TKBJoinTest::Compare(const IMatch& token, IFact& fact) const {
   IFact* left_fact = token.GetFacts(TokenIndex);
   if (left_fact == nullptr) return true;
   bool equal = false;
-  if (left_is_pattern_) {
+  if (left_is_pattern_ && right_is_pattern_) {
+    equal = left_fact->GetID() == fact.GetID();
+  } else if (left_is_pattern_ || right_is_pattern_) {
     // The variable stands for the whole fact: its id is compared.
-    const Ref<IKBValue> right = RightValue(fact);
-    equal = right && right->GetDType() == dtFactId && right->RawInteger() == left_fact->GetID();
+    const Ref<IKBValue> value = left_is_pattern_ ? RightValue(fact) : LeftValue(*left_fact);
+    equal = value && TPatternMatchNode::IsIdOf(left_is_pattern_ ? *left_fact : fact, *value);
   } else if (GetJoinTestType() == tstSlot) {
     const std::int32_t left_ordinal = left_.In(*left_fact->GetTemplate());
     const std::int32_t right_ordinal = right_.In(*fact.GetTemplate());
@@ -97,93 +100,65 @@ std::string TKBJoinTest::ToString() const {
 
 TKBPatternMatchTest::TKBPatternMatchTest(TKBPattern* pattern, TSlotTestType test_type,
                                          std::int32_t sub_index, const Ref<IKBValue>& value)
-    : TKBSlotTest(test_type), pattern_(pattern), sub_index_(sub_index) {
-  StoreValue(value);
-}
-
-// A value of the test's own, which is not written to any more: the network holds it, too.
-void TKBPatternMatchTest::StoreValue(const Ref<IKBValue>& value) {
-  slot_value_ = value ? value->Clone() : nullptr;
-  if (slot_value_) slot_value_->Freeze();
-}
+    : TKBSlotTest(test_type),
+      pattern_(pattern),
+      slot_value_(value ? value->Clone() : nullptr),
+      sub_index_(sub_index) {}
 
 void TKBPatternMatchTest::SetSlotTestType(TSlotTestType test_type) {
   if (test_type == test_type_) return;
-  BeforeEdit();
   test_type_ = test_type;
   if (pattern_ != nullptr) pattern_->TestChange();
 }
 
 void TKBPatternMatchTest::SetSlotValue(const Ref<IKBValue>& value) {
-  Given(value, "value");
-  BeforeEdit();
-  StoreValue(value);
+  slot_value_ = Given(value, "value").Clone();
+  wildcard_ = false;
   if (pattern_ != nullptr) pattern_->TestChange();
+}
+
+void TKBPatternMatchTest::RenameVariable(const Text& name) {
+  const bool wildcard = wildcard_;
+  SetSlotValue(Make<TKBValue>(name, slot_value_->GetDType()));
+  wildcard_ = wildcard;
 }
 
 void TKBPatternMatchTest::SetMultiSlotSubIndex(std::int32_t sub_index) {
   if (sub_index == sub_index_) return;
-  if (pattern_ != nullptr) pattern_->CheckPlaceOf(*this, sub_index);
-  BeforeEdit();
   sub_index_ = sub_index;
   if (pattern_ != nullptr) pattern_->TestChange();
 }
 
 void TKBPatternMatchTest::SetConjunction(bool conjunction) {
-  if (conjunction == conjunction_ && conjunction == joined_by_and_) return;
-  BeforeEdit();
+  if (conjunction == conjunction_) return;
   conjunction_ = conjunction;
   joined_by_and_ = conjunction;
   if (pattern_ != nullptr) pattern_->TestChange();
 }
 
-void TKBPatternMatchTest::SetJoinedByAnd(bool joined) {
-  if (joined == joined_by_and_) return;
-  BeforeEdit();
-  joined_by_and_ = joined;
-  if (pattern_ != nullptr) pattern_->TestChange();
-}
-
-void TKBPatternMatchTest::BeforeEdit() {
-  if (pattern_ != nullptr) pattern_->BeforeEdit();
-}
-
-void TKBPatternMatchTest::Take(const TKBPatternMatchTest& saved) {
-  test_type_ = saved.test_type_;
-  slot_value_ = saved.slot_value_;
-  sub_index_ = saved.sub_index_;
-  conjunction_ = saved.conjunction_;
-  joined_by_and_ = saved.joined_by_and_;
-}
-
 void TKBPatternMatchTest::Assign(const TPersistent& source) {
   const auto* test = dynamic_cast<const TKBPatternMatchTest*>(&source);
   if (test == nullptr) return TKBSlotTest::Assign(source);
-  if (test == this) return;
-  Given(test->slot_value_, "value");
-  if (pattern_ != nullptr) pattern_->CheckPlaceOf(*this, test->sub_index_);
-  BeforeEdit();
   test_type_ = test->test_type_;
   sub_index_ = test->sub_index_;
   conjunction_ = test->conjunction_;
   joined_by_and_ = test->joined_by_and_;
   SetSlotValue(test->slot_value_);
+  wildcard_ = test->wildcard_;
 }
 
 std::unique_ptr<TKBSlotTest> TKBPatternMatchTest::Clone() const {
   auto clone = std::make_unique<TKBPatternMatchTest>(nullptr, test_type_, sub_index_, slot_value_);
   clone->conjunction_ = conjunction_;
   clone->joined_by_and_ = joined_by_and_;
+  clone->wildcard_ = wildcard_;
   return clone;
 }
 
 bool TKBPatternMatchTest::Equals(const TKBSlotTest& other) const {
   if (!TKBSlotTest::Equals(other)) return false;
   const auto& test = static_cast<const TKBPatternMatchTest&>(other);
-  if (sub_index_ != test.sub_index_ || conjunction_ != test.conjunction_ ||
-      joined_by_and_ != test.joined_by_and_) {
-    return false;
-  }
+  if (sub_index_ != test.sub_index_ || conjunction_ != test.conjunction_) return false;
   if (slot_value_ == test.slot_value_) return true;
   return slot_value_ && test.slot_value_ && SameConstant(*slot_value_, *test.slot_value_);
 }

@@ -43,8 +43,8 @@ class TKBJoinTest final : public TKBSlotTest {
   TTemplateSlotType GetJoinTestType() const noexcept {
     return LeftSubIndex == NoSubIndex && RightSubIndex == NoSubIndex ? tstSlot : tstMultiSlot;
   }
-  // True when the left side is the whole fact: ids are compared.
-  bool ComparesFactIds() const noexcept { return left_is_pattern_; }
+  // True when a side is the whole fact: ids are compared.
+  bool ComparesFactIds() const noexcept { return left_is_pattern_ || right_is_pattern_; }
 
   // The value of one side, or null where there is no such place.
   Ref<IKBValue> LeftValue(IFact& fact) const;
@@ -69,6 +69,7 @@ class TKBJoinTest final : public TKBSlotTest {
   TSlotAccess left_;
   TSlotAccess right_;
   bool left_is_pattern_;
+  bool right_is_pattern_;
 };
 
 // A constant, a variable or a function call at a place of a pattern.
@@ -85,13 +86,18 @@ class TKBPatternMatchTest final : public TKBSlotTest {
   bool IsConjunction() const noexcept { return conjunction_; }
   // Whether `&` itself stands between the test before and this one: `a|b&c` means a or (b and c).
   bool IsJoinedByAnd() const noexcept { return joined_by_and_; }
+  // Whether the variable was written without a name: its name is generated and never printed.
+  bool IsWildcard() const noexcept { return wildcard_; }
   TKBPattern* GetPattern() const noexcept { return pattern_; }
 
   void SetSlotTestType(TSlotTestType test_type);
-  void SetSlotValue(const Ref<IKBValue>& value);
+  void SetSlotValue(const Ref<IKBValue>& value);  // what is given is no wildcard
+  // Another name for the variable of the test; a wildcard stays one.
+  void RenameVariable(const Text& name);
   void SetMultiSlotSubIndex(std::int32_t sub_index);
   void SetConjunction(bool conjunction);
-  void SetJoinedByAnd(bool joined);
+  void SetJoinedByAnd(bool joined) noexcept { joined_by_and_ = joined; }
+  void SetWildcard(bool wildcard) noexcept { wildcard_ = wildcard; }
 
   void Assign(const TPersistent& source) override;
   std::unique_ptr<TKBSlotTest> Clone() const override;
@@ -103,17 +109,13 @@ class TKBPatternMatchTest final : public TKBSlotTest {
 
  private:
   friend class TKBPattern;
-  friend class TRule;
-
-  void StoreValue(const Ref<IKBValue>& value);
-  void BeforeEdit();
-  void Take(const TKBPatternMatchTest& saved);  // without telling the pattern
 
   TKBPattern* pattern_;
   Ref<IKBValue> slot_value_;
   std::int32_t sub_index_;
   bool conjunction_ = true;
   bool joined_by_and_ = true;
+  bool wildcard_ = false;
 };
 
 }  // namespace reasoner

@@ -70,6 +70,13 @@ TActivation* TPatternMatchTerminalNode::FindActivation(const TKBToken& token) co
   return by_facts;
 }
 
+bool TPatternMatchTerminalNode::Holds(const TActivation* activation,
+                                      std::uint32_t identity) const noexcept {
+  const TActivation* item = chains_.Chain(identity);
+  while (item != nullptr && item != activation) item = item->chain_next_;
+  return item != nullptr;
+}
+
 void TPatternMatchTerminalNode::AddActivation(const Ref<TKBToken>& token) {
   if (rule_ == nullptr) return;
   if (token->GetTag() == taAdd && ((rule_->OneShot && rule_->HasFired()) || !rule_->Enabled))
@@ -122,6 +129,10 @@ bool TPatternMatchTerminalNode::CallNode(const Ref<TKBToken>& token, TCallType) 
       break;
   }
   return true;
+}
+
+void TPatternMatchTerminalNode::StrengthChanged(const Ref<TKBToken>& token, TCallType) {
+  if (TActivation* activation = FindActivation(*token)) activation->TakeStrength(token);
 }
 
 std::string TPatternMatchTerminalNode::ToString() const {

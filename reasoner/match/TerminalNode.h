@@ -34,12 +34,15 @@ class TPatternMatchTerminalNode final : public TReteNode {
   bool Lists(const TActivation& activation) const noexcept {
     return activation.GetNode() == this && !activation.loose_;
   }
+  // The same for an activation that may have ended: only its address is looked at.
+  bool Holds(const TActivation* activation, std::uint32_t identity) const noexcept;
   // Keeps a copy of a listed activation in mind, to tell it of the rule's end.
   void AddLoose(TActivation& activation) noexcept;
   // Lists a copy that goes on the agenda.
   void List(TActivation& activation);
 
   bool CallNode(const Ref<TKBToken>& token, TCallType call_type) override;
+  void StrengthChanged(const Ref<TKBToken>& token, TCallType call_type) override;
   // Takes away the first activation of an equal token.
   void StandDown(const TKBToken& token);
   // Takes all away, the last first; all but one, if given.

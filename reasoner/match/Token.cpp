@@ -8,6 +8,8 @@
 
 namespace reasoner {
 
+static constexpr std::uint32_t kMostFacts = (1U << 30) - 1;
+
 // Mixes an id into the hash of the chain before it.
 static std::uint32_t MixIdentity(std::uint32_t hash, std::uint32_t id) {
   std::uint64_t mixed = (std::uint64_t{hash} << 32 | id) * 0x9E3779B97F4A7C15u;
@@ -15,23 +17,24 @@ static std::uint32_t MixIdentity(std::uint32_t hash, std::uint32_t id) {
   return static_cast<std::uint32_t>(mixed * 0xBF58476D1CE4E5B9u >> 32);
 }
 
-// A fact that was not expanded leaves the hash as it is.
-static std::uint32_t MixSplit(std::uint64_t split, std::uint32_t id) {
-  return id + static_cast<std::uint32_t>(split >> 32);
+// A fact that was not expanded, and an id of 32 bits, leave the hash as it is.
+static std::uint32_t MixSplit(std::uint64_t split, TFactId id) {
+  const auto whole = static_cast<std::uint64_t>(id);
+  return static_cast<std::uint32_t>(whole + (whole >> 32) * 0x9E3779B9u + (split >> 32));
 }
 
 TKBToken::TKBToken(TTokenAction tag, Ref<IFact> fact, std::uint64_t split)
     : count_(1),
-      tag_(tag),
+      tag_(tag & 3U),
       fact_(std::move(fact)),
       split_(split),
       fact_id_(fact_ ? fact_->GetID() : -1) {
   sort_code_ = static_cast<std::uint32_t>(fact_id_);
-  identity_ = MixIdentity(0, MixSplit(split_, sort_code_));
+  identity_ = MixIdentity(0, MixSplit(split_, fact_id_));
 }
 
 TKBToken::TKBToken(const Ref<TKBToken>& parent, Ref<IFact> fact, std::uint64_t split)
-    : count_(parent->count_ + 1),
+    : count_((parent->count_ + 1) & kMostFacts),
       tag_(parent->tag_),
       fact_(std::move(fact)),
       parent_(parent),
@@ -39,8 +42,7 @@ TKBToken::TKBToken(const Ref<TKBToken>& parent, Ref<IFact> fact, std::uint64_t s
       strength_(parent->strength_),
       fact_id_(fact_ ? fact_->GetID() : -1) {
   sort_code_ = parent->sort_code_ * 8 + (fact_ ? static_cast<std::uint32_t>(fact_id_) : 0);
-  identity_ =
-      MixIdentity(parent->identity_, MixSplit(split_, static_cast<std::uint32_t>(fact_id_)));
+  identity_ = MixIdentity(parent->identity_, MixSplit(split_, fact_id_));
 }
 
 TKBToken::TKBToken(const TKBToken& source)
@@ -56,14 +58,14 @@ TKBToken::TKBToken(const TKBToken& source)
 
 IFact* TKBToken::GetFacts(std::int32_t index) const noexcept {
   const TKBToken* token = this;
-  while (token->count_ - index >= 2 && token->parent_) token = token->parent_.get();
+  while (token->GetCount() - index >= 2 && token->parent_) token = token->parent_.get();
   return token->fact_.get();
 }
 
 void TKBToken::SetTag(TTokenAction tag) {
-  if (tag == tag_) return;
+  if (tag == GetTag()) return;
   if (tag != taClear && !fact_) Raise(SInvalidTokenAction);
-  tag_ = tag;
+  tag_ = tag & 3U;
 }
 
 bool TKBToken::EqualsChain(const TKBToken& other, bool strengths) const noexcept {
@@ -84,7 +86,7 @@ bool TKBToken::EqualsChain(const TKBToken& other, bool strengths) const noexcept
 
 std::string TKBToken::ToString() const {
   std::string text(kTokenActionNames[tag_]);
-  text += " cnt=" + IntegerToText(count_) + " negcnt=" + IntegerToText(negated_count_);
+  text += " cnt=" + IntegerToText(GetCount()) + " negcnt=" + IntegerToText(negated_count_);
   for (const TKBToken* token = this; token != nullptr; token = token->parent_.get()) {
     text += NewLineString;
     if (token->fact_) text += token->fact_->ToString();

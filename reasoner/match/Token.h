@@ -29,11 +29,11 @@ class TKBToken final : public IMatch, public Pooled {
   // A copy, with no negations counted.
   explicit TKBToken(const TKBToken& source);
 
-  std::int32_t GetCount() const noexcept override { return count_; }
+  std::int32_t GetCount() const noexcept override { return static_cast<std::int32_t>(count_); }
   IFact* GetFacts(std::int32_t index) const noexcept override;
   const Ref<IFact>& GetFact() const noexcept { return fact_; }
   const Ref<TKBToken>& GetParent() const noexcept { return parent_; }
-  TTokenAction GetTag() const noexcept { return tag_; }
+  TTokenAction GetTag() const noexcept { return static_cast<TTokenAction>(tag_); }
   std::int32_t GetNegatedCount() const noexcept { return negated_count_; }
   float GetStrength() const noexcept { return strength_; }
   // Wraps in 32 bits: the parent's times 8 and the fact's id.
@@ -42,7 +42,7 @@ class TKBToken final : public IMatch, public Pooled {
   std::uint32_t GetIdentityHash() const noexcept { return identity_; }
   std::uint64_t GetSplit() const noexcept { return split_; }
   // The id that the last fact had when the token was made.
-  std::int32_t GetFactID() const noexcept { return fact_id_; }
+  TFactId GetFactID() const noexcept { return fact_id_; }
 
   // A tag other than the present one and taClear needs a fact: "Invalid Token Action".
   void SetTag(TTokenAction tag);
@@ -62,16 +62,17 @@ class TKBToken final : public IMatch, public Pooled {
  private:
   bool EqualsChain(const TKBToken& other, bool strengths) const noexcept;
 
-  std::int32_t count_ = 0;
+  // A token fills 64 bytes: the tag shares a word with the count.
+  std::uint32_t count_ : 30 = 0;
+  std::uint32_t tag_ : 2 = taClear;
   std::int32_t negated_count_ = 0;
-  TTokenAction tag_ = taClear;  // here it costs no room: a token fills 64 bytes
   Ref<IFact> fact_;
   Ref<TKBToken> parent_;
   std::uint64_t split_ = 0;
   float strength_ = 1.0F;
   std::uint32_t sort_code_ = 0;
   std::uint32_t identity_ = 0;
-  std::int32_t fact_id_ = -1;
+  TFactId fact_id_ = -1;
 };
 
 }  // namespace reasoner

@@ -31,6 +31,8 @@ TComponent::~TComponent() {
   for (TComponent* watched : watched_) Unlist(watched->watchers_, *this);
   // Who asked for word only after it had gone out gets none, but must not look for this one later.
   for (TComponent* watcher : watchers_) Unlist(watcher->watched_, *this);
+  for (ComponentWatch* watch = watches_; watch != nullptr; watch = watch->next_)
+    watch->component_ = nullptr;
 }
 
 TComponent* TComponent::FindComponent(const std::string& name) const {
@@ -102,6 +104,18 @@ void TComponent::BeginDestruction() {
     Unlist(watcher->watched_, *this);
     watcher->Notification(*this, opRemove);
   }
+}
+
+ComponentWatch::ComponentWatch(const TComponent& component) noexcept
+    : component_(&component), next_(component.watches_), link_(&component.watches_) {
+  component.watches_ = this;
+  if (next_ != nullptr) next_->link_ = &next_;
+}
+
+ComponentWatch::~ComponentWatch() {
+  if (component_ == nullptr) return;
+  *link_ = next_;
+  if (next_ != nullptr) next_->link_ = link_;
 }
 
 void TComponent::DestroyComponents() {

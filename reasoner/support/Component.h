@@ -21,6 +21,8 @@
 
 namespace reasoner {
 
+class ComponentWatch;
+
 enum TOperation : std::uint8_t { opInsert, opRemove };
 
 class TComponent : public TPersistent {
@@ -61,12 +63,33 @@ class TComponent : public TPersistent {
   void DestroyComponents();
 
  private:
+  friend class ComponentWatch;
+
   TComponent* owner_ = nullptr;  // outlives this component, or takes it along
   std::string name_;
   std::vector<TComponent*> components_;  // owned
   std::vector<TComponent*> watchers_;    // who asked for word of this one's end
   std::vector<TComponent*> watched_;  // the other end: on whose lists of watchers this one stands
+  mutable ComponentWatch* watches_ = nullptr;  // the first of a list
   bool destroying_ = false;
+};
+
+// Tells code that calls out whether the component that it works with has ended meanwhile.
+class ComponentWatch {
+ public:
+  explicit ComponentWatch(const TComponent& component) noexcept;
+  ~ComponentWatch();
+  ComponentWatch(const ComponentWatch&) = delete;
+  ComponentWatch& operator=(const ComponentWatch&) = delete;
+
+  bool HasEnded() const noexcept { return component_ == nullptr; }
+
+ private:
+  friend class TComponent;
+
+  const TComponent* component_;  // null once it has ended
+  ComponentWatch* next_;         // in the component's list
+  ComponentWatch** link_;        // what points at this one: the list's head or another's `next_`
 };
 
 }  // namespace reasoner

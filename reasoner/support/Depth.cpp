@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "reasoner/support/Exception.h"
 
@@ -16,8 +17,8 @@ namespace {
 constexpr std::uintptr_t kReserve = 256 * 1024;
 
 struct DepthState {
-  std::int32_t depth = 0;
-  std::int32_t limit = kDefaultMaxDepth;
+  DepthCount own;               // of what runs outside of all engines
+  DepthCount* count = nullptr;  // of the engine that runs, or null
   bool bounds_read = false;
   std::uintptr_t floor = 0;  // below it, down to `bottom`, is what is kept for the way out
   std::uintptr_t bottom = 0;
@@ -49,18 +50,22 @@ void DepthGuard::Enter(const char* what) {
   // outside the thread's own stack is that of a fiber, about whose stack nothing is known.
   const auto frame = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
   const bool stack_spent = frame < state.floor && frame >= state.bottom;
-  if (state.depth >= state.limit || stack_spent) {
+  DepthCount& count = state.count != nullptr ? *state.count : state.own;
+  if (count.depth >= count.limit || stack_spent) {
     throw EKBException(std::string("Nested too deeply: ") + what);
   }
-  ++state.depth;
+  ++count.depth;
 }
 
-DepthGuard::~DepthGuard() { --depth_state.depth; }
-
-ScopedMaxDepth::ScopedMaxDepth(std::int32_t limit) noexcept : outer_(depth_state.limit) {
-  depth_state.limit = limit;
+// Scopes of counts and guards end in the order of their nesting: it is the count that was entered.
+DepthGuard::~DepthGuard() {
+  DepthState& state = depth_state;
+  --(state.count != nullptr ? *state.count : state.own).depth;
 }
 
-ScopedMaxDepth::~ScopedMaxDepth() { depth_state.limit = outer_; }
+ScopedDepthCount::ScopedDepthCount(DepthCount& count) noexcept
+    : outer_(std::exchange(depth_state.count, &count)) {}
+
+ScopedDepthCount::~ScopedDepthCount() { depth_state.count = outer_; }
 
 }  // namespace reasoner

@@ -3,7 +3,8 @@
 // Every recursion that input can drive (nested text, calls, printing, lists, tokens in the network)
 // holds a DepthGuard for its frame. Two limits stand: a count, 100,000 unless an engine's MaxDepth
 // says otherwise, and the stack that is left to the thread, of which 256 KiB are kept for the way
-// out. Beyond either: EKBException "Nested too deeply: %s".
+// out. Beyond either: EKBException "Nested too deeply: %s". Each engine has a count of its own:
+// what the thread was doing when it called the engine, in another engine too, does not count.
 
 #pragma once
 
@@ -12,6 +13,12 @@
 namespace reasoner {
 
 inline constexpr std::int32_t kDefaultMaxDepth = 100'000;
+
+// How deep a recursion is, and how deep it may become.
+struct DepthCount {
+  std::int32_t depth = 0;
+  std::int32_t limit = kDefaultMaxDepth;
+};
 
 class DepthGuard {
  public:
@@ -25,16 +32,17 @@ class DepthGuard {
   static void Enter(const char* what);
 };
 
-// Sets the counted limit of this thread for a scope: an engine does so at its doors.
-class ScopedMaxDepth {
+// Makes the guards of this thread count in `count` for a scope: an engine does so with its own
+// count where it is called. The count outlives the scope.
+class ScopedDepthCount {
  public:
-  explicit ScopedMaxDepth(std::int32_t limit) noexcept;
-  ~ScopedMaxDepth();
-  ScopedMaxDepth(const ScopedMaxDepth&) = delete;
-  ScopedMaxDepth& operator=(const ScopedMaxDepth&) = delete;
+  explicit ScopedDepthCount(DepthCount& count) noexcept;
+  ~ScopedDepthCount();
+  ScopedDepthCount(const ScopedDepthCount&) = delete;
+  ScopedDepthCount& operator=(const ScopedDepthCount&) = delete;
 
  private:
-  std::int32_t outer_;
+  DepthCount* outer_;
 };
 
 }  // namespace reasoner

@@ -22,6 +22,7 @@ class FirstFailure {
   void Keep(std::exception_ptr failure) noexcept {
     if (!failure_) failure_ = std::move(failure);
   }
+  bool IsEmpty() const noexcept { return failure_ == nullptr; }
   // Raises what was kept, if anything was.
   void Raise() {
     if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));

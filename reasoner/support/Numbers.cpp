@@ -46,6 +46,11 @@ std::optional<std::int32_t> TextToInteger(std::string_view text) noexcept {
   return Convert<std::int32_t>(text);
 }
 
+std::optional<std::int64_t> TextToLongInteger(std::string_view text) noexcept {
+  if (!TakePlus(text)) return std::nullopt;
+  return Convert<std::int64_t>(text);
+}
+
 std::optional<double> TextToFloat(std::string_view text) noexcept {
   if (!TakePlus(text)) return std::nullopt;
   // from_chars would take words for infinity and for what is no number.

@@ -12,6 +12,8 @@ namespace reasoner {
 // The whole text as a 32-bit decimal integer, with an optional sign; nothing if any of it does not
 // convert.
 std::optional<std::int32_t> TextToInteger(std::string_view text) noexcept;
+// The same with 64 bits.
+std::optional<std::int64_t> TextToLongInteger(std::string_view text) noexcept;
 // The whole text as a finite decimal number with optional sign, fraction and exponent. "inf",
 // "nan", hexadecimal forms and numbers beyond the range do not convert.
 std::optional<double> TextToFloat(std::string_view text) noexcept;

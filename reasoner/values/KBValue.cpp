@@ -1,9 +1,11 @@
 #include "reasoner/values/KBValue.h"
 
 #include <bit>
+#include <cmath>
 #include <limits>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "reasoner/support/Component.h"
 #include "reasoner/support/Depth.h"
@@ -48,8 +50,11 @@ void TKBValueNexus::Notification(TComponent& component, TOperation operation) {
     value_.Drop();
 }
 
-TKBValue::TKBValue(std::int32_t value, TKBType type) {
-  if (!KBIntegerTypes.Has(type)) Raise(SInvalidValueType);
+static bool FitsInteger(std::int64_t value) { return std::in_range<std::int32_t>(value); }
+
+TKBValue::TKBValue(std::int64_t value, TKBType type) {
+  if (!KBIntegerTypes.Has(type) || (type != dtFactId && !FitsInteger(value)))
+    Raise(SInvalidValueType);
   payload_.integer = value;
   type_ = type;
 }
@@ -117,9 +122,11 @@ Text TKBValue::GetAsString() const {
 std::int32_t TKBValue::GetAsInteger() const {
   switch (type_) {
     case dtInteger:
-    case dtFactId:
     case dtDescriptor:
-      return payload_.integer;
+      return RawInteger();
+    case dtFactId:
+      if (!FitsInteger(payload_.integer)) RaiseNotA("integer");
+      return RawInteger();
     case dtExternalAddress: {
       const auto number = std::bit_cast<std::uintptr_t>(payload_.address);
       if (number > std::numeric_limits<std::int32_t>::max()) RaiseNotA("integer");
@@ -148,7 +155,7 @@ double TKBValue::GetAsNumeric() const {
     case dtInteger:
     case dtFactId:
     case dtDescriptor:
-      return payload_.integer;
+      return static_cast<double>(payload_.integer);
     case dtFloat:
       return payload_.number;
     case dtAtom:
@@ -163,17 +170,18 @@ double TKBValue::GetAsNumeric() const {
   }
 }
 
-std::int32_t TKBValue::GetAsFactId() const {
+// An id that is written as a number beyond 32 bits is read as a float.
+TFactId TKBValue::GetAsFactId() const {
   if (type_ == dtInteger || type_ == dtFactId) return payload_.integer;
-  if (type_ == dtFloat) {
-    if (const auto truncated = TruncateToInteger(payload_.number)) return *truncated;
-  }
+  constexpr double kLimit = 9007199254740992.0;  // from here on not every integer is a float
+  if (type_ == dtFloat && std::abs(payload_.number) < kLimit)
+    return static_cast<TFactId>(payload_.number);
   RaiseNotA("fact id");
 }
 
 std::int32_t TKBValue::GetAsDescriptor() const {
   if (type_ != dtDescriptor) RaiseNotA("descriptor");
-  return payload_.integer;
+  return RawInteger();
 }
 
 const void* TKBValue::GetAsExternalAddress() const {
@@ -269,7 +277,7 @@ void TKBValue::SetText(const Text& text, TKBType type) {
   Changed();
 }
 
-void TKBValue::SetInteger(std::int32_t value, TKBType type) {
+void TKBValue::SetInteger(std::int64_t value, TKBType type) {
   CheckChangeable();
   Drop();
   payload_.integer = value;
@@ -399,7 +407,7 @@ void TKBValue::CopyPayload(const TKBValue& source, bool own_list) {
       case dtInteger:
       case dtFactId:
       case dtDescriptor: {
-        const std::int32_t integer = source.payload_.integer;
+        const std::int64_t integer = source.payload_.integer;
         Drop();
         payload_.integer = integer;
         break;
@@ -503,6 +511,7 @@ bool TKBValue::EqualsByType(const TKBValue& other) const {
     case dtInteger:
     case dtFactId:
     case dtDescriptor:
+      if (KBIntegerTypes.Has(other.type_)) return payload_.integer == other.payload_.integer;
       return payload_.integer == other.GetAsInteger();
     case dtFloat:
       return SameNumber(payload_.number, other.GetAsFloat());

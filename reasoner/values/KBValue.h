@@ -7,7 +7,7 @@
 // convert to raises EKBException and changes nothing.
 //
 // - dtAtom, dtString, dtVariable, dtMultiVariable, dtSlot, dtMultiSlot: a shared text
-// - dtInteger, dtFactId, dtDescriptor: a 32-bit integer
+// - dtInteger, dtDescriptor: a 32-bit integer; dtFactId: one of 64 bits
 // - dtFloat: a double
 // - dtFunCall, dtFact, dtList, dtSingletons: a counted object
 // - dtObject: an object, borrowed or owned, or the handle of a host's object; null allowed
@@ -58,8 +58,9 @@ class TKBValue final : public IInterface, public Pooled {
  public:
   // Constructors set the payload without telling anyone.
   TKBValue() noexcept = default;
-  // dtInteger, dtFactId or dtDescriptor; any other raises "Value and type mismatch".
-  TKBValue(std::int32_t value, TKBType type);
+  // dtInteger, dtFactId or dtDescriptor; any other, and a number that does not fit, raises "Value
+  // and type mismatch".
+  TKBValue(std::int64_t value, TKBType type);
   // A type of KBStringTypes; any other raises "Value and type mismatch".
   TKBValue(const Text& text, TKBType type);
   explicit TKBValue(double value) noexcept;
@@ -81,7 +82,7 @@ class TKBValue final : public IInterface, public Pooled {
   std::int32_t GetAsInteger() const;
   double GetAsNumeric() const;
   double GetAsFloat() const { return GetAsNumeric(); }
-  std::int32_t GetAsFactId() const;
+  TFactId GetAsFactId() const;
   std::int32_t GetAsDescriptor() const;
   const void* GetAsExternalAddress() const;
   // The object held, borrowed from the cell; null where null was stored. A list is never null.
@@ -104,7 +105,7 @@ class TKBValue final : public IInterface, public Pooled {
   void SetAsSlot(const Text& text) { SetText(text, dtSlot); }
   void SetAsMultiSlot(const Text& text) { SetText(text, dtMultiSlot); }
   void SetAsInteger(std::int32_t value) { SetInteger(value, dtInteger); }
-  void SetAsFactId(std::int32_t value) { SetInteger(value, dtFactId); }
+  void SetAsFactId(TFactId value) { SetInteger(value, dtFactId); }
   void SetAsDescriptor(std::int32_t value) { SetInteger(value, dtDescriptor); }
   void SetAsFloat(double value);
   void SetAsExternalAddress(const void* address);
@@ -159,8 +160,9 @@ class TKBValue final : public IInterface, public Pooled {
 
   // The text of a text kind, without a count.
   std::string_view TextView() const noexcept { return payload_.text.view(); }
-  // The number of dtInteger, dtFactId and dtDescriptor.
-  std::int32_t RawInteger() const noexcept { return payload_.integer; }
+  // The number of dtInteger and dtDescriptor.
+  std::int32_t RawInteger() const noexcept { return static_cast<std::int32_t>(payload_.integer); }
+  TFactId RawFactId() const noexcept { return payload_.integer; }
   double RawFloat() const noexcept { return payload_.number; }
 
   // For the table of constants alone.
@@ -180,7 +182,7 @@ class TKBValue final : public IInterface, public Pooled {
 
   union Payload {
     Text text;
-    std::int32_t integer;
+    std::int64_t integer;
     double number;
     const void* address;
     TObject* object;
@@ -202,7 +204,7 @@ class TKBValue final : public IInterface, public Pooled {
   bool HoldsReference() const noexcept { return HoldsShared(type_) || HoldsHandle(); }
 
   void SetText(const Text& text, TKBType type);
-  void SetInteger(std::int32_t value, TKBType type);
+  void SetInteger(std::int64_t value, TKBType type);
   void SetShared(Ref<ICloneable> object, TKBType type);
   void CheckChangeable() const;
   void FreezeContent();
@@ -226,7 +228,7 @@ class TKBValue final : public IInterface, public Pooled {
 inline Ref<IKBValue> NewAtom(const Text& text) { return Make<TKBValue>(text, dtAtom); }
 inline Ref<IKBValue> NewString(const Text& text) { return Make<TKBValue>(text, dtString); }
 inline Ref<IKBValue> NewInteger(std::int32_t value) { return Make<TKBValue>(value, dtInteger); }
-inline Ref<IKBValue> NewFactId(std::int32_t id) { return Make<TKBValue>(id, dtFactId); }
+inline Ref<IKBValue> NewFactId(TFactId id) { return Make<TKBValue>(id, dtFactId); }
 inline Ref<IKBValue> NewFloat(double value) { return Make<TKBValue>(value); }
 Ref<IKBValue> NewList(const Ref<IValueVector>& list);
 Ref<IKBValue> NewFactValue(const Ref<IFact>& fact);

@@ -138,6 +138,9 @@ inline constexpr TFunctionPackages kAllPackages{pStandard,      pPredicate, pMat
 inline constexpr TKBTypes KBStringTypes{dtAtom,          dtString, dtVariable,
                                         dtMultiVariable, dtSlot,   dtMultiSlot};
 inline constexpr TKBTypes KBNumericTypes{dtInteger, dtFloat};
+// The number of a fact: -1 for one that is not in a fact base.
+using TFactId = std::int64_t;
+
 inline constexpr TKBTypes KBIntegerTypes{dtInteger, dtFactId, dtDescriptor};
 inline constexpr TKBTypes KBFactTypes{dtInteger, dtFactId, dtFloat};
 inline constexpr TKBTypes KBVariableTypes{dtVariable, dtMultiVariable};
@@ -158,6 +161,7 @@ inline constexpr std::string_view SEqStarPrefix = "_eq_";
 inline constexpr std::string_view SBackChainPrefix = "need-";
 inline constexpr std::string_view SBlankMulti = "_blank_$";
 inline constexpr std::string_view SBlankPrefix = "_blank_";
+inline constexpr std::string_view SGeneratedAtomPrefix = "gen";
 inline constexpr std::string_view SDefaultSlotName = "__Data";
 inline constexpr std::string_view STestCE = "test";
 inline constexpr std::string_view SLocalBinding = "__LOCAL";

@@ -9,7 +9,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -17,6 +16,7 @@
 #include <vector>
 
 #include "reasoner/support/Cloneable.h"
+#include "reasoner/support/Event.h"
 #include "reasoner/support/Ref.h"
 #include "reasoner/support/Text.h"
 #include "reasoner/vocabulary/KBConsts.h"
@@ -70,9 +70,16 @@ class IScope {
   // What the binding points to in the current match. Raises where the match does not reach that
   // far.
   virtual Ref<IKBValue> ReadMatch(const TBindingInfo& info) = 0;
+  // The scope as a frame of the engine, or null for a scope that a host has made.
+  TKBContext* GetFrame() const noexcept { return frame_; }
 
  protected:
+  IScope() = default;
+  explicit IScope(TKBContext* frame) noexcept : frame_(frame) {}
   ~IScope() = default;
+
+ private:
+  TKBContext* frame_ = nullptr;
 };
 
 // A partial match as evaluation sees it: a chain of facts.
@@ -97,11 +104,12 @@ class TReasonerLink final : public IInterface {
   IReasoner* engine = nullptr;
   // Goes up whenever a function comes, goes or changes its name: calls then look theirs up again.
   std::uint32_t function_generation = 0;
-  // What rules and functions mean: the engine's own semantics, or the textbook's. Written by the
-  // engine, see TReasoner::SetTextbookSemantics.
-  bool textbook_semantics = false;
-  // Set by a host, from any thread, that wants what runs to end with a failure.
-  std::atomic<bool> interrupt_requested{false};
+  // What rules and functions mean: what a plain reading gives, or the literal meaning of the
+  // network. Written by the engine, see TReasoner::SetTextbookSemantics.
+  bool textbook_semantics = true;
+  // How often a host has asked, from any thread, for the end of what runs. The outermost operation
+  // begins and ends with none.
+  std::atomic<std::int32_t> interrupt_requests{0};
 };
 
 // The functions that the engine itself calls out of patterns, whatever the registry holds under
@@ -129,9 +137,10 @@ class IReasoner {
   virtual TKBContext& GetContext() noexcept = 0;
   // The value evaluated in the engine's own context.
   virtual Ref<IKBValue> ResolveInContext(const Ref<IKBValue>& value) = 0;
-  // Raises when the host has asked for an interruption; polled at every call, loop turn and firing.
+  // Raises when the host has asked for an interruption and what runs may end here; polled at every
+  // call, loop turn and expression.
   void CheckInterrupt() {
-    if (link_->interrupt_requested.load(std::memory_order_relaxed)) RaiseInterrupted();
+    if (link_->interrupt_requests.load(std::memory_order_relaxed) != 0) PollInterrupt();
   }
 
   // Printing.
@@ -157,13 +166,17 @@ class IReasoner {
 
   // Constructs.
   virtual TTypeChecks GetTypeChecks() const noexcept = 0;
-  virtual std::int32_t GetNextFactId() const noexcept = 0;
+  virtual TFactId GetNextFactId() const noexcept = 0;
   virtual std::string GenerateSymbol(std::string_view prefix) = 0;
+  // Tells of a name that a text uses: no name that is generated from now on will be the same.
+  virtual void KeepSymbol(std::string_view name) = 0;
   // Null for an unknown name.
   virtual Ref<IFactTemplate> FindFactTemplate(std::string_view name) = 0;
   // The template of that name; an unknown one is made and registered as implied.
   virtual Ref<IFactTemplate> CreateFactTemplate(std::string_view name) = 0;
   virtual void ChangeFactTemplateName(std::string_view old_name, std::string_view new_name) = 0;
+  // Lists a type under another name, if the engine lists it. Raises when that name is taken.
+  virtual void RenameType(const IKBDefinedType& type, std::string_view new_name) = 0;
   virtual Ref<IKBDefinedType> FindDefinedType(std::string_view name) = 0;
   virtual bool HasGlobalVariable(std::string_view name) const = 0;
   virtual Ref<IFact> ParseFactText(std::string_view text) = 0;
@@ -189,14 +202,17 @@ class IReasoner {
   virtual void SetGlobalVariable(std::string_view name, const Ref<IKBValue>& value) = 0;
   virtual std::vector<std::pair<std::string, Ref<IKBValue>>> GetGlobalValues() const = 0;
   // Asserts the fact as it is; the id, or -1.
-  virtual std::int32_t AssertFact(const Ref<IFact>& fact) = 0;
+  virtual TFactId AssertFact(const Ref<IFact>& fact) = 0;
   virtual void PrintOut(const std::string& out_id, const std::string& text) = 0;
 
   // Fact sets.
-  virtual void EnterFactSet(TFactSet& fact_set) = 0;
+  // False where another set of the name stands, and stays as DuplicateConstructs tells.
+  virtual bool EnterFactSet(TFactSet& fact_set) = 0;
+  // Raises for the name of another set when this one is among the engine's.
+  virtual void CheckFactSetName(const TFactSet& fact_set, std::string_view name) = 0;
   virtual void LeaveFactSet(TFactSet& fact_set) = 0;
   // Evaluates the fact's slots in the engine's context and asserts it; the id, or -1.
-  virtual std::int32_t AssertResolved(const Ref<IFact>& fact) = 0;
+  virtual TFactId AssertResolved(const Ref<IFact>& fact) = 0;
 
   // Rules and matching.
   virtual std::int32_t NewRuleId() = 0;
@@ -230,8 +246,8 @@ class IReasoner {
   ~IReasoner();
   // Tells everyone who keeps the link that the engine is gone.
   void CloseLink() noexcept { link_->engine = nullptr; }
-  // Takes the request back and raises EKBInterrupted.
-  [[noreturn]] void RaiseInterrupted();
+  // The host has asked for an interruption.
+  virtual void PollInterrupt() = 0;
 
  private:
   Ref<TReasonerLink> link_;
@@ -240,6 +256,6 @@ class IReasoner {
 // Event signatures. The first argument is the object that raises; what comes by non-const reference
 // is the handler's to change. Handlers may call back into the engine. An event that is not assigned
 // is empty.
-using TNotifyEvent = std::function<void(TComponent& sender)>;
+using TNotifyEvent = Event<void(TComponent& sender)>;
 
 }  // namespace reasoner

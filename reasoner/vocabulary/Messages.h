@@ -134,6 +134,7 @@ inline constexpr TMessage<"Defined Type Name already exists: \"%s\""> SDuplicate
 inline constexpr TMessage<"Function Name already exists: \"%s\""> SDuplicateFunctionNames;
 inline constexpr TMessage<"Fact Template Name already exists: \"%s\""> SDuplicateTemplateNames;
 inline constexpr TMessage<"Duplicate Rules defined with same name: \"%s\""> SDuplicateRuleNames;
+inline constexpr TMessage<"Fact Set Name already exists: \"%s\""> SDuplicateFactSetNames;
 inline constexpr TMessage<"Duplicate streams defined with same name: \"%s\""> SDuplicateStreamNames;
 inline constexpr TMessage<"Cannot add nil to user functions"> SInvalidFunctionAdd;
 inline constexpr TMessage<"Cannot bind a negated pattern to a variable"> SInvalidPatternBinding;
@@ -190,6 +191,12 @@ inline constexpr TMessage<"Function names do not match: %s and %s"> SWrongFuncti
 inline constexpr TMessage<"First Use of Variable is negated, variable name is %s"> SNegatedVariable;
 inline constexpr TMessage<"Parsing Error, %s in %s at line %s: %s"> SParseError;
 inline constexpr TMessage<"No parser specified"> SNoParser;
+inline constexpr TMessage<"Name is taken by the language: %s"> SReservedName;
+inline constexpr TMessage<"template %s is gone"> STemplateIsGone;
+inline constexpr TMessage<"type %s is gone"> STypeIsGone;
+inline constexpr TMessage<"it does not fit the new type %s"> SDoesNotFitType;
+inline constexpr TMessage<"an equal fact is there"> SEqualFactIsThere;
+inline constexpr TMessage<"%s\n... and %d more"> SMoreParseErrors;
 inline constexpr TMessage<"Errors parsing stream:\n%s"> SMultipleParseError;
 inline constexpr TMessage<"Unable to parse strings of %s at this time"> SParseTypeError;
 inline constexpr TMessage<"Cannot backchain on special CEs: %s"> SBackChainCE;
@@ -223,6 +230,11 @@ inline constexpr TMessage<
     SDifferentFuzzyVariables;
 inline constexpr TMessage<"Cannot union two facts with different fact templates: %s and %s">
     SInvalidFuzzyUnionTemplate;
+inline constexpr TMessage<"the term %s is defined twice, the later one counts"> SFuzzyTermTwice;
+inline constexpr TMessage<"the term %s is highest outside of the range, %.4f to %.4f">
+    SFuzzyTermOutside;
+inline constexpr TMessage<"%s is outside of the range of %s, %.4f to %.4f"> SFuzzyReadingOutside;
+inline constexpr TMessage<"the arguments of %s are not in order"> SFuzzyShapeOrder;
 inline constexpr TMessage<"Fact is not a fuzzy fact"> SNotFuzzyFact;
 inline constexpr TMessage<"Invalid Fuzzy Correlation specified (%s), expected %s">
     SInvalidFuzzyCorrelation;
@@ -236,12 +248,14 @@ inline constexpr TMessage<
     "Invalid attempt to modify fuzzy type in fact template slot, fuzzy types cannot be modified">
     SFuzzyDefinitionError;
 inline constexpr TMessage<" for pattern match = "> SPatternMatchError;
+inline constexpr TMessage<" in rule %s, pattern %s, facts %s"> SInMatch;
 
 // Texts of this system's own, beside those above.
 inline constexpr TMessage<"%s error: %s"> SFunctionError;
 inline constexpr TMessage<"List index out of bounds (%d)"> SListIndexError;
 inline constexpr TMessage<"Shared constant cannot be changed: %s"> SSharedConstant;
 inline constexpr TMessage<"Network is busy: %s"> SNetworkBusy;
+inline constexpr TMessage<"Unknown setting: %s, expected %s or %s"> SUnknownSetting;
 inline constexpr TMessage<"Division by zero in %s function call"> SDivisionByZero;
 inline constexpr TMessage<"Invalid argument for %s function call: %s"> SInvalidArgument;
 inline constexpr TMessage<"Invalid payment time: %s"> SInvalidPaymentTime;
@@ -251,6 +265,9 @@ inline constexpr TMessage<"Invalid format: %s"> SInvalidFormat;
 inline constexpr TMessage<"Nested too deeply: %s"> SNestedTooDeeply;
 inline constexpr TMessage<"Rule missing for pattern"> SRuleMissingForPattern;
 inline constexpr TMessage<"Execution was interrupted"> SInterrupted;
+inline constexpr TMessage<"Execution was interrupted inside the firing of rule %s">
+    SInterruptedFiring;
+inline constexpr TMessage<"Execution was interrupted inside a match"> SInterruptedMatch;
 inline constexpr TMessage<" in fact set %s"> SInFactSet;
 inline constexpr TMessage<"Unknown Type (%d)"> SUnknownType;
 inline constexpr TMessage<"The next fact id would be beyond its range"> SFactIdsExhausted;

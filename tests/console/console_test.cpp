@@ -95,6 +95,34 @@ TEST_F(ConsoleTest, StandardInputIsTheProgramWhenNothingIsNamed) {
   ExpectOutput({file, "-"}, "4\n5\n", "(+ ?x 1)\n");
 }
 
+// A failure is told, what follows is read all the same, and the exit status remembers it.
+TEST_F(ConsoleTest, FailuresInStandardInput) {
+  const std::string file = Write("file.clp", "(printout t file crlf)\n");
+  const std::string foo = "5: Function is unimplemented or unassigned: foo\n";
+  const struct {
+    std::vector<std::string> arguments;
+    std::string input, output, errors;
+  } rows[] = {
+      {{}, "(+ 1 2)\n(foo)\n(+ 3 4)", "3\n7\n", "2:" + foo},
+      {{"--run", "-", file}, "(foo)(+ 3 4)", "7\n", "1:" + foo},
+      {{}, "(foo)\n(exit)(+ 3 4)", "", "1:" + foo},
+      {{},
+       "\xEF\xBB\xBF(foo) ; (\r\n\r\n(foo) \"a \\\" (\"(+ 3 4)",
+       "7\n",
+       "1:" + foo + "3:" + foo +
+           "3:7: Parsing Error, Unexpected symbol, expected a \"(\", constant, or global variable: "
+           "\\\"a \" (\"\\ in GetConstructType at line 3: \\\"a \" (\"\\ \n"},
+      {{}, "(+ 3 4)\n (+ 3 ", "7\n", "2:7: Parsing Error"},
+      {{}, "(readline)\ndata\n(readline) (foo)\nmore", "\"data\"\n\"more\"\n", "3:16: Function"},
+  };
+  for (const auto& [arguments, input, output, errors] : rows) {
+    const TRunResult result = Run(arguments, input);
+    EXPECT_EQ(result.status, 1) << input;
+    EXPECT_EQ(result.output, output) << input;
+    EXPECT_EQ(result.errors.substr(0, errors.size()), errors) << input;
+  }
+}
+
 TEST_F(ConsoleTest, ProgramsReadStandardInput) {
   const std::string file = Write("file.clp",
                                  "(printout t \"[\" (readline) \"]\" crlf)\n"
@@ -125,6 +153,38 @@ TEST_F(ConsoleTest, FailureNamesItsPlaceAndEndsTheLoading) {
   EXPECT_EQ(result.output, "before\n");
   EXPECT_EQ(result.errors.substr(0, bad.size() + 5), bad + ":3:11") << result.errors;
   EXPECT_NE(result.errors.find("Expected \"=>\" in ParseRule"), std::string::npos) << result.errors;
+}
+
+TEST_F(ConsoleTest, WhatIsDroppedAndWhatDoesNotFitIsTold) {
+  const std::string file = Write("file.clp",
+                                 "(deftemplate a (slot x))\n(assert (a (x 1)))\n"
+                                 "(deftemplate a (slot y))\n(assert (a (x 2)))\n"
+                                 "(defrule r (a (x 2)) =>)\n(printout t after crlf)\n");
+  const TRunResult result = Run({file});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.output, "<Fact-1>\nafter\n");
+  EXPECT_EQ(result.errors, "dropped: fact (a (x 1)): No such slot name: \"x\"\n" + file +
+                               ":4:13: Errors parsing stream:\n" + file +
+                               ":4: No such slot name: \"x\"\n" + file +
+                               ":5: No such slot name: \"x\"\n");
+}
+
+TEST_F(ConsoleTest, TheInnermostFileIsBlamedForAFailure) {
+  const std::string inner = Write("inner.clp", "(bind ?x 1)\n  (+ ?x x)\n");
+  const std::string middle =
+      Write("middle.clp", "(defrule r (go) => (batch \"" + inner + "\"))\n\n(assert (go)) (run)\n");
+  const TRunResult result = Run({"-e", "\n(load \"" + middle + "\")"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.errors, inner +
+                               ":2:10: rule r: Not a numeric type.  Value (x) is a dtAtom type\n" +
+                               "   loaded at " + middle +
+                               ":3:19\n   loaded at 2:" + std::to_string(middle.size() + 9) + "\n");
+  // A load goes on behind a construct that does not fit, and tells of it in the end.
+  const std::string unfit = Write("unfit.clp", "\n(deftemplate t (slit x))\n(bind ?x 2)\n");
+  const std::string outer = Write("outer.clp", "(load \"" + unfit + "\")\n\n(bind ?x 3)\n");
+  const std::string errors = Run({outer}).errors;
+  EXPECT_EQ(errors.find(unfit + ":2:17: Parsing Error"), 0u) << errors;
+  EXPECT_NE(errors.find("\n   loaded at " + outer + ":1:"), std::string::npos) << errors;
 }
 
 TEST_F(ConsoleTest, FailureInARunNamesTheRule) {

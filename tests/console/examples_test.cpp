@@ -56,25 +56,25 @@ INSTANTIATE_TEST_SUITE_P(Examples, KnowledgeBaseTest, ::testing::ValuesIn(Exampl
 // The programs of the manual's page on semantics, each with both results.
 using SemanticsTest = ExampleTest;
 
-TEST_P(SemanticsTest, PrintsWhatEachSemanticsSays) {
-  const std::filesystem::path program = kExamples / "textbook" / GetParam();
-  const std::string manual = ReadWholeFile(REASONER_SOURCE_DIR "/docs/textbook.md");
+TEST_P(SemanticsTest, PrintsWhatEachMeaningSays) {
+  const std::filesystem::path program = kExamples / "semantics" / GetParam();
+  const std::string manual = ReadWholeFile(REASONER_SOURCE_DIR "/docs/semantics.md");
   std::string shown = "```\n";
-  for (const bool textbook : {false, true}) {
+  for (const bool literal : {false, true}) {
     std::vector<std::string> arguments = {REASONER_CONSOLE, "--run", program.string() + ".clp"};
-    if (textbook) arguments.insert(arguments.begin() + 1, "--textbook");
+    if (literal) arguments.insert(arguments.begin() + 1, "--literal");
     const TRunResult result = RunProgram(arguments);
     EXPECT_EQ(result.output,
-              ReadWholeFile(program.string() + (textbook ? ".textbook" : "") + ".expected"));
+              ReadWholeFile(program.string() + (literal ? ".literal" : "") + ".expected"));
     EXPECT_EQ(result.errors, "");
-    shown += std::string("$ reasoner ") + (textbook ? "--textbook " : "") + "--run " + GetParam() +
+    shown += std::string("$ reasoner ") + (literal ? "--literal " : "") + "--run " + GetParam() +
              ".clp\n" + result.output;
   }
   EXPECT_NE(manual.find(shown + "```"), std::string::npos) << "the manual shows another result";
 }
 
 INSTANTIATE_TEST_SUITE_P(Examples, SemanticsTest,
-                         ::testing::ValuesIn(ExamplesWith(".clp", "textbook")), TestName);
+                         ::testing::ValuesIn(ExamplesWith(".clp", "semantics")), TestName);
 #endif
 
 #ifdef REASONER_EXAMPLES_DIR

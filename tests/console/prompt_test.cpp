@@ -6,6 +6,7 @@
 #include <poll.h>
 #include <pty.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -18,9 +19,15 @@
 namespace console_test {
 namespace {
 
-class PromptTest : public ::testing::Test {
+struct TPrompt {
+  const char* editor;
+  const char* program;
+};
+// With each library that there was when the program was built, and without one.
+constexpr TPrompt kPrompts[] = {REASONER_PROMPTS};
+
+class PromptTest : public ::testing::TestWithParam<TPrompt> {
  protected:
-  void SetUp() override { Start(); }
   void TearDown() override {
     if (child_ > 0) {
       kill(child_, SIGKILL);
@@ -28,18 +35,37 @@ class PromptTest : public ::testing::Test {
     }
   }
 
-  void Start() {
-    folder_.Write("inputrc", "set enable-bracketed-paste off\n");
+  bool HasEditor() const { return std::string(GetParam().editor) != "plain"; }
+
+  void Start(const std::string& bracketed_paste = "off") {
+    folder_.Write("inputrc", "set enable-bracketed-paste " + bracketed_paste + "\n");
     child_ = forkpty(&terminal_, nullptr, nullptr, nullptr);
     if (child_ < 0) GTEST_SKIP() << "this machine gives no terminal";
     if (child_ == 0) {
       setenv("HOME", folder_.GetPath().c_str(), 1);
       setenv("TERM", "xterm", 1);
       setenv("INPUTRC", (folder_ / "inputrc").c_str(), 1);
-      execl(REASONER_CONSOLE, REASONER_CONSOLE, nullptr);
+      execl(GetParam().program, GetParam().program, nullptr);
       _exit(127);
     }
     Expect("reasoner> ");
+  }
+
+  // With its three streams at the other end of a line that is no terminal.
+  void StartAsCoprocess() {
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+    terminal_ = ends[0];
+    child_ = fork();
+    ASSERT_GE(child_, 0);
+    if (child_ == 0) {
+      for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(ends[1], stream);
+      close(ends[0]);
+      close(ends[1]);
+      execl(GetParam().program, GetParam().program, nullptr);
+      _exit(127);
+    }
+    close(ends[1]);
   }
 
   // Waits for the program to end; the exit status.
@@ -56,15 +82,13 @@ class PromptTest : public ::testing::Test {
 
   // Types the keys at the prompt, and waits until the text is shown after them.
   void Type(const std::string& keys, const std::string& text) {
-#ifdef REASONER_LINE_EDITING
     // The prompt is there before the terminal leaves the keys to the editor.
     termios mode = {};
-    for (int wait = 0; wait < 20'000; ++wait) {
+    for (int wait = 0; HasEditor() && wait < 20'000; ++wait) {
       ASSERT_EQ(tcgetattr(terminal_, &mode), 0);
       if ((mode.c_lflag & ICANON) == 0) break;
       usleep(1'000);
     }
-#endif
     Press(keys, text);
   }
 
@@ -92,13 +116,11 @@ class PromptTest : public ::testing::Test {
   std::string shown_;
 };
 
-TEST_F(PromptTest, EvaluatesHelpsAndGoesOnAfterWhatWentWrong) {
+TEST_P(PromptTest, EvaluatesAndGoesOnAfterWhatWentWrong) {
+  Start();
   Type("(+ 40\r", "       .. ");
   Type("2)\r", "\n42\r\nreasoner> ");
-  Type("(no-such)\r", "no-such\r\nreasoner> ");
-  Type("help sqrt\r", "<numeric-expression>)\r\nreasoner> ");
-  Type("help no-such\r", "by the name no-such\r\nreasoner> ");
-  Type("help\r", "input.\r\nreasoner> ");
+  Type("(no-such)\r", "1:9: Function is unimplemented or unassigned: no-such\r\nreasoner> ");
   // The end of the input gives up what is unfinished, and leaves otherwise.
   Type("(bind ?x\r", "       .. ");
   Type("\x04", "reasoner> ");
@@ -106,25 +128,96 @@ TEST_F(PromptTest, EvaluatesHelpsAndGoesOnAfterWhatWentWrong) {
   EXPECT_EQ(End(), 0);
 }
 
-TEST_F(PromptTest, AnInterruptStopsWhatRunsAndNothingElse) {
+TEST_P(PromptTest, HelpTellsWhatIsKnownByAName) {
+  Start();
+  Type("help sqrt\r", "<numeric-expression>)\r\nreasoner> ");
+  Type("help no-such\r", "by the name no-such\r\nreasoner> ");
+  Type("help\r", "input too.\r\nreasoner> ");
+  // The function that the help names is there.
+  EXPECT_NE(shown_.find("  (list-deffunctions)"), std::string::npos);
+  Type("help list-deffunctions\r", "Displays the functions");
+  Type(
+      "(deftemplate pair (slot x)) (deffacts paired (a 1)) (deffacts pair (a 2)) (defglobal "
+      "?*pair* = 2)\r",
+      "\nreasoner> ");
+  Type("help pair\r", "\n   (slot x )\r\n)\r\n\r\n(deffacts pair\r\n");
+  if (HasEditor()) {
+    Type("help paire\t", "d ");
+    Press("\r", "(deffacts paired");
+  }
+  Type("help ?*pair*\r", "\n(defglobal ?*pair* = 2)\r\nreasoner> ");
+}
+
+TEST_P(PromptTest, AnInterruptStopsWhatRunsAndNothingElse) {
+  Start();
   Type("(deffunction turn () (printout t (sym-cat go ing) crlf) (while TRUE do (bind ?y 1)))\r",
        "reasoner> ");
   Type("(turn)\r", "going");
-  Press("\x03", "reasoner> ");
+  Press("\x03", "interrupted\r\nreasoner> ");
+  Type("(printout t (sym-cat ask ing) crlf) (readline)\r", "asking");
+  Press("\x03", "interrupted\r\nreasoner> ");
   Type("(+ 40 2)\r", "\n42\r\nreasoner> ");
 }
 
-#ifdef REASONER_LINE_EDITING
-TEST_F(PromptTest, NamesAreCompletedAndLinesRemembered) {
+TEST_P(PromptTest, AnInterruptDropsAllLinesThatAreUnfinished) {
+  for (const char* const bracketed_paste : {"off", "on"}) {
+    Start(bracketed_paste);
+    Type("(bind ?x\r", "       .. ");
+    Type("(+ 1 7", "(+ 1 7");
+    Press("\x03", "reasoner> ");
+    Press("\x03", "reasoner> ");
+    Type("(+ 40 2)\r", "42\r\n");
+    Expect("reasoner> ");
+    Type("\x04", "\n");
+    EXPECT_EQ(End(), 0);
+  }
+}
+
+TEST_P(PromptTest, ATabulatorThatIsPastedIsNoWishForCompletion) {
+  for (const char* const bracketed_paste : {"off", "on"}) {
+    Start(bracketed_paste);
+    Type("(create$ food\tx)\r", "food x \r\n");
+    Type("(str-length \"a\tb\")\r", "3\r\n");
+    Type("\x1b[200~(create$ hood\tx)\x1b[201~\r", "hood x \r\n");
+    Type("\x1b[200~(str-length \"ab\tb\")\x1b[201~\r", "4\r\n");
+    Type("(str-cat (readline) \".\")\rtwo words\r(str-length \"äü€\")\r", "\"two words.\"\r\n");
+    Expect("3\r\n");
+    Type("\x04", "\n");
+    EXPECT_EQ(End(), 0);
+  }
+}
+
+TEST_P(PromptTest, NamesAreCompletedAndLinesRemembered) {
+  if (!HasEditor()) GTEST_SKIP() << "no line editor";
+  Start();
   Type("(defglobal ?*altitude* = 7)\r", "reasoner> ");
-  Type("(str-len\t\"four\")\r", "\n4\r\nreasoner> ");
-  Type("?*alt\t\r", "\n7\r\nreasoner> ");
+  Type("?*alt\t", "itude*");
+  Press("\r", "\n7\r\nreasoner> ");
   Type("\x04", "\n");
   EXPECT_EQ(End(), 0);
   Start();
-  Type("\x1b[A\x1b[A\r", "\n4\r\nreasoner> ");
+  Type("\x1b[A\x1b[A\x1b[A\r", "reasoner> ");
+  Type("\x1b[A\x1b[A\r", "\n7\r\nreasoner> ");
 }
-#endif
+
+TEST_P(PromptTest, AnInputThatIsNoTerminalIsAnsweredExpressionByExpression) {
+  StartAsCoprocess();
+  Press("(+ 1 2)", "3\n");
+  Press("\n(foo)", "2:5: Function is unimplemented or unassigned: foo\n");
+  Press(" (str-cat a\n", "");
+  Press("b)", "\"ab\"\n");
+  Press("(sym-cat (readline) (read)) (+ 40 2)\nline\n12 dropped\n", "line12\n42\n");
+  Press("(bind ?x 5) ?x ", "5\n5\n");
+  Press("?y;", "6:16: Unknown variable name: y\n");
+  shutdown(terminal_, SHUT_WR);
+  EXPECT_EQ(End(), 1);
+}
+
+std::string EditorOf(const ::testing::TestParamInfo<TPrompt>& prompt) {
+  return prompt.param.editor;
+}
+
+INSTANTIATE_TEST_SUITE_P(Editors, PromptTest, ::testing::ValuesIn(kPrompts), EditorOf);
 
 }  // namespace
 }  // namespace console_test

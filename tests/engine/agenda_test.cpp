@@ -1,6 +1,7 @@
 #include "reasoner/engine/Agenda.h"
 
 #include "reasoner/functions/HostFunction.h"
+#include "reasoner/library/Packages.h"
 #include "tests/support/EngineFixture.h"
 #include "tests/support/Failure.h"
 
@@ -71,7 +72,7 @@ TEST_F(AgendaTest, AChangeOfStrategyPlacesEveryEntryAnewAndRemovesNone) {
   EXPECT_EQ(added, before) << "the activation objects stay";
   EXPECT_EQ(removed, 0);
   EXPECT_EQ(TakeOutput(),
-            "==> Activation: 0 r : f-3 (1.0000)\n==> Activation: 0 r : f-2 (1.0000)\n"
+            "==> Activation: 0 r : f-3 (1.0000)\n==> Activation: 0 r : f-2 (0.2500)\n"
             "==> Activation: 0 r : f-1 (1.0000)\n");
   EXPECT_EQ(Agenda(), "rf-3 rf-2 rf-1 ");
   engine.Retract(2);
@@ -79,7 +80,8 @@ TEST_F(AgendaTest, AChangeOfStrategyPlacesEveryEntryAnewAndRemovesNone) {
   EXPECT_EQ(removed, 1);
 }
 
-TEST_F(AgendaTest, ASalienceThatWasZeroIsEvaluatedAtEveryActivation) {
+TEST_F(AgendaTest, LiterallyOnlyASalienceThatWasZeroIsEvaluatedAtEveryActivation) {
+  engine.SetTextbookSemantics(false);
   Load(
       "(defglobal ?*s* = 0) (defrule r (declare (salience ?*s*)) (a ?x) =>)"
       "(defrule other (declare (salience 3)) (b) =>) (assert (b) (a 1))");
@@ -94,6 +96,30 @@ TEST_F(AgendaTest, ASalienceThatWasZeroIsEvaluatedAtEveryActivation) {
   Load("(defglobal ?*t* = 4) (defrule fixed (declare (salience ?*t*)) (c) =>) (bind ?*t* 20)");
   engine.Assert("(c)");
   EXPECT_EQ(engine.GetRules().Find("fixed")->GetSalience(), 4) << "any other number stays";
+}
+
+TEST_F(AgendaTest, AnActivationKeepsTheSalienceThatItsExpressionGaveIt) {
+  new TExtensionPackage(&engine);
+  ExpectShown({{"(set-strategy breadth)", "depth"},
+               {"(get-strategy)", "breadth"},
+               {"(set-strategy depth)", "breadth"},
+               {"(get-salience-evaluation)", "when-activated"}});
+  ExpectError("(set-strategy sideways)", "Unknown setting: sideways, expected depth or breadth");
+  ExpectError("(set-salience-evaluation never)", "expected when-activated or every-cycle");
+  Load(
+      "(defglobal ?*s* = 1) (defrule r (declare (salience ?*s*)) (a ?) =>)"
+      "(defrule five (declare (salience 5)) (b ?) =>)");
+  for (const int salience : {9, 2, 7, 5, 1}) {
+    const std::string number = std::to_string(salience);
+    Load("(bind ?*s* " + number + ") (assert (a " + number + ") (b " + number + "))");
+  }
+  std::string saliences;
+  for (std::int32_t i = 0; i < engine.GetAgendaCount(); ++i)
+    saliences += engine.GetActivation(i).GetEntryText().substr(0, 2);
+  EXPECT_EQ(saliences, "9 7 5 5 5 5 5 5 2 1 ");
+  ExpectShown({{"(set-salience-evaluation every-cycle)", "when-activated"}});
+  engine.Run(1);
+  EXPECT_EQ(engine.GetAgenda().ToString().substr(0, 6), "5 five") << "all are 1 or 5 now";
 }
 
 TEST_F(AgendaTest, WithEvaluationEveryTimeWaitingEntriesFollowTheirRules) {

@@ -77,6 +77,40 @@ TEST_F(FactsTest, SearchesGoByContentByIdOrByIdentity) {
   EXPECT_EQ(facts->IndexOf(*same), -1);
 }
 
+TEST_F(FactsTest, IdsGoOnBeyond32Bits) {
+  facts->PreserveIDs = true;
+  const Ref<IFact> high = Parsed("(a 1)");
+  high->SetID(12345678901);
+  facts->Add(high);
+  const TFactId low = 12345678901 & 0x7FFFFFFF;  // files under the same key
+  const Ref<IFact> twin = Parsed("(a 2)");
+  twin->SetID(low);
+  facts->Add(twin);
+  EXPECT_EQ(facts->GetFactByID(12345678901), high);
+  EXPECT_EQ(facts->GetFactByID(low), twin);
+  EXPECT_EQ(engine.GetNextFactId(), 12345678902);
+  Load("(defrule r ?f <- (a ?x) (b ?f) => (printout t ?f \" \" ?x) (modify ?f (__Data 7)))");
+  for (const Ref<IFact>& fact : {high, twin}) {
+    const Ref<IFact> pointer = Parsed("(b 0)");
+    const Ref<IValueVector> fields = NewVector();
+    fields->Add(NewFactId(fact->GetID()));
+    pointer->SetValue("__Data", NewList(fields));
+    engine.Assert(pointer);
+  }
+  EXPECT_EQ(engine.GetAgendaCount(), 2);
+  engine.Retract(low);
+  EXPECT_EQ(engine.GetAgendaCount(), 1);
+  EXPECT_EQ(engine.GetActivation(0).GetToken()->GetToFactsString(), "f-12345678901, f-12345678902");
+  EXPECT_EQ(engine.Run(), 1);
+  EXPECT_EQ(TakeOutput(), "<Fact-12345678901> 1");
+  EXPECT_EQ(high->ToIDString(), "f-12345678904 (a 7 )");
+  ExpectPrinted("(facts 12345678904)", "f-12345678904 (a 7 )\nFor a total of 1 facts.\n");
+  ExpectShown({{"(get-slot-value 12345678904 __Data)", "7 "},
+               {"(retract 12345678904)", "TRUE"},
+               {"(assert (a 8))", "<Fact-12345678905>"}});
+  EXPECT_FALSE(facts->Lists(*high));
+}
+
 TEST_F(FactsTest, PreservedIdsAreKeptWhenTheyAreFree) {
   facts->PreserveIDs = true;
   engine.Assert("(a)");

@@ -60,6 +60,85 @@ TEST_F(HostileHandlersTest, TheNetworksOwnEventsMayRaise) {
   EXPECT_EQ(engine.GetAgendaCount(), 0);
 }
 
+TEST_F(HostileHandlersTest, AHandlerMayFreeTheRuleThatIsReported) {
+  const auto free_rule = [](TReasoner& sender, auto&&...) { delete sender.GetRules().Find("r"); };
+  const auto free_reported = [](TReasoner&, TRule& rule) {
+    if (!rule.IsDestroying()) delete &rule;
+  };
+  const auto load = [this] { Load("(defrule r (a (x ?v)) => )"); };
+  const Subscription behind =
+      engine.OnRemoveRule.Subscribe([](TReasoner&, TRule& rule) { rule.GetRuleName(); });
+  AssertMany(2);
+  load();
+  engine.OnRemoveRule = free_reported;
+  Load("(undefrule r)");
+  load();
+  load();  // takes the place of the first, which ends on the way
+  EXPECT_EQ(engine.GetAgendaCount(), 2);
+  engine.OnRemoveRule = nullptr;
+  engine.OnRemoveActivation = free_rule;
+  engine.GetRules().Find("r")->SetSalience(5);
+  EXPECT_EQ(engine.GetRules().GetCount(), 0);
+  EXPECT_EQ(engine.GetReteNetwork().GetNodeCount(), 0u);
+}
+
+TEST_F(HostileHandlersTest, PackagesAreChangedOnceAtATime) {
+  engine.OnRemoveUserFunction = [](TReasoner& sender, const Ref<IUserFunction>&) {
+    sender.OnRemoveUserFunction = nullptr;
+    sender.SetPackages({pStandard, pMath});
+    throw std::runtime_error("no");
+  };
+  engine.OnAddUserFunction = [](TReasoner&, const Ref<IUserFunction>&) {
+    throw std::runtime_error("no");
+  };
+  EXPECT_THROW(engine.SetPackages({pStandard}), std::runtime_error);
+  EXPECT_EQ(Show("(+ (sqrt 4) 1)"), "3.0000");
+  EXPECT_FALSE(engine.ContainsUserFunction("str-cat"));
+}
+
+TEST_F(HostileHandlersTest, ABuiltInFunctionComesBackWhenAHostsFunctionGoes) {
+  {
+    const auto function = HostFunction("abs", [] {});
+    EXPECT_EQ(Show("(abs)"), "");
+  }
+  EXPECT_EQ(Show("(abs -3)"), "3");
+}
+
+TEST_F(HostileHandlersTest, ATypeIsListedUnderTheNameThatItHas) {
+  Load(
+      "(deftype one extends (type INTEGER) (range 0 1)) (deftype two extends (type INTEGER) (range "
+      "0 2))");
+  const Ref<IKBDefinedType> type = engine.FindDefinedType("one");
+  EXPECT_THROW(type->SetName("two"), EKBException);
+  type->SetName("three");
+  EXPECT_EQ(engine.FindDefinedType("three"), type);
+  Load("(deftype three extends (type INTEGER) (range 0 3))");
+  EXPECT_FALSE(engine.FindDefinedType("one"));
+}
+
+TEST_F(HostileHandlersTest, EachEngineCountsItsOwnDepth) {
+  TReasoner inner;
+  inner.SetMaxDepth(20);
+  const auto function = HostFunction("inner", [&inner] { inner.Parse("(+ 1 (+ 2 3))", true); });
+  Load("(deffunction f (?n) (if (= ?n 0) then (inner) else (f (- ?n 1))))");
+  EXPECT_NO_THROW(Show("(f 30)"));
+  engine.SetMaxDepth(20);
+  EXPECT_THROW(Show("(f 30)"), EKBException);
+}
+
+TEST_F(HostileHandlersTest, AHostsScopeNeedBeNoFrame) {
+  struct Scope final : IScope {
+    Ref<IKBValue> FindValue(const Text& name) override {
+      return name == "x" ? Ref<IKBValue>(NewInteger(4)) : nullptr;
+    }
+    Ref<IKBValue> ReadMatch(const TBindingInfo&) override { return nullptr; }
+  } scope;
+  const Ref<IKBValue> call =
+      NewFunCallValue(engine.ParseFunCall("(+ ?x (if (> ?x 3) then (bind ?y 2) else 0))"));
+  EXPECT_EQ(call->Resolve(&scope)->ToString(), "6");
+  EXPECT_THROW(NewFunCallValue(engine.ParseFunCall("(+ ?z 1)"))->Resolve(&scope), EKBException);
+}
+
 TEST_F(HostileHandlersTest, SwitchingTheNetworkOffTakesARuleThatGoesMeanwhile) {
   Load("(defrule r (a (x ?v)) => )");
   AssertMany(3);
@@ -228,7 +307,7 @@ TEST_F(HostileHandlersTest, AKeptIdIsTheOneFactsAlone) {
   engine.GetFacts().PreserveIDs = true;
   AssertMany(5);
   engine.Retract(2);
-  std::int32_t nested = 0;
+  TFactId nested = 0;
   engine.OnAssertion = [&](TReasoner& sender, const Ref<IFact>&) {
     engine.OnAssertion = nullptr;
     nested = sender.Assert("(a (x nested))");
@@ -243,11 +322,16 @@ TEST_F(HostileHandlersTest, AKeptIdIsTheOneFactsAlone) {
 TEST_F(HostileHandlersTest, TheLastFactIdIsTheLastFact) {
   engine.GetFacts().PreserveIDs = true;
   const Ref<IFact> fact = engine.ParseFact("(a (x last))");
-  fact->SetID(std::numeric_limits<std::int32_t>::max());
+  fact->SetID(std::numeric_limits<TFactId>::max());
   engine.GetFacts().Add(fact);
   EXPECT_EQ(engine.GetFacts().GetFactByID(fact->GetID()), fact);
   EXPECT_THROW(engine.Assert("(a (x more))"), EKBException);
   EXPECT_EQ(engine.GetFacts().GetCount(), 2);
+  // What would come back as another fact stays as it is.
+  Load("(defrule change ?f <- (a (x last)) => (modify ?f (x other)))");
+  EXPECT_THROW(engine.Run(), EKBException);
+  EXPECT_EQ(engine.GetFacts().GetFactByID(fact->GetID()), fact);
+  EXPECT_EQ(fact->ToString(), "(a (x last))");
   engine.Reset();
   AssertMany(1);
   EXPECT_EQ(engine.GetFacts().GetCount(), 2);

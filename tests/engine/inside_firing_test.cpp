@@ -76,7 +76,7 @@ TEST_F(InsideFiringTest, HandlersChangeFactsWhileATokenIsInside) {
   Load("(defrule one (a ?x) => ) (defrule two (b ?x) => ) (defrule three (a ?x) (b ?x) => )");
   engine.OnAddActivation = [&](TReasoner&, std::int32_t, TActivation& activation) {
     if (activation.GetRule().GetRuleName() != "one") return;
-    const std::int32_t id = engine.Assert("(b 1)");
+    const TFactId id = engine.Assert("(b 1)");
     EXPECT_GT(id, 0) << "the id is there at once";
     EXPECT_EQ(engine.Run(), 0);
     EXPECT_THROW(engine.Reset(), EKBException);

@@ -32,6 +32,9 @@ TEST_F(RegistriesTest, ASecondDefinitionOverwritesIsIgnoredOrRaises) {
       {"(defrule r \"1\" (a) =>)", "(defrule r \"2\" (a) =>)",
        [&] { return engine.GetRules().Find("r")->Comment; },
        "Duplicate Rules defined with same name: \"r\""},
+      {"(deffacts s \"1\" (a))", "(deffacts s \"2\" (a))",
+       [&] { return engine.GetFactSets().GetItem(0).Comment; },
+       "Fact Set Name already exists: \"s\""},
   };
   for (const Row& row : rows) {
     Load(row.first);
@@ -48,9 +51,8 @@ TEST_F(RegistriesTest, ASecondDefinitionOverwritesIsIgnoredOrRaises) {
     EXPECT_EQ(row.held(), "2");
   }
   engine.DuplicateConstructs = dcError;
-  Load("(defglobal ?*g* = 1) (defglobal ?*g* = 2) (deffacts s (a)) (deffacts s (b))");
-  EXPECT_EQ(Show("(create$ ?*g*)"), "2 ") << "globals and fact sets know no such policy";
-  EXPECT_EQ(engine.GetFactSets().GetCount(), 1);
+  Load("(defglobal ?*g* = 1) (defglobal ?*g* = 2)");
+  EXPECT_EQ(Show("(create$ ?*g*)"), "2 ") << "globals know no such policy";
 }
 
 TEST_F(RegistriesTest, ARedefinedTemplateTakesItsFactsAndRulesAlongWhereTheyFit) {
@@ -209,6 +211,64 @@ TEST_F(RegistriesTest, WhatFitsComesOverUnharmedAndWhatDoesNotIsReported) {
   EXPECT_EQ(fired, 2) << "the handler has come over";
 }
 
+TEST_F(RegistriesTest, WhatIsDroppedIsToldByNameAndReason) {
+  Load(R"((deftype age extends (type INTEGER) (range 0 10))
+          (deftemplate item (slot a (type age) (default 7)) (slot b))
+          (deffacts s (item (b 2)))
+          (defrule r (item (b ?)) =>) (defrule q ?f <- (item (a ?)) => (modify ?f (b 1)))
+          (assert (item (a 9)) (item (b 3))))");
+  std::string told;
+  engine.OnDropped = [&told](TReasoner&, const std::string& what, const std::string& reason) {
+    told += what + ": " + reason.substr(0, reason.find(" in Parse")) + "\n";
+  };
+  Load("(deftype age extends (type INTEGER) (range 0 8))");
+  EXPECT_EQ(told,
+            "fact (item (a 9)): Parsing Error, Value \"9\" is not valid, Range must be between "
+            "0.0000 and 8.0000\n");
+  told.clear();
+  Load("(deftype age extends (type INTEGER) (range 0 5))");
+  EXPECT_EQ(told.substr(0, told.find('\n')),
+            "default 7 of slot a in template item: it does not fit the new type age");
+  told.clear();
+  Load("(assert (item (b 3))) (deftemplate item (slot a (type age)))");
+  EXPECT_EQ(told,
+            "line of fact set s: (item (b 2)): No such slot name: \"b\"\n"
+            "fact (item (a 0) (b 3)): No such slot name: \"b\"\n"
+            "rule r: No such slot name: \"b\"\n");
+  told.clear();
+  Load("(assert (item)) (undeftype age)");
+  EXPECT_EQ(told,
+            "template item: type age is gone\nfact (item (a 0)): template item is gone\n"
+            "line of fact set s: (item (b 2)): template item is gone\n"
+            "rule q: template item is gone\n");
+}
+
+TEST_F(RegistriesTest, AFailingRenamingLeavesTheOldName) {
+  Load("(defrule r =>) (defrule taken =>) (deffacts s (a)) (deffacts t (b))");
+  TRule& rule = *engine.GetRules().Find("r");
+  EXPECT_NE(FailureOf([&] { rule.SetRuleName("taken"); }), "");
+  EXPECT_EQ(rule.GetRuleName(), "r");
+  EXPECT_EQ(engine.GetRules().Find("r"), &rule);
+  TFactSet& fact_set = engine.GetFactSets().GetItem(0);
+  EXPECT_EQ(FailureOf([&] { fact_set.SetFactSetName("t"); }),
+            "Fact Set Name already exists: \"t\"");
+  EXPECT_EQ(fact_set.GetFactSetName(), "s");
+  fact_set.SetFactSetName("free");
+  EXPECT_EQ(engine.GetFactSets().IndexOf("free"), 0);
+}
+
+TEST_F(RegistriesTest, NamesThatWouldReadBackAsSomethingElseAreRefused) {
+  for (const std::string name : {"g", "", "*g", "*\xFF*"}) {
+    EXPECT_NE(FailureOf([&] { engine.GetGlobalVariables().Put(name, NewInteger(1)); }), "") << name;
+  }
+  engine.GetGlobalVariables().Put("*a b*", NewInteger(1));
+  TReasoner other;
+  other.Parse(engine.GetExpertSystem(), true);
+  EXPECT_TRUE(other.GetGlobalVariables().ContainsKey("*a b*"));
+  EXPECT_NE(FailureOf([&] { Load("(deftemplate t (slot __PATTERN))"); }), "");
+  EXPECT_NE(FailureOf([&] { Load("(deftype INTEGER extends (type STRING))"); }), "");
+}
+
 TEST_F(RegistriesTest, ABuiltInFunctionComesBackWhenItsStandInGoes) {
   Load("(deffunction abs (?x) mine) (deffunction abs (?x) mine-again)");
   EXPECT_EQ(Show("(abs -1)"), "mine-again");
@@ -243,7 +303,8 @@ TEST_F(RegistriesTest, AChangedRuleStaysThoughAFactCannotBeTested) {
   Load("(assert (a 4))");
   EXPECT_EQ(engine.GetAgendaCount(), 3);
   EXPECT_NE(FailureOf([&] { Load("(defrule new (a ?x&:(> ?x 0)) =>)"); }), "");
-  EXPECT_EQ(engine.GetRules().Find("new"), nullptr) << "a new rule comes whole or not at all";
+  EXPECT_EQ(engine.GetRules().Find("new")->GetEngine(), &engine) << "so does a new rule";
+  EXPECT_EQ(engine.GetAgendaCount(), 6);
 }
 
 TEST_F(RegistriesTest, FactSetsStandInAnOrderThatAHostChooses) {

@@ -117,6 +117,71 @@ TEST_F(SaveTest, ValuesWithoutTextAreToldOfAndOthersComeBackAsTheyWere) {
   EXPECT_EQ(loaded->GetValue("s")->ToString(), "x") << "the default";
 }
 
+TEST_F(SaveTest, ADocumentKeepsTheIndexOfSymbolsAndTheSettingOfTerms) {
+  Load(
+      "(set-fuzzy-auto-terms FALSE) (deftype heat extends (type FUZZY) (range 0 9))"
+      "(deffunction new-node () (assert (node (gensym*)))) (new-node) (gensym*)");
+  TReasoner other;
+  other.Parse(engine.GetExpertSystem(), true);
+  EXPECT_EQ(other.ParseNExecuteFunCall("(new-node)")->ToString(), "<Fact-2>");
+  EXPECT_EQ(Facts(other), "(Initial-Fact)\n(node gen0 )\n(node gen2 )");
+  EXPECT_EQ(other.FindDefinedType("heat")->GetFuzzyType()->GetSetCount(), 0);
+  EXPECT_FALSE(other.FuzzyAutoTerms);
+  // A symbol that a text uses is not generated.
+  other.Parse("(assert (node gen5))", true);
+  EXPECT_EQ(other.ParseNExecuteFunCall("(gensym*)")->ToString(), "gen6");
+  // Types that have no such terms get none while the setting is on.
+  other.FuzzyAutoTerms = true;
+  TReasoner third;
+  third.Parse(other.GetExpertSystem(), true);
+  EXPECT_EQ(third.FindDefinedType("heat")->GetFuzzyType()->GetSetCount(), 0);
+  EXPECT_TRUE(third.FuzzyAutoTerms);
+}
+
+TEST_F(SaveTest, SavingChangesNothing) {
+  Load(
+      "(deftemplate item (slot a) (slot b)) (deffacts s (item (b 1)) (item (a 1)))"
+      "(defrule r (item (a ?)) (not (other $?)) =>) (deftemplate item (slot a))");
+  TFactSet unread;
+  unread.SetFactSetName("unread");
+  unread.SetFacts({"(never-seen 1)", "(item (a 2))"});
+  unread.SetEngineNoParse(&engine);
+  engine.GetFactSets().Add(unread);
+  int parsed = 0;
+  engine.GetParser().OnParseFact = [&parsed](TKBParser&, const Ref<IFact>&) { ++parsed; };
+  const std::int32_t index = engine.GetSymbolIndex();
+  const std::int32_t templates = engine.GetFactTemplates().GetCount();
+  const std::string text = engine.GetExpertSystem();
+  for (const char* line : {"; does not fit: (item (b 1))", "; does not fit: (never-seen 1)",
+                           "\n   (item (a 1))", "\n   (item (a 2))"})
+    EXPECT_NE(text.find(line), std::string::npos) << text;
+  EXPECT_EQ(engine.GetSymbolIndex(), index);
+  EXPECT_EQ(engine.GetFactTemplates().GetCount(), templates);
+  EXPECT_EQ(parsed, 0);
+}
+
+TEST_F(SaveTest, ALoadGoesOnBehindWhatDoesNotFitAndTellsEach) {
+  const std::string path = Path("knowledge.clp");
+  WriteFileWhole(path,
+                 "(deftemplate item (slot a))\n"
+                 "(defrule lost (item (b ?)) =>)\n"
+                 "(deffunction f () (assert (item (b 1))))\n"
+                 "(assert (item (a 1)))\n"
+                 "(defrule late (test (g ?x)) =>)\n"
+                 "(defrule kept (item (a ?x)) =>)\n");
+  const std::string message = FailureOf([&] { engine.LoadFromFile(path); });
+  for (const char* line : {":2: No such slot name: \"b\"", ":3: No such slot name: \"b\"",
+                           ":5: Unknown variable name: x"})
+    EXPECT_NE(message.find(path + line), std::string::npos) << message;
+  EXPECT_EQ(engine.GetFacts().GetCount(), 2);
+  EXPECT_TRUE(engine.GetRules().ContainsKey("kept"));
+  EXPECT_EQ(engine.GetRules().GetCount(), 1);
+  // What runs may be what the rest builds on.
+  WriteFileWhole(path, "(assert (item (a 2)))\n(oops)\n(assert (item (a 3)))\n");
+  EXPECT_NE(FailureOf([&] { engine.LoadFromFile(path); }).find("oops"), std::string::npos);
+  EXPECT_EQ(engine.GetFacts().GetCount(), 3);
+}
+
 TEST_F(SaveTest, LoadingKeepsFactsAndSettingTheSystemResets) {
   Load("(deftemplate a (slot n)) (deffacts start (a (n 1))) (assert (a (n 2)))");
   const std::string text = engine.GetExpertSystem();
@@ -231,6 +296,58 @@ TEST_F(SaveTest, ARuleOfAnotherEngineComesOverByItsText) {
   Load("(assert (b 1) (c 1))");
   EXPECT_EQ(engine.Run(), 1);
   EXPECT_EQ(TakeOutput(), "there1");
+}
+
+TEST_F(SaveTest, SalienceExpressionsComeBackAsExpressions) {
+  for (const bool plain : {true, false}) {
+    engine.Clear();
+    engine.SetTextbookSemantics(plain);
+    Load(
+        "(defglobal ?*zero* = 0 ?*four* = 4)"
+        "(defrule zero (declare (salience ?*zero*)) (a) =>)"
+        "(defrule sum (declare (salience (+ ?*zero* 4))) (a) =>)");
+    const std::string sum = plain ? "(+ ?*zero* 4)" : "4";
+    TReasoner copy;
+    copy.Assign(engine);
+    TReasoner loaded;
+    loaded.SetTextbookSemantics(plain);
+    loaded.Parse(engine.GetExpertSystem(), true);
+    Load("(deftemplate a (slot x))");  // rebuilds the rules
+    for (TReasoner* each : {&engine, &copy, &loaded}) {
+      const std::string text = each->GetExpertSystem();
+      EXPECT_NE(text.find("(salience ?*zero*)"), std::string::npos) << text;
+      EXPECT_NE(text.find("(salience " + sum + ")"), std::string::npos) << text;
+      each->Parse("(bind ?*zero* 3)", true);
+      each->Assert("(a)");
+      EXPECT_EQ(each->GetActivation(0).ToString().substr(0, 6), plain ? "7 sum " : "4 sum ");
+      EXPECT_EQ(each->GetActivation(1).ToString().substr(0, 6), "3 zero");
+    }
+  }
+}
+
+TEST_F(SaveTest, LineBreaksInTextsComeBackInTheMeaningTheyWereSavedIn) {
+  const std::string program =
+      "(deffacts d \"of\nus\" (a \"x\ny\tz\\\\n\"))"
+      "(defrule r (a \"x\ny\") => (printout t \"x\ny\"))";
+  for (const bool plain : {true, false}) {
+    engine.Clear();
+    engine.SetTextbookSemantics(plain);
+    Load(program);
+    engine.Reset();
+    const std::string document = engine.GetExpertSystem();
+    const std::string written = plain ? "\n   (a \"x\\ny\\tz\\\\n\"" : "\n   (a \"x\ny\tz\\\\n\"";
+    EXPECT_NE(document.find(written), document.rfind(written)) << document;
+    EXPECT_EQ(engine.GetRules().Find("r")->ToString().find("x\ny") == std::string::npos, plain);
+    TReasoner loaded;
+    loaded.SetTextbookSemantics(plain);
+    loaded.Parse(document, true);
+    EXPECT_EQ(Facts(loaded), Facts(engine));
+    if (plain) continue;
+    loaded.Clear();
+    loaded.SetTextbookSemantics(true);
+    loaded.Parse(document, true);
+    EXPECT_EQ(Facts(loaded), Facts(engine)) << "what was saved literally reads plainly, too";
+  }
 }
 
 }  // namespace

@@ -8,7 +8,8 @@ namespace {
 
 class InterpretedFunctionTest : public EngineTest {};
 
-TEST_F(InterpretedFunctionTest, AnArgumentSeesTheFormalsBoundBeforeIt) {
+TEST_F(InterpretedFunctionTest, LiterallyAnArgumentSeesTheFormalsBoundBeforeIt) {
+  engine.SetTextbookSemantics(false);
   Load("(deffunction inner (?x ?y) ?y) (deffunction outer (?x) (inner 9 ?x))");
   EXPECT_EQ(Show("(outer 1)"), "9");
 }

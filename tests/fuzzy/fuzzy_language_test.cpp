@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <functional>
 #include <string>
 
 #include "reasoner/language/PrettyPrint.h"
@@ -157,14 +160,82 @@ TEST_F(FuzzyLanguageTest, ExpressionsAreGroupedAndEvaluated) {
   EXPECT_EQ(points->GetParser(), &engine);
 }
 
+// Each against its formula on a fine grid, and the centre against a sum over the grid.
+TEST_F(FuzzyLanguageTest, CurvesAreTrueToTheirHeightInsideOfOthersToo) {
+  Load(
+      "(deftype curve extends (type FUZZY) (range 0 100) (values"
+      "  (term x ((10 0) (60 1) (90 0))) (term g (tri 0 50 100)) (term w ((0 0) (40 0.05) (100 "
+      "0)))))");
+  using TCurve = std::function<double(double)>;
+  const TCurve x = [](double v) {
+    return std::clamp(v < 60 ? (v - 10) / 50 : (90 - v) / 30, 0., 1.);
+  };
+  const TCurve g = [](double v) { return v < 50 ? v / 50 : 2 - v / 50; };
+  const TCurve w = [](double v) { return 0.05 * (v < 40 ? v / 40 : (100 - v) / 60); };
+  const auto least = [&](double v) { return std::min(x(v), g(v)); };
+  const auto most = [&](double v) { return std::max(x(v), g(v)); };
+  const struct {
+    const char* text;
+    TCurve wanted;
+  } rows[] = {
+      {"somewhat very x", x},
+      {"very somewhat x", x},
+      {"[ x to-power 5 ] to-power 0.2", x},
+      {"[ x to-power 0.2 ] to-power 5", x},
+      {"somewhat very w", w},
+      {"very w", [&](double v) { return w(v) * w(v); }},
+      {"extremely very w", [&](double v) { return std::pow(w(v), 6); }},
+      {"x to-power 0.2", [&](double v) { return std::pow(x(v), 0.2); }},
+      {"x to-power 40", [&](double v) { return std::pow(x(v), 40); }},
+      {"somewhat [ very x or very g ]", most},
+      {"[ [ x to-power 9 ] and [ g to-power 9 ] ] to-power 0.1111111111111111", least},
+      {"very [ somewhat x and somewhat g ]", least},
+      {"somewhat [ x and-product x ]", x},
+      {"[ x and-product g ] to-power 0.2", [&](double v) { return std::pow(x(v) * g(v), 0.2); }},
+      {"somewhat not very x", [&](double v) { return std::sqrt(1 - x(v) * x(v)); }},
+      {"somewhat [ x and-mean-sqr g ]", [&](double v) { return (x(v) + g(v)) / 2; }},
+  };
+  for (const auto& row : rows) {
+    const Ref<IFuzzySet> set = engine.ParseFuzzyExpression(&Variable("curve"), row.text);
+    double worst = 0;
+    double area = 0;
+    double moment = 0;
+    constexpr int kSteps = 50'000;
+    for (int i = 0; i < kSteps; ++i) {
+      const double v = (i + 0.5) * 100 / kSteps;
+      const double y = row.wanted(v);
+      worst = std::max(worst, std::fabs(set->DegreeOfMembership(v) - y));
+      area += y;
+      moment += y * v;
+    }
+    EXPECT_LE(worst, 0.001) << row.text;
+    EXPECT_NEAR(set->GetCentreOfGravity(), moment / area, 0.1) << row.text;
+  }
+}
+
 TEST_F(FuzzyLanguageTest, ValuesOfFactsReadBackAsTheyPrint) {
-  for (const char* value :
-       {"hot", "25", "0.12345678", "(tri 1 2 3)", "(tri 1 2 (+ 1 1.000001))", "very hot",
-        "cold or hot", "not [ cold or hot ] and hot", "hot or [ cold and very hot ]",
-        "((1 0) (2.00001 0.5) (3 0) )", "cold or (tri 1 2 3)", "\"hot\"", "", "nil", "hot or hot",
-        "very [ hot or hot ]", "0.1234567 shifted-by 0.00000001", "cold or [ nil or not hot ]"}) {
+  for (const char* value : {"hot",
+                            "25",
+                            "0.12345678",
+                            "(tri 1 2 3)",
+                            "(tri 1 2 (+ 1 1.000001))",
+                            "very hot",
+                            "cold or hot",
+                            "not [ cold or hot ] and hot",
+                            "hot or [ cold and very hot ]",
+                            "((1 0) (2.00001 0.5) (3 0) )",
+                            "cold or (tri 1 2 3)",
+                            "\"hot\"",
+                            "",
+                            "nil",
+                            "hot or hot",
+                            "((1 0) (2 1) (3 0)) summed-to 2.5",
+                            "hot or [ ((1 0) (2 1) (3 0)) summed-to 2.5 ]",
+                            "very [ hot or hot ]",
+                            "0.1234567 shifted-by 0.00000001",
+                            "cold or [ nil or not hot ]"}) {
     const std::string fact = std::string("(room (name a) (heat ") + value + "))";
-    const std::int32_t id = engine.Assert(fact);
+    const TFactId id = engine.Assert(fact);
     const Ref<IFact> first = engine.GetFacts().GetFactByID(id);
     const Ref<IFuzzySet> set(first->GetValue("heat")->GetAsFuzzy());
     EXPECT_EQ(set->GetVariable(), &Variable("heat")) << fact;
@@ -173,6 +244,7 @@ TEST_F(FuzzyLanguageTest, ValuesOfFactsReadBackAsTheyPrint) {
     const Ref<IFact> again = engine.GetFacts().GetFactByID(engine.Assert(source));
     ASSERT_TRUE(again) << source;
     EXPECT_TRUE(set->SamePoints(*again->GetValue("heat")->GetAsFuzzy())) << source;
+    EXPECT_EQ(set->GetSumHeight(), again->GetValue("heat")->GetAsFuzzy()->GetSumHeight());
     EXPECT_EQ(FactToSource(*again, false), source);
     engine.Retract(again->GetID());
   }
@@ -203,7 +275,7 @@ TEST_F(FuzzyLanguageTest, WhatNeedsAContextWaitsForIt) {
     const std::string source = parsed->ToString();
     EXPECT_EQ(engine.ParseFunCall(source)->ToString(), source);
     for (const std::string& text : {call, source}) {
-      const std::int32_t id = engine.ParseNExecuteFunCall(text)->GetAsFactId();
+      const TFactId id = engine.ParseNExecuteFunCall(text)->GetAsFactId();
       EXPECT_EQ(FactToText(*engine.GetFacts().GetFactByID(id)), row.shown) << text;
       engine.Retract(id);
     }

@@ -89,6 +89,40 @@ TEST_F(FuzzyReasoningTest, ANegatedTestIsAsTrueAsThePlainOneIsNot) {
   EXPECT_EQ(Agenda(), "not-hot 0.9950");
 }
 
+TEST_F(FuzzyReasoningTest, WhatExistsIsAsTrueAsTheBestOfItsFacts) {
+  engine.SetTextbookSemantics(true);
+  Load(
+      "(defrule some (wish (heat hot)) (exists (room (heat hot))) => )"
+      "(defrule on (wish (heat hot)) (exists (room (heat hot))) (room (name ?n) (heat cold)) => )"
+      "(defrule four (wish (heat hot)) (not (not (not (not (room (heat hot)))))) => )"
+      "(defrule none (wish (heat hot)) (not (room (heat hot))) => )"
+      "(defrule three (wish (heat hot)) (not (exists (room (heat hot)))) => )"
+      "(defrule whole (exists (room (name a))) => )");
+  // wish 8 is 0.8 hot; a room of x is x/10 hot and 1 - x/10 cold.
+  engine.Assert("(wish (heat 8))");
+  EXPECT_EQ(Agenda(), "three 0.8000, none 0.8000");
+  engine.Assert("(room (name b) (heat 3))");
+  EXPECT_EQ(Agenda(), "on 0.3000, four 0.3000, some 0.3000");
+  const TFactId six = engine.Assert("(room (name c) (heat 6))");
+  EXPECT_EQ(Agenda(), "on 0.4000, on 0.6000, four 0.6000, some 0.6000")
+      << "a better fact raises what waits, in its place";
+  const TFactId nine = engine.Assert("(room (name d) (heat 9))");
+  EXPECT_EQ(Agenda(), "on 0.1000, on 0.4000, on 0.7000, four 0.8000, some 0.8000");
+  EXPECT_TRUE(engine.GetAgenda().GetActivation(3).GetEntryText().ends_with(" (0.8000)"));
+  engine.Retract(six);
+  engine.Retract(nine);
+  EXPECT_EQ(Agenda(), "on 0.3000, four 0.3000, some 0.3000");
+  engine.Run();
+  engine.Assert("(room (name e) (heat 7))");
+  EXPECT_EQ(Agenda(), "on 0.3000") << "what has fired does not come back";
+  engine.GetFacts().Clear();
+  engine.Assert("(wish (heat 8))");
+  const TFactId last = engine.Assert("(room (name f) (heat 3))");
+  engine.Retract(last);
+  EXPECT_EQ(Agenda(), "three 0.8000, none 0.8000")
+      << "a negation does not mind which fact went last";
+}
+
 TEST_F(FuzzyReasoningTest, TheMinimumKeepsWeakMatchesOut) {
   Load("(defrule r (room (heat hot)) => )");
   engine.SetMinActivationStrength(0.5F);
@@ -114,19 +148,19 @@ TEST_F(FuzzyReasoningTest, RetractionFindsEveryMatch) {
       "(deftemplate span (slot from (type heat)) (slot to (type heat)))"
       "(defrule inside (span (from ?x) (to ?x)) => )"
       "(defrule outside (span (from ?x) (to ~?x)) => )");
-  std::vector<std::int32_t> ids;
+  std::vector<TFactId> ids;
   for (int i = 0; i <= 10; ++i) {
     ids.push_back(
         engine.Assert("(room (name n" + IntegerToText(i) + ") (heat " + IntegerToText(i) + "))"));
   }
-  const std::int32_t wish = engine.Assert("(wish (heat mild))");
+  const TFactId wish = engine.Assert("(wish (heat mild))");
   ids.push_back(engine.Assert("(span (from cold) (to 4))"));
   EXPECT_NE(Agenda().find("inside 0.6000"), std::string::npos) << Agenda();
   EXPECT_GT(engine.GetAgendaCount(), 0);
   // The thresholds change under way: what is taken away is found all the same.
   engine.SetFuzzyEqualsThreshold(0.9F);
   engine.SetMinActivationStrength(0.95F);
-  for (const std::int32_t id : ids) engine.Retract(id);
+  for (const TFactId id : ids) engine.Retract(id);
   EXPECT_EQ(Agenda(), "none 0.6667");
   engine.Retract(wish);
   EXPECT_EQ(Agenda(), "");
@@ -194,8 +228,8 @@ TEST_F(FuzzyReasoningTest, WhatARuleAssertsIsNoTruerThanItsPremise) {
 }
 
 TEST_F(FuzzyReasoningTest, AnAssertionOverAnEqualFactIsCombinedWithIt) {
-  const std::int32_t first = engine.Assert("(room (name a) (heat (tri 0 2 4)))");
-  const std::int32_t second = engine.Assert("(room (name a) (heat (tri 6 8 10)))");
+  const TFactId first = engine.Assert("(room (name a) (heat (tri 0 2 4)))");
+  const TFactId second = engine.Assert("(room (name a) (heat (tri 6 8 10)))");
   engine.Assert("(room (name b) (heat hot))");
   EXPECT_GT(second, first);
   EXPECT_EQ(Count("room"), 2);
@@ -341,7 +375,7 @@ TEST_F(FuzzyReasoningTest, ACopyOfAnEngineHasItsOwnVariables) {
 TEST_F(FuzzyReasoningTest, AValueOfAnotherTypeIsKeptByItsPoints) {
   // What the words mean hangs on the slot: there they are unknown, or say something else.
   Load(
-      "(deftype load extends (type FUZZY) (range 0 100) (values (term cold (tri 50 60 70))))"
+      "(deftype load extends (type FUZZY) (range 0 10) (values (term cold (tri 5 6 7))))"
       "(deftemplate pump (slot id) (slot load (type load)))"
       "(deftemplate pumps (multislot loads (type load)))"
       "(defrule r (pump (load (create-fuzzy-value heat cold))) =>)"

@@ -149,6 +149,20 @@ TEST_F(ParserTest, CollectedFailuresComeAtTheEnd) {
   EXPECT_FALSE(engine.FindFactTemplate("b"));
   EXPECT_TRUE(engine.FindFactTemplate("c"));
 
+  // A parenthesis too many, wherever it stands, costs no construct but its own.
+  const std::string own = "(defrule r (a ?x) => (b ?x))";
+  for (std::size_t place = 0; place <= own.size(); ++place) {
+    engine.Clear();
+    std::string text = own;
+    text.insert(place, ")");
+    EXPECT_NE(ParseFailure("(deftemplate one) " + text + "(deftemplate two) (deftemplate three)"),
+              "no failure")
+        << text;
+    for (const char* name : {"one", "two", "three"})
+      EXPECT_TRUE(engine.FindFactTemplate(name)) << name << " beside " << text;
+    EXPECT_TRUE((place > 0 && place < own.size()) || engine.GetRules().ContainsKey("r")) << text;
+  }
+
   std::string bad;
   for (int i = 0; i < 12; ++i) bad += "(deftemplate) ";
   const auto lines = [this, &bad] {

@@ -57,6 +57,7 @@ TEST_F(PrinterTest, Calls) {
           {"(f & [ =)", "(f \"&\" \"[\" \"=\")"},
           {"(modify ?f (x 1) (y a b))", "(modify ?f (x 1 ) (y a b  ))"},
           {"(assert (a 1 nil) (b))", "(assert (a 1 nil ) (b))"},
+          {"(modify ?f ?pair (x ?y a) 3)", "(modify ?f ?pair (x ?y a  ) 3)"},
           {"; note\n\n  ;; more\n(f)", "; note\n\n;; more\n(f)"},
           {"(f ; why\n (g))", "(f ; why\n(g))"},
       });
@@ -162,6 +163,10 @@ TEST_F(PrinterTest, Rules) {
           {"(defrule r ; one\n (a)\n ; two\n (not (b)) => ; three\n (f \"x\ny\" (g)))",
            "(defrule r\n   ; one\n   (a )\n   ; two\n   (not (b ))\n   =>\n   ; three\n   (f "
            "\"x\ny\" (g))\n)"},
+          {"(defrule r (a 1|2 ? $?) (not (b ?&~3)) (c ?_blank_7) =>)",
+           "(defrule r\n   (a 1|2 ? $?)\n   (not (b ?&~3))\n   (c ?_blank_7)\n   =>\n)"},
+          {"(defrule r (declare) (declare 1) (test (f)) =>)",
+           "(defrule r\n   (declare)\n   (declare 1)\n   (test (f))\n   =>\n)"},
           {"(defrule r (p (m)) (p (x)) =>)", "(defrule r\n   (p (m ) )\n   (p )\n   =>\n)"},
       });
   const std::string returned = Rule("(defrule r (a =(f)) =>)");

@@ -1,10 +1,11 @@
 // Runs the scripts below tests/language: rule-language text with what it is to print beside it.
 //
 //   ; expect: TEXT            the next line that the script prints; lines are compared in order
+//                             (a warning prints as "warning: TEXT")
 //   ; expect error: TEXT      the message of the failure that ends the script, its line ends as \n
 //   ; expect place: LINE:COLUMN, or ; expect place: rule NAME
 //                             where the failure was
-//   ; option: strategy breadth, ; option: limit N, ; option: checks dynamic
+//   ; option: strategy breadth, ; option: limit N, ; option: checks dynamic, ; option: literal
 //                             how the engine is set up
 //
 // A script is loaded into an engine of its own, then the engine is reset and run. What has no
@@ -44,6 +45,7 @@ struct TScript {
   TSearchStrategy strategy = ssDepthFirst;
   std::int32_t limit = 10000;
   TTypeChecks checks{tcStatic};
+  bool textbook = true;
 };
 
 std::string ScriptFolder() { return REASONER_SOURCE_DIR "/tests/language/"; }
@@ -62,6 +64,8 @@ void SetOption(TScript& script, const std::string& option) {
     script.strategy = ssBreadthFirst;
   } else if (option == "checks dynamic") {
     script.checks = TTypeChecks{tcStatic, tcDynamic};
+  } else if (option == "literal") {
+    script.textbook = false;
   } else if (option.starts_with("limit ")) {
     script.limit = std::stoi(option.substr(6));
   } else {
@@ -141,8 +145,12 @@ class ScriptTest : public ::testing::TestWithParam<std::string> {
     engine.OnPrintOut = [this](TReasoner&, const std::string&, const std::string& text) {
       output_ += text;
     };
+    engine.OnWarning = [this](TReasoner&, const std::string& text) {
+      output_ += "warning: " + text + "\n";
+    };
     engine.SetStrategy(script.strategy);
     engine.SetTypeChecks(script.checks);
+    engine.SetTextbookSemantics(script.textbook);
     try {
       engine.LoadFromFile(ScriptFolder() + script.name);
       engine.Reset();

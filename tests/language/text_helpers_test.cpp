@@ -10,10 +10,11 @@
 namespace reasoner {
 namespace {
 
-std::string Format(const std::string& format, const std::vector<Ref<IKBValue>>& values) {
+std::string Format(const std::string& format, const std::vector<Ref<IKBValue>>& values,
+                   bool plain = true) {
   const Ref<IValueVector> args = NewVector();
   for (const Ref<IKBValue>& value : values) args->Add(value);
-  return CLIPSFormat(format, *args);
+  return CLIPSFormat(format, *args, plain);
 }
 
 TEST(TextHelpersTest, FormatsTakeTheirValuesInOrder) {
@@ -29,7 +30,10 @@ TEST(TextHelpersTest, FormatsTakeTheirValuesInOrder) {
       {"%d and %s", {NewInteger(3), NewAtom("x")}, "3 and x"},
       {"%5d|%-5d|%05.1f", {NewInteger(3), NewInteger(4), NewFloat(1.25)}, "    3|4    |  1.2"},
       {"a%nb%n%d%n", {NewInteger(1)}, "a\nb\n1\n"},
-      {"%s", {NewString("q")}, "\"q\""},
+      {"%s", {NewString("q")}, "q"},
+      {"%6s|%-4s|", {NewString("q"), NewAtom("r")}, "     q|r   |"},
+      {"%d%% of %s%%", {NewInteger(5), NewString("%d%%")}, "5% of %d%%%"},
+      {"%%%d%%n", {NewInteger(1)}, "%1%n"},
       {"none", {NewString("s"), NewAtom("a"), NewFactId(7), NewList(two)}, "none s a 7 (1 b )"},
       {"%d left %s", {NewInteger(1)}, "1 left %s"},
       // A conversion of no known kind stays in the way of all values.
@@ -40,6 +44,8 @@ TEST(TextHelpersTest, FormatsTakeTheirValuesInOrder) {
       {"", {NewAtom("%n")}, " %n"},
   };
   for (const auto& row : rows) EXPECT_EQ(Format(row.format, row.values), row.wanted) << row.format;
+  EXPECT_EQ(Format("%s is %%n%d", {NewString("q"), NewInteger(1)}, false), "\"q\" is %\n%d")
+      << "literally";
   EXPECT_THROW(Format("%99999d", {NewInteger(1)}), EKBException);
   EXPECT_THROW(Format("%d", {NewAtom("word")}), EKBException);
 }

@@ -70,7 +70,7 @@ TEST(TokenStreamTest, TextBecomesTokens) {
       {"?x&~b|:(f)", "v:x & ~ a:b | a:: ( a:f ) end"},
       {"$?x ?*g* $ $x", "m:x v:*g* a:$ a:$x end"},
       {"a\"b\"", "a:a s:b end"},
-      {"\"\\n \\\" \\\\\"", "s:n \" \\ end"},
+      {"\"\\n\\t\\x \\\" \\\\n\"", "s:\n\tx \" \\n end"},
       {"\"\"", "s: end"},
       {"\\ab a\\b", "a:\\ab a:ab end"},
       {"a\\", "a:a end"},

@@ -34,7 +34,7 @@ TEST_F(FileFunctionsTest, WhatIsWrittenReadsBackAsLinesAndTokens) {
       {"(close f)", "TRUE"},
       {"(open \"f\" f)", "f"},
       {"(read f)", "one"},
-      {"(readline f)", "EOF"},  // the empty line
+      {"(readline f)", "\"\""},  // the empty line
       {"(readline f)", "\"a \\\"q\\\" b\""},
       {"(read f)", "3.1400"},
       {"(readline f)", "EOF"},
@@ -175,6 +175,14 @@ TEST_F(IOFunctionsTest, ReadingFromTheTerminal) {
   };
   ExpectShown({{"(readline)", "\"a line\""}});
   next = "";
+  ExpectShown({{"(readline t)", "\"\""}});
+  engine.SetTextbookSemantics(false);
+  ExpectShown({{"(readline t)", "EOF"}});
+  engine.SetTextbookSemantics(true);
+  engine.OnReadLine = [&](TReasoner& sender, const std::string& in_id, std::string&) {
+    asked = in_id;
+    sender.SetInputEnded();
+  };
   ExpectShown({{"(readline t)", "EOF"}});
   EXPECT_EQ(asked, "t");
   engine.OnReadToken = [](TReasoner&, const std::string&, Ref<IStreamToken>& token) {

@@ -159,6 +159,27 @@ TEST_F(BackwardChainingTest, WhatCannotBeAskedForIsRefused) {
   CheckIntegrity(engine, "after a goal that failed");
 }
 
+// A goal tells what is known, and is no fact of its template: nil and short lists are checked by
+// nobody.
+TEST_F(BackwardChainingTest, TypedSlotsAndHeirsAskForGoals) {
+  engine.SetTypeChecks({tcStatic, tcDynamic});
+  Load(
+      "(deftemplate a (slot n (type INTEGER)) (multislot xs (type INTEGER) (cardinality 2 9)))"
+      "(do-backward-chaining a) (deftemplate b extends a (slot z))"
+      "(defrule r (go ?x) (b (xs ?x ?y 3) (n 4)) => )"
+      "(defrule make (need-b (n ?n)) => (assert (b (n ?n) (xs 1 2 3))))");
+  EXPECT_EQ(engine.FindFactTemplate("need-b")->GetComment(), "Goal seeker for b");
+  Load("(assert (go 1))");
+  EXPECT_EQ(OnAgenda(), "make ");
+  EXPECT_EQ(engine.GetFacts().Get(2)->ToString(), "(need-b (n 4) (xs 1  3 ))");
+  EXPECT_EQ(engine.Run(1), 1);
+  EXPECT_EQ(OnAgenda(), "r ");
+  // A slot that the marked template has got since is one that goals have, too.
+  Load("(deftemplate a (slot n) (slot more))");
+  for (const char* name : {"need-a", "need-b"})
+    EXPECT_TRUE(engine.FindFactTemplate(name)->ContainsSlot("more")) << name;
+}
+
 TEST_F(BackwardChainingTest, ALongChainOfGoalsNeedsNoDepth) {
   std::string names;
   std::string rules;

@@ -188,10 +188,19 @@ TEST_F(NetworkTest, TestsAndGlobalsTakePart) {
 }
 
 TEST_F(NetworkTest, AUniquePatternMatchesOnceForANewLeftToken) {
+  engine.SetTextbookSemantics(false);
   Load("(defrule u (a) (unique (b ?x)) => ) (assert (b 1) (b 2) (a))");
   EXPECT_EQ(Agenda().size(), 1u);
   Load("(assert (b 3))");
-  EXPECT_EQ(Agenda().size(), 2u) << "a new right token is not limited";
+  EXPECT_EQ(Agenda().size(), 2u) << "literally, a new right token is not limited";
+  engine.SetTextbookSemantics(true);
+  Load("(assert (b 4))");
+  EXPECT_EQ(Agenda().size(), 1u) << "plainly, one partner at any time";
+  engine.Reset();
+  for (int id = 1; id <= 106; ++id) engine.Assert("(b " + std::to_string(id) + ")");
+  for (int id = 1; id < 60; ++id) engine.Retract("(b " + std::to_string(id) + ")");
+  Load("(assert (a))");
+  EXPECT_EQ(Agenda(), (Entries{"u f-107, f-60"})) << "the first in the order of the facts";
 }
 
 TEST_F(NetworkTest, AFactBoundToAVariableIsComparedByItsId) {
@@ -210,7 +219,8 @@ TEST_F(NetworkTest, AFailingTestTellsItsNodeAndLeavesTheEngineUsable) {
     FAIL() << "the comparison should have failed";
   } catch (const EKBException& failure) {
     EXPECT_NE(failure.GetMessage().find(
-                  "Not a numeric type.  Value (word) is a dtAtom type for pattern match = "),
+                  "Not a numeric type.  Value (word) is a dtAtom type in rule r, pattern "
+                  "(a ?x&:(> ?x 1)), facts f-1 for pattern match = "),
               std::string::npos)
         << failure.GetMessage();
   }

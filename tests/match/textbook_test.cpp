@@ -1,5 +1,5 @@
-// The engine's own semantics and the textbook's: how one becomes the other, and what the manual's
-// programs do not show.
+// The plain meaning and the literal one: how one becomes the other, and what the manual's programs
+// do not show.
 
 #include "tests/support/EngineFixture.h"
 #include "tests/support/Failure.h"
@@ -12,11 +12,12 @@ class TextbookTest : public EngineTest {
  protected:
   void SwitchTo(bool textbook) {
     engine.SetTextbookSemantics(textbook);
-    CheckIntegrity(engine, textbook ? "textbook" : "own");
+    CheckIntegrity(engine, textbook ? "plain" : "literal");
   }
 };
 
 TEST_F(TextbookTest, SwitchingCompilesAllRulesAnewInTheOrderOfTheirIds) {
+  engine.SetTextbookSemantics(false);
   Load(
       "(defrule second (a) => ) (defrule first (a) (l $?x $?y) => ) (defrule fired (a) => )"
       "(defrule some (a) (n ?x) (exists (m ?x)) => )"
@@ -40,11 +41,11 @@ TEST_F(TextbookTest, SwitchingIsRefusedWhileTheNetworkIsBusy) {
   Load("(defrule r (a) => )");
   std::string refused;
   engine.OnAddActivation = [&](TReasoner&, std::int32_t, TActivation&) {
-    refused = FailureOf([this] { engine.SetTextbookSemantics(true); });
+    refused = FailureOf([this] { engine.SetTextbookSemantics(false); });
   };
   Load("(assert (a))");
   EXPECT_EQ(refused, "Network is busy: changing the semantics");
-  EXPECT_FALSE(engine.GetTextbookSemantics());
+  EXPECT_TRUE(engine.GetTextbookSemantics());
   EXPECT_EQ(OnAgenda(), "r ");
 }
 
@@ -55,7 +56,7 @@ TEST_F(TextbookTest, ARuleThatTakesAnotherAwayMeanwhileHurtsNobody) {
     engine.GetRules().Remove("two");
     throw std::runtime_error("host");
   };
-  EXPECT_THROW(SwitchTo(true), std::runtime_error);
+  EXPECT_THROW(SwitchTo(false), std::runtime_error);
   engine.OnRemoveActivation = nullptr;
   EXPECT_EQ(OnAgenda(), "three one ");
   CheckIntegrity(engine, "after a handler that failed");
@@ -70,7 +71,6 @@ TEST_F(TextbookTest, DeepNegationsHoldByParityForEachMatch) {
   }
   const std::string even = "(defrule even (a ?x) " + open + "(b ?x)" + close + " => )";
   const std::string odd = "(defrule odd (a ?x) " + open + "(not (b ?x))" + close + " => )";
-  engine.SetTextbookSemantics(true);
   Load(even + odd + "(assert (a 1) (a 2) (b 1))");
   ASSERT_EQ(engine.GetAgendaCount(), 2);
   for (std::int32_t i = 0; i < 2; ++i) {
@@ -79,7 +79,7 @@ TEST_F(TextbookTest, DeepNegationsHoldByParityForEachMatch) {
               activation.GetRule().GetRuleName() == "even" ? 1 : 2);
   }
   CheckIntegrity(engine, "deep");
-  // In the engine's own semantics one match that a level lets through blocks all at the next.
+  // In the literal meaning one match that a level lets through blocks all at the next.
   SwitchTo(false);
   EXPECT_EQ(OnAgenda(), "odd odd ");
   engine.Retract("(b 1)");
@@ -100,7 +100,6 @@ TEST_F(TextbookTest, ARebuiltAgendaKeepsStrengths) {
 
 TEST_F(TextbookTest, AnArgumentIsEvaluatedOnceWhereTheCallStands) {
   Load("(deffunction all (?x $?rest) (create$ ?x $?rest)) (defglobal ?*n* = 0)");
-  engine.SetTextbookSemantics(true);
   ExpectShown({{"(all (bind ?*n* (+ ?*n* 1)) 5 6)", "1 5 6  "}, {"(+ ?*n* 0)", "1"}});
   ExpectError("(all)", "Too few arguments for all");
 }

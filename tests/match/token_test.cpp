@@ -78,18 +78,18 @@ TEST_F(TokenTest, TokensOfOneKeyStandInTheOrderOfTheirArrival) {
     tree.Add(Make<TKBToken>(taAdd, MakeFact(id, id % 2)));
   }
   const auto ids_with = [&tree](std::int32_t x) {
-    std::vector<std::int32_t> ids;
+    std::vector<TFactId> ids;
     const auto key = TokenKeyOf(NewInteger(x).get());
     for (auto* entry = tree.FirstWithKey(key); entry != nullptr; entry = entry->group_next) {
       ids.push_back(entry->token->GetFactID());
     }
     return ids;
   };
-  EXPECT_EQ(ids_with(0), (std::vector<std::int32_t>{4, 2, 6}));
-  EXPECT_EQ(ids_with(1), (std::vector<std::int32_t>{9, 1}));
-  EXPECT_EQ(ids_with(2), (std::vector<std::int32_t>{}));
+  EXPECT_EQ(ids_with(0), (std::vector<TFactId>{4, 2, 6}));
+  EXPECT_EQ(ids_with(1), (std::vector<TFactId>{9, 1}));
+  EXPECT_EQ(ids_with(2), (std::vector<TFactId>{}));
   EXPECT_TRUE(tree.Remove(*Make<TKBToken>(taRemove, MakeFact(2, 0))));
-  EXPECT_EQ(ids_with(0), (std::vector<std::int32_t>{4, 6}));
+  EXPECT_EQ(ids_with(0), (std::vector<TFactId>{4, 6}));
 }
 
 TEST_F(TokenTest, TheMostNegativeKeyHasABucket) {

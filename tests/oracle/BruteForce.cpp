@@ -4,40 +4,25 @@
 #include <cmath>
 #include <cstdlib>
 #include <functional>
-#include <stdexcept>
-
-#include "reasoner/values/Constants.h"
-#include "reasoner/values/ValueVector.h"
 
 namespace reasoner::oracle {
 namespace {
 
-using TEnvironment = BruteForce::TEnvironment;
+constexpr std::int32_t kHashSize = 101;
+constexpr std::size_t kMostMatches = 3000;
 
-const TValue* Find(const TEnvironment& environment, const std::string& variable) {
-  for (const auto& [name, value] : environment) {
-    if (name == variable) return &value;
-  }
-  return nullptr;
-}
-
-bool Names(const TCall& call, const std::function<bool(const std::string&)>& is_wanted) {
+bool Names(const TCall& call, const std::function<bool(TWord)>& is_wanted) {
   return std::any_of(call.terms.begin(), call.terms.end(), [&](const TTerm& term) {
     return term.call ? Names(*term.call, is_wanted) : term.IsVariable() && is_wanted(term.text);
   });
 }
 
 std::int32_t BucketOf(const TValue& value) {
-  Ref<IKBValue> hashed;
-  if (value.is_list) {
-    const Ref<IValueVector> list = NewVector();
-    for (const std::string& item : value.items) list->Add(NewAtom(item));
-    hashed = NewList(list);
-  } else {
-    hashed = NewAtom(value.items.front());
-  }
+  std::uint32_t hash = 0;
+  if (!value.is_list) hash = value.word.HashCode();
+  for (const TWord& item : value.items) hash += item.HashCode();
   return static_cast<std::int32_t>(
-      std::abs(static_cast<std::int64_t>(static_cast<std::int32_t>(hashed->GetHashCode()))) % 101);
+      std::abs(static_cast<std::int64_t>(static_cast<std::int32_t>(hash))) % kHashSize);
 }
 
 // All ways to lay a list over the fields of a slot, the longest spans first.
@@ -55,70 +40,49 @@ void Split(const std::vector<TValue>& items, const std::vector<TField>& fields, 
     return;
   }
   for (std::size_t end = items.size() + 1; end-- > item;) {
-    TValue span{true, {}, nullptr};
-    for (std::size_t i = item; i < end; ++i) span.items.push_back(items[i].items.front());
+    TValue span{true, {}, {}, nullptr};
+    for (std::size_t i = item; i < end; ++i) span.items.push_back(items[i].word);
     places.push_back(std::move(span));
     Split(items, fields, end, places, take);
     places.pop_back();
   }
 }
 
-TValue LiteralFor(const TConstraint& constraint, const TValue& value) {
-  TValue literal = TValue::Single(constraint.text);
-  if (value.shape) literal.shape = ShapeOf(constraint.text);
-  return literal;
-}
-
 // Numbers of one value, worked out in two ways.
 bool IsSameStrength(double a, double b) { return std::abs(a - b) < 1e-6; }
 
 template <class TPlaces>
-auto FindPlace(const TPlaces& places, const std::string& variable) {
+auto FindPlace(const TPlaces& places, TWord variable) {
   return std::find_if(places.begin(), places.end(),
                       [&](const auto& place) { return place.variable == variable; });
 }
 
 }  // namespace
 
-// Fuzzy values are equal where they overlap enough, and never equal to anything else.
-bool BruteForce::Agree(const TValue& a, const TValue& b) const {
-  if (!a.shape && !b.shape) return a == b;
-  return a.shape && b.shape && Possibility(*a.shape, *b.shape) > equals_threshold_;
-}
-
-TValue BruteForce::Evaluate(const TCall& call, const TEnvironment& own,
-                            const TEnvironment& before) const {
-  std::vector<TValue> values;
-  for (const TTerm& term : call.terms) values.push_back(Evaluate(term, own, before));
-  static const TValue kTrue = TValue::Single("TRUE");
-  static const TValue kFalse = TValue::Single("FALSE");
-  const auto is_true = [](const TValue& value) { return !(value == kFalse); };
-  const auto is_like_first = [&](const TValue& value) { return Agree(values[0], value); };
-  if (call.function == "pick") return TValue::Single(is_like_first(values[1]) ? "a" : "b");
-  bool result = false;
-  if (call.function == "eq") {
-    result = std::all_of(values.begin() + 1, values.end(), is_like_first);
-  } else if (call.function == "neq") {
-    result = std::none_of(values.begin() + 1, values.end(), is_like_first);
-  } else if (call.function == "not") {
-    result = !is_true(values[0]);
-  } else if (call.function == "and") {
-    result = std::all_of(values.begin(), values.end(), is_true);
-  } else if (call.function == "or") {
-    result = std::any_of(values.begin(), values.end(), is_true);
-  } else {
-    throw std::logic_error("the reading knows no " + call.function);
+std::vector<TValue> TKnownFact::Members(std::size_t slot) const {
+  std::vector<TValue> members;
+  for (std::size_t i = 0; i < values[slot].size(); ++i) {
+    members.push_back(TValue::Single(values[slot][i]));
+    if (slot < shapes.size() && i < shapes[slot].size()) members.back().shape = shapes[slot][i];
   }
-  return result ? kTrue : kFalse;
+  return members;
 }
 
-TValue BruteForce::Evaluate(const TTerm& term, const TEnvironment& own,
-                            const TEnvironment& before) const {
-  if (term.call) return Evaluate(*term.call, own, before);
-  if (!term.IsVariable()) return TValue::Single(term.text);
-  if (const TValue* value = Find(before, term.text)) return *value;
-  if (const TValue* value = Find(own, term.text)) return *value;
-  throw std::logic_error("the reading knows no " + term.text);
+void AddToKey(const TValue& value, TMatchKey& key) {
+  if (value.shape) {
+    key.push_back(-2);
+  } else if (!value.is_list) {
+    key.push_back(value.word.GetIndex());
+  } else {
+    key.push_back(-3 - static_cast<std::int32_t>(value.items.size()));
+    for (const TWord& item : value.items) key.push_back(item.GetIndex());
+  }
+}
+
+TValue BruteForce::LiteralFor(const TConstraint& constraint, const TValue& value) const {
+  TValue literal = TValue::Single(Constant(constraint.text));
+  if (value.shape) literal.shape = ShapeOf(literal.word.Text());
+  return literal;
 }
 
 bool BruteForce::Holds(const TConstraint& constraint, const TValue& value, const TEnvironment& own,
@@ -134,9 +98,10 @@ bool BruteForce::Holds(const TConstraint& constraint, const TValue& value, const
     case TConstraint::kPredicate:
       holds = !(Evaluate(*constraint.call, own, before) == TValue::Single("FALSE"));
       break;
-    case TConstraint::kEquation:
-      holds = Agree(value, Evaluate(*constraint.call, own, before));
-      break;
+    case TConstraint::kEquation: {
+      const TValue wanted = Evaluate(*constraint.call, own, before);
+      holds = value.shape || wanted.shape ? Agree(value, wanted) : IsLike(value, wanted);
+    } break;
   }
   return holds != constraint.negated;
 }
@@ -145,16 +110,15 @@ bool BruteForce::Holds(const TConstraint& constraint, const TValue& value, const
 // alternatives.
 bool BruteForce::Holds(const TField& field, bool leads, const TValue& value,
                        const TEnvironment& own, const TEnvironment& before) const {
-  bool any = false;
   bool all = true;
   for (std::size_t i = leads ? 1 : 0; i < field.constraints.size(); ++i) {
     if (field.constraints[i].behind_bar && i > (leads ? 1u : 0u)) {
-      any = any || all;
+      if (all) return true;
       all = true;
     }
     all = all && Holds(field.constraints[i], value, own, before);
   }
-  return any || all;
+  return all;
 }
 
 // A test of the pattern's own: where it compares fuzzy values, the match is as strong as the test
@@ -162,7 +126,7 @@ bool BruteForce::Holds(const TField& field, bool leads, const TValue& value,
 bool BruteForce::Compares(const TValue& a, const TValue& b, bool negated, double& strength) const {
   if (Agree(a, b) == negated) return false;
   if (!a.shape && !b.shape) return true;
-  const double degree = a.shape && b.shape ? Possibility(*a.shape, *b.shape) : 0;
+  const double degree = DegreeOf(a, b);
   const double truth = negated ? 1 - degree : degree;
   if (strength <= truth) return true;
   strength = truth;
@@ -175,8 +139,8 @@ BruteForce::TReading BruteForce::Read(const TElement& element, const std::vector
   reading.element = &element;
   reading.earlier = earlier;
   if (element.is_test) return reading;
-  if (!element.bound.empty()) reading.own.push_back({element.bound, fact_index, -1, -1, false});
-  std::vector<std::string> order;  // of the earlier variables that stand for themselves
+  if (!element.bound.IsEmpty()) reading.own.push_back({element.bound, fact_index, -1, -1, false});
+  std::vector<TWord> order;  // of the earlier variables that stand for themselves
   for (std::size_t s = 0; s < element.slots.size(); ++s) {
     const TSlotText& slot = Templates()[static_cast<std::size_t>(element.fact_template)].slots[s];
     for (std::size_t f = 0; f < element.slots[s].fields.size(); ++f) {
@@ -199,11 +163,12 @@ BruteForce::TReading BruteForce::Read(const TElement& element, const std::vector
     }
   }
   for (const bool whole : {true, false}) {
-    for (const std::string& variable : order) {
+    for (const TWord& variable : order) {
       const auto right = FindPlace(reading.bases, variable);
       const auto left = FindPlace(earlier, variable);
-      if (!reading.hash_right.variable.empty() || right == reading.bases.end() || left->slot < 0 ||
-          right->is_fuzzy || left->is_fuzzy || whole != (right->field < 0 && left->field < 0)) {
+      if (!reading.hash_right.variable.IsEmpty() || right == reading.bases.end() ||
+          left->slot < 0 || right->is_fuzzy || left->is_fuzzy ||
+          whole != (right->field < 0 && left->field < 0)) {
         continue;
       }
       reading.hash_right = *right;
@@ -214,20 +179,23 @@ BruteForce::TReading BruteForce::Read(const TElement& element, const std::vector
 }
 
 BruteForce::BruteForce(const TRuleText& rule, const TProgram& program, bool textbook)
-    : equals_threshold_(program.equals_threshold),
-      least_strength_(program.least_strength),
-      textbook_(textbook) {
+    : TEvaluator(program), least_strength_(program.least_strength), textbook_(textbook) {
   std::vector<TPlace> bound;
   std::int32_t fact_index = 0;
   const TElement& first = rule.elements.front();
   starts_with_initial_ = first.is_test || first.negations > 0;
   if (starts_with_initial_) ++fact_index;
+  tests_fuzzy_ = std::any_of(
+      rule.elements.begin(), rule.elements.end(),
+      [](const TElement& element) { return !element.is_test && IsFuzzy(element.fact_template); });
   for (const TElement& element : rule.elements) {
     readings_.push_back(Read(element, bound, fact_index));
+    readings_.back().in_memory = &element != &first || element.negations > 0;
     if (element.is_test) continue;
     ++fact_index;
-    tests_fuzzy_ = tests_fuzzy_ || IsFuzzy(element.fact_template);
     deep_negation_ = deep_negation_ || element.negations > 1;
+    keeps_past_ =
+        keeps_past_ || (!textbook && (element.unique || (element.negations > 0 && tests_fuzzy_)));
     if (element.negations > 0) continue;
     for (const TPlace& place : readings_.back().own) {
       bound.push_back(place);
@@ -247,7 +215,7 @@ bool BruteForce::Leads(const TReading& reading, std::size_t slot, std::size_t fi
 }
 
 bool BruteForce::IsLocal(const TReading& reading, const TConstraint& constraint) {
-  const auto is_earlier = [&](const std::string& variable) {
+  const auto is_earlier = [&](TWord variable) {
     return FindPlace(reading.earlier, variable) != reading.earlier.end();
   };
   return constraint.kind == TConstraint::kVariable
@@ -256,8 +224,7 @@ bool BruteForce::IsLocal(const TReading& reading, const TConstraint& constraint)
 }
 
 // The place of the pattern that stands for the variable where it is compared.
-const TValue* BruteForce::BaseOf(const TReading& reading, const std::string& variable,
-                                 const TView& view) {
+const TValue* BruteForce::BaseOf(const TReading& reading, TWord variable, const TView& view) {
   for (const std::vector<TPlace>* places : {&reading.bases, &reading.own}) {
     const auto place = FindPlace(*places, variable);
     if (place == places->end() || place->slot < 0) continue;
@@ -267,8 +234,8 @@ const TValue* BruteForce::BaseOf(const TReading& reading, const std::string& var
   return nullptr;
 }
 
-// What the pattern says by itself.
-bool BruteForce::PassesAlone(const TReading& reading, TView& view) const {
+// What the pattern says by itself. A call that raises does not hold.
+bool BruteForce::PassesAlone(const TReading& reading, TView& view) const try {
   for (std::size_t s = 0; s < view.places.size(); ++s) {
     for (std::size_t f = 0; f < view.places[s].size(); ++f) {
       const TField& field = reading.element->slots[s].fields[f];
@@ -280,11 +247,16 @@ bool BruteForce::PassesAlone(const TReading& reading, TView& view) const {
           return false;
         continue;
       }
-      std::vector<std::string> in_place;  // the variables that have their base here
+      std::vector<TWord> in_place;  // the variables that have their base here
       for (const TConstraint& constraint : field.constraints) {
         if (constraint.kind == TConstraint::kVariable) {
           const TValue* base = BaseOf(reading, constraint.text, view);
-          if (base == nullptr) continue;
+          if (base == nullptr) {
+            if (constraint.text == reading.element->bound && IsLocal(reading, constraint) &&
+                !Holds(constraint, value, view.bindings, {}))
+              return false;
+            continue;
+          }
           // Named again in its own place a fuzzy value is as equal to itself as it is high.
           if (base == &value && !constraint.negated &&
               std::find(in_place.begin(), in_place.end(), constraint.text) == in_place.end()) {
@@ -302,12 +274,14 @@ bool BruteForce::PassesAlone(const TReading& reading, TView& view) const {
     }
   }
   return true;
+} catch (const TRaised&) {
+  return false;
 }
 
 // What the pattern says of the facts before it. Equality of fuzzy values does not carry over: only
 // one place of a variable is compared with the earlier one, the others are compared with this one.
 bool BruteForce::Passes(const TReading& reading, const TView& view,
-                        const TEnvironment& before) const {
+                        const TEnvironment& before) const try {
   for (std::size_t s = 0; s < view.places.size(); ++s) {
     for (std::size_t f = 0; f < view.places[s].size(); ++f) {
       const TField& field = reading.element->slots[s].fields[f];
@@ -327,55 +301,69 @@ bool BruteForce::Passes(const TReading& reading, const TView& view,
     }
   }
   return true;
+} catch (const TRaised&) {
+  return false;
 }
 
-// What a memory behind the pattern holds.
-std::vector<BruteForce::TView> BruteForce::Entries(const TReading& reading, const TAlive& facts,
-                                                   bool in_memory) const {
+// What a memory behind the pattern holds of the fact.
+const std::vector<BruteForce::TView>& BruteForce::ViewsOf(const TReading& reading,
+                                                          const TKnownFact& fact) const {
+  if (fact.serial >= reading.views.size()) {
+    reading.views.resize(fact.serial + 16);
+    reading.is_viewed.resize(fact.serial + 16);
+  }
+  std::vector<TView>& views = reading.views[fact.serial];
+  if (reading.is_viewed[fact.serial]) return views;
+  reading.is_viewed[fact.serial] = true;
   const TElement& element = *reading.element;
-  std::vector<TView> entries;
-  for (const TKnownFact* fact : facts) {
-    if (!Descends(fact->fact_template, element.fact_template)) continue;
-    std::vector<std::pair<std::int32_t, double>> held;  // bucket and strength
-    TView view;
-    view.fact = fact;
-    view.places.resize(element.slots.size());
-    const auto take = [&] {
-      view.bindings.clear();
-      view.strength = 1;
-      for (const TPlace& place : reading.own) {
-        view.bindings.emplace_back(
-            place.variable, place.slot < 0
-                                ? TValue::Single("<Fact-" + std::to_string(fact->id) + ">")
-                                : view.places[static_cast<std::size_t>(place.slot)]
-                                             [static_cast<std::size_t>(std::max(place.field, 0))]);
-      }
-      if (!PassesAlone(reading, view)) return;
-      if (in_memory && !textbook_) {
-        const TPlace& hashed = reading.hash_right;
-        const std::int32_t bucket =
-            hashed.variable.empty()
-                ? 0
-                : BucketOf(view.places[static_cast<std::size_t>(hashed.slot)]
-                                      [static_cast<std::size_t>(std::max(hashed.field, 0))]);
-        const auto is_like = [&](const auto& other) {
-          return other.first == bucket && IsSameStrength(other.second, view.strength);
-        };
-        if (std::any_of(held.begin(), held.end(), is_like)) return;
-        held.emplace_back(bucket, view.strength);
-      }
-      entries.push_back(view);
+  if (!Descends(fact.fact_template, element.fact_template)) return views;
+  const bool has_memory = reading.in_memory && !textbook_;
+  TView view;
+  view.fact = &fact;
+  view.places.resize(element.slots.size());
+  const auto value_at = [&view](const TPlace& place) -> const TValue& {
+    return view.places[static_cast<std::size_t>(place.slot)]
+                      [static_cast<std::size_t>(std::max(place.field, 0))];
+  };
+  const auto take = [&] {
+    view.bindings.clear();
+    view.strength = 1;
+    for (const TPlace& place : reading.own) {
+      view.bindings.emplace_back(place.variable, place.slot < 0
+                                                     ? TValue::Single(TWord::FactId(fact.id))
+                                                     : value_at(place));
+    }
+    if (!PassesAlone(reading, view)) return;
+    if (has_memory && !reading.hash_right.variable.IsEmpty())
+      view.bucket = BucketOf(value_at(reading.hash_right));
+    // Of a fact's expansions it holds one for each bucket and strength.
+    const auto is_like = [&view](const TView& other) {
+      return other.bucket == view.bucket && IsSameStrength(other.strength, view.strength);
     };
-    const std::function<void(std::size_t)> fill = [&](std::size_t slot) {
-      if (slot == element.slots.size()) return take();
-      if (element.slots[slot].is_tested) {
-        Split(fact->Members(slot), element.slots[slot].fields, 0, view.places[slot],
-              [&] { fill(slot + 1); });
-      } else {
-        fill(slot + 1);
-      }
-    };
-    fill(0);
+    if (!has_memory || std::none_of(views.begin(), views.end(), is_like)) views.push_back(view);
+  };
+  const std::function<void(std::size_t)> fill = [&](std::size_t slot) {
+    if (slot == element.slots.size()) return take();
+    if (element.slots[slot].is_tested) {
+      const std::size_t in_fact =
+          SlotOf(fact.fact_template, TemplateAt(element.fact_template).slots[slot].name);
+      Split(fact.Members(in_fact), element.slots[slot].fields, 0, view.places[slot],
+            [&] { fill(slot + 1); });
+    } else {
+      fill(slot + 1);
+    }
+  };
+  fill(0);
+  return views;
+}
+
+std::vector<const BruteForce::TView*> BruteForce::Entries(const TReading& reading,
+                                                          const TFactHistory& history,
+                                                          bool with_past) const {
+  std::vector<const TView*> entries;
+  for (const TKnownFact& fact : history) {
+    if ((!with_past && !fact.IsAlive()) || underway_.Hides(fact, *reading.element)) continue;
+    for (const TView& view : ViewsOf(reading, fact)) entries.push_back(&view);
   }
   return entries;
 }
@@ -385,11 +373,12 @@ std::vector<BruteForce::TToken> BruteForce::LeftMemory(const TReading& reading,
                                                        bool first_level) const {
   if (textbook_) return tokens;
   std::vector<TToken> held;
+  held.reserve(tokens.size());
   for (TToken token : tokens) {
     const TPlace& hashed = reading.hash_left;
-    token.bucket = !first_level || hashed.variable.empty()
+    token.bucket = !first_level || hashed.variable.IsEmpty()
                        ? 0
-                       : BucketOf(*Find(token.bindings, hashed.variable));
+                       : BucketOf(*FindIn(token.bindings, hashed.variable));
     const bool is_held = std::any_of(held.begin(), held.end(), [&](const TToken& other) {
       return other.bucket == token.bucket && other.ids == token.ids &&
              IsSameStrength(other.strength, token.strength);
@@ -399,64 +388,83 @@ std::vector<BruteForce::TToken> BruteForce::LeftMemory(const TReading& reading,
   return held;
 }
 
+// In textbook semantics a unique pattern's partner is the oldest one. In the engine's own one that
+// came before the token is the first in the memory, and all that came later are partners, too.
 std::vector<BruteForce::TToken> BruteForce::Join(const TReading& reading,
                                                  const std::vector<TToken>& tokens,
-                                                 const std::vector<TKnownFact>& history,
+                                                 const TFactHistory& history,
                                                  std::int64_t rule_added) const {
-  TAlive alive;
-  TAlive known;
-  for (const TKnownFact& fact : history) {
-    known.push_back(&fact);
-    if (fact.died == TKnownFact::kAlive) alive.push_back(&fact);
-  }
   const bool unique = reading.element->unique;
   const bool by_time = unique && !textbook_;
-  const std::vector<TView> right = Entries(reading, unique ? known : alive);
+  std::vector<const TView*> right = Entries(reading, history, by_time);
+  // Without a key to look under, the memory is walked by the facts' ids.
+  if (by_time && reading.hash_right.variable.IsEmpty()) {
+    std::stable_sort(right.begin(), right.end(), [](const TView* a, const TView* b) {
+      return a->fact->id % kHashSize < b->fact->id % kHashSize;
+    });
+  }
   std::vector<TToken> joined;
   for (const TToken& token : LeftMemory(reading, tokens, true)) {
     const std::int64_t came = std::max(token.came, rule_added);
     bool had_first = false;
-    std::int64_t left_alone = 0;  // when the last partner went
-    for (const TView& view : right) {
+    for (const TView* entry : right) {
+      const TView& view = *entry;
       if (!Passes(reading, view, token.bindings)) continue;
       // Facts that a new rule finds are fed to it in their order.
-      const bool was_there = view.fact->born < token.came && view.fact->died > came;
-      const bool is_alive = view.fact->died == TKnownFact::kAlive;
-      bool pairs = is_alive;
       if (by_time && view.fact->born < token.came) {
-        pairs = is_alive && was_there && !had_first;
+        const bool was_there = view.fact->died > came;
+        const bool is_first = was_there && !had_first;
         had_first = had_first || was_there;
+        if (!is_first) continue;
       }
-      if (unique && !is_alive && view.fact->died > came)
-        left_alone = std::max(left_alone, view.fact->died);
-      if (!pairs) continue;
+      if (!view.fact->IsAlive()) continue;
       TToken pair = token;
       pair.ids.push_back(view.fact->id);
       pair.came = std::max(pair.came, view.fact->born);
-      if (textbook_) pair.came = std::max(pair.came, left_alone);
       pair.strength = std::min(pair.strength, view.strength);
       pair.bindings.insert(pair.bindings.end(), view.bindings.begin(), view.bindings.end());
       joined.push_back(std::move(pair));
+      if (joined.size() > kMostMatches) throw TTooMany();
       if (unique && textbook_) break;
     }
   }
   return joined;
 }
 
+// What exists is as true as the best of the facts that match; what does not exist is true.
+std::vector<BruteForce::TToken> BruteForce::NegatePlainly(const TReading& reading,
+                                                          const std::vector<TToken>& tokens,
+                                                          const TFactHistory& history) const {
+  const std::vector<const TView*> right = Entries(reading, history, false);
+  const bool exists = reading.element->negations % 2 == 0;
+  std::vector<TToken> passed;
+  for (TToken token : tokens) {
+    double best = -1;
+    for (const TView* view : right) {
+      if (Passes(reading, *view, token.bindings)) best = std::max(best, view->strength);
+    }
+    if (exists != (best >= 0)) continue;
+    if (exists) token.strength = std::min(token.strength, best);
+    token.ids.push_back(-1);
+    passed.push_back(std::move(token));
+  }
+  return passed;
+}
+
 std::vector<BruteForce::TToken> BruteForce::Negate(const TReading& reading,
                                                    const std::vector<TToken>& tokens,
-                                                   const std::vector<TKnownFact>& history,
+                                                   const TFactHistory& history,
                                                    std::int64_t rule_added) const {
-  TAlive known;
-  for (const TKnownFact& fact : history) known.push_back(&fact);
-  const std::vector<TView> right = Entries(reading, known);
+  if (textbook_) return NegatePlainly(reading, tokens, history);
+  const std::vector<const TView*> right = Entries(reading, history, keeps_past_);
   std::vector<TToken> passed;
   for (TToken token : LeftMemory(reading, tokens, true)) {
     bool is_blocked = false;
     const std::int64_t came = std::max(token.came, rule_added);
     std::int64_t unblocked = came;
     double most = 1;
-    for (const TView& view : right) {
+    for (const TView* entry : right) {
+      const TView& view = *entry;
       if (view.fact->died < unblocked || !Passes(reading, view, token.bindings)) continue;
       is_blocked = is_blocked || view.fact->died == TKnownFact::kAlive;
       most = view.strength;
@@ -472,13 +480,7 @@ std::vector<BruteForce::TToken> BruteForce::Negate(const TReading& reading,
   for (std::int32_t level = 1; level < reading.element->negations; ++level) {
     std::vector<TToken> next;
     for (const TToken& token : LeftMemory(reading, tokens, false)) {
-      const bool is_blocked = textbook_ ? std::any_of(passed.begin(), passed.end(),
-                                                      [&](const TToken& other) {
-                                                        return other.ids == token.ids &&
-                                                               other.bindings == token.bindings;
-                                                      })
-                                        : !passed.empty();
-      if (!is_blocked) next.push_back(token);
+      if (passed.empty()) next.push_back(token);
     }
     passed = std::move(next);
   }
@@ -489,16 +491,21 @@ std::vector<BruteForce::TToken> BruteForce::Negate(const TReading& reading,
   return passed;
 }
 
-std::vector<TReadMatch> BruteForce::Matches(const std::vector<TKnownFact>& history,
-                                            std::int64_t rule_added) const {
-  TAlive alive;
-  for (const TKnownFact& fact : history) {
-    if (fact.died == TKnownFact::kAlive) alive.push_back(&fact);
-  }
+bool BruteForce::Reads(std::int32_t fact_template) const {
+  if (fact_template == -1) return starts_with_initial_;
+  return std::any_of(readings_.begin(), readings_.end(), [&](const TReading& reading) {
+    return !reading.element->is_test && Descends(fact_template, reading.element->fact_template);
+  });
+}
+
+std::vector<TReadMatch> BruteForce::Matches(const TFactHistory& history, std::int64_t rule_added,
+                                            TUnderway underway) const {
+  underway_ = underway;
   std::vector<TToken> tokens;
   if (starts_with_initial_) {
-    for (const TKnownFact* fact : alive) {
-      if (fact->fact_template == -1) tokens.push_back(TToken{{fact->id}, fact->born, {}, 1, 0});
+    for (const TKnownFact& fact : history) {
+      if (fact.fact_template == -1 && fact.IsAlive())
+        tokens.push_back(TToken{{fact.id}, fact.born, {}, 1, 0});
     }
   }
   for (std::size_t i = 0; i < readings_.size(); ++i) {
@@ -506,28 +513,35 @@ std::vector<TReadMatch> BruteForce::Matches(const std::vector<TKnownFact>& histo
     const TElement& element = *reading.element;
     if (element.is_test) {
       std::erase_if(tokens, [&](const TToken& token) {
-        const bool is_false = Evaluate(element.test, {}, token.bindings) == TValue::Single("FALSE");
-        return is_false == (element.negations == 0);
+        try {
+          const bool is_false =
+              Evaluate(element.test, {}, token.bindings) == TValue::Single("FALSE");
+          return is_false == (element.negations == 0);
+        } catch (const TRaised&) {
+          return true;
+        }
       });
     } else if (element.negations > 0) {
       tokens = Negate(reading, tokens, history, rule_added);
     } else if (i == 0) {
       // No memory stands before the first join: every expansion goes on.
-      for (const TView& view : Entries(reading, alive, false))
-        tokens.push_back(TToken{{view.fact->id}, view.fact->born, view.bindings, view.strength, 0});
+      for (const TView* view : Entries(reading, history, false)) {
+        tokens.push_back(
+            TToken{{view->fact->id}, view->fact->born, view->bindings, view->strength, 0});
+      }
     } else {
       tokens = Join(reading, tokens, history, rule_added);
     }
   }
   std::vector<TReadMatch> matches;
+  matches.reserve(tokens.size());
   for (TToken& token : tokens) {
-    std::string text;
-    for (const std::int32_t id : token.ids) text += " f-" + std::to_string(id);
-    for (const auto& [name, value] : token.bindings) text += " " + name + "=" + value.ToString();
-    matches.push_back(TReadMatch{std::move(text), token.strength, std::move(token.bindings)});
+    TMatchKey key = std::move(token.ids);
+    for (const auto& [name, value] : token.bindings) AddToKey(value, key);
+    matches.push_back(TReadMatch{std::move(key), token.strength, std::move(token.bindings)});
   }
   std::sort(matches.begin(), matches.end(),
-            [](const TReadMatch& a, const TReadMatch& b) { return a.text < b.text; });
+            [](const TReadMatch& a, const TReadMatch& b) { return a.key < b.key; });
   return matches;
 }
 

@@ -12,9 +12,6 @@ namespace reasoner::oracle {
 // The same program for the same seed, on every machine.
 TProgram Generate(std::uint64_t seed, bool textbook);
 
-// Whether the engine's own semantics show more of a rule than the brute-force reading models.
-bool IsLeftOut(const TRuleText& rule, bool textbook);
-
 // The smallest program that still fails, as far as leaving out operations, rules, elements, fields
 // and constraints leads.
 TProgram Shrink(TProgram program, const std::function<bool(const TProgram&)>& fails);

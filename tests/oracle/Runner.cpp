@@ -5,14 +5,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
 #include <map>
 #include <optional>
 #include <set>
 #include <stdexcept>
 
 #include "reasoner/engine/Reasoner.h"
-#include "tests/oracle/BruteForce.h"
+#include "tests/oracle/Model.h"
 #include "tests/support/Integrity.h"
 
 namespace reasoner::oracle {
@@ -23,12 +22,45 @@ class TDifference : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// The program came to what the reading does not model; what it did before agreed.
-struct TLeftOut {};
+TWord WordOf(const IKBValue& value) {
+  switch (value.GetDType()) {
+    case dtInteger:
+      return TWord(std::to_string(value.GetAsInteger()));
+    case dtFloat:
+      return TWord::Float(value.GetAsFloat());
+    case dtFactId:
+      return TWord::FactId(static_cast<std::int32_t>(value.GetAsFactId()));
+    case dtString:
+      return TWord("\"" + std::string(value.TextView()) + "\"");
+    case dtAtom:
+      return value.TextView().empty() ? TWord("nil") : TWord(value.TextView());
+    default:
+      return TWord("<" + value.ToString() + ">");
+  }
+}
+
+// A fuzzy value's shape is looked at elsewhere.
+TValue ValueOf(const IKBValue& value) {
+  if (value.GetDType() == dtFuzzy) return TValue{false, {}, {}, ShapeOf("1")};
+  if (value.GetDType() != dtList) return TValue::Single(WordOf(value));
+  TValue list{true, {}, {}, nullptr};
+  const Ref<IValueVector> members = value.GetAsList();
+  for (std::int32_t i = 0; i < members->GetValueCount(); ++i)
+    list.items.push_back(WordOf(*members->GetItem(i)));
+  return list;
+}
+
+Text NameOf(TWord variable) {
+  return Text(variable.Text().substr(variable.IsMultiVariable() ? 2 : 1));
+}
 
 class TRunner {
  public:
-  TRunner(const TProgram& program, bool textbook) : program_(program), textbook_(textbook) {
+  TRunner(const TProgram& program, bool textbook, bool check_always)
+      : program_(program),
+        model_(program, textbook),
+        textbook_(textbook),
+        check_always_(check_always) {
     engine_.OnAddActivation = [this](TReasoner&, std::int32_t index, TActivation& activation) {
       Added(index, activation);
     };
@@ -42,211 +74,170 @@ class TRunner {
   }
 
   TOutcome Run() {
-    TOutcome outcome;
     try {
-      Do(Preamble() + "(reset)");
-      EnterInitialFact();
+      Do(Preamble(program_) + "(reset)");
+      model_.Reset();
+      std::int32_t done = 0;
       for (const TOperation& operation : program_.operations) {
-        Operate(operation);
+        if (!Operate(operation)) continue;
         Compare();
+        if (++done % 4 == 0 || check_always_) CheckSoundness();
       }
       Finish();
-    } catch (const TLeftOut&) {
+    } catch (const TModel::TLeftOut&) {
+      outcome_.left_out = true;
+    } catch (const BruteForce::TTooMany&) {
+      outcome_.left_out = true;
     } catch (const std::exception& failure) {
-      outcome.difference = failure.what();
+      outcome_.difference = failure.what();
     }
-    outcome.script = script_;
-    return outcome;
+    return std::move(outcome_);
   }
 
  private:
-  using TShapes = std::vector<std::vector<TSharedShape>>;  // a slot each
-
-  struct TLiveRule {
-    const TRuleText* text;
-    BruteForce reading;
-    std::int64_t added;
-    std::vector<TReadMatch> read;
-    std::multiset<std::string> matches;
-    std::multiset<std::string> fired;  // those of `matches` that are no longer on the agenda
+  using TLiveRule = TModel::TLiveRule;
+  struct TWaiting {
+    const TActivation* activation;
+    std::int32_t salience;
+    bool is_seen = false;  // it has been read, and its values looked at
+    bool is_rebuilt = false;
+    TLiveRule* rule = nullptr;
+    TMatchKey key;
   };
 
-  void Do(const std::string& text) {
-    script_ += text + "\n";
-    engine_.Parse(text, true);
+  // Whether it raised, where that may be.
+  bool Do(const std::string& text, bool may_raise = false) {
+    outcome_.script += text + "\n";
+    try {
+      engine_.Parse(text, true);
+    } catch (const std::exception&) {
+      if (!may_raise && !program_.may_raise) throw;
+      ++outcome_.failures;
+      return true;
+    }
+    return false;
   }
 
   // The agenda as it should be, by what comes and goes.
 
-  void Added(std::int32_t index, const TActivation& activation) {
-    const std::int32_t salience = activation.GetRule().GetSalience();
-    std::int32_t wanted = static_cast<std::int32_t>(agenda_.size());
-    if (!agenda_.empty() && salience >= agenda_.front()->GetRule().GetSalience()) {
-      wanted = 0;
-    } else if (!agenda_.empty() && salience >= agenda_.back()->GetRule().GetSalience()) {
-      std::int32_t low = 0;
-      std::int32_t high = static_cast<std::int32_t>(agenda_.size()) - 1;
-      wanted = -1;
-      while (low <= high && wanted < 0) {
-        const std::int32_t middle = (low + high) / 2;
-        const std::int32_t met = agenda_[static_cast<std::size_t>(middle)]->GetRule().GetSalience();
-        if (salience > met) {
-          high = middle - 1;
-        } else if (salience < met) {
-          low = middle + 1;
-        } else {
-          wanted = middle;
-        }
-      }
-      if (wanted < 0) wanted = high + 1;
+  // Higher saliences stand before lower ones. Among equals the newest comes first at the agenda's
+  // head or, breadth first, last at its end; in the midst of the agenda it comes before the one of
+  // its equals that bisection meets first.
+  std::size_t PlaceFor(std::int32_t salience) const {
+    std::size_t first = 0;
+    while (first < agenda_.size() && agenda_[first].salience > salience) ++first;
+    std::size_t behind = first;
+    while (behind < agenda_.size() && agenda_[behind].salience == salience) ++behind;
+    if (first == behind || (!is_breadth_ && first == 0)) return first;
+    if (is_breadth_ && behind == agenda_.size()) return behind;
+    std::size_t low = 0;
+    for (std::size_t high = agenda_.size() - 1;;) {
+      const std::size_t middle = (low + high) / 2;
+      if (middle >= first && middle < behind) return middle;
+      middle < first ? low = middle + 1 : high = middle - 1;
     }
-    if (index != wanted) agenda_fault_ = "an activation landed at " + std::to_string(index);
-    agenda_.insert(agenda_.begin() + wanted, &activation);
+  }
+
+  void Added(std::int32_t index, const TActivation& activation) {
+    ++outcome_.activations;
+    const std::int32_t salience = activation.GetRule().GetSalience();
+    const std::size_t wanted = PlaceFor(salience);
+    if (static_cast<std::size_t>(index) != wanted)
+      agenda_fault_ = "an activation landed at " + std::to_string(index);
+    agenda_.insert(agenda_.begin() + static_cast<std::ptrdiff_t>(wanted),
+                   TWaiting{&activation, salience, false, is_rebuilding_, nullptr, {}});
+    Touch(activation);
   }
 
   void Removed(std::int32_t index, const TActivation& activation) {
     if (index < 0 || static_cast<std::size_t>(index) >= agenda_.size() ||
-        agenda_[static_cast<std::size_t>(index)] != &activation) {
+        agenda_[static_cast<std::size_t>(index)].activation != &activation) {
       agenda_fault_ = "an activation went from " + std::to_string(index);
       return;
     }
     agenda_.erase(agenda_.begin() + index);
+    Touch(activation);
   }
+
+  void Touch(const TActivation& activation) { touched_.insert(activation.GetRule().GetRuleName()); }
 
   void CompareAgenda() {
     if (!agenda_fault_.empty()) throw TDifference(agenda_fault_);
     bool same = static_cast<std::size_t>(engine_.GetAgendaCount()) == agenda_.size();
-    for (std::size_t i = 0; same && i < agenda_.size(); ++i) {
-      same = &engine_.GetActivation(static_cast<std::int32_t>(i)) == agenda_[i];
-    }
+    for (std::size_t i = 0; same && i < agenda_.size(); ++i)
+      same = &engine_.GetActivation(static_cast<std::int32_t>(i)) == agenda_[i].activation;
     if (!same) throw TDifference("the agenda's order is another one");
   }
 
-  // Facts and matches.
+  // Matches.
 
-  std::vector<TKnownFact*> Alive() {
-    std::vector<TKnownFact*> alive;
-    for (TKnownFact& fact : facts_) {
-      if (fact.died == TKnownFact::kAlive && fact.fact_template >= 0) alive.push_back(&fact);
-    }
-    return alive;
-  }
-
-  TKnownFact* Chosen(std::uint32_t target) {
-    const std::vector<TKnownFact*> alive = Alive();
-    return alive.empty() ? nullptr : alive[target % alive.size()];
-  }
-
-  void EnterInitialFact() {
-    facts_.clear();
-    next_id_ = 0;
-    facts_.push_back(TKnownFact{next_id_++, -1, {}, {}, ++clock_, TKnownFact::kAlive});
-    Update();
-  }
-
-  void Enter(std::int32_t fact_template, const std::vector<std::vector<std::string>>& values) {
-    TShapes shapes(values.size());
-    for (std::size_t i = 0; i < values.size(); ++i) {
-      if (!Templates()[static_cast<std::size_t>(fact_template)].slots[i].is_fuzzy) continue;
-      for (const std::string& words : values[i]) shapes[i].push_back(ShapeOf(words));
-    }
-    Enter(fact_template, values, std::move(shapes));
-  }
-
-  // A fuzzy fact is united with the one that differs from it in fuzzy slots alone.
-  void Enter(std::int32_t fact_template, std::vector<std::vector<std::string>> values,
-             TShapes shapes) {
-    const std::vector<TSlotText>& slots =
-        Templates()[static_cast<std::size_t>(fact_template)].slots;
-    for (TKnownFact* fact : Alive()) {
-      if (fact->fact_template != fact_template) continue;
-      bool is_equal = true;
-      for (std::size_t i = 0; i < slots.size(); ++i)
-        is_equal = is_equal && (slots[i].is_fuzzy || fact->values[i] == values[i]);
-      if (!is_equal) continue;
-      if (!IsFuzzy(fact_template)) return;
-      for (std::size_t i = 0; i < slots.size(); ++i) {
-        if (shapes[i].size() != fact->shapes[i].size()) continue;
-        for (std::size_t k = 0; k < shapes[i].size(); ++k)
-          shapes[i][k] = UnionOf(*shapes[i][k], *fact->shapes[i][k]);
-      }
-      Leave(*fact);
-      break;
-    }
-    for (std::size_t i = 0; i < slots.size(); ++i) {
-      if (!slots[i].is_fuzzy) continue;
-      values[i].clear();
-      for (const TSharedShape& shape : shapes[i]) {
-        if (Possibility(*shape, *shape) <= program_.equals_threshold) throw TLeftOut();
-        values[i].push_back("<f-" + std::to_string(next_id_) + "." + slots[i].name +
-                            std::to_string(values[i].size()) + ">");
-      }
-    }
-    facts_.push_back(TKnownFact{next_id_++, fact_template, std::move(values), std::move(shapes),
-                                ++clock_, TKnownFact::kAlive});
-    Update();
-  }
-
-  void Leave(TKnownFact& fact) {
-    fact.died = ++clock_;
-    Update();
-  }
-
-  // Works out the matches anew; one that has fired is forgotten when it goes.
-  void Update() {
-    for (auto& [name, rule] : rules_) Update(rule);
-  }
-
-  void Update(TLiveRule& rule) {
-    rule.read = rule.reading.Matches(facts_, rule.added);
-    if (rule.read.size() > 3000) throw std::length_error("too many matches");
-    rule.matches.clear();
-    for (const TReadMatch& match : rule.read) rule.matches.insert(match.text);
-    std::multiset<std::string> fired;
-    std::set_intersection(rule.fired.begin(), rule.fired.end(), rule.matches.begin(),
-                          rule.matches.end(), std::inserter(fired, fired.end()));
-    rule.fired = std::move(fired);
-  }
-
-  std::string MatchOf(const TActivation& activation, const BruteForce& reading) {
-    std::string text;
+  TMatchKey KeyOf(const TActivation& activation, const BruteForce& reading) {
+    TMatchKey key;
     for (std::int32_t i = 0; i < activation.GetToken()->GetCount(); ++i)
-      text += " f-" + std::to_string(activation.GetToken()->GetFacts(i)->GetID());
+      key.push_back(static_cast<std::int32_t>(activation.GetToken()->GetFacts(i)->GetID()));
+    if (reading.GetVariables().empty()) return key;
     TKBContext frame(&engine_.GetContext(), &engine_);
     activation.GetRule().Prepare(*activation.GetToken(), frame);
-    for (const std::string& variable : reading.GetVariables()) {
-      const TBinding* binding =
-          frame.FindOwnBinding(Text(variable.substr(variable[0] == '$' ? 2 : 1)));
-      text += " " + variable + "=";
-      if (binding == nullptr) continue;
-      text += binding->Value->GetDType() == dtFuzzy ? "fuzzy" : binding->Value->ToString();
+    for (const TWord& variable : reading.GetVariables()) {
+      const TBinding* binding = frame.FindOwnBinding(NameOf(variable));
+      if (binding == nullptr) throw TDifference("no value for " + variable.Text());
+      AddToKey(ValueOf(*binding->Value), key);
     }
+    return key;
+  }
+
+  static std::string Describe(const TMatchKey& key) {
+    std::string text;
+    for (const std::int32_t part : key) text += " " + std::to_string(part);
+    return text;
+  }
+  static std::string Describe(const TReadMatch& match, const TMatchKey& key) {
+    std::string text = Describe(key) + ":";
+    for (const auto& [variable, value] : match.bindings)
+      text += " " + variable.Text() + "=" + value.ToString();
     return text;
   }
 
-  // The reading of an activation's match: of those with its text one with its strength and values.
-  const TReadMatch& ReadOf(const TActivation& activation, const TLiveRule& rule,
-                           const std::string& text) {
-    const float strength = activation.GetStrength();
-    TKBContext frame(&engine_.GetContext(), &engine_);
-    activation.GetRule().Prepare(*activation.GetToken(), frame);
-    std::string difference = "the strength " + std::to_string(strength);
-    for (const TReadMatch& match : rule.read) {
-      if (match.text != text) continue;
-      if (match.strength != TReadMatch::kAnyStrength && std::abs(match.strength - strength) > 1e-5)
+  // The reading of an activation: of the matches with its key one with its strength and values.
+  const TReadMatch* ReadOf(const TWaiting& waiting, bool with_shapes, std::string& difference) {
+    const float strength = waiting.activation->GetStrength();
+    const std::vector<TReadMatch>& read = waiting.rule->read;
+    const auto is_before = [](const TReadMatch& match, const TMatchKey& key) {
+      return match.key < key;
+    };
+    auto match = std::lower_bound(read.begin(), read.end(), waiting.key, is_before);
+    if (match == read.end() || match->key != waiting.key) return nullptr;
+    for (; match != read.end() && match->key == waiting.key; ++match) {
+      const double wanted = waiting.is_rebuilt && !textbook_ ? 1 : match->strength;
+      difference = "the strength " + std::to_string(strength) + " and not " +
+                   std::to_string(wanted) + " of" + Describe(*match, match->key);
+      if (wanted != TReadMatch::kAnyStrength && std::abs(wanted - double{strength}) > 1e-5)
         continue;
       difference.clear();
-      for (const auto& [variable, value] : match.bindings) {
-        if (!value.shape || !difference.empty()) continue;
-        difference = Differs(*frame.FindOwnBinding(Text(variable.substr(1)))->Value, *value.shape);
-      }
-      if (difference.empty()) return match;
+      if (with_shapes) difference = FuzzyDifference(*waiting.activation, *match);
+      if (difference.empty()) return &*match;
     }
-    throw TDifference(difference + " of" + text);
+    return nullptr;
+  }
+
+  std::string FuzzyDifference(const TActivation& activation, const TReadMatch& match) {
+    std::optional<TKBContext> frame;
+    for (const auto& [variable, value] : match.bindings) {
+      if (!value.shape) continue;
+      if (!frame) {
+        frame.emplace(&engine_.GetContext(), &engine_);
+        activation.GetRule().Prepare(*activation.GetToken(), *frame);
+      }
+      const std::string difference =
+          Differs(*frame->FindOwnBinding(NameOf(variable))->Value, *value.shape);
+      if (!difference.empty()) return difference + " of " + variable.Text();
+    }
+    return "";
   }
 
   // How a fuzzy value differs from its reading, or nothing.
   static std::string Differs(const IKBValue& value, const TShape& shape) {
+    if (value.GetDType() != dtFuzzy) return "a value that is not fuzzy";
     const IFuzzySet& set = *value.GetAsFuzzy();
     for (std::size_t i = 0; i < shape.knots.size(); ++i) {
       const double x = shape.knots[i].x;
@@ -261,192 +252,240 @@ class TRunner {
     return "";
   }
 
-  void CompareFuzzyFacts() {
-    for (const TKnownFact* fact : Alive()) {
-      if (!IsFuzzy(fact->fact_template)) continue;
-      const Ref<IFact> shown = engine_.GetFacts().GetFactByID(fact->id);
-      if (!shown) throw TDifference("no fact " + std::to_string(fact->id));
-      const std::vector<TSlotText>& slots =
-          Templates()[static_cast<std::size_t>(fact->fact_template)].slots;
-      for (std::size_t i = 0; i < slots.size(); ++i) {
-        if (!slots[i].is_fuzzy) continue;
-        const Ref<IKBValue> value = shown->GetValue(Text(slots[i].name));
-        const Ref<IValueVector> members = slots[i].is_multi ? value->GetAsList() : NewVector();
-        if (!slots[i].is_multi) members->Add(value);
-        if (static_cast<std::size_t>(members->GetValueCount()) != fact->shapes[i].size())
-          throw TDifference("the length of " + value->ToString());
-        for (std::size_t k = 0; k < fact->shapes[i].size(); ++k) {
-          const std::string difference =
-              Differs(*members->GetItem(static_cast<std::int32_t>(k)), *fact->shapes[i][k]);
-          if (!difference.empty()) throw TDifference(difference + " of " + fact->values[i][k]);
-        }
+  // Facts that have not been looked at yet; no fact changes.
+  void CompareFacts() {
+    std::size_t alive = 0;
+    for (const TKnownFact& fact : model_.GetFacts()) {
+      if (!fact.IsAlive()) continue;
+      ++alive;
+      outcome_.highest_id = std::max(outcome_.highest_id, fact.id);
+      if (fact.serial < next_serial_ || fact.fact_template < 0) continue;
+      ++outcome_.facts;
+      const Ref<IFact> shown = engine_.GetFacts().GetFactByID(fact.id);
+      if (!shown) throw TDifference("no fact " + std::to_string(fact.id));
+      const TTemplateText& described = TemplateAt(fact.fact_template);
+      if (shown->GetTemplate()->GetTemplateName() != described.name)
+        throw TDifference("the template of fact " + std::to_string(fact.id));
+      for (std::size_t i = 0; i < described.slots.size(); ++i)
+        CompareSlot(*shown, fact, i, described.slots[i]);
+    }
+    for (const TKnownFact& fact : model_.GetFacts())
+      next_serial_ = std::max(next_serial_, fact.serial + 1);
+    outcome_.most_facts = std::max(outcome_.most_facts, static_cast<std::int32_t>(alive));
+    if (static_cast<std::size_t>(engine_.GetFacts().GetCount()) != alive) {
+      throw TDifference("there are " + std::to_string(engine_.GetFacts().GetCount()) +
+                        " facts and not " + std::to_string(alive));
+    }
+  }
+
+  static void CompareSlot(IFact& shown, const TKnownFact& fact, std::size_t slot,
+                          const TSlotText& described) {
+    const Ref<IKBValue> value = shown.GetValue(Text(described.name));
+    const Ref<IValueVector> members = described.is_multi ? value->GetAsList() : NewVector();
+    if (!described.is_multi) members->Add(value);
+    bool same = static_cast<std::size_t>(members->GetValueCount()) == fact.values[slot].size();
+    for (std::size_t k = 0; same && k < fact.values[slot].size(); ++k) {
+      const IKBValue& member = *members->GetItem(static_cast<std::int32_t>(k));
+      if (described.is_fuzzy) {
+        const std::string difference = Differs(member, *fact.shapes[slot][k]);
+        if (!difference.empty())
+          throw TDifference(difference + " of " + fact.values[slot][k].Text());
+      } else {
+        same = WordOf(member) == fact.values[slot][k];
       }
     }
+    if (!same) throw TDifference("slot " + described.name + " of " + shown.ToString());
   }
 
   // Operations.
 
-  void Operate(const TOperation& operation) {
-    constexpr std::int32_t kLastId = 100;  // buckets by id are in order up to here
-    constexpr std::size_t kMostFacts = 9;
-    const bool is_full = next_id_ >= kLastId || Alive().size() >= kMostFacts;
+  // Whether there was something to do.
+  bool Operate(const TOperation& operation) {
+    const bool is_full = model_.CountAlive() > program_.most_facts;
     switch (operation.kind) {
       case TOperation::kAssert:
-        if (is_full) return;
+        if (is_full) return false;
         Do("(assert " + FactText(operation.fact_template, operation.values) + ")");
-        return Enter(operation.fact_template, operation.values);
+        model_.Assert(operation.fact_template, operation.values);
+        return true;
       case TOperation::kRetract: {
-        TKnownFact* fact = Chosen(operation.target);
-        if (fact == nullptr) return;
+        TKnownFact* fact = model_.Chosen(operation.target);
+        if (fact == nullptr) return false;
         Do("(retract " + std::to_string(fact->id) + ")");
-        return Leave(*fact);
+        model_.Retract(*fact);
+        return true;
       }
       case TOperation::kModify:
       case TOperation::kDuplicate:
         return Change(operation, is_full);
-      case TOperation::kAddRule:
-        return AddRule(operation.rule);
-      case TOperation::kRemoveRule: {
-        if (operation.rule >= program_.rules.size()) return;
-        const std::string& name = program_.rules[operation.rule].name;
-        if (rules_.erase(name) != 0) Do("(undefrule " + name + ")");
-        return;
+      case TOperation::kAddRule: {
+        if (operation.rule >= program_.rules.size()) return false;
+        const TRuleText& text = program_.rules[operation.rule];
+        touched_.insert(text.name);  // it takes the place of one of that name
+        Do(text.ToString());
+        model_.AddRule(text);
+        return true;
       }
+      case TOperation::kRemoveRule: {
+        if (operation.rule >= program_.rules.size()) return false;
+        const std::string& name = program_.rules[operation.rule].name;
+        if (model_.GetRules().count(name) == 0) return false;
+        Do("(undefrule " + name + ")");
+        model_.RemoveRule(name);
+        return true;
+      }
+      case TOperation::kFactSet: {
+        std::string text = "(deffacts s" + std::to_string(operation.target % 2);
+        for (const TFactForm& fact : operation.facts) text += " " + fact.ToString();
+        Do(text + ")");
+        model_.DefineFactSet(operation.target % 2, operation.facts);
+        return true;
+      }
+      case TOperation::kTemplateAnew: {
+        const auto anew = static_cast<std::int32_t>(operation.target % Templates().size());
+        const std::string& text = TemplateAt(anew).text;
+        if (text.empty()) return false;
+        Do(text);
+        model_.DefineAnew(anew);
+        return true;
+      }
+      case TOperation::kUseIds: {
+        const auto count = static_cast<std::int32_t>(90 + operation.target % 120);
+        // A fact that is there already would be retracted.
+        if (model_.AllowsDuplicates()) return false;
+        Do("(use-ids " + std::to_string(count) + ")");
+        model_.UseIds(count);
+        return true;
+      }
+      case TOperation::kStrategy:
+        is_breadth_ = !is_breadth_;
+        outcome_.script += std::string("; ") + (is_breadth_ ? "breadth" : "depth") + " first\n";
+        agenda_.clear();
+        is_rebuilding_ = true;
+        engine_.SetStrategy(is_breadth_ ? ssBreadthFirst : ssDepthFirst);
+        is_rebuilding_ = false;
+        return true;
+      case TOperation::kDuplicates:
+        model_.AllowDuplicates(!model_.AllowsDuplicates());
+        Do(std::string("(set-fact-duplication ") +
+           (model_.AllowsDuplicates() ? "FALSE)" : "TRUE)"));
+        return true;
       case TOperation::kReset:
         Do("(reset)");
-        for (auto& [name, rule] : rules_) rule.fired.clear();
-        return EnterInitialFact();
+        model_.Reset();
+        return true;
       case TOperation::kClear:
         Do("(clear)");
-        rules_.clear();
-        facts_.clear();
-        next_id_ = 0;
-        return Do(Preamble());
+        model_.Clear();
+        Do(Preamble(program_));
+        return true;
       case TOperation::kStep:
         return Step();
     }
+    return false;
   }
 
-  void Change(const TOperation& operation, bool is_full) {
-    TKnownFact* fact = Chosen(operation.target);
-    if (fact == nullptr || next_id_ >= 100) return;
-    const TTemplateText& described = Templates()[static_cast<std::size_t>(fact->fact_template)];
-    if (described.is_ordered || (is_full && operation.kind == TOperation::kDuplicate)) return;
-    const std::size_t slot = operation.target % described.slots.size();
-    std::vector<std::vector<std::string>> values = fact->values;
-    TShapes shapes = fact->shapes;
-    if (described.slots[slot].is_fuzzy) {
-      if (operation.words.empty()) return;
-      values[slot] = {operation.words};
-      shapes[slot] = {ShapeOf(operation.words)};
-    } else {
-      values[slot] = {operation.values.back().empty() ? "b" : operation.values.back().front()};
-    }
+  bool Change(const TOperation& operation, bool is_full) {
+    TKnownFact* fact = model_.Chosen(operation.target);
+    if (fact == nullptr) return false;
+    const TTemplateText& described = TemplateAt(fact->fact_template);
     const bool is_duplicate = operation.kind == TOperation::kDuplicate;
+    if (described.is_ordered || (is_full && is_duplicate)) return false;
+    const std::size_t slot = operation.target % described.slots.size();
+    TWord value = operation.words;
+    if (!described.slots[slot].is_fuzzy)
+      value = operation.values.back().empty() ? TWord("b") : operation.values.back().front();
+    if (value.IsEmpty()) return false;
     Do((is_duplicate ? "(duplicate " : "(modify ") + std::to_string(fact->id) + " (" +
-       described.slots[slot].name + " " + values[slot].front() + "))");
-    const std::int32_t fact_template = fact->fact_template;
-    if (!is_duplicate) Leave(*fact);
-    Enter(fact_template, std::move(values), std::move(shapes));
+       described.slots[slot].name + " " + value.Text() + "))");
+    model_.Change(*fact, slot, value, is_duplicate);
+    return true;
   }
 
-  void AddRule(std::uint32_t number) {
-    if (number >= program_.rules.size()) return;
-    const TRuleText& text = program_.rules[number];
-    rules_.erase(text.name);
-    Do(text.ToString());
-    const auto [live, is_new] = rules_.emplace(
-        text.name, TLiveRule{&text, BruteForce(text, program_, textbook_), ++clock_, {}, {}, {}});
-    Update(live->second);
-  }
-
-  void Step() {
-    Compare();
-    if (engine_.GetAgendaCount() == 0) return Do("(run 1)");
-    const TActivation& next = engine_.GetActivation(0);
-    const std::string name = next.GetRule().GetRuleName();
-    const float strength = next.GetStrength();
-    TLiveRule& rule = rules_.at(name);
-    const std::string text = MatchOf(next, rule.reading);
-    rule.fired.insert(text);
-    std::map<std::string, TValue> bindings;
-    for (const auto& [variable, value] : ReadOf(next, rule, text).bindings)
-      bindings.emplace(variable, value);
-    Do("(run 1)");
-    for (const TAction& action : rule.text->actions) {
-      if (action.kind == TAction::kRetract) {
-        const std::string id = bindings.at(action.terms.front().text).items.front();
-        for (TKnownFact* fact : Alive()) {
-          if ("<Fact-" + std::to_string(fact->id) + ">" == id) {
-            Leave(*fact);
-            break;
-          }
-        }
-        continue;
-      }
-      std::vector<TValue> fields;
-      for (const TTerm& term : action.terms)
-        fields.push_back(term.IsVariable() ? bindings.at(term.text) : TValue::Single(term.text));
-      if (action.kind == TAction::kAssert) {
-        std::vector<std::string> values;
-        for (const TValue& field : fields) values.push_back(field.items.front());
-        Enter(0, {values});
-        continue;
-      }
-      // What a rule asserts is no truer than what it was fired by.
-      std::vector<TSharedShape> members;
-      for (std::size_t i = 0; i < 2; ++i) {
-        members.push_back(fields[i].shape ? fields[i].shape : ShapeOf(fields[i].items.front()));
-        if (strength != 1.0F)
-          members[i] = Weakened(*members[i], double{strength}, program_.by_product);
-      }
-      members.push_back(nullptr);
-      TShapes shapes = BySlot(action, members);
-      shapes.back().clear();
-      std::vector<std::vector<std::string>> values(shapes.size());
-      values.back() = fields[2].items;
-      Enter(action.fact_template, std::move(values), std::move(shapes));
+  bool Step() {
+    if (agenda_.empty()) {
+      Do("(run 1)");
+      return true;
     }
+    if (model_.CountAlive() > program_.most_facts + 5) return false;
+    TWaiting& next = agenda_.front();
+    std::string difference;
+    const TReadMatch* read = ReadOf(next, true, difference);
+    if (read == nullptr) throw TDifference("no match fires");
+    const TReadMatch match = *read;
+    const TRuleText& rule = *next.rule->text;
+    const double strength = next.activation->GetStrength();
+    next.rule->fired.insert(match.key);
+    next.rule->has_changed = true;
+    ++outcome_.firings;
+    const bool has_raised = Do("(run 1)", true);
+    const bool is_done = model_.Fire(rule, match, strength);
+    if (has_raised == is_done && !program_.may_raise)
+      throw TDifference(is_done ? "an action raised" : "no action raised");
+    return true;
   }
 
   // After each operation.
   void Compare() {
     CompareAgenda();
-    std::map<std::string, std::multiset<std::string>> shown;
-    for (std::int32_t i = 0; i < engine_.GetAgendaCount(); ++i) {
-      const TActivation& activation = engine_.GetActivation(i);
-      const std::string name = activation.GetRule().GetRuleName();
-      const auto rule = rules_.find(name);
-      if (rule == rules_.end()) throw TDifference("an activation of no rule: " + name);
-      const std::string text = MatchOf(activation, rule->second.reading);
-      // A match that should not be here is told below.
-      if (rule->second.matches.count(text) > 0) ReadOf(activation, rule->second, text);
-      shown[name].insert(text);
+    CompareFacts();
+    std::map<TLiveRule*, std::vector<TWaiting*>> shown;
+    for (auto& [name, rule] : model_.GetRules()) {
+      if (rule.has_changed || touched_.count(name) > 0) shown[&rule];
     }
-    CompareFuzzyFacts();
-    for (auto& [name, rule] : rules_) {
-      std::multiset<std::string> wanted;
-      std::set_difference(rule.matches.begin(), rule.matches.end(), rule.fired.begin(),
-                          rule.fired.end(), std::inserter(wanted, wanted.end()));
-      if (rule.reading.HasDeepNegation() && shown[name] != wanted) {
-        // In the midst of a token the match may have gone and come back.
-        for (const std::string& match : std::multiset<std::string>(rule.fired)) {
-          if (shown[name].count(match) <= wanted.count(match)) continue;
-          rule.fired.erase(rule.fired.find(match));
-          wanted.insert(match);
-        }
+    for (TWaiting& waiting : agenda_) {
+      if (!waiting.is_seen || touched_.count(waiting.activation->GetRule().GetRuleName()) > 0) {
+        const std::string name = waiting.activation->GetRule().GetRuleName();
+        const auto rule = model_.GetRules().find(name);
+        if (rule == model_.GetRules().end()) throw TDifference("an activation of no rule: " + name);
+        waiting.rule = &rule->second;
+        if (!waiting.is_seen) waiting.key = KeyOf(*waiting.activation, rule->second.reading);
       }
-      if (shown[name] == wanted) continue;
-      std::string difference = name + ":";
-      for (const std::string& match : wanted) {
-        if (shown[name].count(match) < wanted.count(match)) difference += " missing" + match;
-      }
-      for (const std::string& match : shown[name]) {
-        if (shown[name].count(match) > wanted.count(match)) difference += " too many" + match;
-      }
+      const auto found = shown.find(waiting.rule);
+      if (found != shown.end()) found->second.push_back(&waiting);
+    }
+    touched_.clear();
+    for (auto& [rule, waiting] : shown) Compare(*rule, waiting);
+  }
+
+  void Compare(TLiveRule& rule, const std::vector<TWaiting*>& waiting) {
+    rule.has_changed = false;
+    std::vector<const TMatchKey*> wanted;
+    for (const TWaiting* item : waiting) {
+      const auto returning = rule.may_return.find(item->key);
+      if (returning == rule.may_return.end()) continue;
+      rule.may_return.erase(returning);
+      const auto found = rule.fired.find(item->key);
+      if (found != rule.fired.end()) rule.fired.erase(found);
+    }
+    rule.may_return.clear();
+    std::multiset<TMatchKey> fired = rule.fired;
+    for (const TReadMatch& match : rule.read) {
+      const auto found = fired.find(match.key);
+      found == fired.end() ? wanted.push_back(&match.key) : static_cast<void>(fired.erase(found));
+    }
+    std::vector<const TMatchKey*> shown;
+    for (const TWaiting* item : waiting) shown.push_back(&item->key);
+    const auto is_before = [](const TMatchKey* a, const TMatchKey* b) { return *a < *b; };
+    std::sort(shown.begin(), shown.end(), is_before);
+    const auto is_same = [](const TMatchKey* a, const TMatchKey* b) { return *a == *b; };
+    if (!std::equal(shown.begin(), shown.end(), wanted.begin(), wanted.end(), is_same)) {
+      std::string difference = rule.text->name + ":";
+      const auto tell = [&](const char* what, const auto& some, const auto& others) {
+        std::vector<const TMatchKey*> only;
+        std::set_difference(some.begin(), some.end(), others.begin(), others.end(),
+                            std::back_inserter(only), is_before);
+        for (const TMatchKey* key : only) difference += what + Describe(*key);
+      };
+      tell(" missing", wanted, shown);
+      tell(" too many", shown, wanted);
       throw TDifference(difference);
     }
-    CheckSoundness();
+    for (TWaiting* item : waiting) {
+      std::string difference = "nothing";
+      if (ReadOf(*item, !item->is_seen, difference) == nullptr) throw TDifference(difference);
+      item->is_seen = true;
+    }
   }
 
   void CheckSoundness() {
@@ -461,11 +500,12 @@ class TRunner {
 
   // Everything goes: nothing stays behind.
   void Finish() {
-    while (TKnownFact* fact = Chosen(7)) {
+    while (TKnownFact* fact = model_.Chosen(7)) {
       Do("(retract " + std::to_string(fact->id) + ")");
-      Leave(*fact);
+      model_.Retract(*fact);
     }
     Compare();
+    CheckSoundness();
     if (engine_.GetFacts().GetCount() > 0) Do("(retract 0)");
     for (const TReteNode* node : engine_.GetReteNetwork().GetNodes()) {
       const auto* join = dynamic_cast<const TJoinNode*>(node);
@@ -474,32 +514,28 @@ class TRunner {
         throw TDifference("a memory is not empty: " + join->ToString());
     }
     if (engine_.GetAgendaCount() > 0) throw TDifference("the agenda is not empty");
-    for (const auto& [name, rule] : rules_) Do("(undefrule " + name + ")");
+    for (const auto& [name, rule] : model_.GetRules()) Do("(undefrule " + name + ")");
     if (engine_.GetReteNetwork().GetNodeCount() > 0) throw TDifference("nodes are left");
   }
 
   const TProgram& program_;
+  TModel model_;
   bool textbook_;
+  bool check_always_;
   TReasoner engine_;
-  std::string script_;
-  std::map<std::string, TLiveRule> rules_;
-  std::vector<TKnownFact> facts_;
-  std::int32_t next_id_ = 0;
-  std::int64_t clock_ = 0;
-  std::vector<const TActivation*> agenda_;
+  TOutcome outcome_;
+  std::vector<TWaiting> agenda_;
   std::string agenda_fault_;
+  std::set<std::string> touched_;  // rules of which activations came or went
+  std::size_t next_serial_ = 0;    // facts before it have been looked at
+  bool is_breadth_ = false;
+  bool is_rebuilding_ = false;
 };
 
 }  // namespace
 
-TOutcome RunProgram(const TProgram& program, bool textbook) {
-  TOutcome outcome;
-  try {
-    outcome = TRunner(program, textbook).Run();
-  } catch (const std::exception& failure) {
-    outcome.difference = failure.what();
-  }
-  return outcome;
+TOutcome RunProgram(const TProgram& program, bool textbook, bool check_always) {
+  return TRunner(program, textbook, check_always).Run();
 }
 
 }  // namespace reasoner::oracle

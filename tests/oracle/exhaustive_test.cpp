@@ -21,7 +21,7 @@ const std::array<std::string, 2> kValues = {"a", "b"};
 constexpr std::size_t kFacts = 4;
 
 std::int32_t TemplateOf(std::size_t fact) { return kTemplates[fact / 2]; }
-std::vector<std::vector<std::string>> ValuesOf(std::size_t fact) { return {{kValues[fact % 2]}}; }
+std::vector<std::vector<TWord>> ValuesOf(std::size_t fact) { return {{kValues[fact % 2]}}; }
 
 TElement Element(std::int32_t fact_template, std::int32_t form, std::int32_t negations) {
   const auto constraint = [](TConstraint::Kind kind, bool negated, const char* text) {
@@ -52,9 +52,8 @@ class ExhaustiveOracleTest : public ::testing::TestWithParam<bool> {
   // One left side with everything that can be done around it.
   void Try(const TRuleText& rule) {
     rule_ = &rule;
-    const BruteForce reading(rule, TProgram(), GetParam());
     for (std::uint32_t mask = 0; mask < 1u << kFacts; ++mask) {
-      std::vector<TKnownFact> facts = {TKnownFact{0, -1, {}, {}, 0, TKnownFact::kAlive}};
+      TFactHistory facts = {TKnownFact{0, -1, {}, {}, 0, TKnownFact::kAlive, kFacts}};
       for (std::size_t i = 0; i < kFacts; ++i) {
         if ((mask >> i & 1u) == 0) continue;
         facts.push_back(TKnownFact{static_cast<std::int32_t>(i) + 1,
@@ -62,11 +61,14 @@ class ExhaustiveOracleTest : public ::testing::TestWithParam<bool> {
                                    ValuesOf(i),
                                    {},
                                    static_cast<std::int64_t>(i) + 1,
-                                   TKnownFact::kAlive});
+                                   TKnownFact::kAlive,
+                                   i});
       }
-      std::vector<std::string> matches;
-      for (const TReadMatch& match : reading.Matches(facts, 0))
-        matches.push_back(match.text.substr(0, match.text.find(" ?")));
+      std::vector<TMatchKey> matches;
+      for (const TReadMatch& match : BruteForce(rule, TProgram(), GetParam()).Matches(facts, 0)) {
+        matches.push_back(match.key);
+        matches.back().resize(match.key.size() - match.bindings.size());
+      }
       std::sort(matches.begin(), matches.end());
       wanted_[mask] = std::move(matches);
     }
@@ -100,7 +102,7 @@ class ExhaustiveOracleTest : public ::testing::TestWithParam<bool> {
       }
       if (i == added.size()) break;
       const Ref<IFact> fact = Fact(added[i]);
-      ids_[added[i]] = engine_.Assert(fact);
+      ids_[added[i]] = static_cast<std::int32_t>(engine_.Assert(fact));
       done += " +" + std::to_string(added[i]);
       mask |= 1u << added[i];
       if (i >= before) Compare(mask, done);
@@ -128,18 +130,18 @@ class ExhaustiveOracleTest : public ::testing::TestWithParam<bool> {
   }
 
   void Compare(std::uint32_t mask, const std::string& done) {
-    std::vector<std::string> shown;
+    std::vector<TMatchKey> shown;
     for (std::int32_t i = 0; i < engine_.GetAgendaCount(); ++i) {
       const TKBToken& token = *engine_.GetActivation(i).GetToken();
-      std::string text;
+      TMatchKey key;
       for (std::int32_t k = 0; k < token.GetCount(); ++k) {
-        const std::int32_t id = token.GetFacts(k)->GetID();
+        const auto id = static_cast<std::int32_t>(token.GetFacts(k)->GetID());
         const auto known = std::find(ids_.begin(), ids_.end(), id);
         const std::int32_t number =
-            id <= 0 ? id : static_cast<std::int32_t>(known - ids_.begin()) + 1;
-        text += " f-" + std::to_string(number);
+            id <= 0 ? id : static_cast<std::int32_t>(known - ids_.begin() + 1);
+        key.push_back(number);
       }
-      shown.push_back(std::move(text));
+      shown.push_back(std::move(key));
     }
     std::sort(shown.begin(), shown.end());
     if (shown != wanted_[mask]) {
@@ -149,8 +151,8 @@ class ExhaustiveOracleTest : public ::testing::TestWithParam<bool> {
 
   TReasoner engine_;
   const TRuleText* rule_ = nullptr;
-  std::array<std::vector<std::string>, 1u << kFacts> wanted_;
-  std::array<std::int32_t, kFacts> ids_{};
+  std::array<std::vector<TMatchKey>, 1u << kFacts> wanted_;
+  std::array<TFactId, kFacts> ids_{};
   std::array<Ref<IFact>, kFacts> facts_;
 };
 

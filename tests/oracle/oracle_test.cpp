@@ -5,6 +5,8 @@
 //
 //   REASONER_ORACLE_PROGRAMS=1000000 REASONER_ORACLE_SEED=50000
 //   reasoner-tests --gtest_filter='*Oracle*Random*'
+//
+// With REASONER_ORACLE_STATISTICS set each shard tells how often what occurred.
 
 #include <gtest/gtest.h>
 
@@ -13,6 +15,7 @@
 
 #include "tests/oracle/Generator.h"
 #include "tests/oracle/Runner.h"
+#include "tests/oracle/Statistics.h"
 
 namespace reasoner::oracle {
 namespace {
@@ -40,19 +43,23 @@ TEST_P(OracleTest, RandomProgramsMatchAsTheyRead) {
   const bool textbook = GetParam().textbook;
   const std::uint64_t first = Setting("REASONER_ORACLE_SEED", 1);
   const std::uint64_t count = Setting("REASONER_ORACLE_PROGRAMS", kPrograms * 2 * kShards) / 2;
+  const bool counts = std::getenv("REASONER_ORACLE_STATISTICS") != nullptr;
+  TStatistics statistics;
   for (std::uint64_t i = GetParam().number; i < count; i += kShards) {
     const std::uint64_t seed = first + i;
     const TProgram program = Generate(seed, textbook);
     const TOutcome outcome = RunProgram(program, textbook);
+    if (counts) statistics.Count(program, outcome);
     if (outcome.difference.empty()) continue;
     const TProgram smallest = Shrink(program, [textbook](const TProgram& smaller) {
-      return !RunProgram(smaller, textbook).difference.empty();
+      return !RunProgram(smaller, textbook, true).difference.empty();
     });
-    const TOutcome shown = RunProgram(smallest, textbook);
+    const TOutcome shown = RunProgram(smallest, textbook, true);
     FAIL() << "seed " << seed << (textbook ? ", textbook" : "") << "\n; " << outcome.difference
            << "\n; cut down: " << shown.difference << "\n"
            << shown.script;
   }
+  if (counts) statistics.Print(std::cout);
 }
 
 INSTANTIATE_TEST_SUITE_P(Random, OracleTest,

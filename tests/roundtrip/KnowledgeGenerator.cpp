@@ -16,6 +16,12 @@ static const std::string kTexts[] = {
     "",     "word",         "two words", "a \"quoted\" word", "back\\slash",
     "\n",   "; no comment", "(a)",       "\xE2\x82\xAC 5",    "line\nbreak\n",
     "tab\t"};
+// Names that need an escape, that the engine uses for itself, or that it could generate.
+static const char* const kTemplateNames[] = {"test", "t|x", "12", "=t", "a\\b", "declare", "t~"};
+static const char* const kRuleNames[] = {"7", "r|1", "=", "not", "nil;"};
+static const char* const kVariableNames[] = {"_blank_0", "_blank_3", "_blank_$1", "_eq_2",
+                                             "a b",      "1",        "x|y",       "__var0"};
+static const char* const kTerms[] = {"other", "very", "very hot", "5", "a;b", "and", "[", "nil"};
 // Fuzzy values of any type: every one has these terms.
 static const char* const kFuzzyValues[] = {"low",
                                            "high",
@@ -42,18 +48,32 @@ void KnowledgeGenerator::Try(const std::string& text) {
   }
 }
 
+// Braces keep the order in which the pieces are drawn: operands of + have none.
+static std::string Joined(std::initializer_list<std::string> pieces) {
+  std::string text;
+  for (const std::string& piece : pieces) text += piece;
+  return text;
+}
+
 std::string KnowledgeGenerator::Comment() { return OneIn(2) ? "" : " " + QuoteText(OneOf(kTexts)); }
+
+std::string KnowledgeGenerator::NewVariable(const std::string& plain) {
+  if (!OneIn(5)) return plain;
+  std::string source = "?";
+  AppendNameSource(source, OneOf(kVariableNames));
+  return source;
+}
 
 Ref<IKBValue> KnowledgeGenerator::Value(char kind) {
   switch (kind) {
     case 'a':
-      return NewAtom(OneOf(kAtoms));
+      return NewAtom(Drawn(kAtoms));
     case 's':
-      return NewString(OneOf(kTexts));
+      return NewString(Drawn(kTexts));
     case 'i':
-      return NewInteger(OneOf(kIntegers));
+      return NewInteger(Drawn(kIntegers));
     case 'f':
-      return NewFloat(OneOf(kFloats));
+      return NewFloat(Drawn(kFloats));
     case 'n':
       return Value(OneIn(2) ? 'i' : 'f');
     case 'l':
@@ -64,7 +84,12 @@ Ref<IKBValue> KnowledgeGenerator::Value(char kind) {
 }
 
 std::string KnowledgeGenerator::Literal(char kind) {
-  return kind == 'z' ? OneOf(kFuzzyValues) : ValueToSource(*Value(kind));
+  if (kind != 'z') return ValueToSource(*Value(kind));
+  if (!terms_.empty() && OneIn(4)) {
+    const std::string hedge = OneIn(3) ? "not " : "";
+    return hedge + OneOf(terms_);
+  }
+  return OneOf(kFuzzyValues);
 }
 
 std::string KnowledgeGenerator::Facets(char kind, bool is_multi) {
@@ -118,13 +143,16 @@ void KnowledgeGenerator::AddType(const std::string& name) {
     type.kind = ancestor.kind;
     base = ancestor.name;
   }
-  Try("(deftype " + name + Comment() + " extends (type " + base + ")" +
-      Facets(type.kind, OneIn(3)) + ")");
+  const std::string comment = Comment();
+  const bool is_multi = OneIn(3);
+  Try("(deftype " + name + comment + " extends (type " + base + ")" + Facets(type.kind, is_multi) +
+      ")");
   if (engine_.GetDefinedTypes().ContainsKey(name)) types_.push_back(type);
 }
 
 void KnowledgeGenerator::AddFuzzyType(const std::string& name) {
   const bool extends = !types_.empty() && types_.back().kind == 'z' && OneIn(2);
+  if (OneIn(4)) engine_.FuzzyAutoTerms = !engine_.FuzzyAutoTerms;
   std::string text = "(deftype " + name + Comment() + " extends (type " +
                      (extends ? types_.back().name : "FUZZY") + ")";
   if (!extends || OneIn(3)) text += OneIn(2) ? " (range 0 10)" : " (range -0.5 3.14159265)";
@@ -132,7 +160,11 @@ void KnowledgeGenerator::AddFuzzyType(const std::string& name) {
   if (OneIn(2)) {
     text += " (values (term low " + std::string(OneIn(2) ? "(z 1 3)" : "4") + ")";
     text += " (term medium (pi 1 2.5 3)) (term high very not low)";
-    if (OneIn(2)) text += " (term other " + Literal('z') + ")";
+    if (OneIn(2)) {
+      const std::string term = AtomToSource(OneOf(kTerms));
+      text += " (term " + term + " " + Literal('z') + ")";
+      terms_.push_back(term);
+    }
     text += ")";
   }
   Try(text + ")");
@@ -141,11 +173,11 @@ void KnowledgeGenerator::AddFuzzyType(const std::string& name) {
 
 void KnowledgeGenerator::AddTemplate(const std::string& name) {
   TTemplate made{name, false, {}};
-  std::string text = "(deftemplate " + name + Comment();
+  std::string text = "(deftemplate " + AtomToSource(name) + Comment();
   if (!templates_.empty() && OneIn(4)) {
     const TTemplate& parent = OneOf(templates_);
     if (!parent.is_ordered) {
-      text += " extends " + parent.name;
+      text += " extends " + AtomToSource(parent.name);
       made.slots = parent.slots;
     }
   } else if (OneIn(8)) {
@@ -156,8 +188,8 @@ void KnowledgeGenerator::AddTemplate(const std::string& name) {
     return;
   }
   for (std::uint32_t i = Below(3) + 1; i > 0; --i) {
-    static const char* const kNames[] = {"s1", "s2", "s3", "s4", "Upper", "two-words"};
-    TSlot slot{OneOf(kNames), "asifnl*"[Below(7)], OneIn(3)};
+    static const char* const kNames[] = {"s1", "s2", "s3", "s4", "Upper", "two-words", "12", "="};
+    TSlot slot{AtomToSource(OneOf(kNames)), "asifnl*"[Below(7)], OneIn(3)};
     bool is_known = false;
     for (const TSlot& known : made.slots) is_known = is_known || known.name == slot.name;
     if (is_known) continue;
@@ -191,11 +223,12 @@ std::string KnowledgeGenerator::Expression(const std::vector<std::string>& varia
   const auto inner = [&] { return Expression(variables, depth - 1); };
   switch (Below(9)) {
     case 0:
-      return "(create$ " + inner() + " " + inner() + ")";
+      return Joined({"(create$ ", inner(), " ", inner(), ")"});
     case 1:
-      return "(str-cat " + inner() + " " + inner() + ")";
+      return Joined({"(str-cat ", inner(), " ", inner(), ")"});
     case 2:
-      return "(if (eq " + inner() + " " + inner() + ") then " + inner() + " else " + inner() + ")";
+      return Joined(
+          {"(if (eq ", inner(), " ", inner(), ") then ", inner(), " else ", inner(), ")"});
     case 3:
       return "(length$ (create$ " + inner() + "))";
     case 4:
@@ -203,10 +236,10 @@ std::string KnowledgeGenerator::Expression(const std::vector<std::string>& varia
     case 5:
       return "\n; a remark\n(sym-cat " + inner() + ")";
     case 6:
-      return "(if (eq " + inner() + " b) then " + inner() + ")";
+      return Joined({"(if (eq ", inner(), " b) then ", inner(), ")"});
     case 7:
-      if (!functions_.empty()) return "(" + OneOf(functions_) + " " + inner() + ")";
-      return "(not (eq " + inner() + " " + inner() + "))";
+      if (!functions_.empty()) return Joined({"(", OneOf(functions_), " ", inner(), ")"});
+      return Joined({"(not (eq ", inner(), " ", inner(), "))"});
     default:
       return "(+ " + Literal('n') + " 1)";
   }
@@ -230,7 +263,7 @@ void KnowledgeGenerator::AddGlobal(const std::string& name) {
 
 std::string KnowledgeGenerator::WrittenFact(const TTemplate& fact_template,
                                             const std::vector<std::string>& variables) {
-  std::string text = "(" + fact_template.name;
+  std::string text = "(" + AtomToSource(fact_template.name);
   for (const TSlot& slot : fact_template.slots) {
     if (OneIn(3)) continue;
     std::string value;
@@ -255,8 +288,9 @@ std::string KnowledgeGenerator::SlotTests(const TSlot& slot, std::vector<std::st
   std::string text;
   for (std::uint32_t i = slot.is_multi ? Below(3) + 1 : 1; i > 0; --i) {
     text += " ";
-    const std::string known = variables.empty() ? "" : OneOf(variables);
-    switch (Below(8)) {
+    const std::string known = variables.empty() ? "?" : OneOf(variables);
+    const std::string own = "?n" + std::to_string(variables.size());
+    switch (Below(12)) {
       case 0:
         text += Literal(slot.kind);
         break;
@@ -264,25 +298,33 @@ std::string KnowledgeGenerator::SlotTests(const TSlot& slot, std::vector<std::st
         text += "~" + Literal(slot.kind);
         break;
       case 2:
-        text += Literal(slot.kind) + "|" + Literal(slot.kind);
+        text += Joined({Literal(slot.kind), "|", Literal(slot.kind)});
         break;
       case 3:
-        text += known.empty() ? "?" : known;
+        text += known;
         break;
       case 4:
-        text += "?n" + std::to_string(variables.size()) + "&~" + Literal(slot.kind);
+        text += own + "&~" + Literal(slot.kind);
         break;
       case 5:
-        text += "?p" + std::to_string(variables.size()) + "&:(neq ?p" +
-                std::to_string(variables.size()) + " " + Literal(slot.kind) + ")";
+        text += own + "&:(neq " + own + " " + Literal(slot.kind) + ")";
         break;
       case 6:
         text += slot.is_multi      ? "$?"
                 : slot.kind == 'z' ? "?"
                                    : "=(nth$ 0 (create$ " + Literal(slot.kind) + "))";
         break;
+      case 7:
+        text += slot.is_multi && OneIn(2) ? "$?" : "?";
+        break;
+      case 8:
+        text += Joined({OneIn(2) ? "?" : own, "&", Literal(slot.kind), "|", known});
+        break;
+      case 9:
+        text += Joined({Literal(slot.kind), "|", known, "&~", Literal(slot.kind)});
+        break;
       default:
-        variables.push_back("?v" + std::to_string(variables.size()));
+        variables.push_back(NewVariable("?v" + std::to_string(variables.size())));
         text += variables.back();
     }
   }
@@ -291,7 +333,7 @@ std::string KnowledgeGenerator::SlotTests(const TSlot& slot, std::vector<std::st
 
 std::string KnowledgeGenerator::Pattern(const TTemplate& fact_template,
                                         std::vector<std::string>& variables) {
-  std::string text = "(" + fact_template.name;
+  std::string text = "(" + AtomToSource(fact_template.name);
   for (const TSlot& slot : fact_template.slots) {
     if (OneIn(2)) continue;
     const std::string tests = SlotTests(slot, variables);
@@ -303,7 +345,19 @@ std::string KnowledgeGenerator::Pattern(const TTemplate& fact_template,
 std::string KnowledgeGenerator::Action(const std::vector<std::string>& variables,
                                        const std::vector<std::string>& facts) {
   if (!facts.empty() && OneIn(4)) return "(retract " + OneOf(facts) + ")";
-  switch (Below(4)) {
+  if (!facts.empty() && OneIn(4)) {
+    const TTemplate& changed = OneOf(templates_);
+    std::string text = OneIn(2) ? "(modify " : "(duplicate ";
+    text += OneOf(facts);
+    if (!changed.slots.empty() && !changed.is_ordered) {
+      const TSlot& slot = OneOf(changed.slots);
+      text += " (" + slot.name + " " + Literal(slot.kind) + ")";
+    }
+    return text + (variables.empty() ? ")" : " " + OneOf(variables) + ")");
+  }
+  switch (Below(5)) {
+    case 4:
+      return "(printout t (gensym*) crlf)";
     case 0:
       return "(assert " + WrittenFact(OneOf(templates_), variables) + ")";
     case 1:
@@ -314,7 +368,7 @@ std::string KnowledgeGenerator::Action(const std::vector<std::string>& variables
 }
 
 void KnowledgeGenerator::AddRule(const std::string& name) {
-  std::string text = "(defrule " + name + Comment();
+  std::string text = "(defrule " + AtomToSource(name) + Comment();
   text += " (declare (salience " + std::to_string(salience_++ * 3 - 20) + ")";
   if (OneIn(5)) text += " (oneshot TRUE)";
   if (OneIn(9)) text += " (enabled FALSE)";
@@ -324,6 +378,7 @@ void KnowledgeGenerator::AddRule(const std::string& name) {
   for (std::uint32_t i = Below(4); i > 0; --i) {
     const TTemplate& fact_template = OneOf(templates_);
     if (OneIn(4)) text += "\n; of this pattern\n";
+    if (fact_template.name == "test") continue;  // the word begins another element
     switch (Below(7)) {
       case 0: {
         std::vector<std::string> inside = variables;
@@ -336,7 +391,8 @@ void KnowledgeGenerator::AddRule(const std::string& name) {
         text += " " + facts.back() + " <- " + Pattern(fact_template, variables);
         break;
       case 2:
-        text += " (test (eq " + Expression(variables, 1) + " " + Expression(variables, 1) + "))";
+        text +=
+            Joined({" (test (eq ", Expression(variables, 1), " ", Expression(variables, 1), "))"});
         break;
       case 3:
         text += " (unique " + Pattern(fact_template, variables) + ")";
@@ -351,7 +407,8 @@ void KnowledgeGenerator::AddRule(const std::string& name) {
 }
 
 void KnowledgeGenerator::AddFacts() {
-  for (std::uint32_t i = 0; i < 8; ++i) {
+  if (OneIn(3)) Try("(gensym*)");
+  for (std::uint32_t i = 0; i < (is_small_ ? 24U : 8U); ++i) {
     const TTemplate& fact_template = OneOf(templates_);
     if (OneIn(2)) {
       Try("(assert " + WrittenFact(fact_template, {}) + ")");
@@ -380,10 +437,21 @@ void KnowledgeGenerator::AddFacts() {
   }
 }
 
+std::string KnowledgeGenerator::OddName(std::string_view prefix) {
+  if (prefix == "temp") return OneOf(kTemplateNames);
+  return prefix == "rule-" ? OneOf(kRuleNames) : "";
+}
+
 void KnowledgeGenerator::Generate() {
+  is_small_ = OneIn(2);
   const auto named = [this](const char* prefix, std::uint32_t count, auto add) {
     const std::uint32_t last = Below(count) + 1;
-    for (std::uint32_t i = 1; i <= last; ++i) add(prefix + std::to_string(i));
+    for (std::uint32_t i = 1; i <= last; ++i) {
+      // Documents sort rules, and the order of definition decides among equal matches: a rule's odd
+      // name comes before the others in both.
+      const std::string odd = i == 1 && OneIn(3) ? OddName(prefix) : "";
+      add(odd.empty() ? prefix + std::to_string(i) : odd);
+    }
   };
   named("type-", 4, [this](const std::string& name) { AddType(name); });
   named("temp", 4, [this](const std::string& name) { AddTemplate(name); });

@@ -44,9 +44,18 @@ class KnowledgeGenerator {
     return items[Below(static_cast<std::uint32_t>(std::size(items)))];
   }
 
+  // In a small world few values are in use, so that facts meet the patterns of rules.
+  template <class TItems>
+  const auto& Drawn(const TItems& items) {
+    const auto count = static_cast<std::uint32_t>(std::size(items));
+    return items[Below(is_small_ && !OneIn(6) ? 3U : count)];
+  }
+
   // Runs a text; what the engine refuses is no part of the knowledge base.
   void Try(const std::string& text);
   std::string Comment();
+  std::string NewVariable(const std::string& plain);
+  std::string OddName(std::string_view prefix);  // empty where the kind has none
   // A value that is written, and one that a host puts in.
   std::string Literal(char kind);
   Ref<IKBValue> Value(char kind);
@@ -74,7 +83,9 @@ class KnowledgeGenerator {
   std::vector<TTemplate> templates_;
   std::vector<std::string> functions_;
   std::vector<std::string> globals_;
+  std::vector<std::string> terms_;
   int salience_ = 0;
+  bool is_small_ = false;
 };
 
 }  // namespace reasoner

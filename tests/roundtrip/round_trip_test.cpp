@@ -49,6 +49,32 @@ std::vector<std::string> FactDump(TReasoner& engine) {
   return dump;
 }
 
+// Which partner a unique pattern takes depends on what was there when it took it.
+bool HasUnique(const TRule& rule) {
+  for (std::int32_t i = 0; i < rule.GetPatternCount(); ++i) {
+    if (rule.GetPattern(i).IsUnique()) return true;
+  }
+  return false;
+}
+
+// What waits to fire: rules and the facts that they match, without the ids of these, sorted.
+std::vector<std::string> AgendaDump(TReasoner& engine) {
+  std::vector<std::string> dump;
+  for (std::int32_t i = 0; i < engine.GetAgendaCount(); ++i) {
+    const TActivation& activation = engine.GetActivation(i);
+    if (HasUnique(activation.GetRule())) continue;
+    std::string text = activation.GetRule().GetRuleName();
+    const TKBToken& token = *activation.GetToken();
+    for (std::int32_t place = 0; place < token.GetCount(); ++place) {
+      const IFact* const fact = token.GetFacts(place);
+      text += " | " + (fact == nullptr ? std::string() : FactToSource(*fact, false));
+    }
+    dump.push_back(text);
+  }
+  std::sort(dump.begin(), dump.end());
+  return dump;
+}
+
 // What a reset and some steps show, failures included.
 std::string Trace(TReasoner& engine, TSearchStrategy strategy) {
   std::string trace;
@@ -57,7 +83,7 @@ std::string Trace(TReasoner& engine, TSearchStrategy strategy) {
   };
   engine.SetStrategy(strategy);
   engine.Watch = {cwRule, cwFact};
-  engine.SetSymbolIndex(engine.GetSymbolIndex() + 1000);
+  engine.SetSymbolIndex(100000);  // the same names from here on
   for (int step = 0; step < 12; ++step) {
     try {
       if (step == 0) engine.Reset();
@@ -78,7 +104,9 @@ TEST_P(RoundTripTest, NothingIsLost) {
   for (int i = 0; i < 25; ++i) {
     const auto seed = static_cast<std::uint32_t>(GetParam() * 25 + i);
     SCOPED_TRACE("seed " + std::to_string(seed));
+    const bool plain = seed % 4 != 3;  // the meaning of rules is no part of a document
     TReasoner engine;
+    engine.SetTextbookSemantics(plain);
     engine.OnPrintOut = [](TReasoner&, const std::string&, const std::string&) {};
     KnowledgeGenerator generator(engine, seed);
     generator.Generate();
@@ -88,15 +116,18 @@ TEST_P(RoundTripTest, NothingIsLost) {
     const std::string document = Document(engine);
 
     TReasoner loaded;
+    loaded.SetTextbookSemantics(plain);
     loaded.Clear();
     Try([&] { loaded.Parse(engine.GetExpertSystem(), true); });
     ASSERT_EQ(Document(loaded), document);
     ASSERT_EQ(FactDump(loaded), FactDump(engine)) << document;
+    ASSERT_EQ(AgendaDump(loaded), AgendaDump(engine)) << document;
 
     TReasoner copy;
     Try([&] { copy.Assign(engine); });
     ASSERT_EQ(Document(copy), document);
     ASSERT_EQ(FactDump(copy), FactDump(engine)) << document;
+    ASSERT_EQ(AgendaDump(copy), AgendaDump(engine)) << document;
 
     const TSearchStrategy strategy = seed % 3 == 0 ? ssBreadthFirst : ssDepthFirst;
     const std::string trace = Trace(loaded, strategy);
@@ -106,6 +137,7 @@ TEST_P(RoundTripTest, NothingIsLost) {
     } else {
       // The order of definition decides among equal matches: the second engine has the document's.
       TReasoner again;
+      again.SetTextbookSemantics(plain);
       again.Clear();
       Try([&] { again.Parse(document, true); });
       ASSERT_EQ(trace, Trace(again, strategy)) << document;

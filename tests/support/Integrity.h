@@ -20,7 +20,9 @@ inline void CheckFacts(TReasoner& engine, const std::string& when) {
     EXPECT_EQ(facts.FindFact(fact->GetID()), i) << when << ": by id";
     EXPECT_EQ(facts.IndexOf(*fact), i) << when << ": by identity";
     if (!engine.GetFactDuplication()) {
-      EXPECT_EQ(facts.FindFact(*fact), i) << when << ": by content";
+      // Facts that became equal while that was allowed stay.
+      const std::int32_t found = facts.FindFact(*fact);
+      EXPECT_TRUE(found >= 0 && facts.Get(found)->EqualsFact(*fact)) << when << ": by content";
     }
   }
 }

@@ -28,11 +28,17 @@ int Descend(int level, std::size_t frame_size) {
 }
 
 TEST(DepthTest, TheCountedLimitHoldsForItsScope) {
-  const ScopedMaxDepth outer(50);
+  DepthCount outer_count{0, 50};
+  DepthCount inner_count{0, 10};
+  const ScopedDepthCount outer(outer_count);
   EXPECT_EQ(Descend(0, 16), 50);
   {
-    const ScopedMaxDepth inner(10);
-    EXPECT_EQ(Descend(0, 16), 10);
+    const DepthGuard guard("levels");
+    const ScopedDepthCount inner(inner_count);
+    EXPECT_EQ(Descend(0, 16), 10) << "what is counted elsewhere does not count here";
+    const DepthGuard inner_guard("levels");
+    const ScopedDepthCount back(outer_count);
+    EXPECT_EQ(Descend(0, 16), 49) << "but goes on where it was";
   }
   // Neither the scope nor the failures before have left a trace.
   EXPECT_EQ(Descend(0, 16), 50);

@@ -70,8 +70,14 @@ bool VisitBoth(const PiecewiseLinear& a, const PiecewiseLinear& b, TVisit&& visi
 // One operation as a formula of two memberships that go linearly between two places.
 class Formula {
  public:
-  Formula(TFuzzyOperation operation, bool is_union, double divisor) noexcept
-      : operation_(operation), is_union_(is_union), divisor_(divisor) {}
+  Formula(TFuzzyOperation operation, bool is_union) noexcept
+      : operation_(operation), is_union_(is_union) {}
+  // The sum of both times their factors.
+  Formula(double factor_a, double factor_b, double divisor) noexcept
+      : operation_(foSum),
+        is_union_(true),
+        factor_a_(factor_a / divisor),
+        factor_b_(factor_b / divisor) {}
 
   double operator()(const Pair& pair) const noexcept {
     const double y = is_union_ ? Union(pair) : Intersection(pair);
@@ -82,6 +88,7 @@ class Formula {
     return {self(Pair{a.left, b.left}), self(Pair{a.value, b.value}), self(Pair{a.right, b.right})};
   }
 
+  bool IsUnion() const noexcept { return is_union_; }
   // Where the formula has a kink between two places, as a fraction, or 0.
   double Kink(const Pair& from, const Pair& to) const noexcept {
     if (operation_ == foBoundedSum || (operation_ == foSum && !is_union_)) {
@@ -97,6 +104,7 @@ class Formula {
     return std::fabs((to.a - from.a) * (to.b - from.b)) / 4;
   }
   Pair Between(const Pair& from, const Pair& to) const noexcept { return Along(from, to, 0.5); }
+  double SizeOf(const Pair& pair) const noexcept { return std::max(pair.a, pair.b); }
 
  private:
   double Union(const Pair& pair) const noexcept {
@@ -113,7 +121,7 @@ class Formula {
       case foBoundedSum:
         return a + b;
       case foSum:
-        return (a + b) / divisor_;
+        return a * factor_a_ + b * factor_b_;
     }
     return std::max(a, b);
   }
@@ -137,18 +145,9 @@ class Formula {
 
   TFuzzyOperation operation_;
   bool is_union_;
-  double divisor_;
+  double factor_a_ = 1;
+  double factor_b_ = 1;
 };
-
-// The height of the sum of both, at least 1.
-double SumDivisor(const PiecewiseLinear& a, const PiecewiseLinear& b) {
-  double height = 1;
-  VisitBoth(a, b, [&height](double, double y_a, double y_b) {
-    height = std::max(height, y_a + y_b);
-    return false;
-  });
-  return height;
-}
 
 // True when no place of one can meet a place of the other: both are 0 outside their points, and
 // these lie apart.
@@ -158,11 +157,11 @@ bool LieApart(std::span<const FuzzyPoint> a, std::span<const FuzzyPoint> b) noex
   return a.back().y == 0 && b.front().y == 0 && a.back().x < b.front().x;
 }
 
-// Any operation but the squared and rooted means.
-PieceBuilder Combined(const PiecewiseLinear& a, const PiecewiseLinear& b, TFuzzyOperation operation,
-                      bool is_union) {
-  const bool normalized = operation == foSum && is_union;
-  const Formula formula(operation, is_union, normalized ? SumDivisor(a, b) : 1);
+PieceBuilder Combined(const PiecewiseLinear& a, const PiecewiseLinear& b, const Formula& formula) {
+  const double height_a = a.Height();
+  const double height_b = b.Height();
+  const double height = std::max(height_a, height_b);
+  const BendScale scale{formula.IsUnion() ? height : height_a * height_b, height};
   PieceBuilder builder;
   builder.Reserve(a.size() + b.size());
   WalkBoth(
@@ -177,7 +176,7 @@ PieceBuilder Combined(const PiecewiseLinear& a, const PiecewiseLinear& b, TFuzzy
           const double x = std::lerp(x1, x2, fraction);
           if (x1 < x && x < x2) builder.Point(x, formula(Along(from, to, fraction)));
         } else {
-          Bend(builder, formula, x1, from, x2, to);
+          Bend(builder, formula, scale, x1, from, x2, to);
         }
         return false;
       });
@@ -190,11 +189,25 @@ PiecewiseLinear PiecewiseLinear::Combine(const PiecewiseLinear& a, const Piecewi
                                          TFuzzyOperation operation, bool is_union) {
   if (operation == foMeanSqr || operation == foMeanSqrt) {
     // The mean is of straight lines, and its square or root is a power like any other.
-    const PiecewiseLinear mean = Combined(a, b, foMean, is_union).AsBuilt();
+    const PiecewiseLinear mean = Combined(a, b, Formula(foMean, is_union)).AsBuilt();
     return mean.Hedged(bhPower, operation == foMeanSqr, 2, {});
   }
   if ((operation == foZadeh || operation == foMean) && a.SamePoints(b)) return a;
-  return Combined(a, b, operation, is_union).Simplified();
+  if (operation == foSum && is_union) {
+    double divisor = 1;
+    return Sum(a, 1, b, 1, divisor);
+  }
+  return Combined(a, b, Formula(operation, is_union)).Simplified();
+}
+
+PiecewiseLinear PiecewiseLinear::Sum(const PiecewiseLinear& a, double factor_a,
+                                     const PiecewiseLinear& b, double factor_b, double& divisor) {
+  divisor = 1;
+  VisitBoth(a, b, [&](double, double y_a, double y_b) {
+    divisor = std::max(divisor, factor_a * y_a + factor_b * y_b);
+    return false;
+  });
+  return Combined(a, b, Formula(factor_a, factor_b, divisor)).Simplified();
 }
 
 double PiecewiseLinear::Possibility(const PiecewiseLinear& a, const PiecewiseLinear& b,

@@ -28,6 +28,8 @@ class IFuzzyParser {
   virtual Ref<IFuzzyVariable> ParseFuzzyVariable(std::string_view text) = 0;
   virtual std::string PrettyPrint(const IFuzzySet& set, bool full) = 0;
   virtual std::string PrettyPrint(const IFuzzyVariable& variable) = 0;
+  // Tells what is taken in a way that its writer may not have meant.
+  virtual void Warn(const std::string& text) = 0;
 
  protected:
   ~IFuzzyParser() = default;

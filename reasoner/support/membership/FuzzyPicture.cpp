@@ -299,6 +299,8 @@ std::string FuzzyPicture(const IFuzzyVariable& variable, const FuzzyPictureOptio
   for (std::int32_t i = 0; i < variable.GetSetCount(); ++i) {
     if (variable.GetSet(i)->IsTerm()) terms.push_back(variable.GetSet(i));
   }
+  const auto is_auto = [&](const Ref<IFuzzySet>& term) { return variable.IsAutoTerm(*term); };
+  if (!std::all_of(terms.begin(), terms.end(), is_auto)) std::erase_if(terms, is_auto);
   FuzzyPictureOptions filled = options;
   if (filled.title.empty()) filled.title = variable.GetName();
   if (filled.units.empty()) filled.units = variable.GetUnits();

@@ -25,7 +25,7 @@ struct FuzzyPictureOptions {
   int height = 360;
 };
 
-// The terms of a variable.
+// The terms of a variable; the automatic ones only where there are no others.
 std::string FuzzyPicture(const IFuzzyVariable& variable, const FuzzyPictureOptions& options = {});
 // Any sets; the first one's variable gives what the options leave open.
 std::string FuzzyPicture(std::span<const Ref<IFuzzySet>> sets,

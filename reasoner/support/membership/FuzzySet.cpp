@@ -6,6 +6,7 @@
 
 #include "reasoner/support/Exception.h"
 #include "reasoner/support/Numbers.h"
+#include "reasoner/support/SourceWords.h"
 #include "reasoner/support/Unicode.h"
 #include "reasoner/support/membership/FuzzyText.h"
 #include "reasoner/support/membership/FuzzyVariable.h"
@@ -22,6 +23,8 @@ Ref<IFuzzySet> TIFuzzySet::NewInstance() const { return Make<TIFuzzySet>(); }
 Ref<IFuzzySet> TIFuzzySet::Clone() const {
   Ref<IFuzzySet> clone = NewInstance();
   clone->function_ = function_;
+  clone->power_of_ = power_of_;
+  clone->sum_height_ = sum_height_;
   clone->shape_ = shape_;
   clone->name_ = name_;
   clone->expression_ = expression_;
@@ -61,10 +64,18 @@ void TIFuzzySet::SetVariable(IFuzzyVariable* variable) {
 
 std::string TIFuzzySet::ToString() const { return FuzzySetText(*this, false); }
 
+// A name means what the variable says; a term may be gone, or another by now.
+bool TIFuzzySet::IsHeldTerm() const {
+  const IFuzzyVariable* const variable = GetVariable();
+  const IFuzzySet* const term = variable == nullptr ? nullptr : variable->FindFuzzySet(name_);
+  return term != nullptr && term->SamePoints(*this);
+}
+
 std::string TIFuzzySet::ToSource() const {
   if (name_ == SEmptyFuzzy) return {};
   if (name_.empty() && !expression_.empty() && !LostVariable()) return expression_;
   if (name_.empty()) return ShapeText(*this, fnExact);
+  if (IsHeldTerm() && !MeansOtherwise(name_)) return AtomToSource(name_);
   // The name of a shape or a number shows four decimals, which may be fewer than it has.
   if (shape_.type != fstPoints && name_.front() == '(') {
     const Ref<IFuzzySet> read = Make<TIFuzzySet>();
@@ -74,10 +85,7 @@ std::string TIFuzzySet::ToSource() const {
     const double x = function_.GetPoints()[1].x;
     return *number == x ? name_ : FloatToSource(x);
   }
-  // Any other name means what the variable says; a term may be gone, or another by now.
-  const IFuzzyVariable* const variable = GetVariable();
-  const IFuzzySet* const term = variable == nullptr ? nullptr : variable->FindFuzzySet(name_);
-  return term != nullptr && term->SamePoints(*this) ? name_ : ShapeText(*this, fnExact);
+  return ShapeText(*this, fnExact);
 }
 
 std::uint32_t TIFuzzySet::GetHashCode() const { return CalculateHash(ToString()); }
@@ -104,6 +112,8 @@ double TIFuzzySet::GetHighestX() const noexcept {
 
 void TIFuzzySet::PointsChanged() noexcept {
   shape_ = {};
+  power_of_.reset();
+  sum_height_ = 1;
   expression_.clear();
   binary_ = false;
   undecidable_ = true;
@@ -123,6 +133,13 @@ void TIFuzzySet::AddPoint(double x, double y) {
 void TIFuzzySet::SetFunction(PiecewiseLinear function) {
   function_ = std::move(function);
   PointsChanged();
+}
+
+void TIFuzzySet::SetSumHeight(double height) {
+  if (!std::isfinite(height)) throw EKitException("invalid fuzzy value");
+  sum_height_ = std::max(height, 1.0);
+  expression_.clear();
+  binary_ = false;
 }
 
 void TIFuzzySet::EndUpdate() {
@@ -189,11 +206,29 @@ float TIFuzzySet::FuzzyEquals(const ICloneable& other) const {
 // -----------------------------------------------------------------------------------
 
 void TIFuzzySet::Hedge(TFuzzyHedge hedge) {
-  const THedgeMeaning meaning = MeaningOf(hedge);
-  SetFunction(function_.Hedged(meaning.base, meaning.flag, meaning.number, GetDomain()));
+  SetToHedged(*this, MeaningOf(hedge));
   if (place_ >= 0) return;
   name_.clear();
   term_ = false;
+}
+
+void TIFuzzySet::SetToHedged(const IFuzzySet& operand, const THedgeMeaning& hedge) {
+  const auto [base, flag, number] = hedge;
+  const PowerOf* const before = operand.power_of_.get();
+  const double exponent =
+      (flag ? number : 1 / std::fabs(number)) * (before == nullptr ? 1 : before->exponent);
+  if (base == bhPower && number > 0 && std::isnormal(exponent)) {
+    std::shared_ptr<const PowerOf> power = std::make_shared<PowerOf>(
+        PowerOf{before == nullptr ? operand.function_ : before->source, exponent});
+    // 1 but for the rounding of 1/3 and its like.
+    if (std::fabs(exponent - 1) <= kSamePoint) return SetFunction(power->source);
+    SetFunction(power->source.Hedged(bhPower, true, exponent, operand.GetDomain()));
+    power_of_ = std::move(power);
+    return;
+  }
+  const double height = base == bhSummed ? number : 1;
+  SetFunction(operand.function_.Hedged(base, flag, number, operand.GetDomain()));
+  SetSumHeight(height);
 }
 
 Ref<IFuzzySet> TIFuzzySet::NewResult(PiecewiseLinear function, const IFuzzySet* other) const {
@@ -205,13 +240,27 @@ Ref<IFuzzySet> TIFuzzySet::NewResult(PiecewiseLinear function, const IFuzzySet* 
 }
 
 Ref<IFuzzySet> TIFuzzySet::ApplyBaseHedge(TBaseFuzzyHedge hedge, bool flag, double number) const {
-  return NewResult(function_.Hedged(hedge, flag, number, GetDomain()), nullptr);
+  Ref<IFuzzySet> result = NewResult({}, nullptr);
+  result->SetToHedged(*this, {hedge, flag, number});
+  return result;
 }
 
 Ref<IFuzzySet> TIFuzzySet::Combined(const IFuzzySet& other, TFuzzyOperation operation,
                                     bool is_union) const {
   const bool idempotent = operation == foZadeh || operation == foMean;
-  if (idempotent && SamePoints(other)) return Clone();
+  if (idempotent && SamePoints(other)) {
+    Ref<IFuzzySet> clone = Clone();
+    if (sum_height_ != 1) clone->SetSumHeight(1);
+    return clone;
+  }
+  if (operation == foSum && is_union) {
+    double height = 1;
+    PiecewiseLinear sum =
+        PiecewiseLinear::Sum(function_, sum_height_, other.function_, other.sum_height_, height);
+    Ref<IFuzzySet> result = NewResult(std::move(sum), &other);
+    result->sum_height_ = height;
+    return result;
+  }
   return NewResult(PiecewiseLinear::Combine(function_, other.function_, operation, is_union),
                    &other);
 }

@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -61,7 +62,9 @@ class TIFuzzySet : public ICloneable {
   // The fuzzy expression whose result the set is; empty when there is none.
   const std::string& GetExpression() const noexcept { return expression_; }
   // True for an expression of two operands, which needs brackets inside of another.
-  bool IsBinaryExpression() const noexcept { return binary_; }
+  bool IsBinaryExpression() const noexcept {
+    return expression_.empty() ? sum_height_ > 1 : binary_;
+  }
   // Above kMaxExpression characters the expression is forgotten: the points tell as much.
   void SetExpression(std::string text, bool binary);
   static constexpr std::size_t kMaxExpression = 200;
@@ -73,6 +76,8 @@ class TIFuzzySet : public ICloneable {
   IFuzzyParser* GetParser() const noexcept { return parser_ ? parser_->parser : nullptr; }
   const Ref<TFuzzyParserLink>& GetParserLink() const noexcept { return parser_; }
   void SetParser(Ref<TFuzzyParserLink> parser) noexcept { parser_ = std::move(parser); }
+  // Whether the variable has a set of this one's name with its points.
+  bool IsHeldTerm() const;
   // True for the terms of a variable.
   bool IsTerm() const noexcept { return term_; }
   void SetTerm(bool term) noexcept { term_ = term; }
@@ -88,6 +93,11 @@ class TIFuzzySet : public ICloneable {
   // update ends, all at once. See PiecewiseLinear.
   void AddPoint(double x, double y);
   void SetFunction(PiecewiseLinear function);
+  // How high the sum was that the points show divided by its height; 1 for what is no such sum. A
+  // further sum goes on from there, so that the order in which values are added does not matter.
+  // Every other operation and hedge takes the points as they are.
+  double GetSumHeight() const noexcept { return sum_height_; }
+  void SetSumHeight(double height);
   void BeginUpdate() noexcept { ++updates_; }
   void EndUpdate();
 
@@ -149,7 +159,8 @@ class TIFuzzySet : public ICloneable {
   // Changes the set: its points, and its name unless a variable holds it.
   void Hedge(TFuzzyHedge hedge);
   // New sets without name, of this set's variable and parser, or else of the other's. `flag` False
-  // asks for the inverse of a hedge.
+  // asks for the inverse of a hedge. A power of a power is taken of what the first one was taken
+  // of, so that a root gives back exactly what a power has bent.
   Ref<IFuzzySet> ApplyBaseHedge(TBaseFuzzyHedge hedge, bool flag, double number) const;
   // The mean or the extreme of a set and itself is a clone of it.
   Ref<IFuzzySet> Union(const IFuzzySet& other, TFuzzyOperation operation) const;
@@ -185,6 +196,11 @@ class TIFuzzySet : public ICloneable {
     double weight = 1;
     double range = 0;
   };
+  // What the points are a power of.
+  struct PowerOf {
+    PiecewiseLinear source;
+    double exponent;
+  };
   struct CrispNumber {
     bool known = false;
     Interval domain;
@@ -195,6 +211,7 @@ class TIFuzzySet : public ICloneable {
   // Whether there was a variable that is gone.
   bool LostVariable() const noexcept { return link_ && link_->variable == nullptr; }
   void PointsChanged() noexcept;
+  void SetToHedged(const IFuzzySet& operand, const THedgeMeaning& hedge);
   void SetToShape(const Shape& shape, std::vector<FuzzyPoint> points);
   Ref<IFuzzySet> NewResult(PiecewiseLinear function, const IFuzzySet* other) const;
   Ref<IFuzzySet> Combined(const IFuzzySet& other, TFuzzyOperation operation, bool is_union) const;
@@ -205,6 +222,8 @@ class TIFuzzySet : public ICloneable {
   std::string expression_;
   Ref<TFuzzyVariableLink> link_;
   Ref<TFuzzyParserLink> parser_;
+  std::shared_ptr<const PowerOf> power_of_;
+  double sum_height_ = 1;
   std::vector<FuzzyPoint> coming_;  // points of an update under way
   std::int32_t updates_ = 0;
   std::int32_t place_ = -1;  // in the list of the variable that holds the set

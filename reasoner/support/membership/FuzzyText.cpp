@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "reasoner/support/Numbers.h"
+#include "reasoner/support/SourceWords.h"
 #include "reasoner/support/Streams.h"
+#include "reasoner/support/Unicode.h"
 
 namespace reasoner {
 
@@ -54,9 +56,17 @@ bool IsForeign(const IFuzzySet& set, const IFuzzyVariable* variable) noexcept {
 
 std::string OperandText(const IFuzzySet& operand, const IFuzzyVariable* variable) {
   const std::string text = WordsFor(operand, variable);
-  const bool needs_brackets = operand.GetGivenName().empty() && operand.IsBinaryExpression() &&
-                              !IsForeign(operand, variable);
+  const bool needs_brackets = IsForeign(operand, variable)
+                                  ? operand.GetSumHeight() > 1
+                                  : operand.GetGivenName().empty() && operand.IsBinaryExpression();
   return needs_brackets ? "[" + text + "]" : text;
+}
+
+// The points, and how high the sum was that they show.
+std::string SumText(const IFuzzySet& set, TFuzzyNumbers numbers) {
+  std::string text = PointsText(set.GetFunction(), numbers);
+  if (set.GetSumHeight() <= 1) return text;
+  return text + " " + std::string(kSummedTo) + " " + NumberText(set.GetSumHeight(), numbers);
 }
 
 // Reads brackets, words and numbers one after the other.
@@ -98,8 +108,16 @@ bool ReadPoints(ShapeReader& reader, IFuzzySet& set) {
     if (!x || !y || !reader.Take(')')) return false;
     points.push_back({*x, *y});
   }
-  if (!reader.Take(')') || !reader.AtEnd()) return false;
+  if (!reader.Take(')')) return false;
+  double height = 1;
+  if (!reader.AtEnd()) {
+    const std::string_view word = reader.TakeWord();
+    const auto number = reader.TakeNumber();
+    if (word != kSummedTo || !number || !reader.AtEnd()) return false;
+    height = *number;
+  }
   set.SetFunction(PiecewiseLinear(std::move(points)));
+  set.SetSumHeight(height);
   return true;
 }
 
@@ -141,7 +159,7 @@ std::string PointsText(const PiecewiseLinear& function, TFuzzyNumbers numbers) {
 }
 
 std::string ShapeText(const IFuzzySet& set, TFuzzyNumbers numbers) {
-  if (!set.IsStandardShape()) return PointsText(set.GetFunction(), numbers);
+  if (!set.IsStandardShape()) return SumText(set, numbers);
   const double low = set.GetLowestX();
   const double high = set.GetHighestX();
   switch (set.GetType()) {
@@ -168,7 +186,7 @@ std::string ShapeText(const IFuzzySet& set, TFuzzyNumbers numbers) {
     case fstGrowth:
       return CallText("s", {low, high}, numbers);
   }
-  return PointsText(set.GetFunction(), numbers);
+  return SumText(set, numbers);
 }
 
 std::string WordsFor(const IFuzzySet& set, const IFuzzyVariable* variable) {
@@ -176,12 +194,17 @@ std::string WordsFor(const IFuzzySet& set, const IFuzzyVariable* variable) {
   return text.empty() || text == "()" ? "nil" : text;
 }
 
+bool MeansOtherwise(std::string_view name) {
+  return name == "[" || name == "]" || name == ":" || EqualsIgnoreCase(name, "nil") ||
+         IsFuzzyHedge(name) || IsFuzzyHedgeOperator(name) || IsFuzzyKeyword(name);
+}
+
 std::string FuzzySetText(const IFuzzySet& set, bool full) {
   if (set.GetGivenName() == SEmptyFuzzy) return {};
   if (!full) return set.GetName();
-  if (set.GetCount() == 0) return "(term " + set.GetName() + " nil)";
+  if (set.GetCount() == 0) return "(term " + AtomToSource(set.GetName()) + " nil)";
   const bool from_expression = set.GetType() == fstPoints && !set.GetExpression().empty();
-  return "(term " + set.GetName() + " " +
+  return "(term " + AtomToSource(set.GetName()) + " " +
          (from_expression ? set.GetExpression() : ShapeText(set, fnExact)) + ")";
 }
 

@@ -28,6 +28,9 @@ std::string FuzzyVariableText(const IFuzzyVariable& variable);
 // points. A set of another variable is told by its shape: names mean something else there.
 std::string WordsFor(const IFuzzySet& set, const IFuzzyVariable* variable);
 
+// Whether a name among the words of an expression is read as something else than a term.
+bool MeansOtherwise(std::string_view name);
+
 // The text of an expression of a hedge and its operand, and of two operands with a word between
 // them. Operands that would be read otherwise stand in fuzzy brackets.
 std::string HedgedText(std::string_view hedge, const IFuzzySet& operand);

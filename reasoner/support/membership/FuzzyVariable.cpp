@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "reasoner/support/Exception.h"
+#include "reasoner/support/SourceWords.h"
 #include "reasoner/support/Unicode.h"
 #include "reasoner/support/membership/FuzzyText.h"
 
@@ -123,7 +124,8 @@ Ref<IFuzzySet> TIFuzzyVariable::Add(Ref<IFuzzySet> set) {
     if (set->GetExpression() != place->GetExpression()) set->SetExpression({}, false);
     if (!set->SamePoints(*place)) {
       for (const Ref<IFuzzySet>& other : sets_) {
-        if (Mentions(other->GetExpression(), set->name_)) other->SetExpression({}, false);
+        if (Mentions(other->GetExpression(), AtomToSource(set->name_)))
+          other->SetExpression({}, false);
       }
     }
     place->place_ = -1;
@@ -151,25 +153,35 @@ void TIFuzzyVariable::Rename(IFuzzySet& set, std::string_view name) {
   index_.erase(index_.find(set.name_));
 }
 
+bool TIFuzzyVariable::HasAutoTerms() const noexcept {
+  return FindFuzzySet(_SLowFuzzyTerm) != nullptr && FindFuzzySet(_SMediumFuzzyTerm) != nullptr &&
+         FindFuzzySet(_SHighFuzzyTerm) != nullptr;
+}
+
+// The function of the automatic term of this name; without points for any other name.
+static PiecewiseLinear AutoTerm(std::string_view name, double from, double to) {
+  if (name == _SLowFuzzyTerm) return PiecewiseLinear({{from, 1}, {to, 0}});
+  if (name == _SHighFuzzyTerm) return PiecewiseLinear({{from, 0}, {to, 1}});
+  if (name != _SMediumFuzzyTerm) return {};
+  return PiecewiseLinear({{from, 0}, {std::midpoint(from, to), 1}, {to, 0}});
+}
+
 void TIFuzzyVariable::AddAutoTerms() {
-  const auto missing = [this](std::string_view name) { return FindFuzzySet(name) == nullptr; };
-  if (missing(_SLowFuzzyTerm)) {
-    const Ref<IFuzzySet> low = NewFuzzySet(_SLowFuzzyTerm);
-    low->AddPoint(from_, 1);
-    low->AddPoint(to_, 0);
-    low->SetTerm(true);
+  for (const std::string_view name : {_SLowFuzzyTerm, _SMediumFuzzyTerm, _SHighFuzzyTerm}) {
+    if (FindFuzzySet(name) != nullptr) continue;
+    const Ref<IFuzzySet> term = NewFuzzySet(name);
+    if (name == _SMediumFuzzyTerm) {
+      term->SetToTriangle(from_, std::midpoint(from_, to_), to_);
+    } else {
+      term->SetFunction(AutoTerm(name, from_, to_));
+    }
+    term->SetTerm(true);
   }
-  if (missing(_SMediumFuzzyTerm)) {
-    const Ref<IFuzzySet> medium = NewFuzzySet(_SMediumFuzzyTerm);
-    medium->SetToTriangle(from_, std::midpoint(from_, to_), to_);
-    medium->SetTerm(true);
-  }
-  if (missing(_SHighFuzzyTerm)) {
-    const Ref<IFuzzySet> high = NewFuzzySet(_SHighFuzzyTerm);
-    high->AddPoint(from_, 0);
-    high->AddPoint(to_, 1);
-    high->SetTerm(true);
-  }
+}
+
+bool TIFuzzyVariable::IsAutoTerm(const IFuzzySet& term) const {
+  return term.GetCount() > 0 &&
+         term.GetFunction().SamePoints(AutoTerm(term.GetGivenName(), from_, to_));
 }
 
 Ref<IFuzzySet> TIFuzzyVariable::EvalFuzzyExpression(std::string_view text) {
@@ -180,13 +192,14 @@ Ref<IFuzzySet> TIFuzzyVariable::EvalFuzzyExpression(std::string_view text) {
   return set;
 }
 
+bool TIFuzzyVariable::HasSameUniverse(const IFuzzyVariable& other) const noexcept {
+  return units_ == other.units_ && SameBound(from_, other.from_) && SameBound(to_, other.to_);
+}
+
 bool TIFuzzyVariable::Equals(const ICloneable& other_object) const {
   if (this == &other_object) return true;
   const auto* other = dynamic_cast<const IFuzzyVariable*>(&other_object);
-  if (other == nullptr || units_ != other->units_ || !SameBound(from_, other->from_) ||
-      !SameBound(to_, other->to_)) {
-    return false;
-  }
+  if (other == nullptr || !HasSameUniverse(*other)) return false;
   const auto terms_of = [](const IFuzzyVariable& variable) {
     return std::count_if(variable.sets_.begin(), variable.sets_.end(),
                          [](const Ref<IFuzzySet>& set) { return set->IsTerm(); });

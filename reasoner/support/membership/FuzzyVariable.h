@@ -60,14 +60,20 @@ class TIFuzzyVariable : public ICloneable {
   // Takes the set in under its given name, in the place of a set of that name. A set that another
   // variable holds is cloned; the result is the set that is in the variable now.
   Ref<IFuzzySet> Add(Ref<IFuzzySet> set);
-  // Makes a term of that name if there is none: falling over the universe, a triangle on it,
-  // rising.
+  // Makes the automatic terms, each if there is none of its name: `low` falls over the universe,
+  // `medium` is a triangle on it, `high` rises.
   void AddAutoTerms();
+  // Whether a term is one of these, by its name and its points: in a text that was saved they stand
+  // as all others do.
+  bool IsAutoTerm(const IFuzzySet& term) const;
+  bool HasAutoTerms() const noexcept;  // all three names are known
 
   // A text as a set of this variable: by the parser, or without one the name of a set, a shape, a
   // point list or a number. Raises EKitException for a text that is none.
   Ref<IFuzzySet> EvalFuzzyExpression(std::string_view text);
 
+  // Whether values of both are of one kind: the same universe and units.
+  bool HasSameUniverse(const IFuzzyVariable& other) const noexcept;
   // The same universe and units, and terms of the same names with the same points.
   bool Equals(const ICloneable& other) const override;
   std::uint32_t GetHashCode() const override;

@@ -33,7 +33,7 @@ struct HedgeOperatorRow {
 
 constexpr HedgeOperatorRow kHedgeOperators[] = {
     {"limited-to", bhLimit, true}, {"at-least", bhLimit, false},  {"scaled-by", bhScale, true},
-    {"to-power", bhPower, true},   {"shifted-by", bhShift, true},
+    {"to-power", bhPower, true},   {"shifted-by", bhShift, true}, {kSummedTo, bhSummed, true},
 };
 
 template <class TEnum, std::size_t count>

@@ -43,7 +43,8 @@ enum TBaseFuzzyHedge : std::uint8_t {
   bhIntensify,   // 2y^2, 1 - 2(1-y)^2 above .5 none
   bhAbove,       // 1 - y right of the peak, 0 up to it; no inverse
   bhBelow,       // 1 - y left of the peak, 0 from it on; no inverse
-  bhLimit        // min(y, n)                   max(y, n)
+  bhLimit,       // min(y, n)                   max(y, n)
+  bhSummed       // y, the image of a sum that is n times as high; no inverse
 };
 
 // A hedge word.
@@ -73,6 +74,8 @@ inline constexpr std::string_view SEmptyFuzzy = "__EMPTY";
 inline constexpr std::string_view _SLowFuzzyTerm = "low";
 inline constexpr std::string_view _SMediumFuzzyTerm = "medium";
 inline constexpr std::string_view _SHighFuzzyTerm = "high";
+// Between points and the height of the sum that they show.
+inline constexpr std::string_view kSummedTo = "summed-to";
 // A membership on the scale of a plot: four characters wide.
 inline constexpr std::string_view FuzzyFormatStr = "%4.2f";
 

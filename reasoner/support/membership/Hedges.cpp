@@ -23,6 +23,7 @@ struct Straight {
   TMap map;
   double operator()(double y) const noexcept { return map(y); }
   double OffChord(double, double) const noexcept { return 0; }
+  double SizeOf(double y) const noexcept { return y; }
   double Between(double y1, double y2) const noexcept { return Middle(y1, y2); }
 };
 
@@ -31,13 +32,14 @@ struct Power {
   double exponent;
 
   double operator()(double y) const noexcept { return std::pow(y, exponent); }
+  double SizeOf(double y) const noexcept { return y; }
   double Between(double y1, double y2) const noexcept { return Middle(y1, y2); }
 
   // A power is furthest off its chord where its slope is the chord's.
   double OffChord(double y1, double y2) const noexcept {
     const double from = (*this)(y1);
     const double to = (*this)(y2);
-    if (std::fabs(to - from) <= kCurveTolerance) return 0;
+    if (y1 == y2) return 0;
     const double slope = (to - from) / (y2 - y1);
     const auto off = [&](double y) { return std::fabs((*this)(y)-from - slope * (y - y1)); };
     const double steepest = std::pow(slope / exponent, 1 / (exponent - 1));
@@ -53,6 +55,7 @@ struct Contrast {
   double operator()(double y) const noexcept {
     return y <= 0.5 ? 2 * y * y : 1 - 2 * (1 - y) * (1 - y);
   }
+  double SizeOf(double y) const noexcept { return y; }
   double Between(double y1, double y2) const noexcept { return Middle(y1, y2); }
   double OffChord(double y1, double y2) const noexcept {
     return std::fabs((*this)(Middle(y1, y2)) - Middle((*this)(y1), (*this)(y2)));
@@ -75,6 +78,8 @@ PiecewiseLinear Mapped(const PiecewiseLinear& function, const TMap& given, doubl
     return builder.AsBuilt();
   }
   builder.Reserve(points.size());
+  BendScale scale{0, function.Height()};
+  for (const FuzzyPoint& point : points) scale.curve = std::max(scale.curve, map(point.y));
   PieceCursor cursor(points);
   double x = cursor.NextX();
   double y = 0;
@@ -90,13 +95,13 @@ PiecewiseLinear Mapped(const PiecewiseLinear& function, const TMap& given, doubl
         const double kink_x =
             std::max(std::nextafter(x, next_x), std::min(exact, std::nextafter(next_x, x)));
         if (x < kink_x && kink_x < next_x) {
-          Bend(builder, map, x, y, kink_x, kink);
+          Bend(builder, map, scale, x, y, kink_x, kink);
           builder.Point(kink_x, map(kink));
           from_x = kink_x;
           from_y = kink;
         }
       }
-      Bend(builder, map, from_x, from_y, next_x, at.left);
+      Bend(builder, map, scale, from_x, from_y, next_x, at.left);
     }
     builder.Place(next_x, {map(at.left), map(at.value), map(at.right)});
     x = next_x;
@@ -211,6 +216,8 @@ PiecewiseLinear PiecewiseLinear::Hedged(TBaseFuzzyHedge hedge, bool flag, double
       return Raised(*this, flag ? number : 1 / std::fabs(number), domain.from);
     case bhScale:
       return flag ? Scaled(*this, number, domain.from) : Divided(*this, number, domain.from);
+    case bhSummed:
+      return *this;
     case bhShift:
       return Shifted(*this, flag ? number : -number);
     case bhIntensify:

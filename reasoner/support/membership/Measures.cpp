@@ -86,6 +86,12 @@ class WeightedMean {
 
 }  // namespace
 
+double PiecewiseLinear::Height() const noexcept {
+  double height = 0;
+  for (const FuzzyPoint& point : points_) height = std::max(height, point.y);
+  return height;
+}
+
 double PiecewiseLinear::Height(Interval domain) const noexcept {
   double height = 0;
   WalkDomain(
@@ -139,7 +145,7 @@ double PiecewiseLinear::Centroid(Interval domain) const noexcept {
 double PiecewiseLinear::MeanOfMaxima(Interval domain) const {
   const double height = Height(domain);
   if (!(height > 0)) return std::midpoint(domain.from, domain.to);
-  const auto highest = [least = height - kSamePoint](double y) { return y >= least; };
+  const auto highest = [least = height - kSamePoint * height](double y) { return y >= least; };
 
   Extent extent;
   WalkDomain(

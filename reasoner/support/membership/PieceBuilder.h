@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <limits>
@@ -58,19 +59,57 @@ class PieceBuilder {
   std::vector<FuzzyPoint> points_;
 };
 
-// Adds the places at which a curve between two given ones has to bend, halving as long as the chord
-// is too far off. A curve answers for an argument (which goes linearly with x), and how far it is
-// off the chord between two arguments.
+// Memberships below this are as good as 0, for whatever root.
+inline constexpr double kNoMembership = 1e-60;
+
+// What a curve is bent by: how high it is, and how high what it is made of.
+struct BendScale {
+  double curve = 1;
+  double source = 1;
+};
+
+// How much of an error is allowed at a membership y, so that whatever root is taken of it the error
+// is no greater than it would be at 1. An error d at y becomes u d y^(u-1) under the root 1/u,
+// which is greatest for u = 1 / ln(1/y).
+inline double RootSafe(double y) noexcept {
+  constexpr double e = 2.718281828459045;
+  if (y <= kNoMembership) return 0;
+  return y * e < 1 ? e * y * -std::log(y) : 1;
+}
+
+// Whether the line between two places has to be bent. A curve answers for an argument (which goes
+// linearly with x), how far it is off the chord between two arguments, and how large an argument
+// is.
 template <class TCurve, class TArgument>
-void Bend(PieceBuilder& builder, const TCurve& curve, double x1, const TArgument& argument1,
-          double x2, const TArgument& argument2, int levels = 20) {
-  if (levels == 0 || !(curve.OffChord(argument1, argument2) > kCurveTolerance)) return;
+bool HasToBend(const TCurve& curve, const BendScale& scale, const TArgument& argument1,
+               const TArgument& argument2) {
+  const double off = curve.OffChord(argument1, argument2);
+  if (!(off > 0)) return false;
+  const double value1 = curve(argument1);
+  const double value2 = curve(argument2);
+  const double low = std::min(value1, value2);
+  const double high = std::max({value1, value2, off});  // it may be 0 at both ends
+  if (!(high > kNoMembership)) return false;
+  const double tolerance = scale.curve * kCurveTolerance;
+  if (low > 0) return off > tolerance * RootSafe(low / scale.curve);
+  if (off > tolerance) return true;
+  // A line to 0 looks alike however often it is halved: it ends where its source is low enough.
+  const double size = std::max(curve.SizeOf(argument1), curve.SizeOf(argument2));
+  return size > scale.source / 1024 && off > tolerance * RootSafe(high / scale.curve);
+}
+
+// Adds the places at which a curve between two given ones has to bend, halving as long as the chord
+// is too far off.
+template <class TCurve, class TArgument>
+void Bend(PieceBuilder& builder, const TCurve& curve, const BendScale& scale, double x1,
+          const TArgument& argument1, double x2, const TArgument& argument2, int levels = 64) {
+  if (levels == 0 || !HasToBend(curve, scale, argument1, argument2)) return;
   const double x = std::midpoint(x1, x2);
   if (!(x1 < x && x < x2)) return;
   const TArgument argument = curve.Between(argument1, argument2);
-  Bend(builder, curve, x1, argument1, x, argument, levels - 1);
+  Bend(builder, curve, scale, x1, argument1, x, argument, levels - 1);
   builder.Point(x, curve(argument));
-  Bend(builder, curve, x, argument, x2, argument2, levels - 1);
+  Bend(builder, curve, scale, x, argument, x2, argument2, levels - 1);
 }
 
 }  // namespace reasoner

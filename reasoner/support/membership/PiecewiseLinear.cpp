@@ -143,8 +143,9 @@ PiecewiseLinear PieceBuilder::Simplified() {
     };
     bool keep = i + 1 == points.size() || !alone(i);
     if (!keep) {
-      least = std::max(least, slope_to(point, -kSamePoint));
-      most = std::min(most, slope_to(point, kSamePoint));
+      const double off = std::max(kSamePoint * RootSafe(point.y), kNoMembership);
+      least = std::max(least, slope_to(point, -off));
+      most = std::min(most, slope_to(point, off));
       const double slope = slope_to(points[i + 1], 0);
       keep = !(least <= slope && slope <= most);  // written so that a NaN keeps the point
     }

@@ -2,7 +2,8 @@
 //
 // It is the only form of function here. Nothing is sampled and nothing is a formula, so that two
 // sets meet exactly where their lines cross and a centre of gravity is exact. Curves (a power, a
-// product) become lines that are at most 0.001 off.
+// product) become lines that are at most 0.001 of the curve's height off; where the curve is low,
+// less, so that a root taken of the result is at most 0.001 off as well.
 //
 //   y  1 |      b-----c            outside a and d the end's value goes on for ever
 //        |     /      |            at the x of c and d: from the left 1, from the right 0,
@@ -54,8 +55,9 @@ struct Interval {
 using TFuzzyOperator =
     std::function<bool(double x_this, double y_this, double x_other, double y_other)>;
 
-// How far a line may be off the curve that it stands for.
-inline constexpr double kCurveTolerance = 0.001;
+// How far a line may be off the curve that it stands for, as a part of the curve's height. Less
+// than half of what is promised: a curve may be bent from one that has been bent before.
+inline constexpr double kCurveTolerance = 0.0004;
 // Points that are no further apart than this are the same.
 inline constexpr double kSamePoint = 1e-9;
 
@@ -82,6 +84,8 @@ class PiecewiseLinear {
   void AddPoint(double x, double y);
   void AddPoints(std::vector<FuzzyPoint> points);
 
+  // The highest of all points.
+  double Height() const noexcept;
   // Over a range of x. The height counts limits too.
   double Height(Interval domain) const noexcept;
   double Area(Interval domain) const noexcept;
@@ -98,6 +102,10 @@ class PiecewiseLinear {
 
   static PiecewiseLinear Combine(const PiecewiseLinear& a, const PiecewiseLinear& b,
                                  TFuzzyOperation operation, bool is_union);
+  // factor_a times a and factor_b times b, added, and divided by their height where that is above
+  // 1. `divisor` is what it was divided by.
+  static PiecewiseLinear Sum(const PiecewiseLinear& a, double factor_a, const PiecewiseLinear& b,
+                             double factor_b, double& divisor);
   // The highest place of the smaller of the two; the walk ends early at the first place that is
   // above `enough`.
   static double Possibility(const PiecewiseLinear& a, const PiecewiseLinear& b,

@@ -180,8 +180,8 @@ TEST(MembershipTest, HedgesOnEdgesPeaksAndNothing) {
 TEST(MembershipTest, PowersStayWithinTolerance) {
   const PiecewiseLinear ramp = Function({{0, 0}, {1, 1}});
   const PiecewiseLinear tent = Function({{-3, 0.2}, {1, 0.9}, {1, 0.1}, {7, 1}});
-  EXPECT_EQ(Hedged(ramp, bhPower, 2).size(), 17u);
-  EXPECT_EQ(Hedged(Triangle(0, 1, 2), bhPower, 2, false).size(), 69u);
+  EXPECT_LE(Hedged(ramp, bhPower, 2).size(), 80u);
+  EXPECT_LE(Hedged(Triangle(0, 1, 2), bhPower, 2, false).size(), 160u);
   for (const double n : {1.25, 2.0, 3.0, 7.5, 50.0, 1000.0}) {
     for (const bool flag : {true, false}) {
       for (const auto* function : {&ramp, &tent}) {
@@ -192,11 +192,7 @@ TEST(MembershipTest, PowersStayWithinTolerance) {
           const double wanted = std::pow(function->At(x), flag ? n : 1 / n);
           worst = std::max(worst, std::fabs(power.At(x) - wanted));
         }
-        // A steep root ends in 20 halvings: what is below 2^-20 of the ramp is beyond it.
-        const bool steep_root = !flag && n > 3 && function == &ramp;
-        if (!steep_root) {
-          EXPECT_LE(worst, 0.0010001) << n << flag;
-        }
+        EXPECT_LE(worst, kCurveTolerance + 1e-7) << n << flag;
       }
     }
   }

@@ -1,0 +1,3 @@
+(defrule table
+  =>
+  (printout t "name\tage\nann\t42" crlf))

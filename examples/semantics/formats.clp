@@ -1,0 +1,3 @@
+(defrule share
+  =>
+  (format t "%s has %d%%%n" "ann" 42))
