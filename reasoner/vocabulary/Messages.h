@@ -281,9 +281,6 @@ inline constexpr TMessage<"A fact in the fact list cannot be changed: %s"> SList
 inline constexpr TMessage<
     "A value that a fact in the fact list or a rule holds cannot be changed: %s">
     SListedValue;
-inline constexpr TMessage<"A test holds one function call"> SInvalidTestPattern;
-inline constexpr TMessage<"The pattern behind a goal is made by the rule and cannot be changed: %s">
-    SGeneratedPattern;
 
 // The object that a counted reference, an owning pointer or a plain pointer points to; `what` names
 // it where nothing was given.
