@@ -278,9 +278,7 @@ inline constexpr TMessage<"Expected the end of the text: %s"> SExpectedEnd;
 inline constexpr TMessage<"No %s was given"> SNothingGiven;
 inline constexpr TMessage<"%s belongs to another engine"> SForeignObject;
 inline constexpr TMessage<"A fact in the fact list cannot be changed: %s"> SListedFact;
-inline constexpr TMessage<
-    "A value that a fact in the fact list or a rule holds cannot be changed: %s">
-    SListedValue;
+inline constexpr TMessage<"A value of a fact in the fact list cannot be changed: %s"> SListedValue;
 
 // The object that a counted reference, an owning pointer or a plain pointer points to; `what` names
 // it where nothing was given.
