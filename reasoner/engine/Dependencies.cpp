@@ -179,7 +179,9 @@ void TReasoner::TakeOutRules(const IFactTemplate& fact_template,
 
 void TReasoner::ReplaceTemplate(const Ref<IFactTemplate>& old,
                                 const Ref<IFactTemplate>& fact_template) {
-  if (old->GetTemplateName() != fact_template->GetTemplateName()) return RemoveDependencies(*old);
+  if (Given(old, "template").GetTemplateName() !=
+      Given(fact_template, "template").GetTemplateName())
+    return RemoveDependencies(*old);
   if (old->IsBackwardChaining()) fact_template->SetBackwardChaining(true);
   DropPending(*old);
   FirstFailure failures;  // of handlers: what has begun is carried through
@@ -419,7 +421,8 @@ static bool ChangeSlotType(TReasoner& engine, IFactSlot& slot, const Ref<IKBDefi
 
 void TReasoner::ReplaceDefinedType(const Ref<IKBDefinedType>& old,
                                    const Ref<IKBDefinedType>& type) {
-  if (old->GetName() != type->GetName()) return RemoveDependencies(*old);
+  if (Given(old, "type").GetName() != Given(type, "type").GetName())
+    return RemoveDependencies(*old);
   const std::vector<Ref<IFactTemplate>> templates = fact_templates_->GetItems();
   FirstFailure failures;
   for (auto item = templates.rbegin(); item != templates.rend(); ++item) {

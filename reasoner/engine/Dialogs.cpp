@@ -9,16 +9,16 @@
 
 namespace reasoner {
 
-static const std::string kTerminal = "t";
+static const std::string kDialogTerminal = "t";
 
 void TTerminalDialogs::ShowMessage(const std::string& text) {
-  engine_.PrintOut(kTerminal, text + std::string(NewLineString));
+  engine_.PrintOut(kDialogTerminal, text + std::string(NewLineString));
 }
 
 std::optional<std::string> TTerminalDialogs::Ask(const std::string&, const std::string& prompt,
                                                  const std::string& initial) {
-  engine_.PrintOut(kTerminal, prompt + (initial.empty() ? "" : " [" + initial + "]") + ": ");
-  const std::string answer = engine_.ReadLine(kTerminal);
+  engine_.PrintOut(kDialogTerminal, prompt + (initial.empty() ? "" : " [" + initial + "]") + ": ");
+  const std::string answer = engine_.ReadLine(kDialogTerminal);
   return answer.empty() ? initial : answer;
 }
 
@@ -48,8 +48,8 @@ TMsgDlgBtn TTerminalDialogs::Choose(const std::string& text, TMsgDlgType, TMsgDl
     names += (names.empty() ? "" : "/") + std::string(kButtonNames[i]);
   }
   for (int attempt = 0; attempt < 2; ++attempt) {
-    engine_.PrintOut(kTerminal, text + " (" + names + "): ");
-    const std::string line = engine_.ReadLine(kTerminal);
+    engine_.PrintOut(kDialogTerminal, text + " (" + names + "): ");
+    const std::string line = engine_.ReadLine(kDialogTerminal);
     const std::string_view answer = Trim(line);
     if (answer.empty()) break;
     if (const auto button = FindButton(answer, buttons)) return *button;

@@ -40,23 +40,30 @@ void TFactTemplates::Assign(const TPersistent& source) {
   const auto* other = dynamic_cast<const TFactTemplates*>(&source);
   if (other == nullptr) return TPersistent::Assign(source);
   if (other == this) return;
-  MakeAlike(*this, *other, other->GetParentsFirst(), [this](const IFactTemplate& item) {
-    Ref<IFactTemplate> copy = item.Clone(&engine_);
-    if (item.GetParent()) copy->SetParent(Find(item.GetParent()->GetTemplateName()));
-    return copy;
-  });
+  MakeAlike(*this, *other, other->GetParentsFirst(),
+            [this](const IFactTemplate& item) { return CopyOf(item); });
+}
+
+Ref<IFactTemplate> TFactTemplates::CopyOf(const IFactTemplate& fact_template) const {
+  Ref<IFactTemplate> copy = fact_template.Clone(&engine_);
+  if (const Ref<IFactTemplate>& parent = fact_template.GetParent())
+    copy->SetParent(Find(parent->GetTemplateName()));
+  return copy;
 }
 
 void TKBDefinedTypes::Assign(const TPersistent& source) {
   const auto* other = dynamic_cast<const TKBDefinedTypes*>(&source);
   if (other == nullptr) return TPersistent::Assign(source);
   if (other == this) return;
-  MakeAlike(*this, *other, other->GetAncestorsFirst(), [this](const IKBDefinedType& item) {
-    Ref<IKBDefinedType> copy = Make<TKBDefinedType>(&engine_);
-    copy->Assign(item);
-    if (item.GetAncestor()) copy->SetAncestor(Find(item.GetAncestor()->GetName()));
-    return copy;
-  });
+  MakeAlike(*this, *other, other->GetAncestorsFirst(),
+            [this](const IKBDefinedType& item) { return CopyOf(item); });
+}
+
+Ref<IKBDefinedType> TKBDefinedTypes::CopyOf(const IKBDefinedType& type) const {
+  Ref<IKBDefinedType> copy = Make<TKBDefinedType>(&engine_);
+  copy->Assign(type);
+  if (type.GetAncestor()) copy->SetAncestor(Find(type.GetAncestor()->GetName()));
+  return copy;
 }
 
 bool TUserFunctions::Assign(const TUserFunctions& source, bool tolerant) {

@@ -20,7 +20,19 @@ TFacts::Entry& TFacts::At(std::int32_t index) const {
 
 const Ref<IFact>& TFacts::Get(std::int32_t index) const { return At(index).fact; }
 
-void TFacts::Put(std::int32_t index, const Ref<IFact>& fact) { At(index).fact = fact; }
+void TFacts::Put(std::int32_t index, const Ref<IFact>& fact) {
+  Entry& entry = At(index);
+  Given(fact, "fact");
+  if (entry.fact == fact) return;
+  Ref<IFact> put = engine_ == nullptr ? fact : engine_->OwnFact(fact);
+  if (engine_ != nullptr) {
+    if (put->IsListed()) put = put->Clone();  // one object stands in one list, and once
+    put->SetID(entry.id);
+    put->EnterList();
+    entry.fact->LeaveList();
+  }
+  entry.fact = put;
+}
 
 TFacts::Entry* TFacts::FindEntry(TFactId id) const noexcept {
   const auto key = static_cast<std::uint32_t>(id);
@@ -33,15 +45,6 @@ TFacts::Entry* TFacts::FindEntry(TFactId id) const noexcept {
 TFacts::Entry* TFacts::FindEntry(const IFact& fact) const noexcept {
   const auto key = static_cast<std::uint32_t>(fact.GetID());
   for (Entry* entry = ids_.Chain(key); entry != nullptr; entry = entry->id_next) {
-    if (entry->fact == &fact) return entry;
-  }
-  return nullptr;
-}
-
-TFacts::Entry* TFacts::SearchEntry(const IFact& fact) const noexcept {
-  if (Entry* entry = FindEntry(fact)) return entry;
-  for (Entry* entry = entries_.First(); entry != nullptr;
-       entry = CountedSequence<Entry>::Next(*entry)) {
     if (entry->fact == &fact) return entry;
   }
   return nullptr;
@@ -80,11 +83,12 @@ std::int32_t TFacts::FindFact(const IFact& fact) const {
 
 std::int32_t TFacts::IndexOf(const IFact& fact) const {
   if (GetCount() >= kSearchByIdFrom && fact.GetID() != -1) return FindFact(fact.GetID());
-  return IndexOrNone(SearchEntry(fact));
+  return IndexOrNone(FindEntry(fact));
 }
 
 void TFacts::InsertDirect(std::int32_t index, const Ref<IFact>& fact, std::uint32_t hash) {
   auto entry = std::make_unique<Entry>();
+  if (engine_ != nullptr) fact->EnterList();
   entry->fact = fact;
   entry->id = fact->GetID();
   entry->id_key = static_cast<std::uint32_t>(entry->id);
@@ -95,6 +99,7 @@ void TFacts::InsertDirect(std::int32_t index, const Ref<IFact>& fact, std::uint3
       hashes_.Insert(*entry);
     } catch (...) {
       ids_.Remove(*entry);
+      if (engine_ != nullptr) fact->LeaveList();
       throw;
     }
     entry->hashed = true;
@@ -112,6 +117,7 @@ void TFacts::DeleteDirect(Entry& entry) {
   MarkLeaving(entry);
   ids_.Remove(entry);
   entries_.Erase(entry);
+  if (engine_ != nullptr) entry.fact->LeaveList();
   delete &entry;
 }
 
@@ -120,12 +126,14 @@ void TFacts::ClearDirect() {
   hashes_.Clear();
   while (Entry* last = entries_.Last()) {
     entries_.Erase(*last);
+    if (engine_ != nullptr) last->fact->LeaveList();
     delete last;
   }
   highest_id_ = 0;
 }
 
 std::int32_t TFacts::Add(const Ref<IFact>& fact) {
+  Given(fact, "fact");
   if (engine_ == nullptr) {
     InsertDirect(GetCount(), fact, HashOf(*fact));
     return GetCount() - 1;
@@ -149,6 +157,7 @@ std::int32_t TFacts::Add(const Ref<IFact>& fact) {
 
 void TFacts::Insert(std::int32_t index, const Ref<IFact>& fact) {
   if (index < 0 || index > GetCount()) Raise(SListIndexError, index);
+  Given(fact, "fact");
   if (engine_ == nullptr) return InsertDirect(index, fact, HashOf(*fact));
   const TFactId id = engine_->Assert(fact);
   Entry* entry = id == -1 ? nullptr : FindEntry(id);
@@ -193,19 +202,10 @@ void TFacts::Assign(const TPersistent& source) {
   Clear();
   FirstFailure failures;  // of rules that cannot test a fact: it is there, and the others follow
   for (const Ref<IFact>& fact : other->Snapshot()) {
-    Ref<IFactTemplate> own = fact->GetTemplate();
-    if (engine_ != nullptr && own && own->GetReasoner() != engine_) {
-      own = engine_->FindFactTemplate(fact->GetTemplate()->GetTemplateName());
-      if (own && !own->Equals(*fact->GetTemplate())) {
-        Raise(SFactTemplatesDifferent, own->GetTemplateName(),
-              fact->GetTemplate()->GetTemplateName());
-      }
-      const Ref<IFact> crossing = Make<TFact>(own);
-      crossing->Assign(*fact);
-      failures.Try([&] { Add(crossing); });
-    } else {
-      failures.Try([&] { Add(fact->Clone()); });
-    }
+    Ref<IFact> own = fact;
+    if (engine_ != nullptr && fact->GetTemplate()) own = engine_->OwnFact(fact);
+    if (own == fact) own = fact->Clone();
+    failures.Try([&] { Add(own); });
   }
   failures.Raise();
 }

@@ -40,8 +40,9 @@ class TFacts : public TPersistent {
   };
 
   std::int32_t GetCount() const noexcept { return static_cast<std::int32_t>(entries_.size()); }
-  const Ref<IFact>& Get(std::int32_t index) const;       // raises "List index out of bounds (%d)"
-  void Put(std::int32_t index, const Ref<IFact>& fact);  // plain replacement
+  const Ref<IFact>& Get(std::int32_t index) const;  // raises "List index out of bounds (%d)"
+  // Plain replacement: the fact gets the id of the one that was there, and nothing is matched.
+  void Put(std::int32_t index, const Ref<IFact>& fact);
   // Null for an unknown id.
   Ref<IFact> GetFactByID(TFactId id) const;
   std::int32_t FindFact(TFactId id) const;         // by id: the index, or -1
@@ -78,8 +79,6 @@ class TFacts : public TPersistent {
   Entry* FindEntry(TFactId id) const noexcept;
   // The entry of this very object under the id that it has, leaving or not.
   Entry* FindEntry(const IFact& fact) const noexcept;
-  // The same for a fact that a host has given another id meanwhile: a walk.
-  Entry* SearchEntry(const IFact& fact) const noexcept;
   // One with equal content. `hash` is the fact's, while the list files facts by it.
   Entry* FindEqual(const IFact& fact, std::uint32_t hash) const;
   // Facts with fuzzy slots are always filed: each assertion looks for an equal one.

@@ -31,7 +31,7 @@ static void GetSetOfFact(IFact* fact, Ref<IFuzzySet>& set) {
 
 void GetFuzzySetFromValue(const Ref<IKBValue>& value, TKBContext& context, Ref<IFuzzySet>& set) {
   set = nullptr;
-  Ref<IKBValue> resolved = value->Resolve(&context);
+  Ref<IKBValue> resolved = Given(value, "value").Resolve(&context);
   switch (resolved->GetDType()) {
     case dtInteger:
     case dtFactId: {

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <cmath>
 #include <limits>
 
 #include "reasoner/engine/HostObjects.h"
@@ -143,7 +144,13 @@ V FromCell(const THostObjects& objects, const IKBValue& value) {
                                     kIsWide ? std::numeric_limits<std::int64_t>::max()
                                             : static_cast<std::int64_t>(TLimits::max())));
   } else if constexpr (std::is_floating_point_v<V>) {
-    return static_cast<V>(value.GetAsFloat());
+    const double number = value.GetAsFloat();
+    // A smaller type of floats may not hold the number; what is none, it holds.
+    if (std::abs(number) > static_cast<double>(std::numeric_limits<V>::max()) &&
+        !std::isinf(number)) {
+      RaiseWrongObject(value);
+    }
+    return static_cast<V>(number);
   } else if constexpr (std::is_same_v<V, Ref<IKBValue>>) {
     return value.Clone();
   } else if constexpr (kIsShared<V>) {

@@ -243,7 +243,7 @@ void TReasoner::ResetGlobalVariable(std::string_view name, const Ref<IKBValue>& 
 
 Ref<IKBValue> TReasoner::ResolveInContext(const Ref<IKBValue>& value) {
   TKBContext frame(context_.get(), this);
-  const Ref<IKBValue> resolved = value->Resolve(&frame);
+  const Ref<IKBValue> resolved = Given(value, "value").Resolve(&frame);
   if (resolved->GetDType() != dtList) return resolved;
   // A call among the members runs now, too.
   const IValueVector& list = *resolved->GetAsList();

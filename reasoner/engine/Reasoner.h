@@ -161,7 +161,7 @@ class TReasoner : public TComponent,
   bool ParseGlobalVariables(std::string_view text);
   Ref<IKBValue> ParseVariable(std::string_view text, std::string& name);
   Ref<IValueVector> ParseList(std::string_view text);
-  Ref<IKBValue> ParseNExecuteFunCall(std::string_view text);
+  Ref<IKBValue> ParseNExecuteFunCall(std::string_view text);  // of several calls, the last value
   // The caller's: GetRules().Add(*rule) registers it, GetRules().Add(std::move(rule)) gives it
   // away.
   std::unique_ptr<TRule> ParseRule(std::string_view text);
@@ -226,17 +226,19 @@ class TReasoner : public TComponent,
   // The id of the new fact, or -1 for a refused duplicate. A fact with fuzzy slots is weakened by
   // the strength of the rule that asserts it, and takes the place of the fact that is equal but for
   // its fuzzy values: those are united, or with `unconditional` intersected. The match is done when
-  // the call returns; inside the network the fact waits for its turn.
+  // the call returns; inside the network the fact waits for its turn. A fact of another engine
+  // comes over as a copy, with its template where there is none of that name.
   TFactId Assert(const Ref<IFact>& fact, bool unconditional = false);
   // The same with another inference method.
   TFactId Assert(const Ref<IFact>& fact, TFuzzyInferenceMethod method, bool unconditional = false);
+  // One fact or several, all read before the first is asserted; the last one's id.
   TFactId Assert(std::string_view text);
   // Nothing happens for an unknown id or fact.
   void Retract(TFactId id);
   void Retract(const Ref<IFact>& fact);  // by content
-  void Retract(std::string_view text);
-  void RetractFact(std::int32_t index);
-  void RetractFact(const Ref<IFact>& fact);  // by identity; raises for a fact that is not listed
+  void Retract(std::string_view text);   // one fact or several
+  void RetractFact(std::int32_t index);  // nothing happens for -1, the index of what is not found
+  void RetractFact(const Ref<IFact>& fact);  // by identity
   // Empties the network; the list is not touched.
   virtual void RetractFacts();
   // Takes the fact out for a change and asserts it again: the id, or -1.
@@ -644,6 +646,7 @@ class TReasoner : public TComponent,
   void MakeImplied();
   void MakeLogicFunctions();
   bool Watches(TConstructWatch watch) const { return Watch.Has(watch) && OnPrintOut.IsHeard(); }
+  Ref<IFact> OwnFact(const Ref<IFact>& fact);
   TFactId EnterFact(const Ref<IFact>& fact, std::uint32_t hash);
   TFactId AssertFuzzy(const Ref<IFact>& asserted, bool unconditional);
   void PostWork(TNetworkWork work);
@@ -660,6 +663,7 @@ class TReasoner : public TComponent,
   void PollInterrupt() override;
   std::int32_t RunRules(std::int32_t max_rules);
   void RebuildAgenda();
+  void RequireOwn(const TActivation& activation);
   bool PlaceActivation(std::unique_ptr<TActivation> activation);
   void ForgetPlacing(const TActivation& activation);
   void CompileRule(TRule& rule);
@@ -695,6 +699,7 @@ class TReasoner : public TComponent,
   void RebuildChildren(const Ref<IFactTemplate>& old, const Ref<IFactTemplate>& fact_template);
   Ref<IUserFunction> FindPackageFunction(std::string_view name) const;
   std::string GlobalSection(bool late);
+  std::vector<Ref<IFact>> ParseFacts(std::string_view text);
   void RemoveRulesOn(const IFactTemplate& fact_template, std::vector<std::string>& dropped);
   // Makes the companion of a marked template, or brings it up to the template's slots.
   void FollowWithGoals(const Ref<IFactTemplate>& fact_template);
@@ -704,6 +709,8 @@ class TReasoner : public TComponent,
   auto Flushed(TOperation operation);
   template <class TOperation>
   auto WithText(std::string_view text, TOperation operation);
+  template <class TOperation>
+  auto WithWholeText(std::string_view text, TOperation operation);
   template <class TOperation>
   auto WithStream(TStream& stream, const TEncoding* encoding, const TTextPlace& start,
                   TOperation operation);

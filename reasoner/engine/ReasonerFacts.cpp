@@ -57,17 +57,35 @@ TFactId TReasoner::NewFactId() {
   return next_fact_id_++;
 }
 
+// The fact on this engine's template: itself, or the copy that a fact of another engine comes over
+// as, with the template that it needs.
+Ref<IFact> TReasoner::OwnFact(const Ref<IFact>& fact) {
+  const Ref<IFactTemplate>& written = Given(fact, "fact").GetTemplate();
+  if (!written) Raise(SNoTemplate);
+  if (written->GetReasoner() == this) return fact;
+  Ref<IFactTemplate> own = FindFactTemplate(written->GetTemplateName());
+  if (!own) {
+    fact_templates_->Add(written);
+    own = FindFactTemplate(written->GetTemplateName());
+    if (written->GetReasoner() == this) return fact;  // it had no engine
+  } else if (!own->Equals(*written)) {
+    Raise(SFactTemplatesDifferent, own->GetTemplateName(), written->GetTemplateName());
+  }
+  const Ref<IFact> crossing = Make<TFact>(own);
+  crossing->Assign(*fact);
+  return crossing;
+}
+
 TFactId TReasoner::Assert(const Ref<IFact>& asserted, bool unconditional) {
   ForgetFailure();
-  if (!asserted->GetTemplate()) Raise(SNoTemplate);
   const ScopedOperation operation(*this);
-  asserted->FitToSlots();
-  if (asserted->GetTemplate()->IsFuzzy()) return AssertFuzzy(asserted, unconditional);
-  const std::uint32_t hash = facts_->HashOf(*asserted);
-  if (!fact_duplication_ && facts_->FindEqual(*asserted, hash) != nullptr) return -1;
+  Ref<IFact> fact = OwnFact(asserted);
+  fact->FitToSlots();
+  if (fact->GetTemplate()->IsFuzzy()) return AssertFuzzy(fact, unconditional);
+  const std::uint32_t hash = facts_->HashOf(*fact);
+  if (!fact_duplication_ && facts_->FindEqual(*fact, hash) != nullptr) return -1;
   // One object stands in the list once.
-  Ref<IFact> fact = asserted;
-  if (facts_->FindEntry(*fact) != nullptr) {
+  if (fact->IsListed()) {
     if (!fact_duplication_) return -1;
     fact = fact->Clone();
   }
@@ -91,14 +109,25 @@ TFactId TReasoner::EnterFact(const Ref<IFact>& fact, std::uint32_t hash) {
 }
 
 TFactId TReasoner::Assert(std::string_view text) {
-  const Ref<IFact> fact = ParseFact(text);
-  context_->Resolve(*fact);
-  return Assert(fact);
+  TFactId id = -1;
+  FirstFailure failures;  // of rules that cannot test a fact: it is there, and the others follow
+  for (const Ref<IFact>& fact : ParseFacts(text)) {
+    context_->Resolve(*fact);
+    try {
+      id = Assert(fact);
+    } catch (const EKBException&) {
+      if (!facts_->Lists(*fact)) throw;
+      failures.Keep(std::current_exception());
+    }
+  }
+  failures.Raise();
+  return id;
 }
 
 TFactId TReasoner::AssertResolved(const Ref<IFact>& fact) {
-  context_->Resolve(*fact);
-  return Assert(fact);
+  const Ref<IFact> own = OwnFact(fact);
+  context_->Resolve(*own);
+  return Assert(own);
 }
 
 void TReasoner::PostWork(TNetworkWork work) {
@@ -173,11 +202,15 @@ void TReasoner::RetractListed(TFacts::Entry& entry) {
   PostWork(TNetworkWork{TNetworkWork::kRetraction, entry.fact, nullptr, {}});
 }
 
-void TReasoner::RetractFact(std::int32_t index) { RetractListed(facts_->At(index)); }
+void TReasoner::RetractFact(std::int32_t index) {
+  if (index != -1) RetractListed(facts_->At(index));
+}
 
 void TReasoner::RetractFact(const Ref<IFact>& fact) {
-  if (TFacts::Entry* entry = facts_->FindEntry(*fact)) return RetractListed(*entry);
-  RetractFact(facts_->IndexOf(*fact));
+  if (TFacts::Entry* entry = facts_->FindEntry(Given(fact, "fact"))) return RetractListed(*entry);
+  // Another object with the id of a listed fact stands for that one, unless it is another engine's.
+  if (fact->GetTemplate() && fact->GetTemplate()->GetReasoner() == this)
+    RetractFact(facts_->IndexOf(*fact));
 }
 
 void TReasoner::Retract(TFactId id) {
@@ -185,13 +218,15 @@ void TReasoner::Retract(TFactId id) {
 }
 
 void TReasoner::Retract(const Ref<IFact>& fact) {
+  Given(fact, "fact");
   if (TFacts::Entry* entry = facts_->FindEqual(*fact, facts_->HashOf(*fact))) RetractListed(*entry);
 }
 
 void TReasoner::Retract(std::string_view text) {
-  const Ref<IFact> fact = ParseFact(text);
-  context_->Resolve(*fact);
-  Retract(fact);
+  for (const Ref<IFact>& fact : ParseFacts(text)) {
+    context_->Resolve(*fact);
+    Retract(fact);
+  }
 }
 
 void TReasoner::RetractFacts() {
@@ -207,6 +242,7 @@ void TReasoner::RetractFacts() {
 
 void TReasoner::BeginFactModify(const Ref<IFact>& fact) {
   RequireIdleNetwork("modifying a fact");
+  Given(fact, "fact");
   RequireFactId();
   if (facts_->Lists(*fact)) {
     RetractFact(fact);
@@ -218,6 +254,7 @@ void TReasoner::BeginFactModify(const Ref<IFact>& fact) {
 TFactId TReasoner::EndFactModify(const Ref<IFact>& fact) { return Assert(fact); }
 
 void TReasoner::AddPendingFact(const Ref<IFact>& fact, bool assertion) {
+  Given(fact, "fact");
   (assertion ? pending_assertions_ : pending_retractions_).push_back(fact);
 }
 

@@ -15,6 +15,7 @@ namespace reasoner {
 
 Ref<IKBValue> TReasoner::EvalFuzzyExpression(IFuzzyVariable* variable, const Ref<IKBValue>& value,
                                              TKBContext* context) {
+  Given(value, "value");
   const Ref<IFuzzyVariable> kept(variable);  // a call may redefine the type
   return EvaluateFuzzy(variable, value, context);
 }
@@ -68,6 +69,7 @@ void TReasoner::SetFuzzyEqualsThreshold(float value) {
 }
 
 void TReasoner::FuzzyCorrelation(const Ref<IFact>& fact, float strength) {
+  Given(fact, "fact");
   if (strength == 1.0F) return;
   bool done = false;
   OnFuzzyCorrelation(*this, fact, strength, done);
@@ -75,6 +77,8 @@ void TReasoner::FuzzyCorrelation(const Ref<IFact>& fact, float strength) {
 }
 
 void TReasoner::FuzzyInference(const Ref<IFact>& fact1, const Ref<IFact>& fact2) {
+  Given(fact1, "fact");
+  Given(fact2, "fact");
   bool done = false;
   OnFuzzyInference(*this, fact1, fact2, done);
   if (!done) FuzzyOperation(fact1, fact2, true);
@@ -82,24 +86,27 @@ void TReasoner::FuzzyInference(const Ref<IFact>& fact1, const Ref<IFact>& fact2)
 
 void TReasoner::FuzzyOperation(const Ref<IFact>& fact1, const Ref<IFact>& fact2, bool is_union) {
   const TFuzzyOperation operation = OperationOf(FuzzyInferenceMethod);
-  CombineFacts(*fact1, *fact2, [&](Ref<IKBValue> value1, const Ref<IKBValue>& value2) {
-    if (is_union) {
-      FuzzyUnion(value1, value2, operation);
-    } else {
-      FuzzyIntersection(value1, value2, operation);
-    }
-    return value1;
-  });
+  CombineFacts(Given(fact1, "fact"), Given(fact2, "fact"),
+               [&](Ref<IKBValue> value1, const Ref<IKBValue>& value2) {
+                 if (is_union) {
+                   FuzzyUnion(value1, value2, operation);
+                 } else {
+                   FuzzyIntersection(value1, value2, operation);
+                 }
+                 return value1;
+               });
 }
 
 void TReasoner::FuzzyIntersection(Ref<IKBValue>& value1, const Ref<IKBValue>& value2,
                                   TFuzzyOperation operation) {
-  value1 = CombineValues(value1, *value2, operation, false);
+  Given(value1, "value");
+  value1 = CombineValues(value1, Given(value2, "value"), operation, false);
 }
 
 void TReasoner::FuzzyUnion(Ref<IKBValue>& value1, const Ref<IKBValue>& value2,
                            TFuzzyOperation operation) {
-  value1 = CombineValues(value1, *value2, operation, true);
+  Given(value1, "value");
+  value1 = CombineValues(value1, Given(value2, "value"), operation, true);
 }
 
 TFactId TReasoner::Assert(const Ref<IFact>& fact, TFuzzyInferenceMethod method,
@@ -116,7 +123,7 @@ TFactId TReasoner::Assert(const Ref<IFact>& fact, TFuzzyInferenceMethod method,
 // its place.
 TFactId TReasoner::AssertFuzzy(const Ref<IFact>& asserted, bool unconditional) {
   // One object stands in the list once.
-  const Ref<IFact> fact = facts_->FindEntry(*asserted) == nullptr ? asserted : asserted->Clone();
+  const Ref<IFact> fact = asserted->IsListed() ? asserted->Clone() : asserted;
   if (current_activation_ != nullptr) {
     FuzzyCorrelation(fact, current_activation_->GetStrength());
   }

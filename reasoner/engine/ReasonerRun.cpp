@@ -100,8 +100,16 @@ bool TReasoner::PlaceActivation(std::unique_ptr<TActivation> owned) {
   return is_placed && !has_gone();
 }
 
+void TReasoner::RequireOwn(const TActivation& activation) {
+  if (!activation.HasRule()) Raise(SInvalidAgendaItem);
+  if (activation.GetRule().GetEngine() != this)
+    Raise(SForeignObject, "Rule " + activation.GetRule().GetRuleName());
+}
+
 bool TReasoner::AddActivation(TActivation& activation) {
-  return PlaceActivation(std::unique_ptr<TActivation>(&activation));
+  std::unique_ptr<TActivation> owned(&activation);
+  if (in_network_ == 0) RequireOwn(activation);  // the network's are the engine's own
+  return PlaceActivation(std::move(owned));
 }
 
 void TReasoner::NetworkFailed(std::exception_ptr failure) {
@@ -183,6 +191,8 @@ void TReasoner::SetStrategy(TSearchStrategy value) {
 }
 
 void TReasoner::SetActivation(std::int32_t index, std::unique_ptr<TActivation> activation) {
+  if (!activation) Raise(SInvalidAgendaItem);
+  RequireOwn(*activation);
   if (GetActivation(index).IsLeaving()) Raise(SInvalidAgendaItem);
   std::unique_ptr<TActivation> old = agenda_->SetActivations(index, std::move(activation));
   TActivation& placed = GetActivation(index);

@@ -113,6 +113,17 @@ auto TReasoner::WithText(std::string_view text, TOperation operation) {
   return WithStream(stream, nullptr, {"", 1, 1}, operation);
 }
 
+// A text that holds one thing: whatever stands behind it is a failure, and nothing is left out in
+// silence.
+template <class TOperation>
+auto TReasoner::WithWholeText(std::string_view text, TOperation operation) {
+  return WithText(text, [&operation](TKBParser& parser) {
+    auto result = operation(parser);
+    parser.ParseEnd();
+    return result;
+  });
+}
+
 // Loading: what was printed to a file meanwhile is in it when the load has ended.
 template <class TOperation>
 void TReasoner::LoadStream(TStream& stream, const TEncoding* encoding, const std::string& file_name,
@@ -193,11 +204,21 @@ Ref<IKBValue> TReasoner::Parse(std::string_view text, TKBType type) {
 }
 
 Ref<IKBDefinedType> TReasoner::ParseDefinedType(std::string_view text) {
-  return WithText(text, [](TKBParser& parser) { return parser.ParseDefinedType(); });
+  return WithWholeText(text, [](TKBParser& parser) { return parser.ParseDefinedType(); });
 }
 
 Ref<IFact> TReasoner::ParseFact(std::string_view text) {
-  return WithText(text, [](TKBParser& parser) { return parser.ParseFact(); });
+  return WithWholeText(text, [](TKBParser& parser) { return parser.ParseFact(); });
+}
+
+std::vector<Ref<IFact>> TReasoner::ParseFacts(std::string_view text) {
+  return WithText(text, [](TKBParser& parser) {
+    std::vector<Ref<IFact>> facts;
+    do {
+      facts.push_back(parser.ParseFact());
+    } while (!parser.AtEnd());
+    return facts;
+  });
 }
 
 std::string TReasoner::ParseFactSlot(IFact& fact, std::string_view text) {
@@ -209,23 +230,23 @@ std::string TReasoner::ParseFactSlot(IFact& fact, std::string_view text) {
 }
 
 std::unique_ptr<TFactSet> TReasoner::ParseFactSet(std::string_view text) {
-  return WithText(text, [](TKBParser& parser) { return parser.ParseFactSet(); });
+  return WithWholeText(text, [](TKBParser& parser) { return parser.ParseFactSet(); });
 }
 
 Ref<IFactTemplate> TReasoner::ParseFactTemplate(std::string_view text) {
-  return WithText(text, [](TKBParser& parser) { return parser.ParseFactTemplate(); });
+  return WithWholeText(text, [](TKBParser& parser) { return parser.ParseFactTemplate(); });
 }
 
 Ref<IFactSlot> TReasoner::ParseFactTemplateSlot(std::string_view text) {
-  return WithText(text, [](TKBParser& parser) { return parser.ParseFactTemplateSlot(); });
+  return WithWholeText(text, [](TKBParser& parser) { return parser.ParseFactTemplateSlot(); });
 }
 
 Ref<IUserFunction> TReasoner::ParseFunction(std::string_view text) {
-  return WithText(text, [](TKBParser& parser) { return parser.ParseFunction(); });
+  return WithWholeText(text, [](TKBParser& parser) { return parser.ParseFunction(); });
 }
 
 Ref<IFunCall> TReasoner::ParseFunCall(std::string_view text) {
-  return WithText(text, [](TKBParser& parser) { return parser.ParseFunCall(); });
+  return WithWholeText(text, [](TKBParser& parser) { return parser.ParseFunCall(); });
 }
 
 bool TReasoner::ParseGlobalVariables(std::string_view text) {
@@ -241,12 +262,21 @@ Ref<IValueVector> TReasoner::ParseList(std::string_view text) {
 }
 
 Ref<IKBValue> TReasoner::ParseNExecuteFunCall(std::string_view text) {
-  return WithText(text, [](TKBParser& parser) { return parser.ParseNExecuteFunCall(); });
+  // The stream stays while they run: a call may look at it.
+  return WithText(text, [this](TKBParser& parser) {
+    std::vector<Ref<IFunCall>> fun_calls;
+    do {
+      fun_calls.push_back(parser.ParseFunCall());
+    } while (!parser.AtEnd());
+    Ref<IKBValue> result;
+    for (const Ref<IFunCall>& fun_call : fun_calls) fun_call->Execute(context_.get(), result);
+    return result;
+  });
 }
 
 std::unique_ptr<TRule> TReasoner::ParseRule(std::string_view text) {
   std::unique_ptr<TRule> rule =
-      WithText(text, [](TKBParser& parser) { return parser.ParseRule(); });
+      WithWholeText(text, [](TKBParser& parser) { return parser.ParseRule(); });
   RemoveComponent(*rule);  // the caller's alone
   return rule;
 }
@@ -260,7 +290,7 @@ void TReasoner::ParseRuleActions(TRule& rule, TVariableTable& variables, std::st
 }
 
 Ref<ISingletonsVector> TReasoner::ParseSingletons(std::string_view text) {
-  return WithText(text, [](TKBParser& parser) { return parser.ParseSingletons(); });
+  return WithWholeText(text, [](TKBParser& parser) { return parser.ParseSingletons(); });
 }
 
 Ref<IFuzzySet> TReasoner::ParseFuzzySet(IFuzzyVariable* variable, std::string_view text) {

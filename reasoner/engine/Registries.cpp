@@ -72,9 +72,15 @@ static bool IsSameImplied(const IFactTemplate& a, const IFactTemplate& b) {
          !b.GetParent();
 }
 
-void TFactTemplates::PutValue(std::string_view given_name,
-                              const Ref<IFactTemplate>& fact_template) {
+Ref<IFactTemplate> TFactTemplates::OwnTemplate(const Ref<IFactTemplate>& fact_template) const {
+  IReasoner* const engine = Given(fact_template, "template").GetReasoner();
+  if (engine == nullptr) fact_template->Adopt(engine_);
+  return engine == nullptr || engine == &engine_ ? fact_template : CopyOf(*fact_template);
+}
+
+void TFactTemplates::PutValue(std::string_view given_name, const Ref<IFactTemplate>& given) {
   const std::string name(given_name);  // a handler may rename what it was the name of
+  const Ref<IFactTemplate> fact_template = OwnTemplate(given);
   if (Find(name) == fact_template) return;
   GiveImpliedSlot(*fact_template);
   if (const Ref<IFactTemplate> old = Find(name)) {
@@ -95,7 +101,8 @@ void TFactTemplates::PutValue(std::string_view given_name,
 }
 
 Ref<IFactTemplate> TFactTemplates::Replace(const Ref<IFactTemplate>& old,
-                                           const Ref<IFactTemplate>& fact_template) {
+                                           const Ref<IFactTemplate>& given) {
+  const Ref<IFactTemplate> fact_template = OwnTemplate(given);
   engine_.RequireIdleNetwork("redefining a template");
   GiveImpliedSlot(*fact_template);
   if (fact_template->GetParent() &&
@@ -161,10 +168,16 @@ void TFactTemplates::FillNodeSlot(TCaptionNode& node, const IFactSlot& slot) {
 
 // Types.
 
-void TKBDefinedTypes::PutValue(std::string_view given_name, const Ref<IKBDefinedType>& type) {
+Ref<IKBDefinedType> TKBDefinedTypes::OwnType(const Ref<IKBDefinedType>& type) const {
+  IReasoner* const engine = Given(type, "type").GetReasoner();
+  if (engine == nullptr) type->SetReasoner(&engine_);
+  return engine == nullptr || engine == &engine_ ? type : CopyOf(*type);
+}
+
+void TKBDefinedTypes::PutValue(std::string_view given_name, const Ref<IKBDefinedType>& given) {
   const std::string name(given_name);  // a handler may rename what it was the name of
   if (IsTypeWord(name)) Raise(SReservedName, name);
-  if (type->GetReasoner() != &engine_) type->SetReasoner(&engine_);
+  const Ref<IKBDefinedType> type = OwnType(given);
   const Ref<IKBDefinedType> old = Find(name);
   if (old == type) return;
   if (old) {
@@ -182,7 +195,8 @@ void TKBDefinedTypes::PutValue(std::string_view given_name, const Ref<IKBDefined
 }
 
 Ref<IKBDefinedType> TKBDefinedTypes::Replace(const Ref<IKBDefinedType>& old,
-                                             const Ref<IKBDefinedType>& type) {
+                                             const Ref<IKBDefinedType>& given) {
+  const Ref<IKBDefinedType> type = OwnType(given);
   engine_.RequireIdleNetwork("redefining a type");
   for (const IKBDefinedType* ancestor = type->GetAncestor().get(); ancestor != nullptr;
        ancestor = ancestor->GetAncestor().get()) {
@@ -243,9 +257,29 @@ static IInterpretedFunction* AsInterpreted(IUserFunction& function) {
   return dynamic_cast<IInterpretedFunction*>(&function);
 }
 
-void TUserFunctions::PutValue(std::string_view given_name, const Ref<IUserFunction>& function) {
+// The engine that the calls of an interpreted function look their functions up in, or null.
+static IReasoner* HomeOf(const IInterpretedFunction& function) {
+  for (std::int32_t i = 0; i < function.GetStatementCount(); ++i) {
+    const Ref<IKBValue>& statement = function.GetStatement(i);
+    if (!statement || statement->GetDType() != dtFunCall || !statement->GetAsFunCall()) continue;
+    if (IReasoner* const home = statement->GetAsFunCall()->GetReasoner()) return home;
+  }
+  return function.GetReasonerCount() > 0 ? function.GetReasoner(0) : nullptr;
+}
+
+// An interpreted function of another engine comes over by its text; host and built-in functions
+// serve any number of engines.
+Ref<IUserFunction> TUserFunctions::OwnFunction(const Ref<IUserFunction>& function) const {
+  const IInterpretedFunction* const interpreted = AsInterpreted(*function);
+  IReasoner* const home = interpreted == nullptr ? nullptr : HomeOf(*interpreted);
+  if (home == nullptr || home == &engine_) return function;
+  return engine_.ParseFunction(home->PrettyPrint(*function));
+}
+
+void TUserFunctions::PutValue(std::string_view given_name, const Ref<IUserFunction>& given) {
   const std::string name(given_name);  // a handler may rename what it was the name of
-  if (!function) Raise(SInvalidFunctionAdd);
+  if (!given) Raise(SInvalidFunctionAdd);
+  const Ref<IUserFunction> function = OwnFunction(given);
   if (!(function->GetFunctionName() == name)) {
     Raise(SWrongFunctionName, name, function->GetFunctionName().view());
   }
@@ -318,6 +352,11 @@ void TRules::PutValue(std::string_view name, TRule* const& rule) {
   }
   const std::string key(name);  // a handler may rename the rule
   if (rule->GetEngine() == nullptr) Raise(SUnknownEngine);
+  if (rule->GetEngine() != &engine_) {
+    std::unique_ptr<TRule> own = engine_.ParseRule(rule->ToString());
+    own->SetRuleName(key);
+    return Add(std::move(own));
+  }
   TRule* old = Find(key);
   if (old == rule) return;
   if (old != nullptr) {
@@ -348,6 +387,7 @@ void TRules::PutValue(std::string_view name, TRule* const& rule) {
 }
 
 void TRules::Add(std::unique_ptr<TRule> rule) {
+  Given(rule, "rule");
   // A rule that has been entered is the engine's, whatever handlers think of it.
   TRule& added = *rule;
   const ComponentWatch watch(added);

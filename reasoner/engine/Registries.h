@@ -77,9 +77,10 @@ class TFactTemplates : public TRegistry<Ref<IFactTemplate>> {
  public:
   explicit TFactTemplates(TReasoner& engine) : TRegistry(engine) {}
   void Add(const Ref<IFactTemplate>& fact_template) {
-    Put(fact_template->GetTemplateName(), fact_template);
+    Put(Given(fact_template, "template").GetTemplateName(), fact_template);
   }
   // Puts `fact_template` in the place of `old`, which may be null, and rebuilds what depends on it.
+  // Gives the registered one: a template of another engine is copied.
   Ref<IFactTemplate> Replace(const Ref<IFactTemplate>& old,
                              const Ref<IFactTemplate>& fact_template);
   // Removes the template with its facts and the rules that have a pattern on it. An unknown name is
@@ -102,6 +103,9 @@ class TFactTemplates : public TRegistry<Ref<IFactTemplate>> {
 
  private:
   friend class TReasoner;
+  Ref<IFactTemplate> CopyOf(const IFactTemplate& fact_template) const;
+  // The template itself, or a copy of one that belongs to another engine.
+  Ref<IFactTemplate> OwnTemplate(const Ref<IFactTemplate>& fact_template) const;
 
   // Takes a listed template out with what depends on it.
   void TakeOut(const Ref<IFactTemplate>& fact_template);
@@ -110,7 +114,7 @@ class TFactTemplates : public TRegistry<Ref<IFactTemplate>> {
 class TKBDefinedTypes : public TRegistry<Ref<IKBDefinedType>> {
  public:
   explicit TKBDefinedTypes(TReasoner& engine) : TRegistry(engine) {}
-  void Add(const Ref<IKBDefinedType>& type) { Put(type->GetName(), type); }
+  void Add(const Ref<IKBDefinedType>& type) { Put(Given(type, "type").GetName(), type); }
   Ref<IKBDefinedType> Replace(const Ref<IKBDefinedType>& old, const Ref<IKBDefinedType>& type);
   // Removes the type with the templates that use it, their facts and rules.
   void Remove(std::string_view name);
@@ -128,6 +132,8 @@ class TKBDefinedTypes : public TRegistry<Ref<IKBDefinedType>> {
  private:
   friend class TReasoner;
 
+  Ref<IKBDefinedType> CopyOf(const IKBDefinedType& type) const;
+  Ref<IKBDefinedType> OwnType(const Ref<IKBDefinedType>& type) const;
   void ChangeAncestor(const Ref<IKBDefinedType>& old, const Ref<IKBDefinedType>& type);
 };
 
@@ -158,6 +164,7 @@ class TUserFunctions : public TRegistry<Ref<IUserFunction>> {
   void PutValue(std::string_view name, const Ref<IUserFunction>& function) override;
 
  private:
+  Ref<IUserFunction> OwnFunction(const Ref<IUserFunction>& function) const;
   void RemoveEntry(std::string_view name);
 
   std::int32_t interpreted_ = 0;
@@ -167,6 +174,7 @@ class TUserFunctions : public TRegistry<Ref<IUserFunction>> {
 class TRules : public TRegistry<TRule*> {
  public:
   explicit TRules(TReasoner& engine) : TRegistry(engine) {}
+  // A rule of another engine stays there: what is added is a rule read from its text.
   void Add(TRule& rule) { Put(rule.GetRuleName(), &rule); }
   // The same with a rule that the engine is to own from now on.
   void Add(std::unique_ptr<TRule> rule);

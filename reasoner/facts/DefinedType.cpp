@@ -178,6 +178,10 @@ void TKBDefinedType::SetAncestor(const Ref<IKBDefinedType>& ancestor) {
   for (const TKBDefinedType* type = ancestor.get(); type != nullptr; type = type->ancestor_.get()) {
     if (type == this) Raise(STypeInheritanceLoop, name_);
   }
+  if (ancestor && ancestor->GetReasoner() != nullptr && GetReasoner() != nullptr &&
+      ancestor->GetReasoner() != GetReasoner()) {
+    Raise(SForeignObject, "Type " + ancestor->name_);
+  }
   ancestor_ = ancestor;
   if (ancestor_) implicit_ = false;
   Change();
@@ -236,7 +240,7 @@ std::int32_t TKBDefinedType::IndexOfAllowed(const IKBValue& value, TValueConstra
 }
 
 void TKBDefinedType::AddConstraint(const Ref<IKBValue>& value) {
-  const TValueConstraint kind = KindOrRaise(*value);
+  const TValueConstraint kind = KindOrRaise(Given(value, "value"));
   if (IndexOfAllowed(*value, kind) >= 0) return;
   switch (kind) {
     case vcAtom:

@@ -73,8 +73,27 @@ std::int32_t TFact::RequireOrdinal(std::string_view name) const {
   return ordinal;
 }
 
+void TFact::SetID(TFactId id) {
+  if (id != id_ && listed_) Raise(SCannotChangeID);
+  id_ = id;
+}
+
+void TFact::EnterList() {
+  for (std::int32_t i = 0; i < capacity_; ++i) {
+    if (values_[i]) values_[i]->Freeze();
+  }
+  listed_ = true;
+}
+
+void TFact::RequireUnlisted() const {
+  if (listed_) Raise(SListedFact, ToIDString());
+}
+
 const Ref<IKBValue>& TFact::GetValue(std::string_view name) {
-  return GetValueAt(RequireOrdinal(name));
+  const std::int32_t ordinal = RequireOrdinal(name);
+  const Ref<IKBValue>& value = GetValueAt(ordinal);
+  if (!listed_ && value->IsFrozen()) values_[ordinal] = OwnCopy(*value);
+  return value;
 }
 
 const Ref<IKBValue>& TFact::GetValueAt(std::int32_t ordinal) {
@@ -83,11 +102,13 @@ const Ref<IKBValue>& TFact::GetValueAt(std::int32_t ordinal) {
     const IFactSlot* slot = template_->SlotAt(ordinal);
     const Ref<IKBValue>& slot_default = slot->GetSlotDefault();
     values_[ordinal] = slot_default ? OwnCopy(*slot_default) : Ref<IKBValue>(FCNil);
+    if (listed_) values_[ordinal]->Freeze();
   }
   return values_[ordinal];
 }
 
 void TFact::PutValueAt(std::int32_t ordinal, Ref<IKBValue> value) {
+  RequireUnlisted();
   Grow(template_->GetOrdinalCount());
   values_[ordinal] = std::move(value);
 }
@@ -100,8 +121,7 @@ const IKBValue* TFact::PeekAt(std::int32_t ordinal) const noexcept {
 }
 
 Ref<IKBValue> TFact::ContainsKey(std::string_view name) {
-  const std::int32_t ordinal = RequireTemplate().OrdinalOf(name);
-  return ordinal < 0 ? Ref<IKBValue>() : GetValueAt(ordinal);
+  return RequireTemplate().ContainsSlot(name) ? GetValue(name) : Ref<IKBValue>();
 }
 
 std::vector<Text> TFact::GetSlotNames() const {
@@ -144,7 +164,7 @@ static bool WantsFloats(const IKBValue& value, const IFactSlot& slot) {
 }
 
 void TFact::FitToSlots() {
-  if (!template_) return;
+  if (!template_ || listed_) return;
   for (const std::int32_t ordinal : template_->SortedOrdinals()) {
     const IKBValue& value = *PeekAt(ordinal);
     if (!WantsFloats(value, *template_->SlotAt(ordinal))) continue;
@@ -156,12 +176,18 @@ void TFact::FitToSlots() {
 
 void TFact::SetValue(std::string_view name, const Ref<IKBValue>& value) {
   const std::int32_t ordinal = RequireOrdinal(name);
+  RequireUnlisted();
   Ref<IKBValue> kept = value ? value : Ref<IKBValue>(FCNil);
+  // A cell of a listed fact, which a conversion would write to, stays as it is.
+  const auto convertible = [&kept]() -> IKBValue& {
+    if (kept->IsFrozen()) kept = kept->Clone();
+    return *kept;
+  };
   const IReasoner* reasoner = template_->GetReasoner();
   const bool checks = reasoner != nullptr && reasoner->GetTypeChecks().Has(tcDynamic);
   if (WantsFloats(*kept, *template_->SlotAt(ordinal))) {
     if (checks && kept->GetDType() == dtInteger && !IsValueConstant(*kept)) {
-      kept->SetAsFloat(kept->GetAsFloat());
+      convertible().SetAsFloat(kept->GetAsFloat());
     } else {
       kept = AsFloats(*kept);
     }
@@ -170,7 +196,7 @@ void TFact::SetValue(std::string_view name, const Ref<IKBValue>& value) {
     const Ref<IFactSlot> slot(template_->SlotAt(ordinal));
     if (IFuzzyVariable* const variable = slot->IsFuzzy() ? slot->GetFuzzyVariable() : nullptr;
         variable != nullptr && IsFuzzyText(*kept)) {
-      kept->SetAsFuzzy(variable->EvalFuzzyExpression(kept->TextView()));
+      convertible().SetAsFuzzy(variable->EvalFuzzyExpression(kept->TextView()));
     }
     if (!slot->IsValid(kept.get())) throw EKBException(slot->GetInvalidValueString(*kept));
   }
@@ -180,6 +206,7 @@ void TFact::SetValue(std::string_view name, const Ref<IKBValue>& value) {
 
 void TFact::SetTemplate(const Ref<IFactTemplate>& fact_template) {
   if (fact_template == template_) return;
+  RequireUnlisted();
   const Ref<IFactTemplate> old = template_;
   std::vector<std::pair<Text, Ref<IKBValue>>> kept;
   if (old && fact_template) {
@@ -203,6 +230,7 @@ void TFact::AssignValues(const TFact& source) {
           source.template_->GetTemplateName());
   }
   if (&source == this) return;
+  RequireUnlisted();
   ClearValues();
   Grow(template_->GetOrdinalCount());
   for (const std::int32_t ordinal : template_->SortedOrdinals()) {
@@ -212,6 +240,7 @@ void TFact::AssignValues(const TFact& source) {
 
 void TFact::Assign(const TFact& source) {
   if (&source == this) return;
+  RequireUnlisted();
   if (template_ && source.template_ && template_ != source.template_ &&
       template_->GetOwner() != source.template_->GetOwner()) {
     AssignCrossing(source);
@@ -268,6 +297,7 @@ Ref<IFact> TFact::CloneWith(std::int32_t ordinal, Ref<IKBValue> value) {
   clone->values_[ordinal] = std::move(value);
   clone->id_ = id_;
   clone->tag_ = tag_;
+  clone->listed_ = listed_;  // it shares the cells
   return clone;
 }
 

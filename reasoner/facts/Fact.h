@@ -20,9 +20,12 @@ class TFact final : public ICloneable, public Pooled {
   // A fact with no value filled in and the id -1. With a source, its content follows: see Assign.
   explicit TFact(Ref<IFactTemplate> fact_template, const TFact* source = nullptr);
 
-  // -1 until the fact base gives one.
+  // -1 until the fact base gives one. Setting another id raises while the fact is listed.
   TFactId GetID() const noexcept { return id_; }
-  void SetID(TFactId id) noexcept { id_ = id; }
+  void SetID(TFactId id);
+  // A listed fact is filed by its id and its values: what would change either raises, writing to
+  // its cells too, until the fact has left the list.
+  bool IsListed() const noexcept { return listed_; }
   std::int32_t GetTag() const noexcept { return tag_; }
   void SetTag(std::int32_t tag) noexcept { tag_ = tag; }
 
@@ -31,8 +34,9 @@ class TFact final : public ICloneable, public Pooled {
   // empties the fact.
   void SetTemplate(const Ref<IFactTemplate>& fact_template);
 
-  // The stored cell; a slot not written yet gets a clone of its default first. Raises without a
-  // template or for an unknown name.
+  // The stored cell; a slot not written yet gets a clone of its default first. A fact that has left
+  // its list gets a cell of its own, which can be written. Raises without a template or for an
+  // unknown name.
   const Ref<IKBValue>& GetValue(std::string_view name);
   // The stored cell, or a filled-in default; null for a slot that the template lacks.
   Ref<IKBValue> ContainsKey(std::string_view name);
@@ -76,7 +80,13 @@ class TFact final : public ICloneable, public Pooled {
   std::string ToIDString() const;
 
  private:
+  friend class TFacts;
+
   ~TFact() override;
+  // The fact base's alone: the fact enters the list or leaves it.
+  void EnterList();
+  void LeaveList() noexcept { listed_ = false; }
+  void RequireUnlisted() const;
   void Grow(std::int32_t count);
   void AssignCrossing(const TFact& source);
   void ClearValues() noexcept;
@@ -88,6 +98,7 @@ class TFact final : public ICloneable, public Pooled {
   std::int32_t capacity_ = 0;
   TFactId id_ = -1;
   std::int32_t tag_ = 0;
+  bool listed_ = false;
 };
 
 // The text of a fact, as the printer shows it.

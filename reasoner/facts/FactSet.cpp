@@ -61,6 +61,17 @@ TFactSet::TLine& TFactSet::LineAt(std::int32_t index) {
   return lines_[static_cast<std::size_t>(index)];
 }
 
+// The fact as a set of an engine holds it: one of another engine is read from its line.
+static Ref<IFact> OwnFact(IReasoner* engine, const std::string& line, const Ref<IFact>& fact) {
+  const bool is_foreign = engine != nullptr && fact->GetTemplate() &&
+                          fact->GetTemplate()->GetReasoner() != nullptr &&
+                          fact->GetTemplate()->GetReasoner() != engine;
+  if (!is_foreign) return fact;
+  if (!engine->FindFactTemplate(fact->GetTemplate()->GetTemplateName()))
+    engine->EnterTemplate(fact->GetTemplate());  // which takes a copy
+  return engine->ParseFactText(line);
+}
+
 // The line of a fact: what reads back as it is, where there is an engine to print it.
 static std::string LineOf(const IFact& fact) {
   IReasoner* const reasoner = fact.GetTemplate() ? fact.GetTemplate()->GetReasoner() : nullptr;
@@ -68,7 +79,8 @@ static std::string LineOf(const IFact& fact) {
 }
 
 std::int32_t TFactSet::AddFact(const Ref<IFact>& fact) {
-  lines_.push_back(TLine{LineOf(*fact), fact});
+  const std::string line = LineOf(Given(fact, "fact"));
+  lines_.push_back(TLine{line, OwnFact(Reasoner(), line, fact)});
   return GetCount() - 1;
 }
 
@@ -80,7 +92,10 @@ Ref<IFact> TFactSet::GetFact(std::int32_t index) {
   return LineAt(index).fact;
 }
 
-void TFactSet::SetFact(std::int32_t index, const Ref<IFact>& fact) { LineAt(index).fact = fact; }
+void TFactSet::SetFact(std::int32_t index, const Ref<IFact>& fact) {
+  TLine& line = LineAt(index);
+  line.fact = fact ? OwnFact(Reasoner(), LineOf(*fact), fact) : fact;
+}
 
 void TFactSet::SetFacts(const std::vector<std::string>& texts) {
   std::vector<TLine> lines;

@@ -45,7 +45,8 @@ class TFactSet : public TComponent {
   std::int32_t AddFact(const Ref<IFact>& fact);
   // The fact of a line, parsed now if it was not; null without an engine.
   Ref<IFact> GetFact(std::int32_t index);
-  void SetFact(std::int32_t index, const Ref<IFact>& fact);  // leaves the text
+  // Leaves the text. Null: the line is to be parsed anew.
+  void SetFact(std::int32_t index, const Ref<IFact>& fact);
   // Replaces all lines; with an engine each is parsed, and one that does not parse raises before
   // anything changes.
   void SetFacts(const std::vector<std::string>& texts);

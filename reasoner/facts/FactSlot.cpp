@@ -191,7 +191,12 @@ void TFactSlot::Assign(const TFactSlot& source) {
       own = Make<TKBDefinedType>(reasoner);
       own->Assign(*source.extended_type_info_);
     } else {
-      own = reasoner->FindDefinedType(source.extended_type_info_->GetName());
+      const std::string& name = source.extended_type_info_->GetName();
+      own = reasoner->FindDefinedType(name);
+      if (!own) {
+        reasoner->EnterType(source.extended_type_info_);  // which takes a copy
+        own = reasoner->FindDefinedType(name);
+      }
     }
     if (own) return AssignType(source, *reasoner, own);
   }

@@ -70,6 +70,10 @@ void TFactTemplate::SetParent(const Ref<IFactTemplate>& parent) {
        ancestor = ancestor->parent_.get()) {
     if (ancestor == this) Raise(SFactTemplateInheritanceCorrupt);
   }
+  if (parent && parent->GetReasoner() != nullptr && GetReasoner() != nullptr &&
+      parent->GetReasoner() != GetReasoner()) {
+    Raise(SForeignObject, "Template " + parent->template_name_);
+  }
   parent_ = parent;
   layout_ = NewLayout();  // what this template descends from is looked up by layout, too
 }
@@ -166,11 +170,13 @@ void TFactTemplate::NewSlotName(IFactSlot& slot, const Text& name) {
 }
 
 void TFactTemplate::SetSlot(std::string_view name, const Ref<IFactSlot>& slot) {
-  if (!(slot->GetName() == name)) Raise(SNoIndexNameMatch, name, slot->GetName().view());
+  if (!(Given(slot, "slot").GetName() == name))
+    Raise(SNoIndexNameMatch, name, slot->GetName().view());
   const std::int32_t ordinal = OrdinalOf(name);
   if (ordinal < 0) Raise(SInvalidSlotName, name);
   Ref<IFactSlot>& place = slots_[static_cast<std::size_t>(ordinal)];
   if (place == slot) return;
+  if (slot->template_ != nullptr && slot->template_ != this) return AddSlot(*slot);  // a copy
   place->template_ = nullptr;
   place = slot;
   slot->template_ = this;

@@ -43,7 +43,10 @@ class TFactTemplate final : public ICloneable {
   // Raises for a name that the language could not read back; tells the engine.
   void SetTemplateName(std::string_view name);
   void SetComment(std::string_view comment) { comment_ = comment; }
-  void SetParent(const Ref<IFactTemplate>& parent);  // a chain back to this template raises
+  // A chain back to this template raises, and so does a parent of another engine.
+  void SetParent(const Ref<IFactTemplate>& parent);
+  // The engine becomes the owner of a template that has none: it has entered its registry.
+  void Adopt(IReasoner& engine) { reasoner_ = engine.GetLink(); }
   void SetBackwardChaining(bool chaining) noexcept { backward_chaining_ = chaining; }
   void SetTag(std::int32_t tag) noexcept { tag_ = tag; }
 

@@ -24,19 +24,25 @@ const Ref<IKBValue>& TFunctionCall::GetArgument(std::int32_t index) const {
 
 void TFunctionCall::SetArgument(std::int32_t index, const Ref<IKBValue>& value) {
   GetArgument(index);
+  Given(value, "value");
+  CheckChangeable();
   arguments_[static_cast<std::size_t>(index)] = value;
 }
 
 std::int32_t TFunctionCall::AddArgument(const Ref<IKBValue>& value) {
+  Given(value, "value");
+  CheckChangeable();
   arguments_.push_back(value);
   return GetArgumentCount() - 1;
 }
 
 std::int32_t TFunctionCall::AddArgument(const Ref<IFunCall>& fun_call) {
+  Given(fun_call, "function call");
   return AddArgument(NewFunCallValue(fun_call));
 }
 
 std::int32_t TFunctionCall::AddArgument(const Ref<IFact>& fact) {
+  Given(fact, "fact");
   return AddArgument(NewFactValue(fact));
 }
 
@@ -63,7 +69,24 @@ std::int32_t TFunctionCall::AddArgument(double value, TKBType type) {
 
 void TFunctionCall::Delete(std::int32_t index) {
   const Ref<IKBValue> doomed = GetArgument(index);
+  CheckChangeable();
   arguments_.erase(arguments_.begin() + index);
+}
+
+void TFunctionCall::Clear() {
+  CheckChangeable();
+  arguments_.clear();
+}
+
+void TFunctionCall::CheckChangeable() const {
+  if (frozen_) Raise(SListedValue, ToString());
+}
+
+void TFunctionCall::Freeze() {
+  if (frozen_) return;
+  const DepthGuard guard("function call");
+  frozen_ = true;  // first: a call may hold itself
+  for (const Ref<IKBValue>& argument : arguments_) argument->Freeze();
 }
 
 IUserFunction* TFunctionCall::LookUp() const {
@@ -82,6 +105,7 @@ Ref<IUserFunction> TFunctionCall::GetUserFunction() const { return Ref<IUserFunc
 
 void TFunctionCall::SetUserFunction(const Ref<IUserFunction>& function) {
   if (bound_ == function) return;
+  CheckChangeable();
   bound_ = function;
   keeps_binding_ = false;
   name_ = function ? function->GetFunctionName() : Text();
@@ -129,6 +153,7 @@ Ref<IKBValue> TFunctionCall::SimpleExecute(TKBContext& context) {
 
 void TFunctionCall::Assign(const TFunctionCall& source) {
   if (&source == this) return;
+  CheckChangeable();
   std::vector<Ref<IKBValue>> arguments;
   arguments.reserve(source.arguments_.size());
   for (const Ref<IKBValue>& argument : source.arguments_) {

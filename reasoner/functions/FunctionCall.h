@@ -41,7 +41,7 @@ class TFunctionCall final : public ICallable, public Pooled {
   std::int32_t AddArgument(const Text& text, TKBType type);    // a type of KBStringTypes
   std::int32_t AddArgument(std::int32_t value, TKBType type);  // dtInteger or dtFloat
   std::int32_t AddArgument(double value, TKBType type);        // dtInteger (truncated) or dtFloat
-  void Clear() { arguments_.clear(); }
+  void Clear();
   void Delete(std::int32_t index);
 
   // The function that a host or the engine has set, or the one found by the name; null when neither
@@ -62,6 +62,9 @@ class TFunctionCall final : public ICallable, public Pooled {
   // Takes over name, comment, tag and clones of the arguments; neither the function nor the engine.
   void Assign(const TFunctionCall& source);
   Ref<IFunCall> Clone() const;
+  // A rule or a listed fact holds the call: changing it, or its arguments, raises from now on. A
+  // clone can be changed.
+  void Freeze() override;
   // The same name and strictly equal arguments.
   bool Equals(const ICloneable& other) const override;
   std::uint32_t GetHashCode() const override;
@@ -69,6 +72,7 @@ class TFunctionCall final : public ICallable, public Pooled {
 
  private:
   IUserFunction* LookUp() const;
+  void CheckChangeable() const;
 
   Ref<TReasonerLink> reasoner_;
   std::vector<Ref<IKBValue>> arguments_;
@@ -79,6 +83,7 @@ class TFunctionCall final : public ICallable, public Pooled {
   Text name_;
   Text comment_;
   bool keeps_binding_ = false;
+  bool frozen_ = false;
 };
 
 // The text of a call. With `pairs` every argument but the first goes in parentheses: the form of

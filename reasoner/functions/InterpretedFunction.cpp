@@ -15,10 +15,14 @@ void TInterpretedFunction::AddArgument(const Text& name, TKBType type) {
 }
 
 void TInterpretedFunction::AddStatement(const Ref<IFunCall>& fun_call) {
+  Given(fun_call, "function call");
   statements_->Add(NewFunCallValue(fun_call));
 }
 
-void TInterpretedFunction::AddStatement(const Ref<IKBValue>& value) { statements_->Add(value); }
+void TInterpretedFunction::AddStatement(const Ref<IKBValue>& value) {
+  Given(value, "value");
+  statements_->Add(value);
+}
 
 std::int32_t TInterpretedFunction::GetMinArgumentCount() const noexcept {
   return arguments_->GetValueCount();

@@ -79,7 +79,7 @@ void OwnFuzzySets(IFact& fact) {
 
 Ref<IKBValue> CombineValues(const Ref<IKBValue>& value1, const IKBValue& value2,
                             TFuzzyOperation operation, bool is_union) {
-  if (value1->GetDType() != value2.GetDType()) return value1;
+  if (Given(value1, "value").GetDType() != value2.GetDType()) return value1;
   if (value1->GetDType() != dtList) return Combined(*value1, value2, operation, is_union);
   const IValueVector& list1 = *value1->GetAsList();
   const IValueVector& list2 = *value2.GetAsList();

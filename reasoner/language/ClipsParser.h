@@ -55,6 +55,8 @@ class TKBClipsParser : public TKBParser {
   bool Parse(bool execute) override;
   bool Load() override;
   bool ParseExpression(bool execute) override;
+  bool AtEnd() override;
+  void ParseEnd() override;
   bool LoadFacts() override;
   // What the expression that the token begins is. Looks ahead, and leaves the stream at the
   // expression's start when that is a parenthesis.

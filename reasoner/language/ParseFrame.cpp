@@ -271,6 +271,17 @@ bool TKBClipsParser::ParseExpression(bool execute) {
   return !at_end;
 }
 
+bool TKBClipsParser::AtEnd() {
+  const Ref<IStreamToken> token = Next();
+  PutBack(token);
+  return token->IsEnd();
+}
+
+void TKBClipsParser::ParseEnd() {
+  const Ref<IStreamToken> token = Next();
+  if (!token->IsEnd()) ParseError("ParseEnd", SExpectedEnd, token->ToString());
+}
+
 bool TKBClipsParser::Parse(bool execute) {
   if (ErrorHandling == ehRaiseAllAtEnd) {
     ParseCollecting();

@@ -117,6 +117,9 @@ class TKBParser : public TPersistent {
   // Reads one top-level expression; false at the end of the stream. Without `execute` calls are
   // read only.
   virtual bool ParseExpression(bool execute) = 0;
+  // Whether nothing is left to read, and a failure where something is.
+  virtual bool AtEnd() = 0;
+  virtual void ParseEnd() = 0;
   // Asserts the facts of a stream that holds nothing else. What cannot be read is passed over as in
   // Load.
   virtual bool LoadFacts() = 0;

@@ -49,7 +49,11 @@ bool TKBStreamToken::IsPlainValue() const noexcept {
 }
 
 Ref<IKBValue> TKBStreamToken::Value() const {
-  const auto integer = [this] { return TruncateToInteger(number_).value_or(0); };
+  const auto integer = [this] {
+    const std::optional<std::int32_t> whole = TruncateToInteger(number_);
+    if (!whole) Raise(SNotCorrectType, "integer", FloatToText(number_), GetKBTypeName(dtFloat));
+    return *whole;
+  };
   const auto address = [this] {
     return std::bit_cast<void*>(static_cast<std::uintptr_t>(static_cast<std::int64_t>(number_)));
   };
@@ -156,7 +160,8 @@ std::string TKBStreamToken::ToString() const {
     case dtString:
       return "\\\"" + text_.str() + "\"\\";
     case dtInteger:
-      return IntegerToText(TruncateToInteger(number_).value_or(0));
+      return TruncateToInteger(number_) ? IntegerToText(*TruncateToInteger(number_))
+                                        : FloatToText(number_);
     case dtFloat:
       return FloatToText(number_);
     case dtVariable:
@@ -455,6 +460,7 @@ Ref<IStreamToken> TKBClipsStream::NextSingleToken() {
 }
 
 void TKBClipsStream::PutBackToken(const Ref<IStreamToken>& token) {
+  Given(token, "token");
   tokens_.push_back(token);
   last_ = token;
   if (!echo_.empty()) echo_.pop_back();

@@ -29,7 +29,7 @@ void ListNames(TReasoner& engine, const std::string& out_id, std::vector<std::st
   engine.PrintOut(out_id, text);
 }
 
-const std::string kTerminal = "t";
+const std::string kTerminalName = "t";
 
 // A listing of one registry on the terminal.
 template <class TSelf>
@@ -37,7 +37,7 @@ class TListFunction : public TBuiltinFunction<TSelf> {
  public:
   void Call(const IFunCall&, TKBContext& context, Ref<IKBValue>& result) override {
     TReasoner& engine = EngineOf(context);
-    ListNames(engine, kTerminal, TSelf::Names(engine), TSelf::kWhat);
+    ListNames(engine, kTerminalName, TSelf::Names(engine), TSelf::kWhat);
     result = FCNil;
   }
 };
@@ -122,7 +122,7 @@ class TListFunctionsFunction final : public TBuiltinFunction<TListFunctionsFunct
   // The argument is a logical name.
   void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
     TReasoner& engine = EngineOf(context);
-    std::string out_id = kTerminal;
+    std::string out_id = kTerminalName;
     if (fun_call.GetArgumentCount() > 0) out_id = TextArgument(fun_call, 0, context).str();
     ListNames(engine, out_id, engine.GetUserFunctions().GetNames(), " deffunctions.");
     result = FCNil;
@@ -165,7 +165,7 @@ class TListVariablesFunction final : public TKindFunction<TListVariablesFunction
         for (const auto& binding : frame->GetBindings()) names.push_back(binding->GetName().str());
       }
     }
-    ListNames(engine, kTerminal, std::move(names), " bindings.");
+    ListNames(engine, kTerminalName, std::move(names), " bindings.");
     result = FCNil;
   }
 };

@@ -15,7 +15,7 @@ namespace reasoner {
 // order, each with its words; the first is what a new object is. Another of the names turns the
 // function into that one; any other name leaves it what it is.
 template <class TSelf, class TKindOf>
-class TKindFunction : public TDescribedFunction {
+class TFuzzyKindFunction : public TDescribedFunction {
  public:
   using TKind = TKindOf;
   struct TRow {

@@ -45,7 +45,7 @@ class TCreateFuzzySetFunction final : public TBuiltinFunction<TCreateFuzzySetFun
 enum TFuzzyAssertFunctionType : std::uint8_t { fafAssert, fafAssertUnconditional };
 
 class TFuzzyAssertFunction final
-    : public TKindFunction<TFuzzyAssertFunction, TFuzzyAssertFunctionType> {
+    : public TFuzzyKindFunction<TFuzzyAssertFunction, TFuzzyAssertFunctionType> {
  public:
   static const std::array<TRow, 2> kRows;
 
@@ -114,7 +114,7 @@ enum TFuzzyOperationFunctionType : std::uint8_t {
 };
 
 class TFuzzyOperationFunction final
-    : public TKindFunction<TFuzzyOperationFunction, TFuzzyOperationFunctionType> {
+    : public TFuzzyKindFunction<TFuzzyOperationFunction, TFuzzyOperationFunctionType> {
  public:
   static const std::array<TRow, 4> kRows;
 
@@ -195,7 +195,8 @@ enum TGetFuzzyFunctionType : std::uint8_t {
   gffGetFsValue
 };
 
-class TGetFuzzyFunction final : public TKindFunction<TGetFuzzyFunction, TGetFuzzyFunctionType> {
+class TGetFuzzyFunction final
+    : public TFuzzyKindFunction<TGetFuzzyFunction, TGetFuzzyFunctionType> {
  public:
   static const std::array<TRow, 6> kRows;
 

@@ -23,7 +23,8 @@ enum TDefuzzifyFunctionType : std::uint8_t {
   dftCompatibilityIndex
 };
 
-class TDefuzzifyFunction final : public TKindFunction<TDefuzzifyFunction, TDefuzzifyFunctionType> {
+class TDefuzzifyFunction final
+    : public TFuzzyKindFunction<TDefuzzifyFunction, TDefuzzifyFunctionType> {
  public:
   static const std::array<TRow, 4> kRows;
 

@@ -1,5 +1,6 @@
 // The fuzzy settings of an engine, and the universes of its fuzzy types.
 
+#include <algorithm>
 #include <array>
 
 #include "reasoner/functions/UserPackage.h"
@@ -17,6 +18,13 @@ Ref<IKBValue> NameOf(const TNames& names, std::size_t method) {
   return NewAtom(Text(names[method < names.size() ? method : 0]));
 }
 
+// A number from 0 to 1; one beyond is brought there before it becomes a float, which may not hold
+// it.
+float ShareArgument(const IFunCall& fun_call, TKBContext& context) {
+  const double value = NumericArgument(fun_call, 0, context);
+  return value > 0 ? static_cast<float>(std::min(value, 1.0)) : 0.0F;
+}
+
 // A setting is read first: what sets it gives what it has been.
 enum TRWActivationThresholdFunctionType : std::uint8_t {
   atfGetActivationThreshold,
@@ -24,7 +32,8 @@ enum TRWActivationThresholdFunctionType : std::uint8_t {
 };
 
 class TRWActivationThresholdFunction final
-    : public TKindFunction<TRWActivationThresholdFunction, TRWActivationThresholdFunctionType> {
+    : public TFuzzyKindFunction<TRWActivationThresholdFunction,
+                                TRWActivationThresholdFunctionType> {
  public:
   static const std::array<TRow, 2> kRows;
 
@@ -32,7 +41,7 @@ class TRWActivationThresholdFunction final
     TReasoner& engine = EngineOf(context);
     const Ref<IKBValue> old = NewFloat(double{engine.GetMinActivationStrength()});
     if (GetKind() == atfSetActivationThreshold) {
-      engine.SetMinActivationStrength(static_cast<float>(NumericArgument(fun_call, 0, context)));
+      engine.SetMinActivationStrength(ShareArgument(fun_call, context));
     }
     result = old;
   }
@@ -67,7 +76,8 @@ constexpr std::array<TRWActivationThresholdFunction::TRow, 2> TRWActivationThres
 
 enum TRWFuzzyAutoTermsType : std::uint8_t { fatGetFuzzyAutoTerms, fatSetFuzzyAutoTerms };
 
-class TRWFuzzyAutoTerms final : public TKindFunction<TRWFuzzyAutoTerms, TRWFuzzyAutoTermsType> {
+class TRWFuzzyAutoTerms final
+    : public TFuzzyKindFunction<TRWFuzzyAutoTerms, TRWFuzzyAutoTermsType> {
  public:
   static const std::array<TRow, 2> kRows;
 
@@ -105,7 +115,7 @@ constexpr std::array<TRWFuzzyAutoTerms::TRow, 2> TRWFuzzyAutoTerms::kRows{
 enum TRWFuzzyCorrelationFunctionType : std::uint8_t { fcfGetCorrelation, fcfSetCorrelation };
 
 class TRWFuzzyCorrelationFunction final
-    : public TKindFunction<TRWFuzzyCorrelationFunction, TRWFuzzyCorrelationFunctionType> {
+    : public TFuzzyKindFunction<TRWFuzzyCorrelationFunction, TRWFuzzyCorrelationFunctionType> {
  public:
   static const std::array<TRow, 2> kRows;
 
@@ -149,7 +159,7 @@ constexpr std::array<TRWFuzzyCorrelationFunction::TRow, 2> TRWFuzzyCorrelationFu
 enum TRWFuzzyInferenceFunctionType : std::uint8_t { fifGetInference, fifSetInference };
 
 class TRWFuzzyInferenceFunction final
-    : public TKindFunction<TRWFuzzyInferenceFunction, TRWFuzzyInferenceFunctionType> {
+    : public TFuzzyKindFunction<TRWFuzzyInferenceFunction, TRWFuzzyInferenceFunctionType> {
  public:
   static const std::array<TRow, 2> kRows;
 
@@ -191,7 +201,7 @@ constexpr std::array<TRWFuzzyInferenceFunction::TRow, 2> TRWFuzzyInferenceFuncti
 enum TRWFuzzyThresholdFunctionType : std::uint8_t { ftfGetFuzzyThreshold, ftfSetFuzzyThreshold };
 
 class TRWFuzzyThresholdFunction final
-    : public TKindFunction<TRWFuzzyThresholdFunction, TRWFuzzyThresholdFunctionType> {
+    : public TFuzzyKindFunction<TRWFuzzyThresholdFunction, TRWFuzzyThresholdFunctionType> {
  public:
   static const std::array<TRow, 2> kRows;
 
@@ -199,7 +209,7 @@ class TRWFuzzyThresholdFunction final
     TReasoner& engine = EngineOf(context);
     const Ref<IKBValue> old = NewFloat(double{engine.GetFuzzyEqualsThreshold()});
     if (GetKind() == ftfSetFuzzyThreshold) {
-      engine.SetFuzzyEqualsThreshold(static_cast<float>(NumericArgument(fun_call, 0, context)));
+      engine.SetFuzzyEqualsThreshold(ShareArgument(fun_call, context));
     }
     result = old;
   }
@@ -231,7 +241,7 @@ constexpr std::array<TRWFuzzyThresholdFunction::TRow, 2> TRWFuzzyThresholdFuncti
 enum TUniverseOfDiscourseFunctionType : std::uint8_t { uodGet, uodGetFrom, uodGetTo, uodGetUnits };
 
 class TUniverseOfDiscourseFunction final
-    : public TKindFunction<TUniverseOfDiscourseFunction, TUniverseOfDiscourseFunctionType> {
+    : public TFuzzyKindFunction<TUniverseOfDiscourseFunction, TUniverseOfDiscourseFunctionType> {
  public:
   static const std::array<TRow, 4> kRows;
 

@@ -23,7 +23,7 @@ enum TCreateFuzzyShapeFunctionType : std::uint8_t {
 };
 
 class TCreateFuzzyShapeFunction final
-    : public TKindFunction<TCreateFuzzyShapeFunction, TCreateFuzzyShapeFunctionType> {
+    : public TFuzzyKindFunction<TCreateFuzzyShapeFunction, TCreateFuzzyShapeFunctionType> {
  public:
   static const std::array<TRow, 5> kRows;
 

@@ -161,7 +161,7 @@ TKBPatternMatchTest& TKBPattern::GetSlotTest(std::int32_t slot, std::int32_t tes
 
 void TKBPattern::SetSlotTest(std::int32_t slot, std::int32_t test,
                              std::unique_ptr<TKBPatternMatchTest> value) {
-  if (GetSlotTest(slot, test).Equals(*value)) return;
+  if (GetSlotTest(slot, test).Equals(Given(value, "test"))) return;
   value->pattern_ = this;
   slots_[Checked(slot)].tests[static_cast<std::size_t>(test)] = std::move(value);
   TestChange();
@@ -183,6 +183,8 @@ void TKBPattern::AddTest(std::string_view slot_name, const Ref<IKBValue>& value,
 }
 
 void TKBPattern::AddTest(std::string_view slot_name, std::unique_ptr<TKBPatternMatchTest> test) {
+  Given(test, "test");
+  Given(test->GetSlotValue(), "value");
   if (!fact_template_) Raise(SNoTemplate);
   if (!fact_template_->ContainsSlot(slot_name)) Raise(SInvalidSlotName, slot_name);
   Slot& slot = SlotFor(slot_name);
@@ -341,6 +343,11 @@ void TKBPattern::Assign(const TPersistent& source) {
   const auto* pattern = dynamic_cast<const TKBPattern*>(&source);
   if (pattern == nullptr) return TPersistent::Assign(source);
   if (pattern == this) return;
+  IReasoner* const theirs =
+      pattern->fact_template_ ? pattern->fact_template_->GetReasoner() : nullptr;
+  if (owner_ != nullptr && theirs != nullptr && theirs != owner_->GetEngine()) {
+    Raise(SForeignObject, "Pattern " + pattern->name_);
+  }
   BeginUpdate();
   Comment = pattern->Comment;
   bound_name_ = pattern->bound_name_;

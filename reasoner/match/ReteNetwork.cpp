@@ -6,6 +6,7 @@
 #include "reasoner/match/Rule.h"
 #include "reasoner/support/Depth.h"
 #include "reasoner/support/Numbers.h"
+#include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
 
@@ -181,7 +182,8 @@ const std::vector<TReteNode*>& TReteNetwork::RootsOf(const IFactTemplate& fact_t
 }
 
 bool TReteNetwork::ProcessToken(const Ref<TKBToken>& token) {
-  const TTokenAction tag = token->GetTag();
+  const TTokenAction tag = Given(token, "token").GetTag();
+  if (tag != taClear) Given(Given(token->GetFact(), "fact").GetTemplate(), "template");
   if (!enabled_ && (tag == taAdd || tag == taUpdate)) return false;
   bool passed = false;
   const std::vector<TReteNode*> roots =

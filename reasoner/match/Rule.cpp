@@ -43,8 +43,20 @@ void TRule::SetRuleName(std::string_view name) {
   }
 }
 
+// The engine whose templates and functions the rule refers to.
+IReasoner* TRule::HomeOfContent() const {
+  if (!patterns_.empty()) return patterns_.front()->GetFactTemplate()->GetReasoner();
+  return actions_.empty() ? nullptr : actions_.front()->GetReasoner();
+}
+
 void TRule::SetEngine(IReasoner* engine) {
   if (engine == GetEngine()) return;
+  // The patterns and calls of another engine come over by their text.
+  std::unique_ptr<TRule> content;
+  if (IReasoner* const home = HomeOfContent(); engine != nullptr && home != engine) {
+    if (home == nullptr && !(patterns_.empty() && actions_.empty())) Raise(SUnknownEngine);
+    if (home != nullptr) content = engine->ParseRuleText(home->PrettyPrint(*this));
+  }
   if (IReasoner* old = GetEngine()) {
     const ComponentWatch watch(*this);
     old->LeaveRule(*this);
@@ -54,6 +66,19 @@ void TRule::SetEngine(IReasoner* engine) {
   engine_ = nullptr;
   if (engine == nullptr) return;
   engine_ = engine->GetLink();
+  if (content) {
+    ++update_count_;  // the engine does not know the rule yet
+    try {
+      SetPatterns(*content);
+    } catch (...) {
+      --update_count_;
+      engine_ = nullptr;
+      throw;
+    }
+    --update_count_;
+    actions_ = content->actions_;
+    salience_value_ = content->salience_value_;
+  }
   rule_id_ = engine->NewRuleId();
   engine->AsComponent().FreeNotification(*this);
   engine->EnterRule(*this);
@@ -82,6 +107,7 @@ void TRule::Change() {
 // Salience.
 
 void TRule::SetSalience(const Ref<IKBValue>& value) {
+  Given(value, "value");
   const std::int32_t old = salience_;
   const Ref<IKBValue> kept =
       std::exchange(salience_value_, IsValueConstant(*value) ? value : value->Clone());
@@ -134,7 +160,11 @@ std::int32_t TRule::IndexOfTemplate(const IFactTemplate& fact_template) const {
 }
 
 void TRule::AddPattern(std::unique_ptr<TKBPattern> pattern) {
-  RequireEngine();
+  IReasoner& engine = RequireEngine();
+  const Ref<IFactTemplate>& fact_template = Given(pattern, "pattern").GetFactTemplate();
+  if (!fact_template) Raise(SNoTemplate);
+  if (fact_template->GetReasoner() != nullptr && fact_template->GetReasoner() != &engine)
+    Raise(SForeignObject, "Pattern " + pattern->GetName());
   const std::size_t bindings = bindings_.size();
   const std::size_t patterns = patterns_.size();
   BeginUpdate();
@@ -166,6 +196,8 @@ void TRule::ClearPatterns() {
 
 void TRule::SetPatterns(const TRule& source) {
   if (&source == this) return;
+  if (source.GetEngine() != nullptr && source.GetEngine() != GetEngine())
+    return SetPatterns(*RequireEngine().ParseRuleText(source.ToString()));
   BeginUpdate();
   auto old_bindings = std::exchange(bindings_, {});
   auto old_patterns = std::exchange(patterns_, {});
@@ -329,6 +361,10 @@ const Ref<IFunCall>& TRule::GetAction(std::int32_t index) const {
 }
 
 void TRule::AddAction(const Ref<IFunCall>& action) {
+  if (IReasoner* const engine = Given(action, "function call").GetReasoner();
+      engine != nullptr && engine != GetEngine()) {
+    Raise(SForeignObject, "Function call " + action->ToString());
+  }
   actions_.push_back(action);
   Change();
 }
@@ -403,6 +439,7 @@ void TRule::Prepare(const TKBToken& token, TKBContext& context) {
 }
 
 void TRule::Fire(const Ref<TKBToken>& token) {
+  Given(token, "token");
   IReasoner& engine = RequireEngine();
   TKBContext frame(&engine.GetContext(), &engine);
   Prepare(*token, frame);
@@ -435,6 +472,10 @@ void TRule::Assign(const TPersistent& source) {
     // The objects of another engine stay there: the text comes over.
     const std::unique_ptr<TRule> parsed = RequireEngine().ParseRuleText(rule->ToString());
     return Assign(*parsed);
+  }
+  if (rule->GetEngine() == nullptr && rule->HomeOfContent() != GetEngine() &&
+      !(rule->patterns_.empty() && rule->actions_.empty())) {
+    Raise(SForeignObject, "Rule " + rule->rule_name_);
   }
   BeginUpdate();
   try {

@@ -118,6 +118,7 @@ class TRule final : public TComponent {
   using TRenames = std::vector<std::pair<Text, Text>>;
 
   IReasoner& RequireEngine() const;
+  IReasoner* HomeOfContent() const;
   void PatternAdded(std::int32_t index);
   // A generated name that the rule does not hold yet.
   Text NewVariableName(std::string_view prefix) const;

@@ -5,6 +5,7 @@
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/values/KBFuzzySet.h"
+#include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
 
@@ -111,7 +112,7 @@ void TKBPatternMatchTest::SetSlotTestType(TSlotTestType test_type) {
 }
 
 void TKBPatternMatchTest::SetSlotValue(const Ref<IKBValue>& value) {
-  slot_value_ = value ? value->Clone() : nullptr;
+  slot_value_ = Given(value, "value").Clone();
   wildcard_ = false;
   if (pattern_ != nullptr) pattern_->TestChange();
 }

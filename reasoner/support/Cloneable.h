@@ -15,6 +15,9 @@ class ICloneable : public IInterface {
   virtual bool Equals(const ICloneable& other) const = 0;
   virtual std::uint32_t GetHashCode() const = 0;
   virtual std::string ToString() const = 0;
+  // Whoever holds the object relies on its content: changing it raises from now on, where the class
+  // keeps an eye on that.
+  virtual void Freeze() {}
 };
 
 }  // namespace reasoner

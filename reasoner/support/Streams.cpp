@@ -106,7 +106,9 @@ std::string MarkOf(const TEncoding* encoding) {
 }  // namespace
 
 TGTextStream::TGTextStream(TStream* stream, const TEncoding* encoding)
-    : stream_(stream), encoding_(encoding != nullptr ? encoding : TEncoding::UTF8NoMark()) {}
+    : stream_(stream), encoding_(encoding != nullptr ? encoding : TEncoding::UTF8NoMark()) {
+  if (stream == nullptr) throw EKitException("No stream was given");
+}
 
 TGTextStream::TGTextStream(std::unique_ptr<TStream> stream, const TEncoding* encoding)
     : TGTextStream(stream.get(), encoding) {

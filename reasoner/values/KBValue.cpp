@@ -47,7 +47,7 @@ void TKBValueNexus::Notification(TComponent& component, TOperation operation) {
   TComponent::Notification(component, operation);
   if (operation == opRemove && value_.IsOwningObject() &&
       value_.payload_.owned->object == &component)
-    value_.Reset();
+    value_.Drop();
 }
 
 static bool FitsInteger(std::int64_t value) { return std::in_range<std::int32_t>(value); }
@@ -127,8 +127,11 @@ std::int32_t TKBValue::GetAsInteger() const {
     case dtFactId:
       if (!FitsInteger(payload_.integer)) RaiseNotA("integer");
       return RawInteger();
-    case dtExternalAddress:
-      return static_cast<std::int32_t>(std::bit_cast<std::uintptr_t>(payload_.address));
+    case dtExternalAddress: {
+      const auto number = std::bit_cast<std::uintptr_t>(payload_.address);
+      if (number > std::numeric_limits<std::int32_t>::max()) RaiseNotA("integer");
+      return static_cast<std::int32_t>(number);
+    }
     case dtFloat:
       if (const auto truncated = TruncateToInteger(payload_.number)) return *truncated;
       RaiseNotA("integer");
@@ -229,7 +232,14 @@ void TKBValue::MakeConstant() noexcept {
 }
 
 void TKBValue::CheckChangeable() const {
+  if ((flags_ & (kConstant | kFrozen)) == 0) return;
   if (IsConstant()) Raise(SSharedConstant, ToString());
+  Raise(SListedValue, ToString());
+}
+
+void TKBValue::FreezeContent() {
+  flags_ |= kFrozen;
+  if (HoldsShared(type_) && payload_.shared) payload_.shared->Freeze();
 }
 
 void TKBValue::Drop() noexcept {
@@ -237,7 +247,7 @@ void TKBValue::Drop() noexcept {
   const bool owned = IsOwningObject();
   const bool shared = HoldsReference();
   type_ = dtNone;
-  flags_ &= kConstant;
+  flags_ &= kConstant | kFrozen;
   if (HoldsText(old)) {
     payload_.text.~Text();
   } else if (shared) {
@@ -571,7 +581,7 @@ std::uint32_t TKBValue::GetHashCode() const {
   return 0;
 }
 
-static void AppendQuoted(std::string& text, std::string_view content) {
+static void AppendQuotedText(std::string& text, std::string_view content) {
   text += '"';
   for (const char character : content) {
     if (character == '\\' || character == '"') text += '\\';
@@ -590,7 +600,7 @@ void TKBValue::AppendTo(std::string& text) const {
       AppendText(text, payload_.text);
       return;
     case dtString:
-      AppendQuoted(text, payload_.text);
+      AppendQuotedText(text, payload_.text);
       return;
     case dtInteger:
       text += IntegerToText(payload_.integer);

@@ -97,7 +97,7 @@ class TKBValue final : public IInterface, public Pooled {
   bool IsOwningObject() const noexcept;
 
   // Writing. Each releases what the cell held, stores, and tells the listener. A shared constant
-  // raises.
+  // and a cell of a listed fact raise.
   void SetAsAtom(const Text& text) { SetText(text, dtAtom); }
   void SetAsString(const Text& text) { SetText(text, dtString); }
   void SetAsVariable(const Text& text) { SetText(text, dtVariable); }
@@ -149,6 +149,12 @@ class TKBValue final : public IInterface, public Pooled {
   void SetOnChange(IKBValueListener* listener) noexcept { listener_ = listener; }
 
   bool IsConstant() const noexcept { return (flags_ & kConstant) != 0; }
+  // From now on writing to the cell, or to the list that it holds, raises: for the fact list, whose
+  // facts are filed by their values. A clone can be written.
+  void Freeze() {
+    if ((flags_ & (kConstant | kFrozen)) == 0) FreezeContent();
+  }
+  bool IsFrozen() const noexcept { return (flags_ & kFrozen) != 0; }
   // FCNil, or a clone of it that nobody has changed.
   bool IsNilLike() const noexcept;
 
@@ -166,7 +172,13 @@ class TKBValue final : public IInterface, public Pooled {
   friend class TKBValueNexus;
   struct OwnedObject;
 
-  enum Flags : std::uint8_t { kConstant = 1, kOwnsObject = 2, kNilClone = 4, kHoldsHandle = 8 };
+  enum Flags : std::uint8_t {
+    kConstant = 1,
+    kOwnsObject = 2,
+    kNilClone = 4,
+    kHoldsHandle = 8,
+    kFrozen = 16
+  };
 
   union Payload {
     Text text;
@@ -195,6 +207,7 @@ class TKBValue final : public IInterface, public Pooled {
   void SetInteger(std::int64_t value, TKBType type);
   void SetShared(Ref<ICloneable> object, TKBType type);
   void CheckChangeable() const;
+  void FreezeContent();
   void Drop() noexcept;  // ends the payload and leaves dtNone
   void Changed();
   void CopyPayload(const TKBValue& source, bool own_list);

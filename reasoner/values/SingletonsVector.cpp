@@ -12,6 +12,11 @@ void TSingletonsVector::SetParser(IReasoner* reasoner) {
   parser_ = reasoner == nullptr ? Ref<TReasonerLink>() : reasoner->GetLink();
 }
 
+void TSingletonsVector::Freeze() {
+  x_->Freeze();
+  y_->Freeze();
+}
+
 void TSingletonsVector::Add(const Ref<IKBValue>& x, const Ref<IKBValue>& y) {
   x_->Add(x);
   y_->Add(y);

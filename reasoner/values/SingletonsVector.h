@@ -34,6 +34,8 @@ class TSingletonsVector final : public ICloneable {
   std::int32_t GetTag() const noexcept { return tag_; }
   void SetTag(std::int32_t tag) noexcept { tag_ = tag; }
 
+  // The points are a listed fact's: changing them raises from now on.
+  void Freeze() override;
   void Assign(const TSingletonsVector& source);
   Ref<ISingletonsVector> Clone() const;
   bool Equals(const ICloneable& other) const override;

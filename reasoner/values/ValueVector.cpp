@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "reasoner/support/Depth.h"
 #include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
@@ -10,6 +11,16 @@ void TValueVector::RaiseIndexError(std::int32_t index) { Raise(SListIndexError, 
 
 void TValueVector::CheckChangeable() const {
   if (constant_) Raise(SSharedConstant, ToString());
+  if (frozen_) Raise(SListedValue, ToString());
+}
+
+void TValueVector::Freeze() {
+  if (constant_ || frozen_) return;
+  const DepthGuard guard("value");
+  frozen_ = true;  // first: a list may hold itself
+  for (const Ref<IKBValue>& member : *this) {
+    if (member) member->Freeze();
+  }
 }
 
 void TValueVector::MakeConstant() noexcept {

@@ -70,6 +70,8 @@ class TValueVector final : public ICloneable, public Pooled {
 
   // For FCNilList: changing its vector raises from now on.
   void MakeConstant() noexcept;
+  // The same for the list of a listed fact, and for its members.
+  void Freeze() override;
 
  private:
   struct TPlaces final : public IInterface, public Pooled {
@@ -93,6 +95,7 @@ class TValueVector final : public ICloneable, public Pooled {
   std::size_t first_ = 0;  // the place of the first member; 0 in places of its own
   std::int32_t tag_ = 0;
   bool constant_ = false;
+  bool frozen_ = false;
 };
 
 inline Ref<IValueVector> NewVector() { return Make<TValueVector>(); }

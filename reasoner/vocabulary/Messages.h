@@ -274,5 +274,18 @@ inline constexpr TMessage<"The next fact id would be beyond its range"> SFactIds
 inline constexpr TMessage<"Invalid class of stream for %s"> SInvalidStreamClass;
 inline constexpr TMessage<"\"%s\" is not a valid %s"> SInvalidDateTime;
 inline constexpr TMessage<"Class name already exists: \"%s\""> SDuplicateClassNames;
+inline constexpr TMessage<"Expected the end of the text: %s"> SExpectedEnd;
+inline constexpr TMessage<"No %s was given"> SNothingGiven;
+inline constexpr TMessage<"%s belongs to another engine"> SForeignObject;
+inline constexpr TMessage<"A fact in the fact list cannot be changed: %s"> SListedFact;
+inline constexpr TMessage<"A value of a fact in the fact list cannot be changed: %s"> SListedValue;
+
+// The object that a counted reference, an owning pointer or a plain pointer points to; `what` names
+// it where nothing was given.
+template <class TPointer>
+auto& Given(const TPointer& pointer, std::string_view what) {
+  if (pointer == nullptr) Raise(SNothingGiven, what);
+  return *pointer;
+}
 
 }  // namespace reasoner

@@ -28,7 +28,7 @@ constexpr int kNestedOperations = 12;  // that one outermost operation may lead 
 // What is written to the interface of a rule or a pattern while it is in an engine.
 constexpr bool kEdits = false;
 // Objects of another engine, and null references.
-constexpr bool kForeign = false;
+constexpr bool kForeign = true;
 
 std::uint32_t Setting(const char* name, std::uint32_t otherwise) {
   const char* value = std::getenv(name);
