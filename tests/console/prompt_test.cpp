@@ -80,8 +80,10 @@ class PromptTest : public ::testing::TestWithParam<TPrompt> {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
 
-  // Types the keys at the prompt, and waits until the text is shown after them.
+  // Waits for the prompt, types the keys at it, and waits until the text is shown after them. What
+  // the line before has left to print would be taken for the answer to this one otherwise.
   void Type(const std::string& keys, const std::string& text) {
+    while (!IsAtPrompt()) ASSERT_NO_FATAL_FAILURE(ReadMore("a prompt"));
     // The prompt is there before the terminal leaves the keys to the editor.
     termios mode = {};
     for (int wait = 0; HasEditor() && wait < 20'000; ++wait) {
@@ -99,15 +101,23 @@ class PromptTest : public ::testing::TestWithParam<TPrompt> {
   }
 
   void Expect(const std::string& text) {
+    while (shown_.find(text) == std::string::npos) ASSERT_NO_FATAL_FAILURE(ReadMore(text));
+  }
+
+  void ReadMore(const std::string& text) {
     constexpr int kMilliseconds = 20'000;
-    while (shown_.find(text) == std::string::npos) {
-      pollfd wanted = {terminal_, POLLIN, 0};
-      char buffer[512];
-      const ssize_t count =
-          poll(&wanted, 1, kMilliseconds) > 0 ? read(terminal_, buffer, sizeof(buffer)) : 0;
-      ASSERT_GT(count, 0) << "no " << text << " in: " << shown_;
-      shown_.append(buffer, static_cast<std::size_t>(count));
-    }
+    pollfd wanted = {terminal_, POLLIN, 0};
+    char buffer[512];
+    const ssize_t count =
+        poll(&wanted, 1, kMilliseconds) > 0 ? read(terminal_, buffer, sizeof(buffer)) : 0;
+    ASSERT_GT(count, 0) << "no " << text << " in: " << shown_;
+    shown_.append(buffer, static_cast<std::size_t>(count));
+  }
+
+  // Whether the last line shown begins with a prompt; editors add control sequences around it.
+  bool IsAtPrompt() const {
+    const std::string line = shown_.substr(shown_.rfind('\n') + 1);
+    return line.find("reasoner> ") != std::string::npos || line.find(" .. ") != std::string::npos;
   }
 
   reasoner::TemporaryFolder folder_;
