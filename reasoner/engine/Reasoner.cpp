@@ -91,6 +91,7 @@ void TReasoner::MakeParts(const TKBObjectFactory& factory) {
 void TReasoner::MakeImplied() {
   initial_pattern_ = std::make_unique<TKBPattern>(nullptr, SInitialFactPattern,
                                                   CreateFactTemplate(SInitialFactPattern), 0);
+  initial_pattern_->SetSlotLength(0, 0);  // as `(Initial-Fact)` is read
   not_or_test_fact_ = Make<TFact>(CreateFactTemplate(SNullFact));
 }
 

@@ -138,6 +138,7 @@ std::unique_ptr<TKBPattern> TKBClipsParser::ParsePlainPattern(std::string_view n
     ParsePatternSlot(*pattern, variables, token);
   } else {
     for (; token->Is('('); token = Next()) ParsePatternSlot(*pattern, variables, token);
+    if (!token->Is(')')) ParseError("ParsePattern", SBadSlotName, token->ToString());
   }
   OnParsePattern(*this, *pattern);
   return pattern;

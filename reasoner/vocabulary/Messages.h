@@ -263,7 +263,6 @@ inline constexpr TMessage<"Floating point overflow in %s function call"> SFloatO
 inline constexpr TMessage<"Integer overflow in %s function call: %s"> SIntegerOverflow;
 inline constexpr TMessage<"Invalid format: %s"> SInvalidFormat;
 inline constexpr TMessage<"Nested too deeply: %s"> SNestedTooDeeply;
-inline constexpr TMessage<"Rule missing for pattern"> SRuleMissingForPattern;
 inline constexpr TMessage<"Execution was interrupted"> SInterrupted;
 inline constexpr TMessage<"Execution was interrupted inside the firing of rule %s">
     SInterruptedFiring;
@@ -277,6 +276,9 @@ inline constexpr TMessage<"Class name already exists: \"%s\""> SDuplicateClassNa
 inline constexpr TMessage<"Expected the end of the text: %s"> SExpectedEnd;
 inline constexpr TMessage<"No %s was given"> SNothingGiven;
 inline constexpr TMessage<"%s belongs to another engine"> SForeignObject;
+inline constexpr TMessage<"%s belongs to another rule"> SForeignPattern;
+inline constexpr TMessage<"A test element holds one function call and nothing else">
+    SInvalidTestPattern;
 inline constexpr TMessage<"A fact in the fact list cannot be changed: %s"> SListedFact;
 inline constexpr TMessage<"A value of a fact in the fact list cannot be changed: %s"> SListedValue;
 

@@ -157,8 +157,8 @@ TEST_F(PrinterTest, Rules) {
            "(a )\n   =>\n)"},
           {"(defrule r (a ?x&:(> ?x 1) b ~c) (p (y ?x)) =>)",
            "(defrule r\n   (a ?x&:(> ?x 1) b ~c)\n   (p (y ?x) )\n   =>\n)"},
-          {"(defrule r ?f <- (unique (a ?x)) (not (not (b ?x))) (not (test (f ?x))) =>)",
-           "(defrule r\n   ?f <- (unique (a ?x))\n   (exists (b ?x))\n   (not (test (f ?x)))\n   "
+          {"(defrule r (c) ?f <- (unique (a ?x)) (not (not (b ?x))) (not (test (f ?x))) =>)",
+           "(defrule r\n   (c )\n   ?f <- (unique (a ?x))\n   (exists (b ?x))\n   (not (test (f ?x)))\n   "
            "=>\n)"},
           {"(defrule r ; one\n (a)\n ; two\n (not (b)) => ; three\n (f \"x\ny\" (g)))",
            "(defrule r\n   ; one\n   (a )\n   ; two\n   (not (b ))\n   =>\n   ; three\n   (f "
