@@ -228,14 +228,14 @@ void TKBClipsParser::ParseConstraint(TField& field, Ref<IStreamToken> token) {
   }
 }
 
-// `=(call)` becomes a variable of its own and a call that compares it with the result.
+// `=(call)` becomes a variable without a written name and a call that compares it with the result.
 void TKBClipsParser::AddReturnValueTests(const TField& field, bool negated) {
   const Ref<IFunCall> fun_call = ParseFunCall();
   const Ref<IFunCall> comparison = Make<TFunctionCall>(&engine_, "eq*");
   comparison->BindLogicFunction(engine_.GetLogicFunction(lfEqStar));
   const Ref<IKBValue> variable =
       Make<TKBValue>(NewVariableName(field.variables, SEqStarPrefix), dtVariable);
-  AddTest(field, variable, false);
+  AddWildcard(field, variable, false);
   comparison->AddArgument(variable->Clone());
   comparison->AddArgument(fun_call);
   TField joined = field;
