@@ -139,8 +139,8 @@ static bool IsFuzzyText(const IKBValue& value) {
          !IsValueConstant(value);
 }
 
-bool TFact::HasPlainMeaning() const {
-  const IReasoner* reasoner = template_->GetReasoner();
+static bool HasPlainMeaning(const IFactTemplate& fact_template) {
+  const IReasoner* reasoner = fact_template.GetReasoner();
   return reasoner == nullptr || reasoner->GetLink()->textbook_semantics;
 }
 
@@ -166,7 +166,7 @@ void TFact::FitToSlots() {
     const IKBValue& held = *PeekAt(ordinal);
     if (!MayNeedFitting(held, slot)) continue;
     Ref<IKBValue> value = HasValueAt(ordinal) ? values_[ordinal] : slot.GetSlotDefault();
-    FitNumbers(value, slot.GetSlotType(), HasPlainMeaning());
+    FitNumbers(value, slot.GetSlotType(), HasPlainMeaning(*template_));
     if (value.get() == &held) continue;
     Grow(template_->GetOrdinalCount());
     values_[ordinal] = std::move(value);
@@ -186,7 +186,7 @@ void TFact::SetValue(std::string_view name, const Ref<IKBValue>& value) {
   const bool checks = reasoner != nullptr && reasoner->GetTypeChecks().Has(tcDynamic);
   if (const IFactSlot& slot = *template_->SlotAt(ordinal); MayNeedFitting(*kept, slot)) {
     Ref<IKBValue> fitting = kept;
-    FitNumbers(fitting, slot.GetSlotType(), HasPlainMeaning());
+    FitNumbers(fitting, slot.GetSlotType(), HasPlainMeaning(*template_));
     if (checks && fitting != kept && fitting->GetDType() == dtFloat && !IsValueConstant(*kept)) {
       convertible().SetAsFloat(fitting->RawFloat());
     } else {
@@ -374,6 +374,16 @@ std::uint32_t TFact::GetCrispHash() const {
   return template_->GetHashCode() * 31 + hasher.Get();
 }
 
+// In the plain meaning a list shows its members nil, which print as nothing elsewhere.
+static void AppendShown(std::string& text, const IKBValue& value, bool plain) {
+  if (!plain || value.GetDType() != dtList) return value.AppendTo(text);
+  for (const Ref<IKBValue>& member : *value.GetAsList()) {
+    const std::size_t before = text.size();
+    if (member) member->AppendTo(text);
+    text += text.size() == before ? "nil " : " ";
+  }
+}
+
 std::string FactToText(const IFact& fact) {
   const DepthGuard guard("fact");
   if (!fact.GetTemplate()) return "()";
@@ -382,7 +392,7 @@ std::string FactToText(const IFact& fact) {
   std::string value;
   for (const std::int32_t ordinal : fact_template.SortedOrdinals()) {
     value.clear();
-    fact.PeekAt(ordinal)->AppendTo(value);
+    AppendShown(value, *fact.PeekAt(ordinal), HasPlainMeaning(fact_template));
     if (value.empty()) continue;
     if (fact_template.IsOrdered()) {
       text += " " + value;

@@ -91,7 +91,6 @@ class TFact final : public ICloneable, public Pooled {
   void AssignCrossing(const TFact& source);
   void ClearValues() noexcept;
   IFactTemplate& RequireTemplate() const;
-  bool HasPlainMeaning() const;
   std::int32_t RequireOrdinal(std::string_view name) const;
 
   Ref<IFactTemplate> template_;
