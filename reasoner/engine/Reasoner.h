@@ -448,6 +448,7 @@ class TReasoner : public TComponent,
   void KeepSymbol(std::string_view name) override;
   Ref<IFactTemplate> FindFactTemplate(std::string_view name) override;
   Ref<IFactTemplate> CreateFactTemplate(std::string_view name) override;
+  bool ForgetTemplate(const Ref<IFactTemplate>& fact_template) override;
   Ref<IKBDefinedType> FindDefinedType(std::string_view name) override;
   bool AddUserFunction(const Ref<IUserFunction>& function) override;
   void RemoveUserFunction(IUserFunction& function) override;
@@ -699,6 +700,8 @@ class TReasoner : public TComponent,
   void RebuildChildren(const Ref<IFactTemplate>& old, const Ref<IFactTemplate>& fact_template);
   Ref<IUserFunction> FindPackageFunction(std::string_view name) const;
   std::string GlobalSection(bool late);
+  // The names of the globals, each behind those that its value reads.
+  std::vector<std::string> GlobalsInOrder();
   std::vector<Ref<IFact>> ParseFacts(std::string_view text);
   void RemoveRulesOn(const IFactTemplate& fact_template, std::vector<std::string>& dropped);
   // Makes the companion of a marked template, or brings it up to the template's slots.

@@ -140,6 +140,8 @@ class GlobalOrder {
 
 }  // namespace
 
+std::vector<std::string> TReasoner::GlobalsInOrder() { return GlobalOrder(*this).GetNames(); }
+
 std::string TReasoner::GlobalSection(bool late) {
   const GlobalOrder order(*this);
   TValueHashTable variables;

@@ -221,6 +221,16 @@ TKBClipsParser::TBounds TKBClipsParser::ParseBounds(std::string_view name, bool 
   return bounds;
 }
 
+// In the literal meaning a fraction is cut off.
+std::int32_t TKBClipsParser::WholeNumber(const IKBValue& value) {
+  const std::int32_t number = value.GetAsInteger();
+  if (HasPlainMeaning() && value.GetDType() == dtFloat && number != value.RawFloat()) {
+    ParseError(kLocation, SNotCorrectType, "INTEGER", value.ToString(),
+               GetKBTypeName(value.GetDType()));
+  }
+  return number;
+}
+
 void TKBClipsParser::ParseRangeAndCardinality(IKBDefinedType& type, bool is_cardinality,
                                               TWordCase word_case, Ref<IStreamToken>& last) {
   const Ref<IKBDefinedType> kept(&type);
@@ -233,8 +243,8 @@ void TKBClipsParser::ParseRangeAndCardinality(IKBDefinedType& type, bool is_card
   if (is_cardinality) {
     const TBounds bounds = ParseBounds("cardinality", true, last);
     type.SetCardinalityLimited(true);
-    if (bounds.min) type.SetMinCardinality(bounds.min->GetAsInteger());
-    if (bounds.max) type.SetMaxCardinality(bounds.max->GetAsInteger());
+    if (bounds.min) type.SetMinCardinality(WholeNumber(*bounds.min));
+    if (bounds.max) type.SetMaxCardinality(WholeNumber(*bounds.max));
   } else {
     const TBounds bounds = ParseBounds("range", true, last);
     type.SetRangeLimited(true);
@@ -266,6 +276,7 @@ void TKBClipsParser::ParseAllowedEnumerations(IKBDefinedType& type, TWordCase wo
     } else {
       value = ResolveToken(*token);
     }
+    if (clause->kinds == TValueConstraints{vcInteger}) WholeNumber(*value);
     type.AddConstraint(clause->convert(value));
   }
   last = token;

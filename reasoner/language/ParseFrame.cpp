@@ -199,6 +199,7 @@ void TKBClipsParser::EnterFactSet(TObject*& object) {
 }
 
 bool TKBClipsParser::ParseExpression(bool execute) {
+  const ImpliedGuard implied(*this);
   const ScopedTopLevel top_level(engine_.GetContext());
   Ref<IKBValue> result = FCNil;
   TObject* object = nullptr;
@@ -429,6 +430,7 @@ bool TKBClipsParser::Load() {
 
 bool TKBClipsParser::LoadFacts() {
   LoadEach([this] {
+    const ImpliedGuard implied(*this);
     const ScopedTopLevel top_level(engine_.GetContext());
     const Ref<IStreamToken> token = Next();
     if (token->IsEnd()) return false;

@@ -5,6 +5,7 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <optional>
 #include <utility>
 
 #include "reasoner/support/Component.h"
@@ -493,6 +494,26 @@ bool TKBValue::Equals(const TKBValue& other) const {
 bool TKBValue::EqualsStar(const TKBValue& other) const {
   if (type_ == dtFunCall && other.type_ != dtFunCall) return false;
   if (type_ != dtFuzzy && other.type_ == dtFuzzy) return other.EqualsByType(*this);
+  return EqualsByType(other);
+}
+
+static bool IsNumber(TKBType type) { return KBIntegerTypes.Has(type) || type == dtFloat; }
+
+bool TKBValue::EqualsInValue(const TKBValue& other) const {
+  if (this == &other) return true;
+  if (type_ == dtFuzzy) return EqualsByType(other);
+  if (other.type_ == dtFuzzy) return other.EqualsByType(*this);
+  if (IsNumber(type_) || IsNumber(other.type_)) {
+    if (type_ == other.type_) return EqualsByType(other);
+    const auto number_of = [](const TKBValue& value) {
+      if (IsNumber(value.type_)) return std::optional<double>(value.GetAsNumeric());
+      return HoldsText(value.type_) ? TextToFloat(value.TextView()) : std::nullopt;
+    };
+    const std::optional<double> a = number_of(*this);
+    const std::optional<double> b = number_of(other);
+    return a && b && SameNumber(*a, *b);
+  }
+  if (type_ != other.type_ && !(HoldsText(type_) && HoldsText(other.type_))) return false;
   return EqualsByType(other);
 }
 

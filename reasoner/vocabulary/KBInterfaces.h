@@ -174,6 +174,9 @@ class IReasoner {
   virtual Ref<IFactTemplate> FindFactTemplate(std::string_view name) = 0;
   // The template of that name; an unknown one is made and registered as implied.
   virtual Ref<IFactTemplate> CreateFactTemplate(std::string_view name) = 0;
+  // Takes an implied template out again if the registry and the caller alone hold it; gives whether
+  // they did.
+  virtual bool ForgetTemplate(const Ref<IFactTemplate>& fact_template) = 0;
   virtual void ChangeFactTemplateName(std::string_view old_name, std::string_view new_name) = 0;
   // Lists a type under another name, if the engine lists it. Raises when that name is taken.
   virtual void RenameType(const IKBDefinedType& type, std::string_view new_name) = 0;

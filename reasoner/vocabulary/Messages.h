@@ -94,6 +94,7 @@ inline constexpr TMessage<"Invalid object, agenda can only accept TActivation ob
     SInvalidAgendaItem;
 inline constexpr TMessage<"Expected \"=>\""> SExpectedEqGT;
 inline constexpr TMessage<"Expected \"( <atom>\""> SExpectedAtom;
+inline constexpr TMessage<"There is no conditional element \"%s\""> SNoSuchElement;
 inline constexpr TMessage<"Expected value missing"> SExpectedValue;
 inline constexpr TMessage<"Expected \"%s\""> SExpectedChar;
 inline constexpr TMessage<"Missing keyword.  Expected \"%s\""> SExpectedKeyword;

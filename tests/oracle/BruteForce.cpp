@@ -100,7 +100,7 @@ bool BruteForce::Holds(const TConstraint& constraint, const TValue& value, const
       break;
     case TConstraint::kEquation: {
       const TValue wanted = Evaluate(*constraint.call, own, before);
-      holds = value.shape || wanted.shape ? Agree(value, wanted) : IsLike(value, wanted);
+      holds = value.shape || wanted.shape ? Agree(value, wanted) : IsLike(value, wanted, textbook_);
     } break;
   }
   return holds != constraint.negated;

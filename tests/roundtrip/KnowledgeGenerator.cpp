@@ -408,6 +408,7 @@ void KnowledgeGenerator::AddRule(const std::string& name) {
 
 void KnowledgeGenerator::AddFacts() {
   if (OneIn(3)) Try("(gensym*)");
+  if (OneIn(5)) Try("(set-fact-duplication FALSE)");
   for (std::uint32_t i = 0; i < (is_small_ ? 24U : 8U); ++i) {
     const TTemplate& fact_template = OneOf(templates_);
     if (OneIn(2)) {
