@@ -30,7 +30,8 @@ const char* const kUsage =
     "\n"
     "Exit status: 0 if all went well, to the end or to (exit), 1 if something failed, 2 for a "
     "command\n"
-    "line that cannot be followed. A failure at the prompt is told and forgotten.\n";
+    "line that cannot be followed, 130 after Ctrl-C. A failure at the prompt is told and "
+    "forgotten.\n";
 
 static reasoner::TConstructWatches ReadWatches(const std::string& list) {
   using namespace reasoner;

@@ -109,7 +109,7 @@ static void Evaluate(TReasoner& engine, Terminal& terminal, const std::string& t
 }
 
 void Converse(TReasoner& engine, Terminal& terminal) {
-  const InterruptHandler handler;
+  const InterruptHandler handler(InterruptHandler::kPrompt);
   LineEditor editor(terminal,
                     [&engine](const std::string& start) { return NamesFor(engine, start); });
   std::string text;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "console/FunctionReference.h"
+#include "console/Interrupts.h"
 #include "console/Options.h"
 #include "console/Prompt.h"
 #include "console/Report.h"
@@ -26,10 +27,12 @@ using namespace reasoner;
 static constexpr int kSuccess = 0;
 static constexpr int kFailure = 1;
 static constexpr int kUsageError = 2;
+static constexpr int kInterrupted = 130;  // as a shell tells of a program that Ctrl-C has ended
 
 // A program that comes from standard input: each expression is evaluated as soon as it is there,
 // and what follows a failure is read all the same. Tells whether nothing has failed.
-static void ReadProgram(TReasoner& engine, Terminal& terminal, bool& failed) {
+static void ReadProgram(TReasoner& engine, Terminal& terminal, const Evaluation& evaluation,
+                        bool& failed) {
   std::string text;
   TTextPlace start;
   while (terminal.ReadExpression(text, start)) {
@@ -37,31 +40,30 @@ static void ReadProgram(TReasoner& engine, Terminal& terminal, bool& failed) {
       engine.Parse(text, true, start);
     } catch (const EAbort&) {
       throw;
+    } catch (const EKBInterrupted&) {
+      throw;
     } catch (const std::exception& failure) {
       Report(engine, failure);
+      engine.ClearFailurePlace();
       failed = true;
     }
+    evaluation.RaiseIfInterrupted();
   }
 }
 
 // Up to the first source with a failure.
 static void LoadSources(TReasoner& engine, Terminal& terminal, const Options& options,
-                        bool& failed) {
+                        const Evaluation& evaluation, bool& failed) {
   for (const Source& source : options.sources) {
     if (source.is_text) {
       engine.Parse(source.value, true);
     } else if (source.value == "-") {
-      ReadProgram(engine, terminal, failed);
+      ReadProgram(engine, terminal, evaluation, failed);
       if (failed) return;
     } else {
       engine.LoadFromFile(source.value);
     }
-  }
-  if (!options.sources.empty()) return;
-  if (isatty(STDIN_FILENO) != 0) {
-    Converse(engine, terminal);
-  } else {
-    ReadProgram(engine, terminal, failed);
+    evaluation.RaiseIfInterrupted();
   }
 }
 
@@ -113,16 +115,25 @@ static int Main(const std::vector<std::string>& arguments) {
     std::fflush(stdout);
     std::fprintf(stderr, "dropped: %s: %s\n", what.c_str(), reason.c_str());
   };
+  const bool prompts = options.sources.empty() && isatty(STDIN_FILENO) != 0;
+  if (options.sources.empty()) options.sources.push_back(Source{false, "-"});
   bool failed = false;
   try {
-    LoadSources(engine, terminal, options, failed);
+    if (prompts) Converse(engine, terminal);
+    const InterruptHandler handler(InterruptHandler::kNoPrompt);
+    const Evaluation evaluation(engine);
+    if (!prompts) LoadSources(engine, terminal, options, evaluation, failed);
     if (options.run && !failed) {
       engine.Reset();
       engine.Run(options.limit);
+      evaluation.RaiseIfInterrupted();
     }
     if (!failed) DrawPlots(engine, options);
   } catch (const EAbort&) {
     // (exit): what follows is left out.
+  } catch (const EKBInterrupted& failure) {
+    Report(engine, failure);
+    return kInterrupted;
   } catch (const std::exception& failure) {
     Report(engine, failure);
     failed = true;
