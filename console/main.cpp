@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "console/FunctionReference.h"
 #include "console/Interrupts.h"
 #include "console/Options.h"
 #include "console/Prompt.h"
@@ -77,15 +76,6 @@ static void DrawPlots(TReasoner& engine, const Options& options) {
   }
 }
 
-static int PrintFunctionReference() {
-  try {
-    return std::fputs(FunctionReference().c_str(), stdout) < 0 ? kFailure : kSuccess;
-  } catch (const std::exception& failure) {
-    std::fprintf(stderr, "reasoner: %s\n", failure.what());
-    return kFailure;
-  }
-}
-
 static int Main(const std::vector<std::string>& arguments) {
   Options options;
   try {
@@ -94,10 +84,7 @@ static int Main(const std::vector<std::string>& arguments) {
     std::fprintf(stderr, "reasoner: %s\nTry 'reasoner --help'.\n", failure.what());
     return kUsageError;
   }
-  if (options.help) return std::fputs(kUsage, stdout) < 0 ? kFailure : kSuccess;
-  if (options.version) return std::puts("reasoner " REASONER_VERSION) < 0 ? kFailure : kSuccess;
-
-  if (options.function_reference) return PrintFunctionReference();
+  if (options.instead != nullptr) return options.instead();
 
   Terminal terminal;
   TReasoner engine;

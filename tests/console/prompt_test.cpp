@@ -154,7 +154,8 @@ TEST_P(PromptTest, HelpTellsWhatIsKnownByAName) {
       "\nreasoner> ");
   Type("help pair\r", "\n   (slot x )\r\n)\r\n\r\n(deffacts pair\r\n");
   if (HasEditor()) {
-    Type("help paire\t", "d ");
+    Type("hel\t", "p ");
+    Press("paire\t", "d ");
     Press("\r", "(deffacts paired");
   }
   Type("help ?*pair*\r", "\n(defglobal ?*pair* = 2)\r\nreasoner> ");
