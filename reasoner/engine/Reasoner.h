@@ -699,7 +699,6 @@ class TReasoner : public TComponent,
   void ReportUnfitLines(const IFactTemplate& fact_template);
   void RebuildChildren(const Ref<IFactTemplate>& old, const Ref<IFactTemplate>& fact_template);
   Ref<IUserFunction> FindPackageFunction(std::string_view name) const;
-  std::string GlobalSection(bool late);
   std::vector<Ref<IFact>> ParseFacts(std::string_view text);
   void RemoveRulesOn(const IFactTemplate& fact_template, std::vector<std::string>& dropped);
   // Makes the companion of a marked template, or brings it up to the template's slots.
