@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "console/Entry.h"
+#include "reasoner/language/TextHelpers.h"
 
 namespace console {
 
@@ -38,12 +39,10 @@ constexpr Hint kHints[] = {
     {"(exit)", "leaves, as the end of the input does"},
 };
 
-// Words of the language that name no function.
-constexpr const char* kLanguageWords[] = {
-    "cardinality", "declare", "deffacts", "deffunction", "defglobal", "defrule", "deftemplate",
-    "deftype",     "default", "enabled",  "exists",      "explicit",  "extends", "multislot",
-    "oneshot",     "range",   "salience", "slot",        "unique",    "units",
-};
+// Words inside of constructs that name no function.
+constexpr const char* kInnerWords[] = {"cardinality", "declare", "default",   "enabled", "exists",
+                                       "explicit",    "extends", "multislot", "oneshot", "range",
+                                       "salience",    "slot",    "unique",    "units"};
 
 }  // namespace
 
@@ -110,7 +109,8 @@ std::optional<std::string> AnswerCommand(TReasoner& engine, const std::string& l
 }
 
 std::vector<std::string> NamesFor(TReasoner& engine, const std::string& start) {
-  std::set<std::string> names(std::begin(kLanguageWords), std::end(kLanguageWords));
+  std::set<std::string> names(std::begin(kInnerWords), std::end(kInnerWords));
+  for (const std::string_view word : ConstructWords()) names.emplace(word);
   for (const Command& command : kCommands) names.emplace(command.name);
   const auto add = [&names](const std::vector<std::string>& keys) {
     names.insert(keys.begin(), keys.end());

@@ -203,7 +203,8 @@ TEST_P(PromptTest, ATabulatorThatIsPastedIsNoWishForCompletion) {
 TEST_P(PromptTest, NamesAreCompletedAndLinesRemembered) {
   if (!HasEditor()) GTEST_SKIP() << "no line editor";
   Start();
-  Type("(defglobal ?*altitude* = 7)\r", "reasoner> ");
+  Type("(defg\t", "lobal ");
+  Press("?*altitude* = 7)\r", "reasoner> ");
   Type("?*alt\t", "itude*");
   Press("\r", "\n7\r\nreasoner> ");
   Type("\x04", "\n");
