@@ -209,6 +209,8 @@ class TKBClipsParser : public TKBParser {
     Ref<IKBValue> max;
   };
   TBounds ParseBounds(std::string_view name, bool allow_variable, Ref<IStreamToken>& last);
+  void RequireNotEmpty(const TBounds& bounds, std::string_view name);
+  void SetUniverse(IFuzzyVariable& variable, const TBounds& bounds);
   Ref<IKBValue> ParseBound(const Ref<IStreamToken>& token, bool allow_variable);
   void ParseAllowedEnumerations(IKBDefinedType& type, TWordCase word_case, Ref<IStreamToken>& last);
   std::string ParseUnits();

@@ -231,6 +231,13 @@ std::int32_t TKBClipsParser::WholeNumber(const IKBValue& value) {
   return number;
 }
 
+// In the literal meaning the maximum takes the minimum along.
+void TKBClipsParser::RequireNotEmpty(const TBounds& bounds, std::string_view name) {
+  if (!bounds.min || !bounds.max || !engine_.GetLink()->textbook_semantics) return;
+  if (bounds.min->GetAsNumeric() > bounds.max->GetAsNumeric())
+    ParseError(kLocation, SEmptyBounds, name, bounds.min->ToString(), bounds.max->ToString());
+}
+
 void TKBClipsParser::ParseRangeAndCardinality(IKBDefinedType& type, bool is_cardinality,
                                               TWordCase word_case, Ref<IStreamToken>& last) {
   const Ref<IKBDefinedType> kept(&type);
@@ -242,11 +249,13 @@ void TKBClipsParser::ParseRangeAndCardinality(IKBDefinedType& type, bool is_card
   }
   if (is_cardinality) {
     const TBounds bounds = ParseBounds("cardinality", true, last);
+    RequireNotEmpty(bounds, "cardinality");
     type.SetCardinalityLimited(true);
     if (bounds.min) type.SetMinCardinality(WholeNumber(*bounds.min));
     if (bounds.max) type.SetMaxCardinality(WholeNumber(*bounds.max));
   } else {
     const TBounds bounds = ParseBounds("range", true, last);
+    RequireNotEmpty(bounds, "range");
     type.SetRangeLimited(true);
     if (bounds.min) type.SetMinRange(bounds.min->GetAsNumeric());
     if (bounds.max) type.SetMaxRange(bounds.max->GetAsNumeric());

@@ -577,23 +577,6 @@ std::string PrettyPrint(const IUserFunction& function) {
 
 // Patterns and rules.
 
-// The call of a field `=(call)`, which is read as a variable without a name and the comparison
-// behind it; null for other tests.
-static const IKBValue* ComputedValue(const TKBPatternMatchTest& variable,
-                                     const TKBPatternMatchTest& comparison) {
-  if (!variable.IsWildcard() || comparison.GetSlotValue()->GetDType() != dtFunCall ||
-      comparison.GetMultiSlotSubIndex() != variable.GetMultiSlotSubIndex()) {
-    return nullptr;
-  }
-  const IFunCall& call = *comparison.GetSlotValue()->GetAsFunCall();
-  if (!(call.GetName() == "eq*") || call.GetArgumentCount() != 2 ||
-      !call.GetArgument(0)->Equals(*variable.GetSlotValue()) ||
-      call.GetArgument(1)->GetDType() != dtFunCall) {
-    return nullptr;
-  }
-  return call.GetArgument(1).get();
-}
-
 static void AppendTests(std::string& text, const TKBPattern& pattern, std::int32_t slot) {
   for (std::int32_t i = 0; i < pattern.GetSlotTestCount(slot); ++i) {
     const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, i);
@@ -602,10 +585,10 @@ static void AppendTests(std::string& text, const TKBPattern& pattern, std::int32
           test.GetMultiSlotSubIndex() == pattern.GetSlotTest(slot, i - 1).GetMultiSlotSubIndex();
       text += !same_field ? ' ' : test.IsJoinedByAnd() ? '&' : '|';
     }
-    const IKBValue* const computed =
-        i + 1 < tests.size() ? ComputedValue(test, *tests[i + 1]) : nullptr;
-    if (computed != nullptr) {
-      text += tests[i + 1]->GetSlotTestType() == sttNotEquals ? "~=" : "=";
+    const bool is_last = i + 1 == pattern.GetSlotTestCount(slot);
+    const TKBPatternMatchTest* const next = is_last ? nullptr : &pattern.GetSlotTest(slot, i + 1);
+    if (const IKBValue* const computed = next == nullptr ? nullptr : test.ComputedBy(*next)) {
+      text += next->GetSlotTestType() == sttNotEquals ? "~=" : "=";
       AppendSource(text, *computed);
       ++i;
       continue;

@@ -333,6 +333,11 @@ void TKBPattern::NormalizeConnectives(Tests& tests) {
     }
     behind_bar = behind_bar || !test.joined_by_and_;
     test.conjunction_ = !behind_bar;
+    // The variable of a `=(call)` without its comparison is one like any other.
+    if (test.wildcard_ && test.slot_value_->TextView().starts_with(SEqStarPrefix) &&
+        (i + 1 == tests.size() || test.ComputedBy(*tests[i + 1]) == nullptr)) {
+      test.wildcard_ = false;
+    }
   }
 }
 

@@ -147,8 +147,8 @@ void RulePlan::AppendPlanned(IReasoner& engine, const TKBPattern& written, std::
     AddBinding(bound, fact_index, SPatternBinding, NoSubIndex);
     pattern.SetBoundName(bound);
   }
-  NameVariables(engine, pattern);
   Renames renames;
+  NameVariables(engine, pattern, renames);
   BindVariables(engine, pattern, renames);
   for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
     for (std::int32_t i = 0; i < pattern.GetSlotTestCount(slot); ++i) {
@@ -173,7 +173,7 @@ void RulePlan::AppendPlanned(IReasoner& engine, const TKBPattern& written, std::
 
 // As reading the text would name them: a name keeps the form of its first use, and a wildcard has a
 // name of its own.
-void RulePlan::NameVariables(IReasoner& engine, TKBPattern& pattern) {
+void RulePlan::NameVariables(IReasoner& engine, TKBPattern& pattern, Renames& renames) {
   for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
     for (std::int32_t i = 0; i < pattern.GetSlotTestCount(slot); ++i) {
       TKBPatternMatchTest& test = pattern.GetSlotTest(slot, i);
@@ -183,7 +183,13 @@ void RulePlan::NameVariables(IReasoner& engine, TKBPattern& pattern) {
       auto known = std::find_if(variables_.begin(), variables_.end(),
                                 [&name](const Variable& item) { return item.name == name; });
       if (test.IsWildcard() && (name.view().empty() || known != variables_.end())) {
-        name = NewVariableName(engine, kind == dtVariable ? SBlankPrefix : SBlankMulti);
+        const bool is_computed = name.view().starts_with(SEqStarPrefix);
+        const Text fresh = NewVariableName(engine, is_computed          ? SEqStarPrefix
+                                                   : kind == dtVariable ? SBlankPrefix
+                                                                        : SBlankMulti);
+        // The variable of a `=(call)` is read by the comparison behind it.
+        if (is_computed) renames.emplace_back(name, fresh);
+        name = fresh;
         test.RenameVariable(name);
         known = variables_.end();
       }

@@ -68,7 +68,7 @@ class RulePlan {
   const Planned& At(std::int32_t index) const;
   TKBPattern& Enter(std::unique_ptr<TKBPattern> pattern, std::int32_t written);
   void AppendPlanned(IReasoner& engine, const TKBPattern& written, std::int32_t index);
-  void NameVariables(IReasoner& engine, TKBPattern& pattern);
+  void NameVariables(IReasoner& engine, TKBPattern& pattern, Renames& renames);
   void BindVariables(IReasoner& engine, TKBPattern& pattern, Renames& renames);
   void FoldAlternatives(IReasoner& engine, TKBPattern& pattern);
   void FoldSlot(IReasoner& engine, TKBPattern& pattern, std::int32_t slot);

@@ -1,5 +1,6 @@
 #include "reasoner/match/SlotTest.h"
 
+#include "reasoner/functions/FunctionCall.h"
 #include "reasoner/match/Pattern.h"
 #include "reasoner/match/PatternNode.h"
 #include "reasoner/support/Numbers.h"
@@ -104,6 +105,19 @@ TKBPatternMatchTest::TKBPatternMatchTest(TKBPattern* pattern, TSlotTestType test
       pattern_(pattern),
       slot_value_(value ? value->Clone() : nullptr),
       sub_index_(sub_index) {}
+
+const IKBValue* TKBPatternMatchTest::ComputedBy(const TKBPatternMatchTest& next) const {
+  if (!wildcard_ || !next.joined_by_and_ || next.sub_index_ != sub_index_ ||
+      next.slot_value_->GetDType() != dtFunCall) {
+    return nullptr;
+  }
+  const IFunCall& call = *next.slot_value_->GetAsFunCall();
+  if (!(call.GetName() == "eq*") || call.GetArgumentCount() != 2 ||
+      !call.GetArgument(0)->Equals(*slot_value_) || call.GetArgument(1)->GetDType() != dtFunCall) {
+    return nullptr;
+  }
+  return call.GetArgument(1).get();
+}
 
 template <class T>
 void TKBPatternMatchTest::Edit(T& member, const T& value) {

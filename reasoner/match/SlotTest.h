@@ -89,6 +89,9 @@ class TKBPatternMatchTest final : public TKBSlotTest {
   // Whether the variable was written without a name: its name is generated and never printed.
   bool IsWildcard() const noexcept { return wildcard_; }
   TKBPattern* GetPattern() const noexcept { return pattern_; }
+  // The call of a field `=(call)`, which is read as a variable without a name and the comparison
+  // behind it; null when this test and the next one of the field are not these two.
+  const IKBValue* ComputedBy(const TKBPatternMatchTest& next) const;
 
   void SetSlotTestType(TSlotTestType test_type);
   void SetSlotValue(const Ref<IKBValue>& value);  // what is given is no wildcard

@@ -693,7 +693,7 @@ Ref<IKBValue> TKBValue::Resolve(IScope* scope) {
     case dtMultiVariable: {
       if (scope == nullptr) Raise(SNoContext, GetKBTypeName(type_));
       Ref<IKBValue> value = scope->FindValue(payload_.text);
-      if (!value) Raise(SCorruptedVariable, payload_.text.view());
+      if (!value) scope->RaiseUnknown(payload_.text);
       return value;
     }
     case dtFunCall: {

@@ -70,6 +70,8 @@ class IScope {
   // What the binding points to in the current match. Raises where the match does not reach that
   // far.
   virtual Ref<IKBValue> ReadMatch(const TBindingInfo& info) = 0;
+  // Raises the failure of a variable that FindValue does not find.
+  [[noreturn]] virtual void RaiseUnknown(const Text& name) const;
   // The scope as a frame of the engine, or null for a scope that a host has made.
   TKBContext* GetFrame() const noexcept { return frame_; }
 

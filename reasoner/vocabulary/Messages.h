@@ -210,6 +210,9 @@ inline constexpr TMessage<"Uncloneable value.  Value owned an object of %s class
 inline constexpr TMessage<"Empty base type for defined type not allowed"> SEmptyBaseTypes;
 inline constexpr TMessage<"Cannot mix fuzzy type with other primitive types"> SCannotMixFuzzy;
 inline constexpr TMessage<"Missing range statement"> SMissingRange;
+inline constexpr TMessage<"The %s from %s to %s is empty"> SEmptyBounds;
+inline constexpr TMessage<"The range of a fuzzy type needs two different ends, received %s and %s">
+    SFuzzyRangePoint;
 inline constexpr TMessage<"Missing fuzzy set \"values\" statement"> SMissingFuzzySetValues;
 inline constexpr TMessage<"Expected allowed value argument for deftype, received %s">
     SMissingAllowedEnumeration;

@@ -15,13 +15,14 @@ constexpr char kTemplates[] =
     "(deftemplate a (slot x) (slot y)) (deftemplate b (slot x) (slot y) (slot f (type FLOAT)))"
     "(deftemplate m (slot k) (multislot l)) (deftemplate goal (slot x))";
 
-constexpr const char* kPatterns[] = {"(a (x ?v) (y ?w))",      "(b (x ?v))",
-                                     "(b (x 1|2) (y ?w&~3))",  "(m (k ?v) (l ? $?r))",
-                                     "(m (l 1 ?p&2|3 ?))",     "(o ?v ?)",
-                                     "(not (a (x ?v) (y ?)))", "(exists (b (x ?v)))",
-                                     "(test (> (+ ?v 1) 2))",  "(o $?s&:(> (length$ ?s) 1))",
-                                     "(not (test (= ?v 2)))",  "?g <- (b (y ~1&~2))",
-                                     "(unique (a (x ?v)))",    "(m (l))"};
+constexpr const char* kPatterns[] = {"(a (x ?v) (y ?w))",          "(b (x ?v))",
+                                     "(b (x 1|2) (y ?w&~3))",      "(m (k ?v) (l ? $?r))",
+                                     "(m (l 1 ?p&2|3 ?))",         "(o ?v ?)",
+                                     "(not (a (x ?v) (y ?)))",     "(exists (b (x ?v)))",
+                                     "(test (> (+ ?v 1) 2))",      "(o $?s&:(> (length$ ?s) 1))",
+                                     "(not (test (= ?v 2)))",      "?g <- (b (y ~1&~2))",
+                                     "(unique (a (x ?v)))",        "(m (l))",
+                                     "(b (x =(+ ?v 1)|~=(+ 1 1)))"};
 
 class RuleEditorTest : public ::testing::TestWithParam<std::uint32_t> {
  protected:
@@ -44,7 +45,7 @@ class RuleEditorTest : public ::testing::TestWithParam<std::uint32_t> {
 
   std::string RandomRule(const std::string& name) {
     std::string text = "(defrule " + name + " (a (x ?v) (y ?w))";
-    for (std::uint32_t i = Draw(4); i > 0; --i) text += std::string(" ") + kPatterns[Draw(14)];
+    for (std::uint32_t i = Draw(4); i > 0; --i) text += std::string(" ") + kPatterns[Draw(15)];
     return text + " => (printout t ?v))";
   }
 
