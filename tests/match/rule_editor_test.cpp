@@ -26,7 +26,7 @@ constexpr const char* kPatterns[] = {"(a (x ?v) (y ?w))",          "(b (x ?v))",
 
 class RuleEditorTest : public ::testing::TestWithParam<std::uint32_t> {
  protected:
-  std::uint32_t Draw(std::uint32_t end) { return random_() % end; }
+  std::uint32_t Draw(std::uint32_t end) { return static_cast<std::uint32_t>(random_() % end); }
 
   std::string RandomFact() {
     const auto n = [this] { return std::to_string(1 + Draw(3)); };
