@@ -1,6 +1,4 @@
-#include "reasoner/values/Constants.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 
 namespace reasoner {
 namespace {

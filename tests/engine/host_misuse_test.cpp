@@ -7,7 +7,6 @@
 #include "reasoner/functions/UserPackage.h"
 #include "reasoner/language/TokenStream.h"
 #include "reasoner/library/Packages.h"
-#include "reasoner/values/Constants.h"
 #include "reasoner/values/SingletonsVector.h"
 #include "tests/support/EngineFixture.h"
 

@@ -1,8 +1,6 @@
 #include "reasoner/functions/UserPackage.h"
 #include "reasoner/language/ClipsParser.h"
-#include "reasoner/values/Constants.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 
 namespace reasoner {
 namespace {

@@ -1,13 +1,7 @@
 // What an engine and its host have made is gone when both let go of it.
 
-#include <functional>
-#include <memory>
-
-#include "reasoner/functions/HostFunction.h"
 #include "reasoner/functions/UserPackage.h"
-#include "reasoner/values/Constants.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 
 namespace reasoner {
 namespace {

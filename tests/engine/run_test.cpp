@@ -1,9 +1,7 @@
 #include <atomic>
 #include <thread>
 
-#include "reasoner/functions/HostFunction.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 
 namespace reasoner {
 namespace {

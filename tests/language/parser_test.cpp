@@ -1,18 +1,11 @@
 // The grammar through the engine: what each production makes, and the exact text of each failure.
 
-#include <gtest/gtest.h>
-
-#include <string>
 #include <string_view>
 
-#include "reasoner/engine/Reasoner.h"
 #include "reasoner/facts/FactSet.h"
 #include "reasoner/match/Rule.h"
-#include "reasoner/values/Constants.h"
 #include "reasoner/values/SingletonsVector.h"
-#include "reasoner/vocabulary/KBExceptions.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 
 namespace reasoner {
 namespace {

@@ -5,7 +5,6 @@
 #include "reasoner/match/ReteNetwork.h"
 #include "reasoner/values/ValueVector.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 #include "tests/support/Integrity.h"
 
 namespace reasoner {

@@ -2,7 +2,6 @@
 // do not show.
 
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 #include "tests/support/Integrity.h"
 
 namespace reasoner {
