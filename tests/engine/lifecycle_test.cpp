@@ -93,7 +93,7 @@ TEST_F(LifecycleTest, AFactorysPartTakesTheDefaultsPlaceAndMustBeOfItsClass) {
                 return type == otFacts ? std::make_unique<TObject>() : nullptr;
               });
             }),
-            "no failure");
+            "");
   EXPECT_EQ(IInterface::LiveObjects(), before);
 }
 

@@ -76,11 +76,11 @@ const TLife kLives[] = {
                        (if (= ?x 2) then (deep 1) else (sqrt no)))
                      (assert (a 1) (a 2) (a 3)))");
        for (int i = 0; i < 3; ++i) {
-         EXPECT_NE(FailureOf([&] { engine.Run(); }), "no failure");
+         EXPECT_NE(FailureOf([&] { engine.Run(); }), "");
        }
-       EXPECT_NE(FailureOf([&] { Do(engine, "(defrule broken (a ?x) => (f"); }), "no failure");
-       EXPECT_NE(FailureOf([&] { Do(engine, "(deftemplate (slot a"); }), "no failure");
-       EXPECT_NE(FailureOf([&] { Do(engine, "(assert (c (sqrt no)))"); }), "no failure");
+       EXPECT_NE(FailureOf([&] { Do(engine, "(defrule broken (a ?x) => (f"); }), "");
+       EXPECT_NE(FailureOf([&] { Do(engine, "(deftemplate (slot a"); }), "");
+       EXPECT_NE(FailureOf([&] { Do(engine, "(assert (c (sqrt no)))"); }), "");
      }},
     {"FactsOfFacts",
      [](TReasoner& engine) {

@@ -271,7 +271,7 @@ TEST_F(InterpretedFunctionTest, EachActivationHasAFrameOfItsOwn) {
   Load("(deffunction down (?n) (if (= ?n 0) then 0 else (+ 1 (down (- ?n 1)))))");
   EXPECT_EQ(Show("(down 100)"), "100");
   Load("(deffunction forever (?n) (forever (+ ?n 1)))");
-  EXPECT_NE(FailureOf([&] { Show("(forever 0)"); }), "no failure");
+  EXPECT_NE(FailureOf([&] { Show("(forever 0)"); }), "");
   EXPECT_EQ(Show("(down 10)"), "10") << "and the engine goes on after too deep a call";
 }
 
