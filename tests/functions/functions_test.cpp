@@ -125,15 +125,6 @@ TEST_F(ContextTest, ResolvingAFactGivesItCellsThatNobodyElseHas) {
   EXPECT_EQ(Show("(length$ ?i)"), "2") << "the variable's list is not the slot's";
 }
 
-TEST_F(ContextTest, SlotsAreEvaluatedInTheOrderOfTheirNames) {
-  Load(
-      "(deftemplate t (slot c) (slot a) (slot B))"
-      "(deffunction say (?x) (printout t ?x \" \") ?x)"
-      "(assert (t (c (say c)) (B (say b)) (a (say a))))");
-  Show("(assert (t (c (say 3)) (B (say 2)) (a (say 1))))");
-  EXPECT_EQ(TakeOutput(), "1 2 3 ");
-}
-
 TEST_F(ContextTest, BindingsPrintTheirPlace) {
   const TBinding part("x", 2, "color", 4);
   const TBinding local("y", NewInteger(7));
@@ -252,37 +243,6 @@ TEST_F(InterpretedFunctionTest, LiterallyAnArgumentSeesTheFormalsBoundBeforeIt) 
   engine.SetTextbookSemantics(false);
   Load("(deffunction inner (?x ?y) ?y) (deffunction outer (?x) (inner 9 ?x))");
   EXPECT_EQ(Show("(outer 1)"), "9");
-}
-
-TEST_F(InterpretedFunctionTest, FormalsHideGlobalsAndCallersInsideTheFunctionOnly) {
-  Load(R"((defglobal ?*g* = 1) (bind ?x outer)
-          (deffunction f (?x) (bind ?x (+ ?x 1)) ?x)
-          (deffunction g () (bind ?*g* 5) (bind ?local 7) ?*g*))");
-  ExpectShown({{"(f 1)", "2"}, {"(create$ ?x)", "outer "}, {"(g)", "5"}, {"(create$ ?*g*)", "5 "}});
-  ExpectError("(create$ ?local)", "local");
-}
-
-TEST_F(InterpretedFunctionTest, EachActivationHasAFrameOfItsOwn) {
-  Load(R"((deffunction factorial (?n)
-            (bind ?before ?n)
-            (bind ?rest (if (<= ?n 1) then 1 else (factorial (- ?n 1))))
-            (if (neq ?before ?n) then broken else (* ?n ?rest))))");
-  EXPECT_EQ(Show("(factorial 6)"), "720");
-  Load("(deffunction down (?n) (if (= ?n 0) then 0 else (+ 1 (down (- ?n 1)))))");
-  EXPECT_EQ(Show("(down 100)"), "100");
-  Load("(deffunction forever (?n) (forever (+ ?n 1)))");
-  EXPECT_NE(FailureOf([&] { Show("(forever 0)"); }), "");
-  EXPECT_EQ(Show("(down 10)"), "10") << "and the engine goes on after too deep a call";
-}
-
-TEST_F(InterpretedFunctionTest, AFailureLeavesTheCallersFrameAsItWas) {
-  Load(
-      "(deffunction bad (?x) (bind ?x 2) (sqrt no))"
-      "(deffunction caller (?x) (try (bad 1) except 0) ?x)");
-  ExpectError("(bad 1)", "Not a numeric type");
-  EXPECT_EQ(Show("(caller 5)"), "5");
-  EXPECT_EQ(engine.GetContext().FindBinding("x"), nullptr);
-  EXPECT_FALSE(engine.GetContext().HasReturnValue());
 }
 
 TEST_F(InterpretedFunctionTest, AFunctionThatIsRemovedOrReplacedFinishesWhatItRuns) {

@@ -72,20 +72,6 @@ TEST_F(BackwardChainingTest, AGoalCarriesWhatIsKnown) {
   for (const auto& row : rows) EXPECT_EQ(GoalsAfter(row.text), row.goals) << row.text;
 }
 
-TEST_F(BackwardChainingTest, AGoalIsWorkedOffAndCompletesTheMatch) {
-  Load(
-      "(do-backward-chaining b)"
-      "(defrule wants (a ?x) (b ?x ?y) => (printout t ?x \" has \" ?y crlf))"
-      "(defrule gives (need-b ?x ?) => (printout t \"making \" ?x crlf) (assert (b ?x made)))"
-      "(assert (a 1))");
-  engine.Run();
-  EXPECT_EQ(TakeOutput(), "making 1\n1 has made\n");
-  // What is there is not made again.
-  Load("(assert (b 2 found) (a 2))");
-  engine.Run();
-  EXPECT_EQ(TakeOutput(), "2 has found\n");
-}
-
 TEST_F(BackwardChainingTest, ASharedJoinAsksForTheRulesThatAreLeft) {
   Load(
       "(do-backward-chaining b)"

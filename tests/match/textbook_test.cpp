@@ -97,11 +97,5 @@ TEST_F(TextbookTest, ARebuiltAgendaKeepsStrengths) {
   }
 }
 
-TEST_F(TextbookTest, AnArgumentIsEvaluatedOnceWhereTheCallStands) {
-  Load("(deffunction all (?x $?rest) (create$ ?x $?rest)) (defglobal ?*n* = 0)");
-  ExpectShown({{"(all (bind ?*n* (+ ?*n* 1)) 5 6)", "1 5 6  "}, {"(+ ?*n* 0)", "1"}});
-  ExpectError("(all)", "Too few arguments for all");
-}
-
 }  // namespace
 }  // namespace reasoner

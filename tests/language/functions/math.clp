@@ -28,3 +28,10 @@
 (random 7 0)  ; error: Invalid low and high limits specified: 7.0000 to 0.0000
 (random -3)  ; error: Invalid low and high limits specified: 0.0000 to -3.0000
 (random 2147483647 2)  ; error: Invalid low and high limits specified: 2147483647.0000 to 2.0000
+; Outside the domain and beyond the range.
+(sqrt -1) (log 0) (log -2) (log10 0.0) (** -8 0.5)  ; error: Invalid argument for $ function call: 
+(** 0 -1) (** -0.0 -3)  ; error: Invalid argument for $ function call: 
+(** -8 0.5)  ; error: call: -8
+(exp 1000) (** 10 400) (+ 1e308 1e308)  ; error: Floating point overflow in $ function call
+(- -1e308 1e308) (* 1e200 1e200 0.0) (/ 1e200 1e-200)  ; error: overflow in $ function call
+(exp -1000) (** -8 3) (** 0 0)  ; values: 0.0000, -512.0000, 1.0000

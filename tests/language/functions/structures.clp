@@ -42,3 +42,33 @@
 (> 3 1 2) (> 2 2) (>= 3 3 1) (>= 3 1 2) (< 1 1.5 2)  ; values: FALSE, FALSE, TRUE, FALSE, TRUE
 (< 1 1) (<= 1 3 2)  ; values: FALSE, FALSE
 (> a 1)  ; error: Value (a) is a dtAtom type
+; Formals hide globals and callers inside the function only, and each call has a frame of its own.
+(defglobal ?*g* = 1)
+(bind ?x outer)  ; expect: outer
+(deffunction f (?x) (bind ?x (+ ?x 1)) ?x)
+(deffunction g () (bind ?*g* 5) (bind ?local 7) ?*g*)
+(f 1) (create$ ?x) (g) (create$ ?*g*)  ; values: 2, outer, 5, 5
+(create$ ?local)  ; error: local
+(deffunction factorial (?n)
+  (bind ?before ?n)
+  (bind ?rest (if (<= ?n 1) then 1 else (factorial (- ?n 1))))
+  (if (neq ?before ?n) then broken else (* ?n ?rest)))
+(deffunction down (?n) (if (= ?n 0) then 0 else (+ 1 (down (- ?n 1)))))
+(deffunction forever (?n) (forever (+ ?n 1)))
+(factorial 6) (down 100)  ; values: 720, 100
+(forever 0)  ; error: Nested too deeply
+(down 10)  ; expect: 10
+; A failure leaves the caller's frame as it was.
+(deffunction bad (?x) (bind ?x 2) (sqrt no))
+(deffunction caller (?x) (try (bad 1) except 0) ?x)
+(bad 1)  ; error: Not a numeric type
+(caller 5)  ; expect: 5
+; Slots are evaluated in the order of their names.
+(deftemplate t (slot c) (slot a) (slot B))
+(deffunction say (?x) (printout t ?x " ") ?x)
+(assert (t (c (say 3)) (B (say 2)) (a (say 1))))  ; values: 1 2 3 <Fact-1>
+; An argument is evaluated once, where the call stands.
+(deffunction all (?x $?rest) (create$ ?x $?rest))
+(defglobal ?*n* = 0)
+(all (bind ?*n* (+ ?*n* 1)) 5 6) (+ ?*n* 0)  ; values: 1 5 6, 1
+(all)  ; error: Too few arguments for $

@@ -32,3 +32,19 @@
 ; A join that takes one partner alone is not shared with one that takes all, nor the other way.
 (defrule all (a) (b ?) => (printout t all)) (defrule one (a) (unique (b ?)) => (printout t one)) (assert (a) (b 1) (b 2))  ; fires: alloneall
 (defrule one (a) (unique (b ?)) => (printout t one)) (defrule all (a) (b ?) => (printout t all)) (assert (a) (b 1) (b 2))  ; fires: allallone
+; Variables of one pattern are compared wherever they stand.
+(deftemplate p (slot x) (slot y)) (defrule r (p (x ?v) (y ?v)) => (printout t ?v)) (assert (p (x 1) (y 1)) (p (x 1) (y 2)))  ; fires: 1
+(deftemplate p (slot x) (slot y)) (defrule r (p (x ?v) (y ~?v)) => (printout t ?v)) (assert (p (x 1) (y 1)) (p (x 3) (y 2)))  ; fires: 3
+(deftemplate p (slot x) (slot y)) (defrule r (p (x ~?v) (y ?v)) => (printout t ?v)) (assert (p (x 1) (y 1)) (p (x 3) (y 2)))  ; fires: 2
+(deftemplate p (multislot l)) (defrule r (p (l ?v ?v)) => (printout t ?v)) (assert (p (l a a)) (p (l a b)))  ; fires: a
+; A disjunction binds less tightly than a conjunction.
+(defrule r ?f <- (c a|b&~c|d) => (printout t ?f)) (assert (c a) (c b) (c c) (c d))  ; fires: <Fact-4><Fact-2><Fact-1>
+(defrule r (c ?v&a|b) => (printout t ?v)) (assert (c a) (c b) (c c) (c d))  ; fires: ba
+; Tests and globals take part.
+(defglobal ?*limit* = 2) (defrule t (a ?x) (test (> ?x ?*limit*)) (b ?y) => (printout t ?x ?y)) (assert (a 1) (a 2) (a 3) (b z))  ; fires: 3z
+(defglobal ?*limit* = 2) (defrule g (a ?*limit*) => (printout t g)) (assert (a 1) (a 2) (a 3))  ; fires: g
+; A fact that is bound to a variable is compared by its id.
+(defrule r ?f <- (thing ?n) (owner ?f ?w) => (printout t ?w ?n)) (defrule s ?f <- (thing ?n) => (assert (owner ?f bob))) (assert (thing cup) (thing pot) (owner 3 nobody))  ; fires: bobpotbobcup
+; A goal is worked off and completes the match; what is there is not made again.
+(do-backward-chaining b) (defrule r (a ?x) (b ?x ?y) => (printout t ?x ?y)) (defrule s (need-b ?x ?) => (printout t made) (assert (b ?x new))) (assert (a 1))  ; fires: made1new
+(do-backward-chaining b) (defrule r (a ?x) (b ?x ?y) => (printout t ?x ?y)) (defrule s (need-b ?x ?) => (printout t made)) (assert (b 2 found) (a 2))  ; fires: 2found
