@@ -120,10 +120,11 @@ void AddHostsFacts(TReasoner& engine, Grammar::Drawing& drawing) {
       const Ref<IFactSlot> slot = fact_template->GetSlots().at(0);
       if (slot->IsFuzzy()) return;  // what is no fuzzy value has no text that gives it
       const Ref<IFact> fact = fact_template->NewFact();
-      const Ref<IKBValue> value = engine.ParseValue(drawing.Expand("x"));
+      const Ref<IKBValue> value =
+          engine.ParseNExecuteFunCall("(nth$ 0 (create$ " + drawing.Expand("x") + "))");
       const Ref<IValueVector> list = NewVector();
       for (std::uint32_t i = drawing.Below(4); i > 0; --i)
-        list->Add(engine.ParseValue(drawing.Expand("x")));
+        list->Add(engine.ParseNExecuteFunCall("(nth$ 0 (create$ " + drawing.Expand("x") + "))"));
       fact->SetValue(slot->GetName(), slot->IsMulti() ? NewList(list) : value);
       engine.Assert(fact);
     });
@@ -137,12 +138,12 @@ void Generate(TReasoner& engine, std::uint32_t seed, bool changes) {
   }();
   Grammar::Drawing drawing(kGrammar, seed);
   for (const char* kind : {"a", "s", "i", "f", "n", "l", "x"}) Add(engine, drawing, "typed", kind);
-  Add(engine, drawing, "fuzzy", "z");
+  for (const char* symbol : {"setting", "fuzzy", "setting"}) Add(engine, drawing, symbol, "z");
   const struct {
     const char* symbol;
     std::uint32_t least, more;
   } constructs[] = {{"sub", 0, 2},      {"template", 3, 1}, {"template-child", 0, 1},
-                    {"function", 1, 2}, {"global", 0, 4},   {"set", 0, 2},
+                    {"function", 1, 2}, {"global", 0, 4},   {"set", 1, 1},
                     {"rule", 1, 5},     {"facts", 4, 16}};
   for (const auto& [symbol, least, more] : constructs) {
     const std::uint32_t last = least + drawing.Below(more + 1);
