@@ -29,6 +29,8 @@
 (create-fuzzy-value heat very hot or cold)  ; expect: very hot or cold
 (create-fuzzy-value heat not [ cold or hot ])  ; expect: not [cold or hot]
 (create-fuzzy-value (get-slot-value ?f heat) cold)  ; expect: cold
+; From left to right, whatever the joints are.
+(get-fs-value (create-fuzzy-value heat cold or cold and hot) 2)  ; expect: 0.2000
 (create-fuzzy-value nil (tri 1 2 3))  ; expect: (tri 1 2 3)
 (get-fs-variable (create-fuzzy-value heat (tri 1 2 3)))  ; expect: heat
 (get-fs-value (fuzzy-union (tri 0 1 2) (tri 1 2 3) ?f) 9)  ; expect: 0.9000
