@@ -6,6 +6,10 @@
 
 #include <atomic>
 #include <cerrno>
+#include <string>
+
+#include "reasoner/vocabulary/KBExceptions.h"
+#include "reasoner/vocabulary/Messages.h"
 
 namespace console {
 
@@ -14,9 +18,20 @@ using namespace reasoner;
 static std::atomic<TReasoner*> evaluating = nullptr;
 static std::atomic<bool> waiting = false;      // for input: the engine would not see a request
 static std::atomic<bool> interrupted = false;  // a Ctrl-C that no engine was asked to stop for
+static std::atomic<int> interrupts = 0;        // of the present evaluation
+static std::atomic<bool> at_prompt = false;
 static struct sigaction handler_before = {};
 
-static void HandleInterrupt(int) {
+static constexpr int kLastInterrupt = 3;  // ends the process where there is no prompt
+
+static void HandleInterrupt(int signal) {
+  if (interrupts.fetch_add(1) + 1 >= kLastInterrupt && !at_prompt.load()) {
+    struct sigaction action = {};
+    action.sa_handler = SIG_DFL;
+    sigaction(signal, &action, nullptr);
+    raise(signal);
+    return;
+  }
   TReasoner* const engine = evaluating.load();
   if (engine != nullptr && !waiting.load()) {
     engine->RequestInterrupt();
@@ -25,19 +40,31 @@ static void HandleInterrupt(int) {
   }
 }
 
-InterruptHandler::InterruptHandler() {
+InterruptHandler::InterruptHandler(TUse use) {
+  at_prompt = use == kPrompt;
+  sigaction(SIGINT, nullptr, &handler_before);
+  if (handler_before.sa_handler == SIG_IGN && use == kNoPrompt) return;
   struct sigaction action = {};
   action.sa_handler = HandleInterrupt;
   action.sa_flags = SA_RESTART;
   interrupted = false;
-  sigaction(SIGINT, &action, &handler_before);
+  sigaction(SIGINT, &action, nullptr);
 }
 
 InterruptHandler::~InterruptHandler() { sigaction(SIGINT, &handler_before, nullptr); }
 
-Evaluation::Evaluation(TReasoner& engine) { evaluating = &engine; }
+Evaluation::Evaluation(TReasoner& engine) : engine_(engine) {
+  interrupts = 0;
+  evaluating = &engine;
+}
 
 Evaluation::~Evaluation() { evaluating = nullptr; }
+
+void Evaluation::RaiseIfInterrupted() const {
+  if (interrupts.load() == 0) return;
+  engine_.ClearFailurePlace();
+  throw EKBInterrupted(std::string(SInterrupted.kFormat));
+}
 
 bool WaitForInput(void (*deliver)()) {
   // The signal is let through during the wait alone: none is lost between the look at the mark and

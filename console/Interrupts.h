@@ -1,5 +1,7 @@
-// Ctrl-C at a prompt: it stops what runs, or drops what is being typed, and does not end the
-// program.
+// Ctrl-C. At a prompt it stops what runs, or drops what is being typed, and does not end the
+// program. Without a prompt it ends the program: a run between two firings, a wait for input and
+// anything else at once. The second one stops a run inside the firing, and the third one ends the
+// process, whatever it does.
 
 #pragma once
 
@@ -7,10 +9,13 @@
 
 namespace console {
 
-// Takes Ctrl-C over as long as it lives; one at a time.
+// Takes Ctrl-C over as long as it lives; one at a time. Without a prompt a Ctrl-C that was ignored
+// when the program began goes on being ignored.
 class InterruptHandler {
  public:
-  InterruptHandler();
+  enum TUse { kPrompt, kNoPrompt };
+
+  explicit InterruptHandler(TUse use);
   ~InterruptHandler();
   InterruptHandler(const InterruptHandler&) = delete;
   InterruptHandler& operator=(const InterruptHandler&) = delete;
@@ -23,6 +28,13 @@ class Evaluation {
   ~Evaluation();
   Evaluation(const Evaluation&) = delete;
   Evaluation& operator=(const Evaluation&) = delete;
+
+  // Raises EKBInterrupted if there was a Ctrl-C since this began: one that has come between two
+  // operations of the engine has stopped neither.
+  void RaiseIfInterrupted() const;
+
+ private:
+  reasoner::TReasoner& engine_;
 };
 
 // Waits until standard input can be read or has ended. False when Ctrl-C ended the waiting, which

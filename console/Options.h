@@ -1,4 +1,5 @@
-// What the command line of the console says.
+// What the command line of the console says. A new option is a row of the table in the source, with
+// what it changes here: recognition, values and usage text come from it.
 
 #pragma once
 
@@ -25,10 +26,8 @@ struct Plot {
 struct Options {
   std::vector<Source> sources;
   std::vector<Plot> plots;
+  int (*instead)() = nullptr;  // of all else; gives the exit status
   bool run = false;
-  bool help = false;
-  bool version = false;
-  bool function_reference = false;
   bool textbook = true;
   bool strict = false;
   std::int32_t limit = 2147483647;
@@ -38,7 +37,5 @@ struct Options {
 
 // Raises std::invalid_argument with a message for a command line that cannot be followed.
 Options ReadOptions(const std::vector<std::string>& arguments);
-
-extern const char* const kUsage;
 
 }  // namespace console

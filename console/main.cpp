@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "console/FunctionReference.h"
+#include "console/Interrupts.h"
 #include "console/Options.h"
 #include "console/Prompt.h"
 #include "console/Report.h"
@@ -26,10 +26,12 @@ using namespace reasoner;
 static constexpr int kSuccess = 0;
 static constexpr int kFailure = 1;
 static constexpr int kUsageError = 2;
+static constexpr int kInterrupted = 130;  // as a shell tells of a program that Ctrl-C has ended
 
 // A program that comes from standard input: each expression is evaluated as soon as it is there,
 // and what follows a failure is read all the same. Tells whether nothing has failed.
-static void ReadProgram(TReasoner& engine, Terminal& terminal, bool& failed) {
+static void ReadProgram(TReasoner& engine, Terminal& terminal, const Evaluation& evaluation,
+                        bool& failed) {
   std::string text;
   TTextPlace start;
   while (terminal.ReadExpression(text, start)) {
@@ -37,31 +39,30 @@ static void ReadProgram(TReasoner& engine, Terminal& terminal, bool& failed) {
       engine.Parse(text, true, start);
     } catch (const EAbort&) {
       throw;
+    } catch (const EKBInterrupted&) {
+      throw;
     } catch (const std::exception& failure) {
       Report(engine, failure);
+      engine.ClearFailurePlace();
       failed = true;
     }
+    evaluation.RaiseIfInterrupted();
   }
 }
 
 // Up to the first source with a failure.
 static void LoadSources(TReasoner& engine, Terminal& terminal, const Options& options,
-                        bool& failed) {
+                        const Evaluation& evaluation, bool& failed) {
   for (const Source& source : options.sources) {
     if (source.is_text) {
       engine.Parse(source.value, true);
     } else if (source.value == "-") {
-      ReadProgram(engine, terminal, failed);
+      ReadProgram(engine, terminal, evaluation, failed);
       if (failed) return;
     } else {
       engine.LoadFromFile(source.value);
     }
-  }
-  if (!options.sources.empty()) return;
-  if (isatty(STDIN_FILENO) != 0) {
-    Converse(engine, terminal);
-  } else {
-    ReadProgram(engine, terminal, failed);
+    evaluation.RaiseIfInterrupted();
   }
 }
 
@@ -75,15 +76,6 @@ static void DrawPlots(TReasoner& engine, const Options& options) {
   }
 }
 
-static int PrintFunctionReference() {
-  try {
-    return std::fputs(FunctionReference().c_str(), stdout) < 0 ? kFailure : kSuccess;
-  } catch (const std::exception& failure) {
-    std::fprintf(stderr, "reasoner: %s\n", failure.what());
-    return kFailure;
-  }
-}
-
 static int Main(const std::vector<std::string>& arguments) {
   Options options;
   try {
@@ -92,10 +84,7 @@ static int Main(const std::vector<std::string>& arguments) {
     std::fprintf(stderr, "reasoner: %s\nTry 'reasoner --help'.\n", failure.what());
     return kUsageError;
   }
-  if (options.help) return std::fputs(kUsage, stdout) < 0 ? kFailure : kSuccess;
-  if (options.version) return std::puts("reasoner " REASONER_VERSION) < 0 ? kFailure : kSuccess;
-
-  if (options.function_reference) return PrintFunctionReference();
+  if (options.instead != nullptr) return options.instead();
 
   Terminal terminal;
   TReasoner engine;
@@ -113,16 +102,25 @@ static int Main(const std::vector<std::string>& arguments) {
     std::fflush(stdout);
     std::fprintf(stderr, "dropped: %s: %s\n", what.c_str(), reason.c_str());
   };
+  const bool prompts = options.sources.empty() && isatty(STDIN_FILENO) != 0;
+  if (options.sources.empty()) options.sources.push_back(Source{false, "-"});
   bool failed = false;
   try {
-    LoadSources(engine, terminal, options, failed);
+    if (prompts) Converse(engine, terminal);
+    const InterruptHandler handler(InterruptHandler::kNoPrompt);
+    const Evaluation evaluation(engine);
+    if (!prompts) LoadSources(engine, terminal, options, evaluation, failed);
     if (options.run && !failed) {
       engine.Reset();
       engine.Run(options.limit);
+      evaluation.RaiseIfInterrupted();
     }
     if (!failed) DrawPlots(engine, options);
   } catch (const EAbort&) {
     // (exit): what follows is left out.
+  } catch (const EKBInterrupted& failure) {
+    Report(engine, failure);
+    return kInterrupted;
   } catch (const std::exception& failure) {
     Report(engine, failure);
     failed = true;

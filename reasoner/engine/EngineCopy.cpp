@@ -130,7 +130,14 @@ void TGlobalVariables::Assign(const TPersistent& source) {
   const auto* other = dynamic_cast<const TGlobalVariables*>(&source);
   if (other == nullptr) return TPersistent::Assign(source);
   if (other == this || other->GetCount() == 0) return;
-  engine_.Parse(engine_.PrettyPrint(*other), true);
+  TValueHashTable variables;
+  TReasoner& source_engine = other->engine_;
+  const bool is_engines_own = &source_engine.GetGlobalVariables() == other;
+  for (const std::string& name :
+       is_engines_own ? source_engine.GlobalsInOrder() : other->GetKeys()) {
+    variables.Put(name, other->Get(name));
+  }
+  engine_.Parse(engine_.PrettyPrint(variables), true);
 }
 
 void TFactSets::Assign(const TPersistent& source) {

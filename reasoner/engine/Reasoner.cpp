@@ -91,6 +91,7 @@ void TReasoner::MakeParts(const TKBObjectFactory& factory) {
 void TReasoner::MakeImplied() {
   initial_pattern_ = std::make_unique<TKBPattern>(nullptr, SInitialFactPattern,
                                                   CreateFactTemplate(SInitialFactPattern), 0);
+  initial_pattern_->SetSlotLength(0, 0);  // as `(Initial-Fact)` is read
   not_or_test_fact_ = Make<TFact>(CreateFactTemplate(SNullFact));
 }
 
@@ -224,7 +225,9 @@ void TReasoner::Reset() {
   for (TRule* rule : rules_->GetItems()) rule->Reset();
   failures.Try([this] { Assert(SInitialFact); });
   if (ResetGlobals) {
-    for (const std::string& name : global_variables_->GetKeys()) {
+    // In the literal meaning the order is that of the definitions.
+    for (const std::string& name :
+         GetTextbookSemantics() ? GlobalsInOrder() : global_variables_->GetKeys()) {
       failures.Try([&] { ResetGlobalVariable(name, global_variables_->Get(name)); });
     }
   }
@@ -237,7 +240,11 @@ void TReasoner::Reset() {
 
 void TReasoner::ResetGlobalVariable(std::string_view name, const Ref<IKBValue>& value) {
   Ref<IKBValue> bound = value ? value : Ref<IKBValue>(FCNil);
-  if (bound->GetDType() == dtFunCall) bound = ResolveInContext(bound);
+  // In the literal meaning a global that is defined by a variable or a list stands for just that.
+  const TKBTypes evaluated = GetTextbookSemantics()
+                                 ? TKBTypes{dtFunCall, dtVariable, dtMultiVariable, dtList}
+                                 : TKBTypes{dtFunCall};
+  if (evaluated.Has(bound->GetDType())) bound = ResolveInContext(bound);
   context_->AddGlobalBinding(name, bound);
 }
 
@@ -408,6 +415,15 @@ Ref<IFactTemplate> TReasoner::CreateFactTemplate(std::string_view name) {
   const Ref<IFactTemplate> made = Make<TFactTemplate>(this, name, SImpliedComment);
   fact_templates_->Add(made);
   return made;
+}
+
+bool TReasoner::ForgetTemplate(const Ref<IFactTemplate>& fact_template) {
+  // Rules, facts, fact sets, children and calls each hold their templates.
+  const std::string name = fact_template->GetTemplateName();
+  if (fact_template->GetRefCount() != 2 || !(fact_templates_->Find(name) == fact_template))
+    return false;
+  fact_templates_->Remove(name);
+  return true;
 }
 
 Ref<IKBDefinedType> TReasoner::FindDefinedType(std::string_view name) {

@@ -299,7 +299,8 @@ class TReasoner : public TComponent,
   // Asks what runs to end with EKBInterrupted; may be called from any thread and from a signal
   // handler. A run ends between two firings, so that the next one goes on where it stopped; a match
   // is finished, too. A second request ends what runs at once, inside a firing or a match: the
-  // message says so. One that finds nothing running is forgotten.
+  // message says so, and a rule whose test was cut does not see the fact that was being matched.
+  // One that finds nothing running is forgotten.
   void RequestInterrupt() noexcept {
     GetLink()->interrupt_requests.fetch_add(1, std::memory_order_relaxed);
   }
@@ -448,6 +449,7 @@ class TReasoner : public TComponent,
   void KeepSymbol(std::string_view name) override;
   Ref<IFactTemplate> FindFactTemplate(std::string_view name) override;
   Ref<IFactTemplate> CreateFactTemplate(std::string_view name) override;
+  bool ForgetTemplate(const Ref<IFactTemplate>& fact_template) override;
   Ref<IKBDefinedType> FindDefinedType(std::string_view name) override;
   bool AddUserFunction(const Ref<IUserFunction>& function) override;
   void RemoveUserFunction(IUserFunction& function) override;
@@ -698,7 +700,8 @@ class TReasoner : public TComponent,
   void ReportUnfitLines(const IFactTemplate& fact_template);
   void RebuildChildren(const Ref<IFactTemplate>& old, const Ref<IFactTemplate>& fact_template);
   Ref<IUserFunction> FindPackageFunction(std::string_view name) const;
-  std::string GlobalSection(bool late);
+  // The names of the globals, each behind those that its value reads.
+  std::vector<std::string> GlobalsInOrder();
   std::vector<Ref<IFact>> ParseFacts(std::string_view text);
   void RemoveRulesOn(const IFactTemplate& fact_template, std::vector<std::string>& dropped);
   // Makes the companion of a marked template, or brings it up to the template's slots.

@@ -83,7 +83,10 @@ TFactId TReasoner::Assert(const Ref<IFact>& asserted, bool unconditional) {
   fact->FitToSlots();
   if (fact->GetTemplate()->IsFuzzy()) return AssertFuzzy(fact, unconditional);
   const std::uint32_t hash = facts_->HashOf(*fact);
-  if (!fact_duplication_ && facts_->FindEqual(*fact, hash) != nullptr) return -1;
+  // The fact that starts rules without patterns is there once: a document brings it, too.
+  const bool once =
+      !fact_duplication_ || fact->GetTemplate()->GetTemplateName() == SInitialFactPattern;
+  if (once && facts_->FindEqual(*fact, hash) != nullptr) return -1;
   // One object stands in the list once.
   if (fact->IsListed()) {
     if (!fact_duplication_) return -1;

@@ -1,12 +1,14 @@
 // Saving: the knowledge base as a document of the rule language.
 //
-// A document is source text: loading is parsing, and there is no other format. Definitions come
+// A document is source text: loading is parsing, and there is no other format. It is a head, with
+// numbers and settings, and the sections of a table. Definitions come
 // before what uses them: types, templates, functions, rules, fact sets, facts. Globals come first,
 // but one whose value needs a function that is written in the language, a type or a template comes
 // behind the functions.
 
 #include <algorithm>
 #include <ctime>
+#include <optional>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -26,19 +28,6 @@ static std::string Line(std::string_view text) {
   std::string line(text);
   line += NewLineString;
   return line;
-}
-
-static std::string SectionHead(std::string_view title) {
-  std::string head(NewLineString);
-  head += kStars;
-  head += NewLineString;
-  head += title;
-  head += NewLineString;
-  return head;
-}
-
-static std::string Section(std::string_view title, const std::string& body) {
-  return SectionHead(title) + std::string(NewLineString) + body;
 }
 
 static std::string DateLine() {
@@ -140,74 +129,137 @@ class GlobalOrder {
 
 }  // namespace
 
-std::string TReasoner::GlobalSection(bool late) {
-  const GlobalOrder order(*this);
-  TValueHashTable variables;
-  for (const std::string& name : order.GetNames()) {
-    if (order.IsLate(name) == late) variables.Put(name, global_variables_->Get(name));
-  }
-  if (variables.GetCount() == 0) return "";
-  return Section("; Global Variables ", PrettyPrint(variables));
+std::vector<std::string> TReasoner::GlobalsInOrder() { return GlobalOrder(*this).GetNames(); }
+
+// The sections of the document.
+
+namespace {
+
+// What is empty has no section.
+using SectionBody = std::optional<std::string>;
+
+struct Section {
+  std::string_view title;
+  SectionBody (*body)(TReasoner& engine);
+  std::string_view counted =
+      {};  // what the document's head calls the number of things; none if empty
+  std::int32_t (*count)(TReasoner& engine) = nullptr;
+};
+
+SectionBody Body(std::string_view text) {
+  std::string body(NewLineString);
+  body += text;
+  return body;
 }
 
-// The document.
+template <class TItems>
+SectionBody BodyOf(const TItems& items) {
+  if (items.GetCount() == 0) return std::nullopt;
+  return Body(items.ToString());
+}
 
-static bool LackAutoTerms(const std::vector<Ref<IKBDefinedType>>& types) {
+SectionBody Globals(TReasoner& engine, bool late) {
+  const GlobalOrder order(engine);
+  TValueHashTable variables;
+  for (const std::string& name : order.GetNames()) {
+    if (order.IsLate(name) == late) variables.Put(name, engine.GetGlobalVariables().Get(name));
+  }
+  if (variables.GetCount() == 0) return std::nullopt;
+  return Body(engine.PrettyPrint(variables));
+}
+
+// Where a setting has no function that could have changed it, it is as in any engine.
+bool SetsAutoTerms(TReasoner& engine) {
+  return engine.ContainsUserFunction("set-fuzzy-auto-terms");
+}
+
+// Types are to have the terms that they have here: some are read while the setting is off.
+bool TypesLackAutoTerms(TReasoner& engine) {
+  if (!SetsAutoTerms(engine) || !engine.FuzzyAutoTerms) return false;
+  const auto& types = engine.GetDefinedTypes().GetItems();
   return std::any_of(types.begin(), types.end(), [](const Ref<IKBDefinedType>& type) {
     const Ref<IFuzzyVariable> variable = type->GetFuzzyType();
     return variable && !variable->HasAutoTerms();
   });
 }
 
+SectionBody Types(TReasoner& engine) {
+  SectionBody body = BodyOf(engine.GetDefinedTypes());
+  if (body && TypesLackAutoTerms(engine)) *body += Line("(set-fuzzy-auto-terms TRUE)");
+  return body;
+}
+
+SectionBody Templates(TReasoner& engine) {
+  SectionBody body = BodyOf(engine.GetFactTemplates());
+  for (const Ref<IFactTemplate>& item : engine.GetFactTemplates().GetItems()) {
+    const std::string& name = item->GetTemplateName();
+    if (item->IsBackwardChaining() && !name.starts_with(SBackChainPrefix))
+      *body += Line("(do-backward-chaining " + AtomToSource(name) + ")");
+  }
+  return body;
+}
+
+SectionBody Functions(TReasoner& engine) {
+  if (engine.GetUserFunctions().GetCount() == 0) return std::nullopt;
+  return engine.GetUserFunctions().ToString();
+}
+
+SectionBody Facts(TReasoner& engine) {
+  if (engine.GetFacts().GetCount() == 0) return std::nullopt;
+  std::string text = Line("(assert");
+  for (const Ref<IFact>& fact : engine.GetFacts().Snapshot()) {
+    text += IndentString;
+    text += Line(IndentSource(FactToSavedSource(*fact)));
+  }
+  return Body(text + Line(")"));
+}
+
+// In the order of the document. A new kind of construct is a row, with its grammar and its
+// registry.
+constexpr Section kSections[] = {
+    {"; Global Variables ", [](TReasoner& engine) { return Globals(engine, false); },
+     "Global Variables: ",
+     [](TReasoner& engine) { return engine.GetGlobalVariables().GetCount(); }},
+    {"; Defined Types ", Types,
+     "Defined Types:    ", [](TReasoner& engine) { return engine.GetDefinedTypes().GetCount(); }},
+    {"; Fact Templates ", Templates,
+     "Fact Templates:   ", [](TReasoner& engine) { return engine.GetFactTemplates().GetCount(); }},
+    {"; Deffunctions ", Functions},
+    {"; Global Variables ", [](TReasoner& engine) { return Globals(engine, true); }},
+    {"; Rules ", [](TReasoner& engine) { return BodyOf(engine.GetRules()); },
+     "Rules:            ", [](TReasoner& engine) { return engine.GetRules().GetCount(); }},
+    {"; Fact Sets ", [](TReasoner& engine) { return BodyOf(engine.GetFactSets()); },
+     "Fact Sets:        ", [](TReasoner& engine) { return engine.GetFactSets().GetCount(); }},
+    {"; Facts ", Facts,
+     "Facts:            ", [](TReasoner& engine) { return engine.GetFacts().GetCount(); }},
+};
+
+}  // namespace
+
 std::string TReasoner::GetExpertSystem() {
   const ScopedTextEscapes escapes(this);
   const ScopedOperation operation(*this);
-  const auto count_line = [](std::string_view what, std::int32_t count) {
-    return Line("; Number of " + std::string(what) + IntegerToText(count));
-  };
   std::string text = Line(kStars);
   text += Line("; Reasoner v" + FormatText("%.4f", {double{version_}}) + " Output");
   text += DateLine();
-  text += count_line("Global Variables: ", global_variables_->GetCount());
-  text += count_line("Defined Types:    ", defined_types_->GetCount());
-  text += count_line("Fact Templates:   ", fact_templates_->GetCount());
-  text += count_line("Rules:            ", rules_->GetCount());
-  text += count_line("Fact Sets:        ", fact_sets_->GetCount());
-  text += count_line("Facts:            ", facts_->GetCount());
+  for (const Section& section : kSections) {
+    if (section.count == nullptr) continue;
+    text +=
+        Line("; Number of " + std::string(section.counted) + IntegerToText(section.count(*this)));
+  }
   // The setting tells whether duplicates are refused, the property whether they are allowed.
   text += Line(fact_duplication_ ? "(set-fact-duplication FALSE)" : "(set-fact-duplication TRUE)");
-  // Where a setting has no function that could have changed it, it is as in any engine.
   if (saved_symbol_index_ > 0 && ContainsUserFunction("setgen"))
     text += Line("(setgen " + IntegerToText(saved_symbol_index_) + ")");
-  // Types are to have the terms that they have here.
-  const bool sets_terms = ContainsUserFunction("set-fuzzy-auto-terms");
-  const bool lacks_terms =
-      sets_terms && FuzzyAutoTerms && LackAutoTerms(defined_types_->GetItems());
-  if (sets_terms && (!FuzzyAutoTerms || lacks_terms)) text += Line("(set-fuzzy-auto-terms FALSE)");
-  text += GlobalSection(false);
-  if (defined_types_->GetCount() > 0)
-    text += Section("; Defined Types ", defined_types_->ToString());
-  if (lacks_terms) text += Line("(set-fuzzy-auto-terms TRUE)");
-  if (fact_templates_->GetCount() > 0) {
-    text += Section("; Fact Templates ", fact_templates_->ToString());
-    for (const Ref<IFactTemplate>& item : fact_templates_->GetItems()) {
-      const std::string& name = item->GetTemplateName();
-      if (item->IsBackwardChaining() && !name.starts_with(SBackChainPrefix))
-        text += Line("(do-backward-chaining " + AtomToSource(name) + ")");
-    }
-  }
-  if (user_functions_->GetCount() > 0)
-    text += SectionHead("; Deffunctions ") + user_functions_->ToString();
-  text += GlobalSection(true);
-  if (rules_->GetCount() > 0) text += Section("; Rules ", rules_->ToString());
-  if (fact_sets_->GetCount() > 0) text += Section("; Fact Sets ", fact_sets_->ToString());
-  if (facts_->GetCount() > 0) {
-    std::string body = Line("(assert");
-    for (const Ref<IFact>& fact : facts_->Snapshot()) {
-      body += IndentString;
-      body += Line(IndentSource(FactToSavedSource(*fact)));
-    }
-    text += Section("; Facts ", body + Line(")"));
+  if (SetsAutoTerms(*this) && (!FuzzyAutoTerms || TypesLackAutoTerms(*this)))
+    text += Line("(set-fuzzy-auto-terms FALSE)");
+  for (const Section& section : kSections) {
+    const SectionBody body = section.body(*this);
+    if (!body) continue;
+    text += NewLineString;
+    text += Line(kStars);
+    text += Line(section.title);
+    text += *body;
   }
   return text;
 }

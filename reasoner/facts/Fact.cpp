@@ -139,38 +139,37 @@ static bool IsFuzzyText(const IKBValue& value) {
          !IsValueConstant(value);
 }
 
-// An integer in a slot of floats would equal none of them. A list of the caller's is not changed.
-static Ref<IKBValue> AsFloats(const IKBValue& value) {
-  if (value.GetDType() == dtInteger) return NewFloat(value.GetAsNumeric());
-  const IValueVector& list = *value.GetAsList();
-  const Ref<IValueVector> floats = NewVector();
-  for (const Ref<IKBValue>& member : list) {
-    const bool is_integer = member && member->GetDType() == dtInteger;
-    floats->Add(is_integer ? NewFloat(member->GetAsNumeric()) : member);
-  }
-  return NewList(floats);
+static bool HasPlainMeaning(const IFactTemplate& fact_template) {
+  const IReasoner* reasoner = fact_template.GetReasoner();
+  return reasoner == nullptr || reasoner->GetLink()->textbook_semantics;
 }
 
-static bool WantsFloats(const IKBValue& value, const IFactSlot& slot) {
-  const TKBType type = value.GetDType();
-  if (type != dtInteger && type != dtList) return false;
+// Whether the value is or may hold a number of another type than the slot takes.
+static bool MayNeedFitting(const IKBValue& value, const IFactSlot& slot) {
   const TKBTypes types = slot.GetSlotType();
-  if (!types.Has(dtFloat) || types.Has(dtInteger)) return false;
-  if (type == dtInteger) return true;
-  const IValueVector& list = *value.GetAsList();
-  return std::any_of(list.begin(), list.end(), [](const Ref<IKBValue>& member) {
-    return member && member->GetDType() == dtInteger;
-  });
+  switch (value.GetDType()) {
+    case dtInteger:
+      return types.Has(dtFloat) && !types.Has(dtInteger);
+    case dtFloat:
+      return types.Has(dtInteger) && !types.Has(dtFloat);
+    case dtList:
+      return types.Has(dtFloat) != types.Has(dtInteger);
+    default:
+      return false;
+  }
 }
 
 void TFact::FitToSlots() {
   if (!template_ || listed_) return;
   for (const std::int32_t ordinal : template_->SortedOrdinals()) {
-    const IKBValue& value = *PeekAt(ordinal);
-    if (!WantsFloats(value, *template_->SlotAt(ordinal))) continue;
-    Ref<IKBValue> floats = AsFloats(value);
+    const IFactSlot& slot = *template_->SlotAt(ordinal);
+    const IKBValue& held = *PeekAt(ordinal);
+    if (!MayNeedFitting(held, slot)) continue;
+    Ref<IKBValue> value = HasValueAt(ordinal) ? values_[ordinal] : slot.GetSlotDefault();
+    FitNumbers(value, slot.GetSlotType(), HasPlainMeaning(*template_));
+    if (value.get() == &held) continue;
     Grow(template_->GetOrdinalCount());
-    values_[ordinal] = std::move(floats);
+    values_[ordinal] = std::move(value);
   }
 }
 
@@ -185,11 +184,13 @@ void TFact::SetValue(std::string_view name, const Ref<IKBValue>& value) {
   };
   const IReasoner* reasoner = template_->GetReasoner();
   const bool checks = reasoner != nullptr && reasoner->GetTypeChecks().Has(tcDynamic);
-  if (WantsFloats(*kept, *template_->SlotAt(ordinal))) {
-    if (checks && kept->GetDType() == dtInteger && !IsValueConstant(*kept)) {
-      convertible().SetAsFloat(kept->GetAsFloat());
+  if (const IFactSlot& slot = *template_->SlotAt(ordinal); MayNeedFitting(*kept, slot)) {
+    Ref<IKBValue> fitting = kept;
+    FitNumbers(fitting, slot.GetSlotType(), HasPlainMeaning(*template_));
+    if (checks && fitting != kept && fitting->GetDType() == dtFloat && !IsValueConstant(*kept)) {
+      convertible().SetAsFloat(fitting->RawFloat());
     } else {
-      kept = AsFloats(*kept);
+      kept = std::move(fitting);
     }
   }
   if (checks) {
@@ -373,6 +374,16 @@ std::uint32_t TFact::GetCrispHash() const {
   return template_->GetHashCode() * 31 + hasher.Get();
 }
 
+// In the plain meaning a list shows its members nil, which print as nothing elsewhere.
+static void AppendShown(std::string& text, const IKBValue& value, bool plain) {
+  if (!plain || value.GetDType() != dtList) return value.AppendTo(text);
+  for (const Ref<IKBValue>& member : *value.GetAsList()) {
+    const std::size_t before = text.size();
+    if (member) member->AppendTo(text);
+    text += text.size() == before ? "nil " : " ";
+  }
+}
+
 std::string FactToText(const IFact& fact) {
   const DepthGuard guard("fact");
   if (!fact.GetTemplate()) return "()";
@@ -381,7 +392,7 @@ std::string FactToText(const IFact& fact) {
   std::string value;
   for (const std::int32_t ordinal : fact_template.SortedOrdinals()) {
     value.clear();
-    fact.PeekAt(ordinal)->AppendTo(value);
+    AppendShown(value, *fact.PeekAt(ordinal), HasPlainMeaning(fact_template));
     if (value.empty()) continue;
     if (fact_template.IsOrdered()) {
       text += " " + value;

@@ -40,12 +40,12 @@ class TFact final : public ICloneable, public Pooled {
   const Ref<IKBValue>& GetValue(std::string_view name);
   // The stored cell, or a filled-in default; null for a slot that the template lacks.
   Ref<IKBValue> ContainsKey(std::string_view name);
-  // Stores the cell itself, null as FCNil. Where the slot wants floats an integer becomes one: with
-  // dynamic checks in the given cell, else in a new one. With those checks any other invalid value
-  // raises with the slot's reason.
+  // Stores the cell itself, null as FCNil. Numbers are made to fit the slot, see FitNumbers: an
+  // integer becomes a float with dynamic checks in the given cell, else in a new one. With those
+  // checks an invalid value raises with the slot's reason.
   void SetValue(std::string_view name, const Ref<IKBValue>& value);
-  // Makes floats of integers that came into slots of floats otherwise, as by a cell that was
-  // changed in place. The engine calls it at assertion.
+  // Makes numbers fit that came into their slots otherwise, as by a cell that was changed in place.
+  // The engine calls it at assertion.
   void FitToSlots();
 
   const Ref<IKBValue>& GetValueAt(std::int32_t ordinal);

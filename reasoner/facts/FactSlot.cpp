@@ -1,8 +1,13 @@
 #include "reasoner/facts/FactSlot.h"
 
+#include <optional>
+#include <utility>
+
 #include "reasoner/facts/FactTemplate.h"
+#include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/values/KBFuzzySet.h"
+#include "reasoner/values/ValueVector.h"
 #include "reasoner/vocabulary/Messages.h"
 
 namespace reasoner {
@@ -221,6 +226,35 @@ void TFactSlot::AssignType(const TFactSlot& source, IReasoner& reasoner,
   } else {
     SetSlotDefault(value);
   }
+}
+
+// The number as one of the wanted type; null where it stays as it is.
+static Ref<IKBValue> FittingNumber(const IKBValue* value, TKBType wanted) {
+  if (value == nullptr) return nullptr;
+  if (value->GetDType() == dtInteger && wanted == dtFloat) return NewFloat(value->RawInteger());
+  if (value->GetDType() != dtFloat || wanted != dtInteger) return nullptr;
+  const std::optional<std::int32_t> whole = TruncateToInteger(value->RawFloat());
+  return whole && *whole == value->RawFloat() ? NewInteger(*whole) : Ref<IKBValue>();
+}
+
+void FitNumbers(Ref<IKBValue>& value, TKBTypes types, bool plain) {
+  const bool takes_floats = types.Has(dtFloat);
+  if (takes_floats == types.Has(dtInteger) || !(takes_floats || plain)) return;
+  const TKBType wanted = takes_floats ? dtFloat : dtInteger;
+  if (Ref<IKBValue> number = FittingNumber(value.get(), wanted)) {
+    value = std::move(number);
+    return;
+  }
+  if (value->GetDType() != dtList) return;
+  const IValueVector& list = *value->GetAsList();
+  Ref<IValueVector> fitting;
+  for (std::int32_t i = 0; i < list.GetValueCount(); ++i) {
+    Ref<IKBValue> number = FittingNumber(list.GetItem(i).get(), wanted);
+    if (!number) continue;
+    if (!fitting) fitting = list.Clone();
+    fitting->SetItem(i, number);
+  }
+  if (fitting) value = NewList(fitting);
 }
 
 Ref<IFactSlot> TFactSlot::Clone() const {

@@ -84,4 +84,9 @@ class TFactSlot final : public ICloneable, private IKBValueListener {
   bool default_dynamic_ = false;
 };
 
+// Numbers as a slot of these types holds them, so that equal ones are equal: an integer becomes a
+// float where floats alone are taken. In the plain meaning a float without a fraction becomes an
+// integer where integers alone are. A list is not changed but replaced.
+void FitNumbers(Ref<IKBValue>& value, TKBTypes types, bool plain);
+
 }  // namespace reasoner

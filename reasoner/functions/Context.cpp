@@ -24,7 +24,11 @@ std::string TBinding::ToString() const {
 }
 
 TKBContext::TKBContext(TKBContext* parent, IReasoner* engine)
-    : IScope(this), engine_(engine), parent_(parent) {
+    : IScope(this),
+      engine_(engine),
+      parent_(parent),
+      outer_(parent),
+      bottom_(parent == nullptr ? this : parent->bottom_) {
   if (parent == nullptr) return;
   Fact = parent->Fact;
   Token = parent->Token;
@@ -49,16 +53,14 @@ TBinding* TKBContext::FindOwnBinding(const Text& name) const {
 }
 
 TBinding* TKBContext::FindBinding(const Text& name) const {
-  for (const TKBContext* frame = this; frame != nullptr; frame = frame->parent_) {
+  for (const TKBContext* frame = this; frame != nullptr; frame = frame->outer_) {
     if (TBinding* binding = frame->FindOwnBinding(name)) return binding;
   }
   return nullptr;
 }
 
 TBinding* TKBContext::FindGlobalBinding(const Text& name) const {
-  const TKBContext* frame = this;
-  while (frame->parent_ != nullptr) frame = frame->parent_;
-  return frame->FindOwnBinding(name);
+  return bottom_->FindOwnBinding(name);
 }
 
 const Ref<IKBValue>& TKBContext::GetVariable(const Text& name) const {
@@ -108,9 +110,7 @@ void TKBContext::AddLocalBinding(const Text& name, const Ref<IKBValue>& value) {
 }
 
 void TKBContext::AddGlobalBinding(const Text& name, const Ref<IKBValue>& value) {
-  TKBContext* frame = this;
-  while (frame->parent_ != nullptr) frame = frame->parent_;
-  frame->SetVariable(name, value);
+  bottom_->SetVariable(name, value);
 }
 
 void TKBContext::SetVariable(const Text& name, const Ref<IKBValue>& value) {
@@ -235,12 +235,18 @@ void TKBContext::Resolve(IFact& fact) {
 }
 
 Ref<IKBValue> TKBContext::FindValue(const Text& name) {
-  for (const TKBContext* frame = this; frame != nullptr; frame = frame->parent_) {
+  for (const TKBContext* frame = this; frame != nullptr; frame = frame->outer_) {
     if (const TBinding* binding = frame->FindOwnBinding(name)) return binding->Value;
     if (frame->host_scope_ == nullptr) continue;
     if (Ref<IKBValue> value = frame->host_scope_->FindValue(name)) return value;
   }
   return nullptr;
+}
+
+void TKBContext::RaiseUnknown(const Text& name) const {
+  const bool is_literal = engine_ == nullptr || !engine_->GetLink()->textbook_semantics;
+  if (is_literal) IScope::RaiseUnknown(name);
+  Raise(SUnknownVariable, name.view());
 }
 
 Ref<IKBValue> TKBContext::ReadMatch(const TBindingInfo& info) {

@@ -2,8 +2,10 @@
 //
 // A frame gives variables their values, tells which fact and token a pattern's variable refers to,
 // and carries a function's return value. Frames form a stack by their parent links; the bottom
-// frame holds the global variables and belongs to the engine. Names are shared texts, so that
-// finding one is as a rule a comparison of pointers.
+// frame holds the global variables and belongs to the engine. A name that a frame does not have is
+// looked up in the frame's outer one: its parent, or the bottom frame for the frame of a called
+// function, which does not see the variables of its caller. Names are shared texts, so that finding
+// one is as a rule a comparison of pointers.
 
 #pragma once
 
@@ -52,12 +54,16 @@ class TKBContext : public TObject, public IScope {
 
   IReasoner* GetEngine() const noexcept { return engine_; }
   TKBContext* GetParent() const noexcept { return parent_; }
+  // The frame where a name is looked up that this one does not have; null at the bottom.
+  TKBContext* GetOuter() const noexcept { return outer_; }
+  // From here on this frame and those above it see nothing between it and the bottom.
+  void HideCallers() noexcept { outer_ = this == bottom_ ? nullptr : bottom_; }
 
   // The fact being joined and the match so far, or null.
   Ref<IFact> Fact;
   Ref<const IMatch> Token;
 
-  // The first binding of the name from this frame down to the bottom, or null. Valid until that
+  // The first binding of the name from this frame outwards to the bottom, or null. Valid until that
   // frame's names change.
   TBinding* FindBinding(const Text& name) const;
   TBinding* FindOwnBinding(const Text& name) const;
@@ -67,7 +73,7 @@ class TKBContext : public TObject, public IScope {
   // The names of this frame in the order in which they came.
   const std::vector<std::unique_ptr<TBinding>>& GetBindings() const noexcept { return bindings_; }
 
-  // Replaces the value of the name wherever it is bound, else binds it here.
+  // Replaces the value of the name where FindBinding finds it, else binds it here.
   void AddBinding(const Text& name, const Ref<IKBValue>& value);
   // Binds the name here to a place in the match.
   void AddBinding(const Text& name, std::int32_t fact_index, const Text& slot_index,
@@ -106,6 +112,7 @@ class TKBContext : public TObject, public IScope {
   // IScope
   Ref<IKBValue> FindValue(const Text& name) override;
   Ref<IKBValue> ReadMatch(const TBindingInfo& info) override;
+  [[noreturn]] void RaiseUnknown(const Text& name) const override;
 
  private:
   TBinding& Put(std::unique_ptr<TBinding> binding);
@@ -115,6 +122,8 @@ class TKBContext : public TObject, public IScope {
   Ref<IKBValue> return_value_;
   IReasoner* engine_;
   TKBContext* parent_;
+  TKBContext* outer_;
+  TKBContext* bottom_;
   IScope* host_scope_ = nullptr;
   std::vector<std::unique_ptr<TBinding>> bindings_;
   // Only for frames with many names, as the bottom one may have.

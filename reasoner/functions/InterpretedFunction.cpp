@@ -47,11 +47,10 @@ bool TInterpretedFunction::BindsEachArgumentOnce() const {
 // meaning each is evaluated in the new frame, after the formals before it are bound: a formal can
 // hide a variable that a later argument names. The argument of a formal that is no variable is
 // evaluated in neither.
-void TInterpretedFunction::BindFormals(const IFunCall& fun_call, TKBContext& frame) const {
+void TInterpretedFunction::BindFormals(const IFunCall& fun_call, TKBContext& frame,
+                                       bool is_literal) const {
   const std::int32_t given = fun_call.GetArgumentCount();
   const std::int32_t count = GetArgumentCount();
-  const IReasoner* const engine = frame.GetEngine();
-  const bool is_literal = engine != nullptr && !engine->GetLink()->textbook_semantics;
   TKBContext* const scope = is_literal ? &frame : frame.GetParent();
   std::vector<Ref<IKBValue>> evaluated;
   // OPTIMIZATION: the caller's frame does not see the formals, so each argument is evaluated where
@@ -97,7 +96,11 @@ void TInterpretedFunction::Call(const IFunCall& fun_call, TKBContext& context,
   // The frame lives and ends here: a `return` in the body is this call's alone, and a `return` that
   // is pending in the caller is not touched.
   TKBContext frame(&context, context.GetEngine());
-  BindFormals(fun_call, frame);
+  const IReasoner* const engine = context.GetEngine();
+  const bool is_literal = engine != nullptr && !engine->GetLink()->textbook_semantics;
+  // In the literal meaning the body sees the variables of its caller, too.
+  if (!is_literal) frame.HideCallers();
+  BindFormals(fun_call, frame, is_literal);
   const Ref<IValueVector> statements = statements_;
   result = FCNil;
   for (std::int32_t i = 0; i < statements->GetValueCount(); ++i) {

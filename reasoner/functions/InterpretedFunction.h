@@ -44,7 +44,7 @@ class TInterpretedFunction final : public TKBUserFunction {
 
  private:
   bool BindsEachArgumentOnce() const;
-  void BindFormals(const IFunCall& fun_call, TKBContext& frame) const;
+  void BindFormals(const IFunCall& fun_call, TKBContext& frame, bool is_literal) const;
 
   Ref<IValueVector> arguments_ = NewVector();
   Ref<IValueVector> statements_ = NewVector();

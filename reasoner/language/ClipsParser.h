@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -208,9 +209,17 @@ class TKBClipsParser : public TKBParser {
     Ref<IKBValue> max;
   };
   TBounds ParseBounds(std::string_view name, bool allow_variable, Ref<IStreamToken>& last);
+  void RequireNotEmpty(const TBounds& bounds, std::string_view name);
+  void SetUniverse(IFuzzyVariable& variable, const TBounds& bounds);
   Ref<IKBValue> ParseBound(const Ref<IStreamToken>& token, bool allow_variable);
   void ParseAllowedEnumerations(IKBDefinedType& type, TWordCase word_case, Ref<IStreamToken>& last);
   std::string ParseUnits();
+
+  std::int32_t WholeNumber(const IKBValue& value);
+
+  bool HasPlainMeaning() const noexcept { return engine_.GetLink()->textbook_semantics; }
+  // Numbers as slots of these types hold them.
+  void FitToTypes(Ref<IKBValue>& value, TKBTypes types) const;
 
   void ParseDeclare(TRule& rule, Ref<IStreamToken>& token);
   std::unique_ptr<TKBPattern> ParseTest(std::int32_t negated_count);
@@ -226,12 +235,34 @@ class TKBClipsParser : public TKBParser {
   // A generated name that the rule does not hold yet.
   Text NewVariableName(const TVariableTable& variables, std::string_view prefix);
 
-  TKBClipsStream* clips_stream_ = nullptr;  // stream_ under its own type
+  // The template of a fact or a pattern; an unknown one is implied.
+  Ref<IFactTemplate> TemplateOf(std::string_view name);
+
+  // Takes back the templates that a text has implied when the text is refused, if nothing else has
+  // come to use them. Of guards that stand inside of each other each takes back its own part.
+  class ImpliedGuard {
+   public:
+    explicit ImpliedGuard(TKBClipsParser& parser)
+        : parser_(parser),
+          count_before_(parser.implied_.size()),
+          failures_before_(std::uncaught_exceptions()) {
+      ++parser.implied_guards_;
+    }
+    ~ImpliedGuard();
+    ImpliedGuard(const ImpliedGuard&) = delete;
+    ImpliedGuard& operator=(const ImpliedGuard&) = delete;
+
+   private:
+    TKBClipsParser& parser_;
+    std::size_t count_before_;
+    int failures_before_;
+  };
+
+  TKBClipsStream* clips_stream_ = nullptr;   // stream_ under its own type
+  std::vector<Ref<IFactTemplate>> implied_;  // by the texts that are being read, oldest first
+  std::int32_t implied_guards_ = 0;
   mutable std::vector<TSlotFunction> slot_functions_;
   bool call_failed_ = false;  // the last failure came from a call that ran, and not from reading
 };
-
-// Turns integers into floats, a list's members too, where the types have floats alone.
-void ConvertIntegers(Ref<IKBValue>& value, TKBTypes types);
 
 }  // namespace reasoner

@@ -221,6 +221,23 @@ TKBClipsParser::TBounds TKBClipsParser::ParseBounds(std::string_view name, bool 
   return bounds;
 }
 
+// In the literal meaning a fraction is cut off.
+std::int32_t TKBClipsParser::WholeNumber(const IKBValue& value) {
+  const std::int32_t number = value.GetAsInteger();
+  if (HasPlainMeaning() && value.GetDType() == dtFloat && number != value.RawFloat()) {
+    ParseError(kLocation, SNotCorrectType, "INTEGER", value.ToString(),
+               GetKBTypeName(value.GetDType()));
+  }
+  return number;
+}
+
+// In the literal meaning the maximum takes the minimum along.
+void TKBClipsParser::RequireNotEmpty(const TBounds& bounds, std::string_view name) {
+  if (!bounds.min || !bounds.max || !engine_.GetLink()->textbook_semantics) return;
+  if (bounds.min->GetAsNumeric() > bounds.max->GetAsNumeric())
+    ParseError(kLocation, SEmptyBounds, name, bounds.min->ToString(), bounds.max->ToString());
+}
+
 void TKBClipsParser::ParseRangeAndCardinality(IKBDefinedType& type, bool is_cardinality,
                                               TWordCase word_case, Ref<IStreamToken>& last) {
   const Ref<IKBDefinedType> kept(&type);
@@ -232,11 +249,13 @@ void TKBClipsParser::ParseRangeAndCardinality(IKBDefinedType& type, bool is_card
   }
   if (is_cardinality) {
     const TBounds bounds = ParseBounds("cardinality", true, last);
+    RequireNotEmpty(bounds, "cardinality");
     type.SetCardinalityLimited(true);
-    if (bounds.min) type.SetMinCardinality(bounds.min->GetAsInteger());
-    if (bounds.max) type.SetMaxCardinality(bounds.max->GetAsInteger());
+    if (bounds.min) type.SetMinCardinality(WholeNumber(*bounds.min));
+    if (bounds.max) type.SetMaxCardinality(WholeNumber(*bounds.max));
   } else {
     const TBounds bounds = ParseBounds("range", true, last);
+    RequireNotEmpty(bounds, "range");
     type.SetRangeLimited(true);
     if (bounds.min) type.SetMinRange(bounds.min->GetAsNumeric());
     if (bounds.max) type.SetMaxRange(bounds.max->GetAsNumeric());
@@ -266,6 +285,7 @@ void TKBClipsParser::ParseAllowedEnumerations(IKBDefinedType& type, TWordCase wo
     } else {
       value = ResolveToken(*token);
     }
+    if (clause->kinds == TValueConstraints{vcInteger}) WholeNumber(*value);
     type.AddConstraint(clause->convert(value));
   }
   last = token;

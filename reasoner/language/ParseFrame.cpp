@@ -23,6 +23,11 @@ constexpr std::int32_t kNoEnd = 65535;
 constexpr std::size_t kLongestEcho = 255;
 constexpr std::size_t kEchoPart = 128;
 
+constexpr std::pair<std::string_view, TParsedType> kConstructs[] = {
+    {"defrule", ptRule},         {"deffacts", ptFactSet},  {"deftemplate", ptFactTemplate},
+    {"deffunction", ptFunction}, {"defglobal", ptGlobals}, {"deftype", ptDefType},
+};
+
 // What was returned at top level returns from nothing: it must not reach the next expression.
 class ScopedTopLevel {
  public:
@@ -157,18 +162,20 @@ bool TKBClipsParser::NextIs(char character) {
 
 // Top-level expressions.
 
+std::vector<std::string_view> ConstructWords() {
+  std::vector<std::string_view> words;
+  for (const auto& [word, type] : kConstructs) words.push_back(word);
+  return words;
+}
+
 TParsedType TKBClipsParser::GetConstructType(const Ref<IStreamToken>& token) {
   if (token->IsEnd()) return ptEOF;
   if (token->IsPlainValue() && !token->Is(dtString)) return ptValue;
   if (!token->Is('(')) ParseError("GetConstructType", SExpectedParenConstVar, token->ToString());
   PutBack(token);
-  static constexpr std::pair<std::string_view, TParsedType> kKeywords[] = {
-      {"defrule", ptRule},         {"deffacts", ptFactSet},  {"deftemplate", ptFactTemplate},
-      {"deffunction", ptFunction}, {"defglobal", ptGlobals}, {"deftype", ptDefType},
-  };
   const std::string head = Stream().Head();
-  for (const auto& [keyword, type] : kKeywords) {
-    if (head == keyword) return type;
+  for (const auto& [word, type] : kConstructs) {
+    if (head == word) return type;
   }
   return ptFunCall;
 }
@@ -199,6 +206,7 @@ void TKBClipsParser::EnterFactSet(TObject*& object) {
 }
 
 bool TKBClipsParser::ParseExpression(bool execute) {
+  const ImpliedGuard implied(*this);
   const ScopedTopLevel top_level(engine_.GetContext());
   Ref<IKBValue> result = FCNil;
   TObject* object = nullptr;
@@ -429,6 +437,7 @@ bool TKBClipsParser::Load() {
 
 bool TKBClipsParser::LoadFacts() {
   LoadEach([this] {
+    const ImpliedGuard implied(*this);
     const ScopedTopLevel top_level(engine_.GetContext());
     const Ref<IStreamToken> token = Next();
     if (token->IsEnd()) return false;

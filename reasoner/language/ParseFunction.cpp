@@ -7,6 +7,7 @@
 namespace reasoner {
 
 Ref<IUserFunction> TKBClipsParser::ParseFunction() {
+  const ImpliedGuard implied(*this);
   static constexpr std::string_view kLocation = "ParseFunction";
   const THeader header = ParseHeader(SExpectedDefFunction.kFormat, kLocation, "deffunction", true);
   const Ref<TInterpretedFunction> function = Make<TInterpretedFunction>(header.name);

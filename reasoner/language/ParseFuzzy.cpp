@@ -31,7 +31,7 @@ void TKBClipsParser::ParseFuzzyClauses(IFuzzyVariable& variable) {
     if (word->IsWord("range")) {
       const TBounds bounds = ParseBounds("range", false, last);
       if (!bounds.min || !bounds.max) ParseError(kLocation, SExpectedValue);
-      variable.SetUniverse(bounds.min->GetAsNumeric(), bounds.max->GetAsNumeric());
+      SetUniverse(variable, bounds);
     } else if (word->IsWord("units")) {
       variable.SetUnits(ParseUnits());
       Expect(')', kLocation);
@@ -51,6 +51,21 @@ void TKBClipsParser::ParseFuzzyClauses(IFuzzyVariable& variable) {
     }
   }
   OnParseFuzzyVariable(*this, kept);
+}
+
+// Ends that are not in order are put in order. Between two equal ones no word means anything, but
+// 0 and 0 are what a type without a range prints.
+void TKBClipsParser::SetUniverse(IFuzzyVariable& variable, const TBounds& bounds) {
+  const double from = bounds.min->GetAsNumeric();
+  const double to = bounds.max->GetAsNumeric();
+  const std::string min = bounds.min->ToString();
+  const std::string max = bounds.max->ToString();
+  if (from == to && from != 0 && engine_.GetLink()->textbook_semantics)
+    ParseError("ParseFuzzyVariable", SFuzzyRangePoint, min, max);
+  variable.SetUniverse(from, to);
+  IFuzzyParser* const parser = variable.GetParser();
+  if (from > to && parser != nullptr)
+    parser->Warn(FillMessage(SFuzzyShapeOrder, "(range " + min + " " + max + ")"));
 }
 
 // Up to the parenthesis behind the terms. `terms` are those that the variable has got so far from

@@ -1,5 +1,8 @@
 // Rules: the declare block, the conditional elements, the constraints of a pattern, the actions.
 
+#include <algorithm>
+#include <iterator>
+
 #include "reasoner/language/ClipsParser.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
@@ -8,6 +11,7 @@
 namespace reasoner {
 
 std::unique_ptr<TRule> TKBClipsParser::ParseRule() {
+  const ImpliedGuard implied(*this);
   static constexpr std::string_view kLocation = "ParseRule";
   const THeader header = ParseHeader(SExpectedDefRule.kFormat, kLocation, "defrule", true);
   auto rule = std::make_unique<TRule>(&engine_.AsComponent());
@@ -75,6 +79,7 @@ void TKBClipsParser::ParseDeclare(TRule& rule, Ref<IStreamToken>& token) {
 }
 
 void TKBClipsParser::ParseRulePatterns(TRule& rule, TVariableTable& variables) {
+  const ImpliedGuard implied(*this);
   static constexpr std::string_view kLocation = "ParseRulePatterns";
   Ref<IStreamToken> token = Next();
   for (; token->Is('(') || token->Is(dtVariable); token = Next()) {
@@ -131,13 +136,22 @@ std::unique_ptr<TKBPattern> TKBClipsParser::ParseTest(std::int32_t negated_count
 std::unique_ptr<TKBPattern> TKBClipsParser::ParsePlainPattern(std::string_view name,
                                                               std::int32_t negated_count,
                                                               TVariableTable& variables) {
-  const Ref<IFactTemplate> fact_template = engine_.CreateFactTemplate(name);
+  // Inside of an ordered pattern no parenthesis is opened: elements of other rule languages are
+  // told by their names.
+  static constexpr std::string_view kForeignElements[] = {"and", "or", "forall", "logical",
+                                                          "object"};
+  const bool is_foreign = std::find(std::begin(kForeignElements), std::end(kForeignElements),
+                                    name) != std::end(kForeignElements);
+  if (is_foreign && !engine_.FindFactTemplate(name) && NextIs('('))
+    ParseError("ParsePattern", SNoSuchElement, name);
+  const Ref<IFactTemplate> fact_template = TemplateOf(name);
   auto pattern = std::make_unique<TKBPattern>(nullptr, name, fact_template, negated_count);
   Ref<IStreamToken> token = Next();
   if (fact_template->IsOrdered()) {
     ParsePatternSlot(*pattern, variables, token);
   } else {
     for (; token->Is('('); token = Next()) ParsePatternSlot(*pattern, variables, token);
+    if (!token->Is(')')) ParseError("ParsePattern", SBadSlotName, token->ToString());
   }
   OnParsePattern(*this, *pattern);
   return pattern;
@@ -221,21 +235,21 @@ void TKBClipsParser::ParseConstraint(TField& field, Ref<IStreamToken> token) {
     ParseFuzzyConstraint(field, negated);
   } else if (token->IsPlainValue()) {
     Ref<IKBValue> value = token->Value();
-    ConvertIntegers(value, field.slot.GetSlotType());
+    FitToTypes(value, field.slot.GetSlotType());
     AddTest(field, value, negated);
   } else {
     ParseError("ParsePattern", SBadSlotValue, token->ToString());
   }
 }
 
-// `=(call)` becomes a variable of its own and a call that compares it with the result.
+// `=(call)` becomes a variable without a written name and a call that compares it with the result.
 void TKBClipsParser::AddReturnValueTests(const TField& field, bool negated) {
   const Ref<IFunCall> fun_call = ParseFunCall();
   const Ref<IFunCall> comparison = Make<TFunctionCall>(&engine_, "eq*");
   comparison->BindLogicFunction(engine_.GetLogicFunction(lfEqStar));
   const Ref<IKBValue> variable =
       Make<TKBValue>(NewVariableName(field.variables, SEqStarPrefix), dtVariable);
-  AddTest(field, variable, false);
+  AddWildcard(field, variable, false);
   comparison->AddArgument(variable->Clone());
   comparison->AddArgument(fun_call);
   TField joined = field;

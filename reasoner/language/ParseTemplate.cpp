@@ -91,7 +91,7 @@ void TKBClipsParser::FinishDefault(IFactSlot& slot, Ref<IKBValue> slot_default) 
   }
   if (slot_default) {
     if (StaticChecks && !(slot_default == FCNil) && !(slot_default == FCNilList)) {
-      ConvertIntegers(slot_default, slot.GetSlotType());
+      FitToTypes(slot_default, slot.GetSlotType());
       if (!slot.IsValid(slot_default.get())) {
         ParseError("ParseFactTemplateSlot",
                    std::string_view(slot.GetInvalidValueString(*slot_default)));
@@ -106,7 +106,34 @@ void TKBClipsParser::FinishDefault(IFactSlot& slot, Ref<IKBValue> slot_default) 
 
 // Facts.
 
+Ref<IFactTemplate> TKBClipsParser::TemplateOf(std::string_view name) {
+  if (Ref<IFactTemplate> known = engine_.FindFactTemplate(name)) return known;
+  Ref<IFactTemplate> implied = engine_.CreateFactTemplate(name);
+  if (HasPlainMeaning()) implied_.push_back(implied);
+  return implied;
+}
+
+TKBClipsParser::ImpliedGuard::~ImpliedGuard() {
+  const bool is_refused = std::uncaught_exceptions() > failures_before_;
+  std::vector<Ref<IFactTemplate>>& implied = parser_.implied_;
+  // What the text still holds is left to the guard around this one.
+  std::vector<Ref<IFactTemplate>> held;
+  while (is_refused && implied.size() > count_before_) {
+    Ref<IFactTemplate> latest = std::move(implied.back());
+    implied.pop_back();
+    try {
+      if (parser_.engine_.ForgetTemplate(latest)) continue;
+    } catch (...) {
+      // The failure that is on its way says more.
+    }
+    held.push_back(std::move(latest));
+  }
+  implied.insert(implied.end(), held.rbegin(), held.rend());
+  if (--parser_.implied_guards_ == 0) implied.clear();
+}
+
 Ref<IFact> TKBClipsParser::ParseFact() {
+  const ImpliedGuard implied(*this);
   static constexpr std::string_view kLocation = "ParseFact";
   const Ref<IStreamToken> open = Next();
   const Ref<IStreamToken> name = Next();
@@ -116,7 +143,7 @@ Ref<IFact> TKBClipsParser::ParseFact() {
     fact_template = engine_.FindFactTemplate(name->GetText());
     if (!fact_template) ParseError(kLocation, SUnknownFactTemplate, name->GetText().view());
   } else {
-    fact_template = engine_.CreateFactTemplate(name->GetText());
+    fact_template = TemplateOf(name->GetText());
   }
   Ref<IFact> fact = Make<TFact>(fact_template);
   const bool is_ordered = fact_template->IsOrdered();
@@ -155,6 +182,7 @@ void TKBClipsParser::ParseFactSlot(IFact& fact, std::string& name) {
 }
 
 std::unique_ptr<TFactSet> TKBClipsParser::ParseFactSet() {
+  const ImpliedGuard implied(*this);
   static constexpr std::string_view kLocation = "ParseFactSet";
   const THeader header = ParseHeader(SExpectedDeffacts.kFormat, kLocation, "deffacts", true);
   auto fact_set = std::make_unique<TFactSet>();

@@ -7,18 +7,8 @@
 
 namespace reasoner {
 
-void ConvertIntegers(Ref<IKBValue>& value, TKBTypes types) {
-  if (!types.Has(dtFloat) || types.Has(dtInteger)) return;
-  if (value->GetDType() == dtInteger) {
-    value = NewFloat(value->GetAsNumeric());
-  } else if (value->GetDType() == dtList && !value->IsConstant()) {
-    IValueVector& list = *value->GetAsList();
-    for (std::int32_t i = 0; i < list.GetValueCount(); ++i) {
-      const Ref<IKBValue>& member = list.GetItem(i);
-      if (member && member->GetDType() == dtInteger)
-        list.SetItem(i, NewFloat(member->GetAsNumeric()));
-    }
-  }
+void TKBClipsParser::FitToTypes(Ref<IKBValue>& value, TKBTypes types) const {
+  FitNumbers(value, types, HasPlainMeaning());
 }
 
 Ref<IKBValue> TKBClipsParser::ResolveToken(const IStreamToken& token) {
@@ -104,7 +94,7 @@ void TKBClipsParser::CheckValue(Ref<IKBValue>& value, TKBTypes types,
   if (value == FCNil || value == FCNilList) return;
   if (KBAlwaysValidTypes.Has(value->GetDType())) return;
   static constexpr std::string_view kLocation = "ParseValue(SlotTypes)";
-  ConvertIntegers(value, types);
+  FitToTypes(value, types);
   if (defined_type != nullptr) {
     if (!defined_type->IsValid(*value)) {
       ParseError(kLocation, std::string_view(defined_type->GetInvalidValueString(*value)));
@@ -113,7 +103,8 @@ void TKBClipsParser::CheckValue(Ref<IKBValue>& value, TKBTypes types,
   }
   const TKBType type = value->GetDType();
   if (types.Has(type)) return;
-  if (type == dtFloat && types.Has(dtInteger)) {
+  // In the literal meaning the fraction is cut off.
+  if (type == dtFloat && types.Has(dtInteger) && !HasPlainMeaning()) {
     value = NewInteger(value->GetAsInteger());
     return;
   }
@@ -154,6 +145,7 @@ Ref<IValueVector> TKBClipsParser::ParseValuePair() {
 // Calls.
 
 Ref<IFunCall> TKBClipsParser::ParseFunCall() {
+  const ImpliedGuard implied(*this);
   const NestingGuard guard(*this, "ParseFunCall");
   const Ref<IStreamToken> open = Next();
   if (!open->Is('(')) ParseError("ParseFunCall", SMissingOpenParens);

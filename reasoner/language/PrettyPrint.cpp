@@ -578,20 +578,20 @@ std::string PrettyPrint(const IUserFunction& function) {
 // Patterns and rules.
 
 static void AppendTests(std::string& text, const TKBPattern& pattern, std::int32_t slot) {
-  const auto& tests = pattern.GetWrittenTests(slot);
-  if (tests.empty()) {
-    if (!pattern.HasTestList(slot) || pattern.GetSlotLength(slot) == 0) return;
-    // Every test has been taken away: any value will do.
-    const IFactSlot* const fact_slot =
-        pattern.GetFactTemplate()->FindSlot(pattern.GetSlotName(slot));
-    text += fact_slot != nullptr && fact_slot->IsMulti() ? "$?" : "?";
-    return;
-  }
-  for (std::size_t i = 0; i < tests.size(); ++i) {
-    const TKBPatternMatchTest& test = *tests[i];
+  for (std::int32_t i = 0; i < pattern.GetSlotTestCount(slot); ++i) {
+    const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, i);
     if (i > 0) {
-      const bool same_field = test.GetMultiSlotSubIndex() == tests[i - 1]->GetMultiSlotSubIndex();
+      const bool same_field =
+          test.GetMultiSlotSubIndex() == pattern.GetSlotTest(slot, i - 1).GetMultiSlotSubIndex();
       text += !same_field ? ' ' : test.IsJoinedByAnd() ? '&' : '|';
+    }
+    const bool is_last = i + 1 == pattern.GetSlotTestCount(slot);
+    const TKBPatternMatchTest* const next = is_last ? nullptr : &pattern.GetSlotTest(slot, i + 1);
+    if (const IKBValue* const computed = next == nullptr ? nullptr : test.ComputedBy(*next)) {
+      text += next->GetSlotTestType() == sttNotEquals ? "~=" : "=";
+      AppendSource(text, *computed);
+      ++i;
+      continue;
     }
     if (test.GetSlotTestType() == sttNotEquals && !pattern.IsTest()) text += '~';
     if (test.GetSlotValue()->GetDType() == dtFunCall && !pattern.IsTest()) text += ':';
@@ -608,8 +608,10 @@ static bool IsNegatedTest(const TKBPattern& pattern, std::int32_t slot) {
          pattern.GetSlotTest(slot, 0).GetSlotTestType() == sttNotEquals;
 }
 
-std::string PrettyPrint(const TKBPattern& pattern) {
-  if (!pattern.GetFactTemplate()) Raise(SNoTemplate);
+std::string PrettyPrint(const TKBPattern& written) {
+  if (!written.GetFactTemplate()) Raise(SNoTemplate);
+  const std::unique_ptr<TKBPattern> normal = written.Normalized(written.GetFactTemplate());
+  const TKBPattern& pattern = *normal;
   std::string text = "(" + AtomToSource(pattern.GetName()) + " ";
   std::int32_t negations = pattern.GetNegatedCount();
   if (pattern.GetFactTemplate()->IsOrdered()) {
@@ -657,8 +659,6 @@ std::string PrettyPrint(const TRule& rule, TRuleConstruct construct) {
     return text;
   }
   for (std::int32_t i = 0; i < rule.GetPatternCount(); ++i) {
-    // The pattern behind a goal's is made by the rule itself.
-    if (i > 0 && rule.GetPattern(i - 1).GetName().starts_with(SBackChainPrefix)) continue;
     if (!text.empty()) text += NewLineString;
     text += IndentString;
     text += IndentSource(PrettyPrint(rule.GetPattern(i)));

@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "reasoner/functions/UserFunction.h"
 #include "reasoner/values/ValueVector.h"
@@ -15,6 +16,9 @@ namespace reasoner {
 
 // Whether a type clause reads the word as a type of the language.
 bool IsTypeWord(std::string_view word);
+
+// The words that begin a construct.
+std::vector<std::string_view> ConstructWords();
 
 // Puts the values one after the other into the conversions of a format: d u x e f g m p s, with
 // `-`, width and precision; "%n" is a line break. A conversion of another kind uses a value up and

@@ -91,7 +91,9 @@ class TEqFunction final : public TFirstWithEach<TEqFunction> {
   static bool Holds(const IKBValue& a, const IKBValue& b) { return a.Equals(b); }
 };
 
-class TEqStarFunction final : public TFirstWithEach<TEqStarFunction> {
+// In the literal meaning each argument is read as the first one's type, and one that cannot be read
+// so raises: (eq* 1 1.5) is TRUE, and (eq* 1 x) fails.
+class TEqStarFunction final : public TBuiltinFunction<TEqStarFunction> {
  public:
   static constexpr TFunctionInfo kInfo{
       .name = "eq*",
@@ -102,7 +104,17 @@ class TEqStarFunction final : public TFirstWithEach<TEqStarFunction> {
           "Note that the types may differ",
       .example = "(eq* 1 1.0)"};
 
-  static bool Holds(const IKBValue& a, const IKBValue& b) { return a.EqualsStar(b); }
+  void Call(const IFunCall& fun_call, TKBContext& context, Ref<IKBValue>& result) override {
+    const bool plain = HasPlainMeaning(context);
+    const Ref<IKBValue> first = EvaluateArgument(fun_call, 0, context);
+    for (std::int32_t i = 1; i < fun_call.GetArgumentCount(); ++i) {
+      const Ref<IKBValue> value = EvaluateArgument(fun_call, i, context);
+      if (plain ? first->EqualsInValue(*value) : first->EqualsStar(*value)) continue;
+      result = FCFalse;
+      return;
+    }
+    result = FCTrue;
+  }
 };
 
 class TNeqFunction final : public TFirstWithEach<TNeqFunction> {

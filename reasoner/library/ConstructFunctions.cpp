@@ -161,7 +161,7 @@ class TListVariablesFunction final : public TKindFunction<TListVariablesFunction
     if (GetKind() == vkGlobals) {
       names = engine.GetGlobalVariables().GetKeys();
     } else {
-      for (const TKBContext* frame = &context; frame != nullptr; frame = frame->GetParent()) {
+      for (const TKBContext* frame = &context; frame != nullptr; frame = frame->GetOuter()) {
         for (const auto& binding : frame->GetBindings()) names.push_back(binding->GetName().str());
       }
     }

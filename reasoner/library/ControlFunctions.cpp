@@ -312,13 +312,13 @@ class TBindFunction final : public TBuiltinFunction<TBindFunction> {
   }
 
  private:
-  // A global that no frame above the bottom hides.
+  // A global that no frame in between hides.
   static bool IsGlobal(const Text& name, const TKBContext& context) {
     if (context.GetEngine() == nullptr || !context.GetEngine()->HasGlobalVariable(name)) {
       return false;
     }
     const TKBContext* frame = &context;
-    for (; frame->GetParent() != nullptr; frame = frame->GetParent()) {
+    for (; frame->GetOuter() != nullptr; frame = frame->GetOuter()) {
       if (frame->FindOwnBinding(name) != nullptr) return false;
     }
     return true;

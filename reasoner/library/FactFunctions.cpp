@@ -162,18 +162,6 @@ Ref<IKBValue> NewSlotValue(const IValueVector& pair, const IFactSlot& slot, TKBC
   return own;
 }
 
-// Raises for a value that the slot does not take. An integer becomes a float where the slot wants
-// one.
-void CheckSlotValue(const IFactSlot& slot, IKBValue& value) {
-  if (slot.IsValid(&value)) return;
-  const TKBTypes types = slot.GetSlotType();
-  if (value.GetDType() == dtInteger && types.Has(dtFloat) && !types.Has(dtInteger)) {
-    value.SetAsFloat(value.GetAsFloat());
-    if (slot.IsValid(&value)) return;
-  }
-  throw EKBException(slot.GetInvalidValueString(value));
-}
-
 // Evaluates and checks all pairs of a call before anything is changed: a failure leaves every fact
 // as it was.
 TSlotChanges EvaluateChanges(const IFunCall& fun_call, const IFactTemplate& fact_template,
@@ -186,7 +174,9 @@ TSlotChanges EvaluateChanges(const IFunCall& fun_call, const IFactTemplate& fact
     const Text slot_name = name ? name->GetAsString() : Text();
     const Ref<IFactSlot> slot = fact_template.GetSlot(slot_name);
     Ref<IKBValue> value = NewSlotValue(*pair, *slot, context);
-    if (checked) CheckSlotValue(*slot, *value);
+    FitNumbers(value, slot->GetSlotType(), HasPlainMeaning(context));
+    if (checked && !slot->IsValid(value.get()))
+      throw EKBException(slot->GetInvalidValueString(*value));
     changes.emplace_back(slot_name, std::move(value));
   }
   return changes;

@@ -11,10 +11,12 @@ bool TGoalPlan::IsWanted(const TKBPattern& pattern) {
          !pattern.GetName().starts_with(SBackChainPrefix);
 }
 
-TGoalPlan::TGoalPlan(const TRule& rule, const TKBPattern& pattern)
-    : rule_(&rule), goal_name_(std::string(SBackChainPrefix) + pattern.GetName()) {
+TGoalPlan::TGoalPlan(const TRule& rule, std::int32_t pattern_index) : rule_(&rule) {
+  const RulePlan& plan = rule.GetPlan();
+  const TKBPattern& pattern = plan.GetPattern(pattern_index);
   if (!pattern.GetFactTemplate()->IsBackwardChaining()) Raise(SInvalidBackchainPattern);
-  const std::int32_t fact_index = rule.FactIndexOf(pattern);
+  goal_name_ = std::string(SBackChainPrefix) + pattern.GetName();
+  const std::int32_t fact_index = plan.FactIndexOf(pattern_index);
   for (std::int32_t s = 0; s < pattern.GetSlotCount(); ++s) {
     TSlot slot;
     slot.name = pattern.GetSlotName(s);
@@ -29,7 +31,7 @@ TGoalPlan::TGoalPlan(const TRule& rule, const TKBPattern& pattern)
       if (!KBVariableTypes.Has(value->GetDType())) {
         part.value = value;
         part.is_known = true;
-      } else if (const TBinding* binding = rule.BindingFor(value->GetAsVariable(), fact_index)) {
+      } else if (const TBinding* binding = plan.BindingFor(value->GetAsVariable(), fact_index)) {
         part.fact_index = binding->FactIndex;
         part.slot_name = binding->SlotIndex;
         part.sub_index = binding->SubIndex;

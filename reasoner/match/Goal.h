@@ -19,8 +19,9 @@ namespace reasoner {
 
 class TGoalPlan {
  public:
-  // Raises for a pattern on a template that is not marked. The rule outlives the plan.
-  TGoalPlan(const TRule& rule, const TKBPattern& pattern);
+  // For a pattern of the rule's plan; raises when its template is not marked. The rule outlives the
+  // goal plan.
+  TGoalPlan(const TRule& rule, std::int32_t pattern_index);
 
   // Whether a join for this pattern asks at all: goals do not ask for goals.
   static bool IsWanted(const TKBPattern& pattern);

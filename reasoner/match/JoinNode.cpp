@@ -4,6 +4,7 @@
 
 #include "reasoner/match/ReteNetwork.h"
 #include "reasoner/match/TestFailure.h"
+#include "reasoner/support/Depth.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -89,6 +90,11 @@ void TJoinNode::PrepareShortCut() {
     }
   }
   ClearMemory();
+}
+
+void TJoinNode::CompareChains() {
+  compares_chains_ = true;
+  if (auto* const before = dynamic_cast<TJoinNode*>(GetFirstParent())) before->next_level_ = this;
 }
 
 void TJoinNode::TakeDegreesFrom(TJoinNode& first_level) {
@@ -349,8 +355,18 @@ void TJoinNode::LeftGoes(const Ref<TKBToken>& token) {
   if (degrees_) degrees_->Forget(*entry);
   left_->Remove(*entry);
   if (negated_) {
-    if (stored->GetNegatedCount() == 0) PassUnmatched(stored, 1.0F, taRemove);
-    return;
+    // The next level of negation has the token, too. It is to forget it before it hears that its
+    // blocker has gone: for a moment the token would pass it.
+    FirstFailure failures;
+    if (next_level_ != nullptr) {
+      failures.Try([&] {
+        const DepthGuard guard("match");
+        next_level_->LeftGoes(token);
+      });
+    }
+    if (stored->GetNegatedCount() == 0)
+      failures.Try([&] { PassUnmatched(stored, 1.0F, taRemove); });
+    return failures.Raise();
   }
   if (one_partner_) {
     if (partner) PassPair(stored, *partner, taRemove);

@@ -72,8 +72,9 @@ class TJoinNode final : public TTestNode {
   bool IsNegatedPattern() const noexcept { return negated_; }
   bool IsUnique() const noexcept { return unique_; }
   // For a further level of negation, whose right tokens are left tokens that the level before has
-  // let through: each blocks the left token that it is made of, and no other.
-  void CompareChains() noexcept { compares_chains_ = true; }
+  // let through: each blocks the left token that it is made of, and no other. That level is the
+  // node's first parent.
+  void CompareChains();
   bool ComparesChains() const noexcept { return compares_chains_; }
   // For a level of negation that passes a left token while the first level has found facts for it:
   // the token is as true as the greatest degree of these. The first level tells when that changes.
@@ -142,8 +143,9 @@ class TJoinNode final : public TTestNode {
   bool negated_;
   bool unique_;
   bool compares_chains_ = false;
-  bool one_partner_ = false;  // textbook: a unique pattern has one partner at any time
-  bool textbook_;             // a negation is crisp, and does not mind which fact blocked last
+  TJoinNode* next_level_ = nullptr;  // of negation, which compares chains
+  bool one_partner_ = false;         // textbook: a unique pattern has one partner at any time
+  bool textbook_;  // a negation is crisp, and does not mind which fact blocked last
   bool asks_for_goals_;
   bool use_short_cut_ = false;
   std::int32_t hash_key_;

@@ -1,10 +1,10 @@
 #include "reasoner/match/Pattern.h"
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
-#include "reasoner/functions/FunctionCall.h"
 #include "reasoner/match/Rule.h"
-#include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/Messages.h"
 
@@ -40,7 +40,10 @@ TKBPattern::TKBPattern(TRule* owner, const TKBPattern& source, std::string_view 
   }
 }
 
-TKBPattern::~TKBPattern() = default;
+// The updates that are open here are open in the rule as well.
+TKBPattern::~TKBPattern() {
+  if (owner_ != nullptr) owner_->update_count_ -= update_count_;
+}
 
 Ref<IFactTemplate> TKBPattern::NewTestTemplate(IReasoner& engine) {
   const Ref<IFactTemplate> fact_template = Make<TFactTemplate>(&engine.AsComponent(), STestCE);
@@ -76,46 +79,77 @@ void TKBPattern::Change() {
   OnChange(*this);
 }
 
+void TKBPattern::BeginUpdate() noexcept {
+  ++update_count_;
+  if (owner_ != nullptr) owner_->BeginUpdate();
+}
+
 void TKBPattern::EndUpdate() {
-  if (update_count_ > 0 && --update_count_ == 0) Change();
+  if (update_count_ == 0) return;
+  --update_count_;
+  if (owner_ != nullptr && owner_->update_count_ > 1) {
+    --owner_->update_count_;  // the rule tells of all its changes at once
+  } else if (owner_ != nullptr) {
+    owner_->update_count_ = 0;
+  }
+  Change();
+}
+
+void TKBPattern::BeforeEdit() {
+  if (owner_ != nullptr) owner_->BeforeEdit();
+}
+
+template <class T, class U>
+void TKBPattern::Edit(T& member, const U& value) {
+  if (member == value) return;
+  BeforeEdit();
+  member = value;
+  Change();
 }
 
 void TKBPattern::SetName(std::string_view name) {
   if (name == name_) return;
+  IReasoner* const engine = GetReasoner();
+  const Ref<IFactTemplate> named =
+      engine == nullptr || name == STestCE ? nullptr : engine->FindFactTemplate(name);
+  BeforeEdit();
   name_ = name;
+  if (named) {
+    fact_template_ = named;
+    std::vector<Slot> old = std::exchange(slots_, {});
+    EnterSlots();
+    for (Slot& slot : old) {
+      if (!slot.tests.empty() || slot.length >= 0) {
+        Slot& own = SlotFor(slot.name);
+        own = std::move(slot);
+      }
+    }
+  }
   Change();
 }
 
-void TKBPattern::SetNegatedCount(std::int32_t count) {
-  if (count == negated_count_) return;
-  negated_count_ = std::max(count, 0);
-  Change();
-}
+void TKBPattern::SetNegatedCount(std::int32_t count) { Edit(negated_count_, std::max(count, 0)); }
 
-void TKBPattern::SetUnique(bool unique) {
-  if (unique == unique_) return;
-  unique_ = unique;
-  Change();
-}
+void TKBPattern::SetUnique(bool unique) { Edit(unique_, unique); }
 
-void TKBPattern::SetExplicit(bool is_explicit) {
-  if (is_explicit == explicit_) return;
-  explicit_ = is_explicit;
-  Change();
-}
+void TKBPattern::SetExplicit(bool is_explicit) { Edit(explicit_, is_explicit); }
 
 void TKBPattern::SetBoundName(std::string_view name) {
-  if (name == bound_name_) return;
-  if (IsNegated() && IsTest()) Raise(SInvalidPatternBinding);
-  bound_name_ = name;
-  Change();
+  if (name != bound_name_ && IsNegated() && IsTest()) Raise(SInvalidPatternBinding);
+  Edit(bound_name_, name);
 }
 
 void TKBPattern::SetOwner(TRule* owner) {
   if (owner == owner_) return;
-  if (owner_ != nullptr) Change();
+  if (owner_ != nullptr) {
+    if (owner_->HoldsPattern(*this)) Raise(SForeignPattern, "Pattern " + name_);
+    Change();
+    owner_->update_count_ -= update_count_;
+  }
   owner_ = owner;
-  if (owner_ != nullptr) Change();
+  if (owner_ == nullptr) return;
+  owner_->update_count_ += update_count_;
+  Change();
 }
 
 std::size_t TKBPattern::Checked(std::int32_t slot) const {
@@ -146,10 +180,8 @@ TKBPattern::Slot& TKBPattern::SlotFor(std::string_view name) {
 }
 
 void TKBPattern::SetSlotLength(std::int32_t slot, std::int32_t length) {
-  Slot& changed = slots_[Checked(slot)];
-  if (changed.length == length) return;
-  changed.length = length;
-  Change();
+  if (length > kMaxFields) Raise(SListIndexError, length);
+  Edit(slots_[Checked(slot)].length, std::max(length, -1));
 }
 
 TKBPatternMatchTest& TKBPattern::GetSlotTest(std::int32_t slot, std::int32_t test) const {
@@ -159,12 +191,33 @@ TKBPatternMatchTest& TKBPattern::GetSlotTest(std::int32_t slot, std::int32_t tes
   return *asked.tests[static_cast<std::size_t>(test)];
 }
 
+// A list of as many fields is the longest that a pattern asks for.
+static void CheckField(std::int32_t field) {
+  if (field < NoSubIndex || field >= TKBPattern::kMaxFields) Raise(SListIndexError, field);
+}
+
 void TKBPattern::SetSlotTest(std::int32_t slot, std::int32_t test,
                              std::unique_ptr<TKBPatternMatchTest> value) {
   if (GetSlotTest(slot, test).Equals(Given(value, "test"))) return;
+  Given(value->GetSlotValue(), "value");
+  CheckField(value->GetMultiSlotSubIndex());
+  BeforeEdit();
   value->pattern_ = this;
   slots_[Checked(slot)].tests[static_cast<std::size_t>(test)] = std::move(value);
-  TestChange();
+  Change();
+}
+
+void TKBPattern::SetSlotTests(std::int32_t slot, Tests tests) {
+  Slot& changed = slots_[Checked(slot)];
+  for (const std::unique_ptr<TKBPatternMatchTest>& test : tests) {
+    Given(Given(test, "test").GetSlotValue(), "value");
+    CheckField(test->GetMultiSlotSubIndex());
+  }
+  BeforeEdit();
+  for (const std::unique_ptr<TKBPatternMatchTest>& test : tests) test->pattern_ = this;
+  changed.tests = std::move(tests);
+  changed.has_list = true;
+  Change();
 }
 
 void TKBPattern::AddTest(std::string_view slot_name, const Ref<IKBValue>& value,
@@ -187,156 +240,179 @@ void TKBPattern::AddTest(std::string_view slot_name, std::unique_ptr<TKBPatternM
   Given(test->GetSlotValue(), "value");
   if (!fact_template_) Raise(SNoTemplate);
   if (!fact_template_->ContainsSlot(slot_name)) Raise(SInvalidSlotName, slot_name);
+  CheckField(test->GetMultiSlotSubIndex());
+  BeforeEdit();
   Slot& slot = SlotFor(slot_name);
   slot.has_list = true;
   test->pattern_ = this;
   slot.tests.push_back(std::move(test));
-  TestChange();
+  Change();
 }
 
 void TKBPattern::RemoveTest(std::int32_t slot, std::int32_t test) {
   GetSlotTest(slot, test);
-  std::vector<std::unique_ptr<TKBPatternMatchTest>>& tests = slots_[Checked(slot)].tests;
+  BeforeEdit();
+  Tests& tests = slots_[Checked(slot)].tests;
   tests.erase(tests.begin() + test);
-  TestChange();
-}
-
-const std::vector<std::unique_ptr<TKBPatternMatchTest>>& TKBPattern::GetWrittenTests(
-    std::int32_t slot) const {
-  const Slot& asked = slots_[Checked(slot)];
-  return asked.written.empty() ? asked.tests : asked.written;
-}
-
-void TKBPattern::TestChange() {
-  for (Slot& slot : slots_) slot.written.clear();
   Change();
 }
 
-std::vector<std::unique_ptr<TKBPatternMatchTest>> TKBPattern::CloneTests(
-    const std::vector<std::unique_ptr<TKBPatternMatchTest>>& tests) {
-  std::vector<std::unique_ptr<TKBPatternMatchTest>> clones;
+TKBPattern::Tests TKBPattern::CloneTests(const Tests& tests) {
+  Tests clones;
   for (const std::unique_ptr<TKBPatternMatchTest>& test : tests) {
-    std::unique_ptr<TKBSlotTest> clone = test->Clone();
-    clones.emplace_back(static_cast<TKBPatternMatchTest*>(clone.release()));
-    clones.back()->pattern_ = this;
+    clones.push_back(test->CloneTest());
   }
   return clones;
 }
 
-// A call that is true where the predicate holds: `or` takes nothing but TRUE for true, a predicate
-// everything but FALSE.
-static Ref<IFunCall> IsNotFalse(IReasoner& engine, IFunCall& predicate) {
-  Ref<IFunCall> comparison = Make<TFunctionCall>(&engine, "neq");
-  comparison->BindLogicFunction(engine.GetLogicFunction(lfNeq));
-  comparison->AddArgument(Ref<IFunCall>(&predicate));
-  comparison->AddArgument(FCFalse);
-  return comparison;
+// The written form as it is read.
+
+static std::unique_ptr<TKBPatternMatchTest> NewWildcard(TKBType kind, std::int32_t field) {
+  auto test = std::make_unique<TKBPatternMatchTest>(nullptr, sttEquals, field,
+                                                    Make<TKBValue>(Text(), kind));
+  test->SetWildcard(true);
+  return test;
 }
 
-// A test on a value as a call: the call itself, or a comparison of the two.
-static Ref<IFunCall> ConvertToFunCall(IReasoner& engine, const TKBPatternMatchTest& test,
-                                      const Ref<IKBValue>& field) {
-  const bool equals = test.GetSlotTestType() == sttEquals;
-  const Ref<IKBValue>& value = test.GetSlotValue();
-  if (value->GetDType() == dtFunCall && equals) return IsNotFalse(engine, *value->GetAsFunCall());
-  if (value->GetDType() == dtFunCall) {
-    Ref<IFunCall> negation = Make<TFunctionCall>(&engine, "not");
-    negation->BindLogicFunction(engine.GetLogicFunction(lfNot));
-    negation->AddArgument(Ref<IFunCall>(value->GetAsFunCall()));
-    return negation;
+// A test of a whole list is one of a single span.
+static void MakeSpan(TKBPattern::Tests& tests) {
+  const Ref<IKBValue> first = tests.front()->GetSlotValue();
+  const bool leads = tests.front()->GetSlotTestType() == sttEquals;
+  if (leads && tests.size() == 1 && first->GetDType() == dtList) {
+    const IValueVector& list = *first->GetAsList();
+    tests.clear();
+    for (std::int32_t i = 0; i < list.GetValueCount(); ++i) {
+      tests.push_back(
+          std::make_unique<TKBPatternMatchTest>(nullptr, sttEquals, i, list.GetItem(i)));
+    }
+    return;
   }
-  Ref<IFunCall> comparison = Make<TFunctionCall>(&engine, equals ? "eq" : "neq");
-  comparison->BindLogicFunction(engine.GetLogicFunction(equals ? lfEq : lfNeq));
-  comparison->AddArgument(value->Clone());
-  comparison->AddArgument(field->Clone());
-  return comparison;
+  for (const std::unique_ptr<TKBPatternMatchTest>& test : tests) test->SetMultiSlotSubIndex(0);
+  if (leads && first->GetDType() == dtVariable) {
+    tests.front()->SetSlotValue(Make<TKBValue>(first->GetAsVariable(), dtMultiVariable));
+  } else if (!leads || first->GetDType() != dtMultiVariable) {
+    tests.insert(tests.begin(), NewWildcard(dtMultiVariable, 0));
+  }
 }
 
-void TKBPattern::FixSlot(std::int32_t slot_index) {
-  Slot& slot = slots_[Checked(slot_index)];
-  const bool any_or = std::any_of(slot.tests.begin(), slot.tests.end(),
-                                  [](const auto& test) { return !test->IsConjunction(); });
-  if (!any_or) return;
-  const auto add = [this](std::vector<std::unique_ptr<TKBPatternMatchTest>>& tests,
-                          const Ref<IKBValue>& value, std::int32_t sub_index) {
-    tests.push_back(std::make_unique<TKBPatternMatchTest>(this, sttEquals, sub_index, value));
-  };
-  std::vector<std::unique_ptr<TKBPatternMatchTest>> written = CloneTests(slot.tests);
-  std::vector<std::unique_ptr<TKBPatternMatchTest>> fixed;
-  std::size_t begin = 0;
-  while (begin < slot.tests.size()) {
-    const std::int32_t field = slot.tests[begin]->GetMultiSlotSubIndex();
-    std::size_t end = begin;
-    bool has_or = false;
-    while (end < slot.tests.size() && slot.tests[end]->GetMultiSlotSubIndex() == field) {
-      has_or = has_or || !slot.tests[end]->IsConjunction();
-      ++end;
+void TKBPattern::NormalizeFields(Slot& slot) {
+  Tests& tests = slot.tests;
+  std::stable_sort(tests.begin(), tests.end(), [](const auto& a, const auto& b) {
+    return a->GetMultiSlotSubIndex() < b->GetMultiSlotSubIndex();
+  });
+  const bool has_whole = !tests.empty() && tests.front()->GetMultiSlotSubIndex() < 0;
+  if (has_whole && (tests.back()->GetMultiSlotSubIndex() >= 0 || slot.length > 1)) return;
+  if (has_whole) {
+    MakeSpan(tests);
+    slot.length = 0;
+  }
+  std::int32_t fields = tests.empty() ? 0 : tests.back()->GetMultiSlotSubIndex() + 1;
+  if (slot.length < 0) tests.push_back(NewWildcard(dtMultiVariable, fields++));
+  slot.length = std::max(slot.length, fields);
+  // A field without a test holds anything.
+  Tests filled;
+  std::size_t next = 0;
+  for (std::int32_t field = 0; field < slot.length; ++field) {
+    const bool is_empty = next == tests.size() || tests[next]->GetMultiSlotSubIndex() != field;
+    if (is_empty) filled.push_back(NewWildcard(dtVariable, field));
+    for (; next < tests.size() && tests[next]->GetMultiSlotSubIndex() == field; ++next) {
+      filled.push_back(std::move(tests[next]));
     }
-    if (!has_or) {
-      for (; begin < end; ++begin) fixed.push_back(std::move(slot.tests[begin]));
-      continue;
+  }
+  tests = std::move(filled);
+}
+
+// The first test of a field joins nothing; behind a `|` a field is no conjunction any more.
+void TKBPattern::NormalizeConnectives(Tests& tests) {
+  bool behind_bar = false;
+  for (std::size_t i = 0; i < tests.size(); ++i) {
+    TKBPatternMatchTest& test = *tests[i];
+    if (i == 0 || test.sub_index_ != tests[i - 1]->sub_index_) {
+      behind_bar = false;
+      test.joined_by_and_ = true;
     }
-    // The field's variable: a leading one that is bound at this very place, or a new one. A field
-    // in which a `$?` stands is a span, whichever of its tests comes first.
-    const bool is_span = std::any_of(
-        slot.tests.begin() + static_cast<std::ptrdiff_t>(begin),
-        slot.tests.begin() + static_cast<std::ptrdiff_t>(end),
-        [](const auto& test) { return test->GetSlotValue()->GetDType() == dtMultiVariable; });
-    if (owner_ == nullptr || owner_->GetEngine() == nullptr) Raise(SRuleMissingForPattern);
-    IReasoner& engine = *owner_->GetEngine();
-    Ref<IKBValue> variable;
-    const TKBPatternMatchTest& first = *slot.tests[begin];
-    if (first.GetSlotValue()->GetDType() == (is_span ? dtMultiVariable : dtVariable) &&
-        first.GetSlotTestType() == sttEquals) {
-      const TBinding* binding =
-          owner_->BindingFor(first.GetSlotValue()->GetAsVariable(), owner_->FactIndexOf(*this));
-      if (binding != nullptr && binding->SlotIndex == slot.name && binding->SubIndex == field &&
-          binding->FactIndex == owner_->FactIndexOf(*this)) {
-        variable = first.GetSlotValue();
-        ++begin;
+    behind_bar = behind_bar || !test.joined_by_and_;
+    test.conjunction_ = !behind_bar;
+    // The variable of a `=(call)` without its comparison is one like any other.
+    if (test.wildcard_ && test.slot_value_->TextView().starts_with(SEqStarPrefix) &&
+        (i + 1 == tests.size() || test.ComputedBy(*tests[i + 1]) == nullptr)) {
+      test.wildcard_ = false;
+    }
+  }
+}
+
+std::unique_ptr<TKBPattern> TKBPattern::Normalized(const Ref<IFactTemplate>& fact_template) const {
+  auto normal = std::make_unique<TKBPattern>(nullptr, name_, fact_template, negated_count_);
+  normal->Comment = Comment;
+  normal->bound_name_ = bound_name_;
+  normal->unique_ = unique_ && !IsTest();
+  normal->explicit_ = explicit_ && !IsTest();
+  for (const Slot& written : slots_) {
+    if (written.tests.empty() && written.length < 0) continue;
+    Slot& slot = normal->SlotFor(written.name);
+    slot.has_list = written.has_list;
+    slot.length = written.length;
+    slot.tests = CloneTests(written.tests);
+  }
+  for (Slot& slot : normal->slots_) {
+    const IFactSlot* const described = fact_template->FindSlot(slot.name);
+    const bool is_list = !IsTest() && described != nullptr && described->IsMulti();
+    // An ordered pattern without any field asks for a fact without any.
+    const bool is_told = fact_template->IsOrdered() || !slot.tests.empty() || slot.length >= 0;
+    if (is_list && is_told) NormalizeFields(slot);
+    const TKBTypes types = described == nullptr ? TKBTypes{} : described->GetSlotType();
+    for (const std::unique_ptr<TKBPatternMatchTest>& test : slot.tests) {
+      if (!is_list) test->sub_index_ = NoSubIndex;
+      // As in facts, an integer is a float where a slot has floats alone.
+      Ref<IKBValue>& value = test->slot_value_;
+      if (value->GetDType() == dtInteger && types.Has(dtFloat) && !types.Has(dtInteger))
+        value = NewFloat(value->GetAsNumeric());
+      // A test is negated by its sign.
+      if (IsTest() && IsNegated())
+        test->test_type_ = test->test_type_ == sttEquals ? sttNotEquals : sttEquals;
+    }
+    if (!is_list) slot.length = -1;
+    NormalizeConnectives(slot.tests);
+  }
+  if (IsTest()) normal->negated_count_ = 0;
+  return normal;
+}
+
+// Going back.
+
+std::vector<TKBPatternMatchTest*> TKBPattern::GetTests() const {
+  std::vector<TKBPatternMatchTest*> tests;
+  for (const Slot& slot : slots_) {
+    for (const std::unique_ptr<TKBPatternMatchTest>& test : slot.tests) tests.push_back(test.get());
+  }
+  return tests;
+}
+
+void TKBPattern::TakeBack(TKBPattern& copy, const std::vector<TKBPatternMatchTest*>& originals) {
+  Tests present;
+  for (Slot& slot : slots_) {
+    std::move(slot.tests.begin(), slot.tests.end(), std::back_inserter(present));
+  }
+  unique_ = copy.unique_;
+  explicit_ = copy.explicit_;
+  fact_template_ = copy.fact_template_;
+  negated_count_ = copy.negated_count_;
+  bound_name_ = copy.bound_name_;
+  name_ = copy.name_;
+  slots_ = std::move(copy.slots_);
+  std::size_t next = 0;
+  for (Slot& slot : slots_) {
+    for (std::unique_ptr<TKBPatternMatchTest>& test : slot.tests) {
+      const TKBPatternMatchTest* const original = originals[next++];
+      const auto found = std::find_if(present.begin(), present.end(),
+                                      [&](const auto& item) { return item.get() == original; });
+      if (found != present.end()) {
+        (*found)->TakeOver(*test);
+        test = std::move(*found);
       }
+      test->pattern_ = this;
     }
-    if (!variable) {
-      // In a negated pattern the name is the one that reading it there would give.
-      std::string prefix(SBlankPrefix);
-      if (IsNegated()) prefix = "_" + IntegerToText(owner_->GetPatternCount()) + "_" + prefix;
-      variable =
-          Make<TKBValue>(owner_->NewVariableName(prefix), is_span ? dtMultiVariable : dtVariable);
-      owner_->AddBinding(variable->GetAsVariable(), owner_->FactIndexOf(*this), slot.name, field);
-    }
-    add(fixed, variable, field);
-    Ref<IFunCall> alternatives = Make<TFunctionCall>(&engine, "or");
-    alternatives->BindLogicFunction(engine.GetLogicFunction(lfOr));
-    while (begin < end) {
-      std::size_t run = begin + 1;
-      while (run < end && slot.tests[run]->IsJoinedByAnd()) ++run;
-      if (run - begin == 1) {
-        alternatives->AddArgument(ConvertToFunCall(engine, *slot.tests[begin], variable));
-      } else {
-        Ref<IFunCall> all = Make<TFunctionCall>(&engine, "and");
-        all->BindLogicFunction(engine.GetLogicFunction(lfAnd));
-        for (std::size_t i = begin; i < run; ++i) {
-          all->AddArgument(ConvertToFunCall(engine, *slot.tests[i], variable));
-        }
-        alternatives->AddArgument(all);
-      }
-      begin = run;
-    }
-    add(fixed, NewFunCallValue(alternatives), field);
   }
-  slot.tests.swap(fixed);
-  slot.written = std::move(written);
-}
-
-void TKBPattern::FixTests() {
-  BeginUpdate();
-  try {
-    for (std::int32_t slot = 0; slot < GetSlotCount(); ++slot) FixSlot(slot);
-  } catch (...) {
-    --update_count_;
-    throw;
-  }
-  EndUpdate();
 }
 
 void TKBPattern::Assign(const TPersistent& source) {
@@ -348,7 +424,7 @@ void TKBPattern::Assign(const TPersistent& source) {
   if (owner_ != nullptr && theirs != nullptr && theirs != owner_->GetEngine()) {
     Raise(SForeignObject, "Pattern " + pattern->name_);
   }
-  BeginUpdate();
+  BeforeEdit();
   Comment = pattern->Comment;
   bound_name_ = pattern->bound_name_;
   unique_ = pattern->unique_;
@@ -363,10 +439,10 @@ void TKBPattern::Assign(const TPersistent& source) {
     copy.has_list = slot.has_list;
     copy.length = slot.length;
     copy.tests = CloneTests(slot.tests);
-    copy.written = CloneTests(slot.written);
+    for (const std::unique_ptr<TKBPatternMatchTest>& test : copy.tests) test->pattern_ = this;
     slots_.push_back(std::move(copy));
   }
-  EndUpdate();
+  Change();
 }
 
 std::unique_ptr<TKBPattern> TKBPattern::Clone(IReasoner* engine) const {

@@ -1,9 +1,11 @@
-// TKBPattern: one element of a rule's left side, held as data.
+// TKBPattern: one element of a rule's left side, as it was written.
 //
 // For each slot of its template a pattern has a list of tests. `(not P)` is P with one level of
-// negation more,
-// `(exists P)` with two; `(test F)` is a pattern on the template "test" with one test that holds
-// the call.
+// negation more, `(exists P)` with two; `(test F)` is a pattern on the template "test" with one
+// test that holds the call.
+//
+// Each setter is an edit of the rule that holds the pattern: the rule is compiled anew. An edit
+// that leaves no rule that could be read raises, and the pattern is as it was before.
 
 #pragma once
 
@@ -21,6 +23,10 @@ namespace reasoner {
 
 class TKBPattern final : public TPersistent {
  public:
+  using Tests = std::vector<std::unique_ptr<TKBPatternMatchTest>>;
+  // The longest list that a pattern can ask for by its fields.
+  static constexpr std::int32_t kMaxFields = 1'000'000;
+
   // Every slot of the template is entered without tests. The rule, once there is one, outlives the
   // pattern.
   TKBPattern(TRule* owner, std::string_view name, const Ref<IFactTemplate>& fact_template,
@@ -48,18 +54,21 @@ class TKBPattern final : public TPersistent {
   std::string Comment;
   Event<void(TKBPattern& sender)> OnChange;
 
+  // Moves the pattern to the engine's template of that name, if there is one.
   void SetName(std::string_view name);
   void SetNegatedCount(std::int32_t count);
   void SetUnique(bool unique);
   void SetExplicit(bool is_explicit);
   void SetBoundName(std::string_view name);  // raises on a negated test
+  // Raises for a pattern that a rule holds: it stays that rule's.
   void SetOwner(TRule* owner);
 
   // Slots, sorted by name.
   std::int32_t GetSlotCount() const noexcept { return static_cast<std::int32_t>(slots_.size()); }
   const Text& GetSlotName(std::int32_t slot) const { return slots_[Checked(slot)].name; }
   std::int32_t IndexOfSlotName(std::string_view name) const noexcept;  // -1 for an unknown name
-  // The number of fields wanted in a multislot; -1 means any. A `$?` counts as one.
+  // The number of fields wanted in a multislot, a `$?` counting as one. With -1 the fields that
+  // have tests may be followed by others; fields without a test hold anything.
   std::int32_t GetSlotLength(std::int32_t slot) const { return slots_[Checked(slot)].length; }
   void SetSlotLength(std::int32_t slot, std::int32_t length);
   bool HasTestList(std::int32_t slot) const { return slots_[Checked(slot)].has_list; }
@@ -69,8 +78,7 @@ class TKBPattern final : public TPersistent {
   TKBPatternMatchTest& GetSlotTest(std::int32_t slot, std::int32_t test) const;
   void SetSlotTest(std::int32_t slot, std::int32_t test,
                    std::unique_ptr<TKBPatternMatchTest> value);
-  // The tests as they were written, before FixTests folded alternatives: for printing.
-  const std::vector<std::unique_ptr<TKBPatternMatchTest>>& GetWrittenTests(std::int32_t slot) const;
+  void SetSlotTests(std::int32_t slot, Tests tests);
 
   // Appends a test; raises for a slot that the template lacks. `joined_by_and` tells `&` from `|`
   // where both stand in one field; without it, it is as `conjunction`.
@@ -81,15 +89,14 @@ class TKBPattern final : public TPersistent {
   void AddTest(std::string_view slot_name, std::unique_ptr<TKBPatternMatchTest> test);
   void RemoveTest(std::int32_t slot, std::int32_t test);
 
-  // Folds each `|` of a field into one call of `or`, so that only conjunctions are left.
-  void FixTests();
-
   // Changes are told to the rule, and to OnChange, once the outermost update ends.
-  void BeginUpdate() noexcept { ++update_count_; }
+  void BeginUpdate() noexcept;
   void EndUpdate();
   void Change();
-  // A test has changed.
-  void TestChange();
+
+  // The pattern that reading its text gives, without names for wildcards that have none: tests by
+  // field, each field of a list with one at least, flags without a meaning left out.
+  std::unique_ptr<TKBPattern> Normalized(const Ref<IFactTemplate>& fact_template) const;
 
   void Assign(const TPersistent& source) override;
   // A copy without owner; in another engine on the template of that name there, which is made if it
@@ -100,21 +107,30 @@ class TKBPattern final : public TPersistent {
 
  private:
   friend class TKBPatternMatchTest;
+  friend class TRule;
 
   struct Slot {
     Text name;
-    std::vector<std::unique_ptr<TKBPatternMatchTest>> tests;
-    std::vector<std::unique_ptr<TKBPatternMatchTest>> written;  // empty where it is `tests`
+    Tests tests;
     bool has_list = false;  // tests were given once, perhaps none
     std::int32_t length = -1;
   };
 
   std::size_t Checked(std::int32_t slot) const;
   Slot& SlotFor(std::string_view name);
-  std::vector<std::unique_ptr<TKBPatternMatchTest>> CloneTests(
-      const std::vector<std::unique_ptr<TKBPatternMatchTest>>& tests);
-  void FixSlot(std::int32_t slot);
+  static Tests CloneTests(const Tests& tests);
   void EnterSlots();
+  // Sets a member to another value, as an edit.
+  template <class T, class U>
+  void Edit(T& member, const U& value);
+  void BeforeEdit();
+  static void NormalizeFields(Slot& slot);
+  static void NormalizeConnectives(Tests& tests);
+  // Every test, slot by slot.
+  std::vector<TKBPatternMatchTest*> GetTests() const;
+  // Takes over the content of a copy that was made earlier. The tests that this pattern had then
+  // stay the same objects where they are still here.
+  void TakeBack(TKBPattern& copy, const std::vector<TKBPatternMatchTest*>& originals);
 
   bool unique_ = false;
   bool explicit_ = false;

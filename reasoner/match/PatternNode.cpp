@@ -66,12 +66,7 @@ bool TPatternMatchNode::IsIdOf(const IFact& fact, const IKBValue& value) {
 
 bool TPatternMatchNode::RunFunction(const Ref<TKBToken>& token) {
   const ScopedMatch match(GetContext(), token, token->GetFact());
-  try {
-    return !IsFalse(*value_->Resolve(&GetContext()));
-  } catch (Exception& failure) {
-    TellMatch(failure, *this, nullptr, token->GetFact().get());
-    throw;
-  }
+  return !IsFalse(*value_->Resolve(&GetContext()));
 }
 
 // Two values of a fact compared. What is taken away passes every fuzzy test: it is looked up by its
@@ -196,15 +191,27 @@ bool TPatternMatchNode::CallNode(const Ref<TKBToken>& token, TCallType) {
     CallChildren(token);
     return true;
   }
+  float degree = 1.0F;
   try {
-    float degree = 1.0F;
     if (!Passes(token, degree)) return false;
+  } catch (Exception& failure) {
+    TellMatch(failure, *this, nullptr, token->GetFact().get());
+    TellNode(failure);
+    throw;
+  }
+  try {
     PassOn(token, degree);
   } catch (Exception& failure) {
-    failure.AppendMessage(std::string(SPatternMatchError.kFormat) + ToString());
+    TellNode(failure);
     throw;
   }
   return true;
+}
+
+// In the literal meaning each node on the way of a failure adds itself to the message.
+void TPatternMatchNode::TellNode(Exception& failure) const {
+  if (GetRete().IsTextbook()) return;
+  failure.AppendMessage(std::string(SPatternMatchError.kFormat) + ToString());
 }
 
 bool TPatternMatchNode::Serves(TPatternMatchTest test, const IKBValue* value,

@@ -11,6 +11,7 @@
 
 #include "reasoner/facts/FactTemplate.h"
 #include "reasoner/match/ReteNode.h"
+#include "reasoner/support/Exception.h"
 
 namespace reasoner {
 
@@ -69,6 +70,7 @@ class TPatternMatchNode final : public TReteNode {
   void PassOn(const Ref<TKBToken>& token, float degree);
   bool RunFunction(const Ref<TKBToken>& token);
   bool Expand(const Ref<TKBToken>& token);
+  void TellNode(Exception& failure) const;
 
   TPatternMatchTest test_;
   Ref<IKBValue> value_;

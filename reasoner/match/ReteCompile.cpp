@@ -25,7 +25,7 @@ namespace reasoner {
 class ReteCompiler {
  public:
   ReteCompiler(TReteNetwork& network, TRule& rule, std::vector<TReteNode*>& rule_nodes)
-      : network_(network), rule_(rule), rule_nodes_(rule_nodes) {}
+      : network_(network), rule_(rule), plan_(rule.GetPlan()), rule_nodes_(rule_nodes) {}
 
   void Compile();
   // Raises the first failure when every fact has had its turn.
@@ -49,7 +49,8 @@ class ReteCompiler {
   void Use(TReteNode& node) { rule_nodes_.push_back(&node); }
   void Trace(std::string_view code) { rule_.CompileTrace += code; }
 
-  Ref<IFunCall> CompileCall(const IFunCall& fun_call, std::int32_t fact_index) const;
+  Ref<IFunCall> CompileCall(const IFunCall& fun_call, std::int32_t fact_index,
+                            bool is_test_element = false) const;
   Ref<IFunCall> GlobalTest(const IKBValue& variable, const TKBPattern& pattern, std::int32_t slot,
                            const TKBPatternMatchTest& test, std::int32_t fact_index) const;
   bool IsFuzzyPlace(const TBinding& binding) const;
@@ -61,6 +62,7 @@ class ReteCompiler {
 
   TReteNetwork& network_;
   TRule& rule_;
+  const RulePlan& plan_;
   std::vector<TReteNode*>& rule_nodes_;
   std::vector<TReteNode*> roots_;
   std::vector<TReteNode*> tails_;
@@ -117,18 +119,22 @@ TReteNode& ReteCompiler::Successor(TReteNode* parent, TPatternMatchTest test,
   return node;
 }
 
-// A copy of a call in which every variable of the rule is a place in the match.
-Ref<IFunCall> ReteCompiler::CompileCall(const IFunCall& fun_call, std::int32_t fact_index) const {
+// A copy of a call in which every variable of the rule is a place in the match. A test element has
+// no fact of its own: the one at its index is that of the pattern behind it.
+Ref<IFunCall> ReteCompiler::CompileCall(const IFunCall& fun_call, std::int32_t fact_index,
+                                        bool is_test_element) const {
   const DepthGuard guard("function call");
   Ref<IFunCall> compiled = fun_call.Clone();
   for (std::int32_t i = 0; i < compiled->GetArgumentCount(); ++i) {
     const Ref<IKBValue> argument = compiled->GetArgument(i);
     if (!argument) continue;
     if (argument->GetDType() == dtFunCall) {
-      compiled->SetArgument(i, NewFunCallValue(CompileCall(*argument->GetAsFunCall(), fact_index)));
+      compiled->SetArgument(
+          i, NewFunCallValue(CompileCall(*argument->GetAsFunCall(), fact_index, is_test_element)));
     } else if (KBVariableTypes.Has(argument->GetDType())) {
       const Text name = argument->GetAsVariable();
-      if (const TBinding* binding = rule_.BindingFor(name, fact_index)) {
+      const TBinding* const binding = plan_.BindingFor(name, fact_index);
+      if (binding != nullptr && !(is_test_element && binding->FactIndex == fact_index)) {
         const Ref<IKBValue> place = Make<TKBValue>();
         place->SetAsOwnedObject(
             new TBindingInfo(binding->FactIndex, binding->SlotIndex, binding->SubIndex));
@@ -195,8 +201,8 @@ static TPatternMatchTest ValueTest(const TKBPatternMatchTest& test) {
 }
 
 void ReteCompiler::BuildPatternChains() {
-  for (std::int32_t i = 0; i < rule_.GetPatternCount(); ++i) {
-    TKBPattern& pattern = rule_.GetPattern(i);
+  for (std::int32_t i = 0; i < plan_.GetPatternCount(); ++i) {
+    const TKBPattern& pattern = plan_.GetPattern(i);
     const Ref<IKBValue> name = NewAtom(pattern.GetName());
     TReteNode* node =
         &Successor(nullptr, pattern.IsTest() ? pmtUnknown : pmtTestClassType, name, TNodeArgs{});
@@ -224,7 +230,7 @@ void ReteCompiler::BuildPatternChains() {
       const TNodeArgs args{pattern.GetSlotName(slot), {}, pattern.GetSlotLength(slot), 0};
       node = &Successor(node, pmtTestMultiSlotLength, nullptr, args);
     }
-    const std::int32_t fact_index = rule_.FactIndexOf(i);
+    const std::int32_t fact_index = plan_.FactIndexOf(i);
     for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
       for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t) {
         const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, t);
@@ -233,7 +239,7 @@ void ReteCompiler::BuildPatternChains() {
             pattern.GetSlotName(slot), {}, test.GetMultiSlotSubIndex(), NoSubIndex};
         if (KBVariableTypes.Has(value->GetDType())) {
           const Text variable = value->GetAsVariable();
-          if (rule_.BindingFor(variable, fact_index) != nullptr ||
+          if (plan_.BindingFor(variable, fact_index) != nullptr ||
               !network_.GetEngine().HasGlobalVariable(variable)) {
             continue;
           }
@@ -292,12 +298,12 @@ static const TOccurrence* BaseOf(const std::vector<TOccurrence>& occurrences) {
 }
 
 void ReteCompiler::BuildPlaceTests() {
-  for (std::int32_t i = 0; i < rule_.GetPatternCount(); ++i) {
-    const TKBPattern& pattern = rule_.GetPattern(i);
+  for (std::int32_t i = 0; i < plan_.GetPatternCount(); ++i) {
+    const TKBPattern& pattern = plan_.GetPattern(i);
     if (pattern.IsTest()) continue;
-    const std::int32_t fact_index = rule_.FactIndexOf(i);
+    const std::int32_t fact_index = plan_.FactIndexOf(i);
     for (const auto& [name, occurrences] : VariablesOf(pattern)) {
-      const TBinding* binding = rule_.BindingFor(name, fact_index);
+      const TBinding* binding = plan_.BindingFor(name, fact_index);
       if (binding == nullptr) continue;  // a global: each place is tested by itself
       const TOccurrence* base = BaseOf(occurrences);
       TNodeArgs args;
@@ -338,27 +344,27 @@ static bool IsFuzzySlot(const TKBPattern& pattern, const Text& name) {
 
 // Whether a variable is bound in a fuzzy slot.
 bool ReteCompiler::IsFuzzyPlace(const TBinding& binding) const {
-  for (std::int32_t i = 0; i < rule_.GetPatternCount(); ++i) {
-    const TKBPattern& pattern = rule_.GetPattern(i);
-    if (pattern.IsTest() || rule_.FactIndexOf(i) != binding.FactIndex) continue;
+  for (std::int32_t i = 0; i < plan_.GetPatternCount(); ++i) {
+    const TKBPattern& pattern = plan_.GetPattern(i);
+    if (pattern.IsTest() || plan_.FactIndexOf(i) != binding.FactIndex) continue;
     if (IsFuzzySlot(pattern, binding.SlotIndex)) return true;
   }
   return false;
 }
 
 void ReteCompiler::AddJoinTests(TTestNode& node, TJoinNode* join, std::int32_t pattern_index) {
-  const TKBPattern& pattern = rule_.GetPattern(pattern_index);
-  const std::int32_t fact_index = rule_.FactIndexOf(pattern_index);
+  const TKBPattern& pattern = plan_.GetPattern(pattern_index);
+  const std::int32_t fact_index = plan_.FactIndexOf(pattern_index);
   if (join != nullptr) {
     // A fact that is bound to a variable of an earlier pattern is the one that the variable holds.
     const Text bound = pattern.GetBoundName();
-    const TBinding* earlier = bound.empty() ? nullptr : rule_.BindingFor(bound, fact_index);
+    const TBinding* earlier = bound.empty() ? nullptr : plan_.BindingFor(bound, fact_index);
     if (earlier != nullptr && earlier->FactIndex < fact_index && network_.IsTextbook()) {
       join->AddJoinTest(sttEquals, earlier->FactIndex, earlier->SlotIndex, earlier->SubIndex,
                         SPatternBinding, NoSubIndex);
     }
     for (const auto& [name, occurrences] : VariablesOf(pattern)) {
-      const TBinding* binding = rule_.BindingFor(name, fact_index);
+      const TBinding* binding = plan_.BindingFor(name, fact_index);
       if (binding == nullptr) {
         if (network_.GetEngine().HasGlobalVariable(name)) continue;
         Raise(SCorruptedVariable, name.view());
@@ -381,7 +387,8 @@ void ReteCompiler::AddJoinTests(TTestNode& node, TJoinNode* join, std::int32_t p
       if (test.GetSlotValue()->GetDType() != dtFunCall) continue;
       if (pattern.GetFactTemplate()->IsBackwardChaining())
         Raise(SBackChainFuncallPatterns, pattern.GetName());
-      const Ref<IFunCall> call = CompileCall(*test.GetSlotValue()->GetAsFunCall(), fact_index);
+      const Ref<IFunCall> call =
+          CompileCall(*test.GetSlotValue()->GetAsFunCall(), fact_index, pattern.IsTest());
       if (join == nullptr || ReachesBeyond(*call, fact_index)) {
         node.AddTest(test.GetSlotTestType(), NewFunCallValue(call));
       }
@@ -400,8 +407,8 @@ static bool AsksCalls(const TReteNode* node) {
 }
 
 void ReteCompiler::BuildJoins() {
-  for (std::int32_t i = 1; i < rule_.GetPatternCount(); ++i) {
-    const TKBPattern& pattern = rule_.GetPattern(i);
+  for (std::int32_t i = 1; i < plan_.GetPatternCount(); ++i) {
+    const TKBPattern& pattern = plan_.GetPattern(i);
     TReteNode*& left = tails_[static_cast<std::size_t>(i - 1)];
     TReteNode*& right = tails_[static_cast<std::size_t>(i)];
     const std::int32_t negations = pattern.GetNegatedCount();
@@ -448,7 +455,7 @@ void ReteCompiler::BuildJoins() {
         node = shared;
         node->SetRuleUseCount(node->GetRuleUseCount() + 1);
         Use(*node);
-        if (asks) shared->AddGoalPlan(TGoalPlan(rule_, pattern));
+        if (asks) shared->AddGoalPlan(TGoalPlan(rule_, i));
         Trace("=2");
         LinkNodes(*left, *node, ctLeft, false);
         LinkNodes(*right, *node, ctRight, false);
@@ -456,7 +463,7 @@ void ReteCompiler::BuildJoins() {
         continue;
       }
       join.PrepareShortCut();
-      if (asks) join.AddGoalPlan(TGoalPlan(rule_, pattern));
+      if (asks) join.AddGoalPlan(TGoalPlan(rule_, i));
     }
     new_nodes_.insert(node);
     Use(*node);
@@ -554,7 +561,7 @@ void ReteCompiler::UnlinkCopies() {
 
 void TReteNetwork::AddRule(TRule& rule, bool feeds) {
   if (!enabled_) return;
-  if (rule.GetPatternCount() == 0) rule.AddPattern(engine_.GetInitialPattern().Clone(&engine_));
+  rule.AddStart();
   if (HasRule(rule)) return;
   std::vector<TReteNode*> nodes;
   ReteCompiler compiler(*this, rule, nodes);

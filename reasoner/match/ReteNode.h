@@ -43,6 +43,7 @@ class TReteNode : public TObject {
   const TReteNode* GetFirstParent() const noexcept {
     return parents_.empty() ? nullptr : parents_.front();
   }
+  TReteNode* GetFirstParent() noexcept { return parents_.empty() ? nullptr : parents_.front(); }
   std::int32_t GetInDegree() const noexcept { return static_cast<std::int32_t>(parents_.size()); }
   void AddEdge(TReteNode& to, TCallType call_type);
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "reasoner/functions/FunctionCall.h"
-#include "reasoner/support/Depth.h"
+#include "reasoner/match/ReteNetwork.h"
 #include "reasoner/support/Numbers.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/Messages.h"
@@ -33,7 +33,7 @@ void TRule::SetRuleName(std::string_view name) {
   if (name == rule_name_) return;
   CheckConstructName(name);
   const TKBName old = rule_name_;
-  const bool held = GetEngine() != nullptr && GetEngine()->HoldsRule(*this);
+  const bool held = IsHeld();
   rule_name_ = name;
   try {
     if (held) GetEngine()->RenameRule(old, rule_name_);
@@ -67,17 +67,18 @@ void TRule::SetEngine(IReasoner* engine) {
   if (engine == nullptr) return;
   engine_ = engine->GetLink();
   if (content) {
-    ++update_count_;  // the engine does not know the rule yet
+    patterns_ = std::move(content->patterns_);
+    for (const std::unique_ptr<TKBPattern>& pattern : patterns_) pattern->owner_ = this;
+    plan_ = std::exchange(content->plan_, {});
+    actions_ = content->actions_;
+    salience_value_ = content->salience_value_;
+  } else {
     try {
-      SetPatterns(*content);
+      plan_ = RulePlan::Of(*engine, patterns_);
     } catch (...) {
-      --update_count_;
       engine_ = nullptr;
       throw;
     }
-    --update_count_;
-    actions_ = content->actions_;
-    salience_value_ = content->salience_value_;
   }
   rule_id_ = engine->NewRuleId();
   engine->AsComponent().FreeNotification(*this);
@@ -98,6 +99,7 @@ void TRule::EndUpdate() {
 
 void TRule::Change() {
   if (update_count_ > 0) return;
+  Settle();
   const ComponentWatch watch(*this);
   if (IReasoner* engine = GetEngine()) engine->RuleChange(*this);
   if (watch.HasEnded()) return;
@@ -165,32 +167,46 @@ void TRule::AddPattern(std::unique_ptr<TKBPattern> pattern) {
   if (!fact_template) Raise(SNoTemplate);
   if (fact_template->GetReasoner() != nullptr && fact_template->GetReasoner() != &engine)
     Raise(SForeignObject, "Pattern " + pattern->GetName());
-  const std::size_t bindings = bindings_.size();
-  const std::size_t patterns = patterns_.size();
-  BeginUpdate();
+  // A rule that is being made is planned pattern by pattern; else the whole is planned anew.
+  const bool is_new = update_count_ == 0 && !IsHeld();
+  if (!is_new) BeforeEdit();
+  const std::size_t count = patterns_.size();
+  ++update_count_;
   try {
+    if (count == 0 && RulePlan::NeedsStart(engine, *pattern)) AddStart();
     patterns_.push_back(std::move(pattern));
-    PatternAdded(GetPatternCount() - 1);
+    patterns_.back()->SetOwner(this);
+    if (is_new) plan_.Append(engine, *patterns_.back(), GetPatternCount() - 1);
   } catch (...) {
-    // The left side is as it was before.
-    patterns_.resize(patterns);
-    bindings_.resize(bindings);
     --update_count_;
+    patterns_.resize(count);
+    if (is_new && count == 0) plan_ = RulePlan();
     throw;
   }
-  EndUpdate();
+  --update_count_;
+  Change();
+}
+
+void TRule::AddStart() {
+  IReasoner& engine = RequireEngine();
+  if (!patterns_.empty()) return;
+  std::unique_ptr<TKBPattern> initial = engine.GetInitialPattern().Clone(&engine);
+  initial->owner_ = this;
+  patterns_.push_back(std::move(initial));
+  if (!before_) plan_ = RulePlan::Of(engine, patterns_);  // else the edit makes it
 }
 
 void TRule::RemovePattern(std::int32_t index) {
   GetPattern(index);
+  BeforeEdit();
   patterns_.erase(patterns_.begin() + index);
   Change();
 }
 
 void TRule::ClearPatterns() {
   if (patterns_.empty()) return;
+  BeforeEdit();
   patterns_.clear();
-  bindings_.clear();
   Change();
 }
 
@@ -198,159 +214,73 @@ void TRule::SetPatterns(const TRule& source) {
   if (&source == this) return;
   if (source.GetEngine() != nullptr && source.GetEngine() != GetEngine())
     return SetPatterns(*RequireEngine().ParseRuleText(source.ToString()));
-  BeginUpdate();
-  auto old_bindings = std::exchange(bindings_, {});
-  auto old_patterns = std::exchange(patterns_, {});
-  try {
-    for (std::int32_t i = 0; i < source.GetPatternCount(); ++i) {
-      // Behind a goal stands its negated companion, which AddPattern makes anew.
-      if (i > 0 && source.GetPattern(i - 1).GetName().starts_with(SBackChainPrefix)) continue;
-      AddPattern(source.GetPattern(i).Clone(GetEngine()));
-    }
-  } catch (...) {
-    bindings_ = std::move(old_bindings);
-    patterns_ = std::move(old_patterns);
-    --update_count_;
-    throw;
+  std::vector<std::unique_ptr<TKBPattern>> copies;
+  for (const std::unique_ptr<TKBPattern>& pattern : source.patterns_) {
+    copies.push_back(pattern->Clone(GetEngine()));
+    copies.back()->owner_ = this;
   }
-  EndUpdate();
+  BeforeEdit();
+  patterns_ = std::move(copies);
+  Change();
 }
 
 std::int32_t TRule::FactIndexOf(std::int32_t pattern_index) const {
-  std::int32_t index = 0;
-  for (std::int32_t i = 0; i < pattern_index; ++i) index += GetPattern(i).IsTest() ? 0 : 1;
-  return index;
+  return plan_.FactIndexOfWritten(pattern_index);
 }
 
 std::int32_t TRule::FactIndexOf(const TKBPattern& pattern) const {
   std::int32_t index = 0;
-  for (const std::unique_ptr<TKBPattern>& item : patterns_) {
-    if (item.get() == &pattern) return index;
-    index += item->IsTest() ? 0 : 1;
-  }
-  return index;
+  while (index < GetPatternCount() && &GetPattern(index) != &pattern) ++index;
+  return FactIndexOf(index);
 }
 
-Text TRule::NewVariableName(std::string_view prefix) const {
-  Text name;
-  do {
-    name = RequireEngine().GenerateSymbol(prefix);
-  } while (GetBindingByName(name) != nullptr);
-  return name;
-}
+// Edits of the left side.
 
-// A copy of the call in which every variable that has been renamed has its new name. Other patterns
-// may share the call.
-static Ref<IFunCall> Renamed(const IFunCall& fun_call,
-                             const std::vector<std::pair<Text, Text>>& renames) {
-  const DepthGuard guard("function call");
-  Ref<IFunCall> copy = fun_call.Clone();
-  for (std::int32_t i = 0; i < copy->GetArgumentCount(); ++i) {
-    const Ref<IKBValue>& argument = copy->GetArgument(i);
-    if (!argument) continue;
-    if (argument->GetDType() == dtFunCall) {
-      copy->SetArgument(i, NewFunCallValue(Renamed(*argument->GetAsFunCall(), renames)));
-      continue;
-    }
-    if (!KBVariableTypes.Has(argument->GetDType())) continue;
-    for (const auto& [old_name, new_name] : renames) {
-      if (!(argument->GetAsVariable() == old_name)) continue;
-      copy->SetArgument(i, Make<TKBValue>(new_name, argument->GetDType()));
-      break;
-    }
-  }
-  return copy;
-}
+bool TRule::IsHeld() const { return GetEngine() != nullptr && GetEngine()->HoldsRule(*this); }
 
-// True when the name has a binding that a later pattern can read: one in a negated pattern holds no
-// fact.
-bool TRule::IsPlainlyBound(const Text& name) const {
-  return std::any_of(bindings_.begin(), bindings_.end(),
-                     [this, &name](const std::unique_ptr<TBinding>& binding) {
-                       return binding->GetName() == name && !IsInNegatedPattern(*binding);
-                     });
-}
-
-bool TRule::IsInNegatedPattern(const TBinding& binding) const {
-  std::int32_t index = 0;
+void TRule::BeforeEdit() {
+  if (before_) return;
+  before_ = std::make_unique<Snapshot>();
   for (const std::unique_ptr<TKBPattern>& pattern : patterns_) {
-    if (pattern->IsTest()) continue;
-    if (index == binding.FactIndex) return pattern->GetNegatedCount() > 0;
-    ++index;
-  }
-  return false;
-}
-
-void TRule::BindVariables(TKBPattern& pattern, std::int32_t fact_index, TRenames& renames) {
-  const auto bound_here = [this, fact_index](const Text& name) {
-    return std::any_of(bindings_.begin(), bindings_.end(),
-                       [&](const std::unique_ptr<TBinding>& binding) {
-                         return binding->GetName() == name && binding->FactIndex == fact_index;
-                       });
-  };
-  std::vector<Text> negated_first;
-  for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
-    for (std::int32_t i = 0; i < pattern.GetSlotTestCount(slot); ++i) {
-      TKBPatternMatchTest& test = pattern.GetSlotTest(slot, i);
-      const Ref<IKBValue>& value = test.GetSlotValue();
-      if (!KBVariableTypes.Has(value->GetDType())) continue;
-      Text name = value->GetAsVariable();
-      if (IsPlainlyBound(name) || bound_here(name)) continue;
-      if (RequireEngine().HasGlobalVariable(name)) continue;  // a test against the global's value
-      if (test.GetSlotTestType() == sttNotEquals) {
-        negated_first.push_back(name);  // fine if it is bound further on in this pattern
-        continue;
-      }
-      if (pattern.IsNegated() && name.view().starts_with(SBlankPrefix)) {
-        const Text fresh = "_" + IntegerToText(GetPatternCount()) + "_" + name.str();
-        renames.emplace_back(name, fresh);
-        test.RenameVariable(fresh);
-        name = fresh;
-      }
-      AddBinding(name, fact_index, pattern.GetSlotName(slot), test.GetMultiSlotSubIndex());
-    }
-  }
-  for (const Text& name : negated_first) {
-    if (!bound_here(name)) Raise(SNegatedVariable, name.view());
+    before_->items.push_back({pattern.get(), pattern->GetTests(), pattern->Clone(nullptr)});
   }
 }
 
-void TRule::PatternAdded(std::int32_t index) {
-  IReasoner& engine = RequireEngine();
-  TKBPattern& pattern = GetPattern(index);
-  pattern.SetOwner(this);
-  if (GetPatternCount() == 1 && (pattern.GetNegatedCount() > 0 || pattern.IsTest() ||
-                                 pattern.GetFactTemplate()->IsBackwardChaining())) {
-    // Such a pattern needs a left input: the initial fact starts it.
-    std::unique_ptr<TKBPattern> initial = engine.GetInitialPattern().Clone(&engine);
-    initial->SetOwner(this);
-    patterns_.insert(patterns_.begin(), std::move(initial));
-    ++index;
+void TRule::Settle() {
+  if (!before_) return;
+  if (GetEngine() == nullptr) {
+    before_.reset();
+    return;
   }
-  const std::int32_t fact_index = FactIndexOf(index);
-  const bool is_goal = pattern.GetName().starts_with(SBackChainPrefix);
-  Text bound = pattern.GetBoundName();
-  if (is_goal && bound.empty()) bound = NewVariableName(SFactPrefix);
-  if (!bound.empty()) {
-    AddBinding(bound, fact_index, SPatternBinding, NoSubIndex);
-    pattern.SetBoundName(bound);
+  RulePlan old = std::exchange(plan_, {});
+  try {
+    const bool is_held = IsHeld();
+    if (is_held) AddStart();
+    plan_ = RulePlan::Of(*GetEngine(), patterns_);
+    if (is_held) TReteNetwork::TryRule(*GetEngine(), *this);
+  } catch (...) {
+    plan_ = std::move(old);
+    GoBack();
+    throw;
   }
-  TRenames renames;
-  BindVariables(pattern, fact_index, renames);
-  for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
-    for (std::int32_t i = 0; i < pattern.GetSlotTestCount(slot); ++i) {
-      TKBPatternMatchTest& test = pattern.GetSlotTest(slot, i);
-      if (renames.empty() || test.GetSlotValue()->GetDType() != dtFunCall) continue;
-      test.SetSlotValue(NewFunCallValue(Renamed(*test.GetSlotValue()->GetAsFunCall(), renames)));
+  before_.reset();
+}
+
+void TRule::GoBack() {
+  const std::unique_ptr<Snapshot> before = std::move(before_);
+  std::vector<std::unique_ptr<TKBPattern>> present = std::exchange(patterns_, {});
+  for (Snapshot::Item& item : before->items) {
+    const auto found = std::find_if(present.begin(), present.end(), [&item](const auto& pattern) {
+      return pattern.get() == item.pattern;
+    });
+    if (found == present.end()) {
+      patterns_.push_back(std::move(item.copy));
+      patterns_.back()->owner_ = this;
+    } else {
+      (*found)->TakeBack(*item.copy, item.tests);
+      patterns_.push_back(std::move(*found));
     }
   }
-  pattern.FixTests();
-  if (!is_goal) return;
-  // The rule wants the goal only while what it asks for is not there.
-  auto companion = std::make_unique<TKBPattern>(
-      this, pattern, std::string_view(pattern.GetName()).substr(SBackChainPrefix.size()), 1);
-  patterns_.push_back(std::move(companion));
-  PatternAdded(GetPatternCount() - 1);
 }
 
 // Actions.
@@ -381,39 +311,6 @@ void TRule::ClearActions() {
   Change();
 }
 
-// Bindings.
-
-TBinding* TRule::GetBindingByName(const Text& name) const {
-  // A binding in a negated pattern gives way to a later one that holds a fact.
-  TBinding* found = nullptr;
-  for (const std::unique_ptr<TBinding>& binding : bindings_) {
-    if (!(binding->GetName() == name)) continue;
-    if (!IsInNegatedPattern(*binding)) return binding.get();
-    if (found == nullptr) found = binding.get();
-  }
-  return found;
-}
-
-const TBinding* TRule::BindingFor(const Text& name, std::int32_t fact_index) const {
-  const TBinding* here = nullptr;
-  for (const std::unique_ptr<TBinding>& binding : bindings_) {
-    if (!(binding->GetName() == name)) continue;
-    if (binding->FactIndex < fact_index && !IsInNegatedPattern(*binding)) return binding.get();
-    if (binding->FactIndex == fact_index && here == nullptr) here = binding.get();
-  }
-  return here;
-}
-
-TBinding& TRule::AddBinding(const Text& name, std::int32_t fact_index, const Text& slot_name,
-                            std::int32_t sub_index) {
-  auto binding = std::make_unique<TBinding>(name, fact_index, slot_name, sub_index);
-  for (const std::unique_ptr<TBinding>& known : bindings_) {
-    if (known->Equals(*binding)) return *known;
-  }
-  bindings_.push_back(std::move(binding));
-  return *bindings_.back();
-}
-
 // Firing.
 
 void TRule::Prepare(const TKBToken& token, TKBContext& context) {
@@ -421,7 +318,7 @@ void TRule::Prepare(const TKBToken& token, TKBContext& context) {
   // First: a variable of the rule that has the name goes before.
   static const Text kRuleBinding(SRuleBinding);
   context.AddLocalBinding(kRuleBinding, NewString(rule_name_));
-  for (const std::unique_ptr<TBinding>& binding : bindings_) {
+  for (const std::unique_ptr<TBinding>& binding : GetBindings()) {
     if (binding->SlotIndex == SLocalBinding) continue;
     IFact* fact = token.GetFacts(binding->FactIndex);
     // The marker stands where a negated pattern has no fact.
@@ -484,8 +381,7 @@ void TRule::Assign(const TPersistent& source) {
     Comment = rule->Comment;
     OneShot = rule->OneShot;
     SetPatterns(*rule);
-    actions_.clear();
-    for (const Ref<IFunCall>& action : rule->actions_) actions_.push_back(action);
+    actions_ = rule->actions_;
     SetSalience(rule->salience_value_);
   } catch (...) {
     --update_count_;

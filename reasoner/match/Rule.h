@@ -1,9 +1,10 @@
 // TRule: a left side of patterns, a right side of calls, and the bindings that tie the two
 // together.
 //
-// Adding a pattern rewrites it and fills the binding table: when the network compiles the rule,
-// every variable has a place in the match, a fact's index, a slot and a sub-index. Firing reads
-// those places from the token, binds the values in a new frame and runs the actions.
+// The patterns and actions are what was written; the network compiles the plan made from them, in
+// which every variable has a place in the match. Firing reads those places from the token, binds
+// the values in a new frame and runs the actions. An edit of the left side makes the plan anew, and
+// is taken back when that fails, or when a registered rule could not be compiled any more.
 
 #pragma once
 
@@ -15,7 +16,7 @@
 #include <vector>
 
 #include "reasoner/functions/Context.h"
-#include "reasoner/match/Pattern.h"
+#include "reasoner/match/RulePlan.h"
 #include "reasoner/match/Token.h"
 #include "reasoner/support/Component.h"
 #include "reasoner/support/Event.h"
@@ -61,14 +62,18 @@ class TRule final : public TComponent {
   }
   TKBPattern& GetPattern(std::int32_t index) const;
   bool HoldsPattern(const TKBPattern& pattern) const noexcept;
+  // What the network compiles.
+  const RulePlan& GetPlan() const noexcept { return plan_; }
   // The first pattern on that template, or -1.
   std::int32_t IndexOfTemplate(const IFactTemplate& fact_template) const;
   // Where the fact of a pattern stands in a token: a test takes no place.
   std::int32_t FactIndexOf(std::int32_t pattern_index) const;
   std::int32_t FactIndexOf(const TKBPattern& pattern) const;
-  // Appends a pattern: rewrites it, binds its variables, and adds what it needs before and behind
-  // it.
+  // Appends a pattern. As the first one it gets the initial pattern before it where it needs a left
+  // input.
   void AddPattern(std::unique_ptr<TKBPattern> pattern);
+  // Gives a rule without patterns the initial pattern, which is told to nobody.
+  void AddStart();
   void RemovePattern(std::int32_t index);
   // Replaces the left side by clones of that of `source`.
   void SetPatterns(const TRule& source);
@@ -84,13 +89,15 @@ class TRule final : public TComponent {
   void ClearActions();
 
   // Variables, in the order of their first use.
-  const std::vector<std::unique_ptr<TBinding>>& GetBindings() const noexcept { return bindings_; }
-  TBinding* GetBindingByName(const Text& name) const;
-  // The binding that a test of the pattern with this fact index reads: one of an earlier pattern
-  // that holds a fact, or one of the pattern itself. Null when there is neither.
-  const TBinding* BindingFor(const Text& name, std::int32_t fact_index) const;
+  const std::vector<std::unique_ptr<TBinding>>& GetBindings() const noexcept {
+    return plan_.GetBindings();
+  }
+  TBinding* GetBindingByName(const Text& name) const { return plan_.GetBindingByName(name); }
+  // The next edit of the left side forgets what is added here.
   TBinding& AddBinding(const Text& name, std::int32_t fact_index, const Text& slot_name,
-                       std::int32_t sub_index);
+                       std::int32_t sub_index) {
+    return plan_.AddBinding(name, fact_index, slot_name, sub_index);
+  }
 
   void BeginUpdate() noexcept { ++update_count_; }
   void EndUpdate();
@@ -115,16 +122,24 @@ class TRule final : public TComponent {
  private:
   friend class TKBPattern;
 
-  using TRenames = std::vector<std::pair<Text, Text>>;
+  // The left side before an edit.
+  struct Snapshot {
+    struct Item {
+      TKBPattern* pattern;
+      std::vector<TKBPatternMatchTest*> tests;
+      std::unique_ptr<TKBPattern> copy;
+    };
+    std::vector<Item> items;
+  };
 
   IReasoner& RequireEngine() const;
   IReasoner* HomeOfContent() const;
-  void PatternAdded(std::int32_t index);
-  // A generated name that the rule does not hold yet.
-  Text NewVariableName(std::string_view prefix) const;
-  bool IsPlainlyBound(const Text& name) const;
-  bool IsInNegatedPattern(const TBinding& binding) const;
-  void BindVariables(TKBPattern& pattern, std::int32_t fact_index, TRenames& renames);
+  bool IsHeld() const;
+  // Keeps the left side for the case that the edit fails.
+  void BeforeEdit();
+  // Makes the plan of the edited left side, or goes back to what it was before and raises.
+  void Settle();
+  void GoBack();
 
   std::int32_t rule_id_ = 0;
   std::int32_t salience_ = 0;
@@ -132,7 +147,8 @@ class TRule final : public TComponent {
   Ref<IKBValue> salience_value_;
   std::vector<Ref<IFunCall>> actions_;
   std::vector<std::unique_ptr<TKBPattern>> patterns_;
-  std::vector<std::unique_ptr<TBinding>> bindings_;
+  RulePlan plan_;
+  std::unique_ptr<Snapshot> before_;  // while an edit has not been settled
   Ref<TReasonerLink> engine_;
   std::int32_t update_count_ = 0;
   std::int32_t firing_ = 0;

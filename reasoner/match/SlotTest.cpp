@@ -1,5 +1,6 @@
 #include "reasoner/match/SlotTest.h"
 
+#include "reasoner/functions/FunctionCall.h"
 #include "reasoner/match/Pattern.h"
 #include "reasoner/match/PatternNode.h"
 #include "reasoner/support/Numbers.h"
@@ -105,60 +106,90 @@ TKBPatternMatchTest::TKBPatternMatchTest(TKBPattern* pattern, TSlotTestType test
       slot_value_(value ? value->Clone() : nullptr),
       sub_index_(sub_index) {}
 
-void TKBPatternMatchTest::SetSlotTestType(TSlotTestType test_type) {
-  if (test_type == test_type_) return;
-  test_type_ = test_type;
-  if (pattern_ != nullptr) pattern_->TestChange();
+const IKBValue* TKBPatternMatchTest::ComputedBy(const TKBPatternMatchTest& next) const {
+  if (!wildcard_ || !next.joined_by_and_ || next.sub_index_ != sub_index_ ||
+      next.slot_value_->GetDType() != dtFunCall) {
+    return nullptr;
+  }
+  const IFunCall& call = *next.slot_value_->GetAsFunCall();
+  if (!(call.GetName() == "eq*") || call.GetArgumentCount() != 2 ||
+      !call.GetArgument(0)->Equals(*slot_value_) || call.GetArgument(1)->GetDType() != dtFunCall) {
+    return nullptr;
+  }
+  return call.GetArgument(1).get();
 }
 
+template <class T>
+void TKBPatternMatchTest::Edit(T& member, const T& value) {
+  if (member == value) return;
+  if (pattern_ != nullptr) pattern_->BeforeEdit();
+  member = value;
+  if (pattern_ != nullptr) pattern_->Change();
+}
+
+void TKBPatternMatchTest::SetSlotTestType(TSlotTestType test_type) { Edit(test_type_, test_type); }
+
 void TKBPatternMatchTest::SetSlotValue(const Ref<IKBValue>& value) {
-  slot_value_ = Given(value, "value").Clone();
+  const Ref<IKBValue> given = Given(value, "value").Clone();
+  if (pattern_ != nullptr) pattern_->BeforeEdit();
+  slot_value_ = given;
   wildcard_ = false;
-  if (pattern_ != nullptr) pattern_->TestChange();
+  if (pattern_ != nullptr) pattern_->Change();
 }
 
 void TKBPatternMatchTest::RenameVariable(const Text& name) {
-  const bool wildcard = wildcard_;
-  SetSlotValue(Make<TKBValue>(name, slot_value_->GetDType()));
-  wildcard_ = wildcard;
+  Edit(slot_value_, Ref<IKBValue>(Make<TKBValue>(name, slot_value_->GetDType())));
 }
 
 void TKBPatternMatchTest::SetMultiSlotSubIndex(std::int32_t sub_index) {
-  if (sub_index == sub_index_) return;
-  sub_index_ = sub_index;
-  if (pattern_ != nullptr) pattern_->TestChange();
+  if (sub_index < NoSubIndex || sub_index >= TKBPattern::kMaxFields)
+    Raise(SListIndexError, sub_index);
+  Edit(sub_index_, sub_index);
 }
 
 void TKBPatternMatchTest::SetConjunction(bool conjunction) {
   if (conjunction == conjunction_) return;
+  if (pattern_ != nullptr) pattern_->BeforeEdit();
   conjunction_ = conjunction;
   joined_by_and_ = conjunction;
-  if (pattern_ != nullptr) pattern_->TestChange();
+  if (pattern_ != nullptr) pattern_->Change();
 }
+
+void TKBPatternMatchTest::SetJoinedByAnd(bool joined) { Edit(joined_by_and_, joined); }
+
+void TKBPatternMatchTest::SetWildcard(bool wildcard) { Edit(wildcard_, wildcard); }
 
 void TKBPatternMatchTest::Assign(const TPersistent& source) {
   const auto* test = dynamic_cast<const TKBPatternMatchTest*>(&source);
   if (test == nullptr) return TKBSlotTest::Assign(source);
-  test_type_ = test->test_type_;
-  sub_index_ = test->sub_index_;
-  conjunction_ = test->conjunction_;
-  joined_by_and_ = test->joined_by_and_;
-  SetSlotValue(test->slot_value_);
-  wildcard_ = test->wildcard_;
+  if (test == this) return;
+  if (pattern_ != nullptr) pattern_->BeforeEdit();
+  TakeOver(*test);
+  if (pattern_ != nullptr) pattern_->Change();
 }
 
-std::unique_ptr<TKBSlotTest> TKBPatternMatchTest::Clone() const {
-  auto clone = std::make_unique<TKBPatternMatchTest>(nullptr, test_type_, sub_index_, slot_value_);
-  clone->conjunction_ = conjunction_;
-  clone->joined_by_and_ = joined_by_and_;
-  clone->wildcard_ = wildcard_;
+void TKBPatternMatchTest::TakeOver(const TKBPatternMatchTest& test) {
+  test_type_ = test.test_type_;
+  sub_index_ = test.sub_index_;
+  conjunction_ = test.conjunction_;
+  joined_by_and_ = test.joined_by_and_;
+  slot_value_ = test.slot_value_ ? test.slot_value_->Clone() : nullptr;
+  wildcard_ = test.wildcard_;
+}
+
+std::unique_ptr<TKBPatternMatchTest> TKBPatternMatchTest::CloneTest() const {
+  auto clone = std::make_unique<TKBPatternMatchTest>(nullptr, test_type_, sub_index_, nullptr);
+  clone->TakeOver(*this);
   return clone;
 }
 
 bool TKBPatternMatchTest::Equals(const TKBSlotTest& other) const {
   if (!TKBSlotTest::Equals(other)) return false;
   const auto& test = static_cast<const TKBPatternMatchTest&>(other);
-  if (sub_index_ != test.sub_index_ || conjunction_ != test.conjunction_) return false;
+  if (sub_index_ != test.sub_index_ || conjunction_ != test.conjunction_ ||
+      joined_by_and_ != test.joined_by_and_ || wildcard_ != test.wildcard_) {
+    return false;
+  }
   if (slot_value_ == test.slot_value_) return true;
   return slot_value_ && test.slot_value_ && SameConstant(*slot_value_, *test.slot_value_);
 }

@@ -89,6 +89,9 @@ class TKBPatternMatchTest final : public TKBSlotTest {
   // Whether the variable was written without a name: its name is generated and never printed.
   bool IsWildcard() const noexcept { return wildcard_; }
   TKBPattern* GetPattern() const noexcept { return pattern_; }
+  // The call of a field `=(call)`, which is read as a variable without a name and the comparison
+  // behind it; null when this test and the next one of the field are not these two.
+  const IKBValue* ComputedBy(const TKBPatternMatchTest& next) const;
 
   void SetSlotTestType(TSlotTestType test_type);
   void SetSlotValue(const Ref<IKBValue>& value);  // what is given is no wildcard
@@ -96,11 +99,13 @@ class TKBPatternMatchTest final : public TKBSlotTest {
   void RenameVariable(const Text& name);
   void SetMultiSlotSubIndex(std::int32_t sub_index);
   void SetConjunction(bool conjunction);
-  void SetJoinedByAnd(bool joined) noexcept { joined_by_and_ = joined; }
-  void SetWildcard(bool wildcard) noexcept { wildcard_ = wildcard; }
+  void SetJoinedByAnd(bool joined);
+  void SetWildcard(bool wildcard);
 
   void Assign(const TPersistent& source) override;
-  std::unique_ptr<TKBSlotTest> Clone() const override;
+  std::unique_ptr<TKBSlotTest> Clone() const override { return CloneTest(); }
+  // A copy that belongs to no pattern.
+  std::unique_ptr<TKBPatternMatchTest> CloneTest() const;
   bool Equals(const TKBSlotTest& other) const override;
   // Passes unless the evaluated value is FALSE, with sttNotEquals when it is.
   bool PerformTest(TKBContext& context) override;
@@ -109,6 +114,12 @@ class TKBPatternMatchTest final : public TKBSlotTest {
 
  private:
   friend class TKBPattern;
+
+  // Sets a member to another value, as an edit of the pattern.
+  template <class T>
+  void Edit(T& member, const T& value);
+  // The content of the other test, told to nobody.
+  void TakeOver(const TKBPatternMatchTest& test);
 
   TKBPattern* pattern_;
   Ref<IKBValue> slot_value_;

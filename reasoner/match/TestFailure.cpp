@@ -46,7 +46,9 @@ void TellMatch(Exception& failure, const TReteNode& node, const TKBToken* left, 
     }
     const std::int32_t index = PatternIndexOf(node);
     const std::string pattern =
-        index < rule->GetPatternCount() ? rule->GetPattern(index).ToString() : std::string();
+        index < rule->GetPlan().GetPatternCount()
+            ? rule->GetPattern(rule->GetPlan().GetWrittenIndex(index)).ToString()
+            : std::string();
     failure.AppendMessage(FillMessage(SInMatch, rule->GetRuleName(), pattern, facts));
   } catch (const std::exception&) {
     // The failure itself says more than what cannot be printed.

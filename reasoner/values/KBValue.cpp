@@ -5,6 +5,7 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <optional>
 #include <utility>
 
 #include "reasoner/support/Component.h"
@@ -496,6 +497,26 @@ bool TKBValue::EqualsStar(const TKBValue& other) const {
   return EqualsByType(other);
 }
 
+static bool IsNumber(TKBType type) { return KBIntegerTypes.Has(type) || type == dtFloat; }
+
+bool TKBValue::EqualsInValue(const TKBValue& other) const {
+  if (this == &other) return true;
+  if (type_ == dtFuzzy) return EqualsByType(other);
+  if (other.type_ == dtFuzzy) return other.EqualsByType(*this);
+  if (IsNumber(type_) || IsNumber(other.type_)) {
+    if (type_ == other.type_) return EqualsByType(other);
+    const auto number_of = [](const TKBValue& value) {
+      if (IsNumber(value.type_)) return std::optional<double>(value.GetAsNumeric());
+      return HoldsText(value.type_) ? TextToFloat(value.TextView()) : std::nullopt;
+    };
+    const std::optional<double> a = number_of(*this);
+    const std::optional<double> b = number_of(other);
+    return a && b && SameNumber(*a, *b);
+  }
+  if (type_ != other.type_ && !(HoldsText(type_) && HoldsText(other.type_))) return false;
+  return EqualsByType(other);
+}
+
 bool TKBValue::EqualsByType(const TKBValue& other) const {
   switch (type_) {
     case dtNone:
@@ -672,7 +693,7 @@ Ref<IKBValue> TKBValue::Resolve(IScope* scope) {
     case dtMultiVariable: {
       if (scope == nullptr) Raise(SNoContext, GetKBTypeName(type_));
       Ref<IKBValue> value = scope->FindValue(payload_.text);
-      if (!value) Raise(SCorruptedVariable, payload_.text.view());
+      if (!value) scope->RaiseUnknown(payload_.text);
       return value;
     }
     case dtFunCall: {

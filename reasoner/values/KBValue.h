@@ -136,6 +136,9 @@ class TKBValue final : public IInterface, public Pooled {
   bool Equals(const TKBValue& other) const;
   // Coercing: reads `other` as this cell's type; a conversion that fails raises.
   bool EqualsStar(const TKBValue& other) const;
+  // The same value whatever the types: numbers by what they count, a number and a text where the
+  // text reads as that number. What cannot be compared is not equal; never raises for it.
+  bool EqualsInValue(const TKBValue& other) const;
   std::uint32_t GetHashCode() const;
   std::string ToString() const;
   // ToString appended to `text`, without a string in between where that is possible.

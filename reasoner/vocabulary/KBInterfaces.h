@@ -70,6 +70,8 @@ class IScope {
   // What the binding points to in the current match. Raises where the match does not reach that
   // far.
   virtual Ref<IKBValue> ReadMatch(const TBindingInfo& info) = 0;
+  // Raises the failure of a variable that FindValue does not find.
+  [[noreturn]] virtual void RaiseUnknown(const Text& name) const;
   // The scope as a frame of the engine, or null for a scope that a host has made.
   TKBContext* GetFrame() const noexcept { return frame_; }
 
@@ -174,6 +176,9 @@ class IReasoner {
   virtual Ref<IFactTemplate> FindFactTemplate(std::string_view name) = 0;
   // The template of that name; an unknown one is made and registered as implied.
   virtual Ref<IFactTemplate> CreateFactTemplate(std::string_view name) = 0;
+  // Takes an implied template out again if the registry and the caller alone hold it; gives whether
+  // they did.
+  virtual bool ForgetTemplate(const Ref<IFactTemplate>& fact_template) = 0;
   virtual void ChangeFactTemplateName(std::string_view old_name, std::string_view new_name) = 0;
   // Lists a type under another name, if the engine lists it. Raises when that name is taken.
   virtual void RenameType(const IKBDefinedType& type, std::string_view new_name) = 0;

@@ -94,6 +94,7 @@ inline constexpr TMessage<"Invalid object, agenda can only accept TActivation ob
     SInvalidAgendaItem;
 inline constexpr TMessage<"Expected \"=>\""> SExpectedEqGT;
 inline constexpr TMessage<"Expected \"( <atom>\""> SExpectedAtom;
+inline constexpr TMessage<"There is no conditional element \"%s\""> SNoSuchElement;
 inline constexpr TMessage<"Expected value missing"> SExpectedValue;
 inline constexpr TMessage<"Expected \"%s\""> SExpectedChar;
 inline constexpr TMessage<"Missing keyword.  Expected \"%s\""> SExpectedKeyword;
@@ -209,6 +210,9 @@ inline constexpr TMessage<"Uncloneable value.  Value owned an object of %s class
 inline constexpr TMessage<"Empty base type for defined type not allowed"> SEmptyBaseTypes;
 inline constexpr TMessage<"Cannot mix fuzzy type with other primitive types"> SCannotMixFuzzy;
 inline constexpr TMessage<"Missing range statement"> SMissingRange;
+inline constexpr TMessage<"The %s from %s to %s is empty"> SEmptyBounds;
+inline constexpr TMessage<"The range of a fuzzy type needs two different ends, received %s and %s">
+    SFuzzyRangePoint;
 inline constexpr TMessage<"Missing fuzzy set \"values\" statement"> SMissingFuzzySetValues;
 inline constexpr TMessage<"Expected allowed value argument for deftype, received %s">
     SMissingAllowedEnumeration;
@@ -263,7 +267,6 @@ inline constexpr TMessage<"Floating point overflow in %s function call"> SFloatO
 inline constexpr TMessage<"Integer overflow in %s function call: %s"> SIntegerOverflow;
 inline constexpr TMessage<"Invalid format: %s"> SInvalidFormat;
 inline constexpr TMessage<"Nested too deeply: %s"> SNestedTooDeeply;
-inline constexpr TMessage<"Rule missing for pattern"> SRuleMissingForPattern;
 inline constexpr TMessage<"Execution was interrupted"> SInterrupted;
 inline constexpr TMessage<"Execution was interrupted inside the firing of rule %s">
     SInterruptedFiring;
@@ -277,6 +280,9 @@ inline constexpr TMessage<"Class name already exists: \"%s\""> SDuplicateClassNa
 inline constexpr TMessage<"Expected the end of the text: %s"> SExpectedEnd;
 inline constexpr TMessage<"No %s was given"> SNothingGiven;
 inline constexpr TMessage<"%s belongs to another engine"> SForeignObject;
+inline constexpr TMessage<"%s belongs to another rule"> SForeignPattern;
+inline constexpr TMessage<"A test element holds one function call and nothing else">
+    SInvalidTestPattern;
 inline constexpr TMessage<"A fact in the fact list cannot be changed: %s"> SListedFact;
 inline constexpr TMessage<"A value of a fact in the fact list cannot be changed: %s"> SListedValue;
 

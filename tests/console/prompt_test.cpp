@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include "tests/support/TemporaryFolder.h"
@@ -52,7 +53,7 @@ class PromptTest : public ::testing::TestWithParam<TPrompt> {
   }
 
   // With its three streams at the other end of a line that is no terminal.
-  void StartAsCoprocess() {
+  void StartAsCoprocess(const std::string& argument = "-") {
     int ends[2];
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
     terminal_ = ends[0];
@@ -62,7 +63,8 @@ class PromptTest : public ::testing::TestWithParam<TPrompt> {
       for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(ends[1], stream);
       close(ends[0]);
       close(ends[1]);
-      execl(GetParam().program, GetParam().program, nullptr);
+      signal(SIGINT, SIG_DFL);  // a test that runs in the background may have it ignored
+      execl(GetParam().program, GetParam().program, argument.c_str(), "--run", nullptr);
       _exit(127);
     }
     close(ends[1]);
@@ -152,7 +154,8 @@ TEST_P(PromptTest, HelpTellsWhatIsKnownByAName) {
       "\nreasoner> ");
   Type("help pair\r", "\n   (slot x )\r\n)\r\n\r\n(deffacts pair\r\n");
   if (HasEditor()) {
-    Type("help paire\t", "d ");
+    Type("hel\t", "p ");
+    Press("paire\t", "d ");
     Press("\r", "(deffacts paired");
   }
   Type("help ?*pair*\r", "\n(defglobal ?*pair* = 2)\r\nreasoner> ");
@@ -200,7 +203,8 @@ TEST_P(PromptTest, ATabulatorThatIsPastedIsNoWishForCompletion) {
 TEST_P(PromptTest, NamesAreCompletedAndLinesRemembered) {
   if (!HasEditor()) GTEST_SKIP() << "no line editor";
   Start();
-  Type("(defglobal ?*altitude* = 7)\r", "reasoner> ");
+  Type("(defg\t", "lobal ");
+  Press("?*altitude* = 7)\r", "reasoner> ");
   Type("?*alt\t", "itude*");
   Press("\r", "\n7\r\nreasoner> ");
   Type("\x04", "\n");
@@ -221,6 +225,46 @@ TEST_P(PromptTest, AnInputThatIsNoTerminalIsAnsweredExpressionByExpression) {
   Press("?y;", "6:16: Unknown variable name: y\n");
   shutdown(terminal_, SHUT_WR);
   EXPECT_EQ(End(), 1);
+}
+
+// A run ends between two firings, all else at once, and what follows is left out. The program tells
+// by a file that it is where it is to be interrupted.
+TEST_P(PromptTest, WithoutAPromptAnInterruptEndsTheProgram) {
+  constexpr int kStatus = 130;
+  const std::string mark = folder_ / "mark";
+  const std::string here = "(open \"" + mark + "\" m \"w\")";
+  folder_.Write("run.clp",
+                "(deffacts start (n 0))\n"
+                "(defrule next ?n <- (n ?i) =>\n"
+                "  (retract ?n) (assert (n (+ ?i 1))) (if (= ?i 0) then " +
+                    here + "))\n");
+  const std::string file = folder_ / "run.clp";
+  const std::string at_end = "Execution was interrupted\n";
+  const struct {
+    std::string file, input;
+    int interrupts;
+    std::string told;
+  } rows[] = {
+      {file, "", 1, at_end},
+      {"-", "(load \"" + file + "\")\n(reset) (run)\n(+ 1 2)\n", 1, "TRUE\n2:13: " + at_end},
+      {"-", here + "(defrule turn => " + here + "(while TRUE do 1))(reset) (run) (+ 1 2)", 2,
+       "inside the firing of rule turn\n"},
+      {"-", here + " (foo) (+ 40 2) (", 1, "42\n" + at_end},
+      {"-", here + " (+ 40 2) (readline)", 1, ": " + at_end},
+  };
+  for (const auto& row : rows) {
+    std::filesystem::remove(mark);
+    StartAsCoprocess(row.file);
+    Press(row.input, "");
+    for (int wait = 0; !std::filesystem::exists(mark) && wait < 20'000; ++wait) usleep(1'000);
+    for (int i = 0; i < row.interrupts; ++i) {
+      usleep(100'000);
+      ASSERT_EQ(kill(child_, SIGINT), 0);
+    }
+    Expect(row.told);
+    EXPECT_EQ(shown_.substr(shown_.size() - row.told.size()), row.told) << row.input;
+    EXPECT_EQ(End(), kStatus) << row.input;
+  }
 }
 
 std::string EditorOf(const ::testing::TestParamInfo<TPrompt>& prompt) {

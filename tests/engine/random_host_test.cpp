@@ -24,7 +24,7 @@ constexpr int kMaxDepth = 6;
 constexpr int kNestedOperations = 12;  // that one outermost operation may lead to
 
 // What is written to the interface of a rule or a pattern while it is in an engine.
-constexpr bool kEdits = false;
+constexpr bool kEdits = true;
 // Objects of another engine, and null references.
 constexpr bool kForeign = true;
 

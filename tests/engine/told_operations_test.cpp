@@ -59,7 +59,7 @@ TEST_F(ToldOperationsTest, RulesAndPatternsAreEdited) {
       {[&] { Rule().ClearActions(); }, first + "   (q ?v)=>2"},
       {[&] { Pattern().SetNegatedCount(1); }, first + "   (not (q ?v))=>   (d)\n   (e)\n0"},
       {[&] { Pattern().SetUnique(true); }, first + "   (unique (q ?v))=>   (d)\n   (e)\n2"},
-      {[&] { Pattern().RemoveTest(0, 0); }, first + "   (q $?)=>   (d)\n   (e)\n6"},
+      {[&] { Pattern().RemoveTest(0, 0); }, first + "   (q ?)=>   (d)\n   (e)\n6"},
       {[&] { SlotTest().SetSlotTestType(sttNotEquals); }, first + "   (q ~?v)=>   (d)\n   (e)\n4"},
       {[&] { SlotTest().SetSlotValue(NewInteger(3)); }, first + "   (q 3)=>   (d)\n   (e)\n2"},
   };

@@ -79,6 +79,7 @@ TEST_F(FuzzyLanguageTest, MalformedTypesAreRefusedAndLeaveNoTrace) {
       {"(values (tern x 1))", "Expected \"( term\""},
       {"(values 5)", "Expected \"( term\""},
       {"(range ?a 5)", "Expected value missing"},
+      {"(range 5 5)", "The range of a fuzzy type needs two different ends, received 5 and 5"},
       {"(range 5)", "Expected integer, variable, or function call for range"},
       {"(rang 1 5)", "Missing keyword.  Expected \"range, units, or values\""},
       {"range", "Expected \"(\""},
@@ -142,7 +143,7 @@ TEST_F(FuzzyLanguageTest, ExpressionsAreGroupedAndEvaluated) {
       {"Cold", "Invalid item in fuzzy expression: Cold"},
       {"or cold", "Missing fuzzy operand to be modified by hedge: or"},
       {"cold very hot", "Not a fuzzy value type"},  // two expressions
-      {"cold or ?nothing", "Corrupted Binding, variable not found: nothing"},
+      {"cold or ?nothing", "Unknown variable name: nothing"},
   };
   for (const auto& row : failures) {
     const std::string failure = FailureOf([&] { Degree(row.text, 0); });

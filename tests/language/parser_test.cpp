@@ -138,7 +138,7 @@ TEST_F(ParserTest, TypedValuesAreConverted) {
   const auto typed = [this](const char* text, TKBTypes types) {
     return engine.ParseValue(text, types, nullptr);
   };
-  EXPECT_TRUE(typed("1.5", dtInteger)->Equals(*NewInteger(1)));
+  EXPECT_TRUE(typed("1.0", dtInteger)->Equals(*NewInteger(1)));
   EXPECT_TRUE(typed("3", dtFloat)->Equals(*NewFloat(3)));
   EXPECT_EQ(typed("?x", dtInteger)->GetDType(), dtVariable);
   EXPECT_EQ(typed("=(f)", dtInteger)->GetDType(), dtFunCall);

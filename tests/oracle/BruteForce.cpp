@@ -100,14 +100,14 @@ bool BruteForce::Holds(const TConstraint& constraint, const TValue& value, const
       break;
     case TConstraint::kEquation: {
       const TValue wanted = Evaluate(*constraint.call, own, before);
-      holds = value.shape || wanted.shape ? Agree(value, wanted) : IsLike(value, wanted);
+      holds = value.shape || wanted.shape ? Agree(value, wanted) : IsLike(value, wanted, textbook_);
     } break;
   }
   return holds != constraint.negated;
 }
 
-// `&` binds tighter than `|`. A leading variable that the field binds stands before all
-// alternatives.
+// `&` binds tighter than `|`. A leading variable that the field binds, or behind which an `&`
+// stands, stands before all alternatives.
 bool BruteForce::Holds(const TField& field, bool leads, const TValue& value,
                        const TEnvironment& own, const TEnvironment& before) const {
   bool all = true;
@@ -145,14 +145,15 @@ BruteForce::TReading BruteForce::Read(const TElement& element, const std::vector
     const TSlotText& slot = Templates()[static_cast<std::size_t>(element.fact_template)].slots[s];
     for (std::size_t f = 0; f < element.slots[s].fields.size(); ++f) {
       const TField& field = element.slots[s].fields[f];
-      for (const TConstraint& constraint : field.constraints) {
+      for (std::size_t c = 0; c < field.constraints.size(); ++c) {
+        const TConstraint& constraint = field.constraints[c];
         if (constraint.kind != TConstraint::kVariable) continue;
         const TPlace place{constraint.text, fact_index, static_cast<std::int32_t>(s),
                            slot.is_multi ? static_cast<std::int32_t>(f) : -1, slot.is_fuzzy};
         if (FindPlace(earlier, constraint.text) == earlier.end()) {
           if (!constraint.negated && FindPlace(reading.own, constraint.text) == reading.own.end())
             reading.own.push_back(place);
-        } else if (!field.HasBar()) {
+        } else if (c < field.GetPlainCount()) {
           if (std::find(order.begin(), order.end(), constraint.text) == order.end())
             order.push_back(constraint.text);
           if (!constraint.negated &&
@@ -183,7 +184,7 @@ BruteForce::BruteForce(const TRuleText& rule, const TProgram& program, bool text
   std::vector<TPlace> bound;
   std::int32_t fact_index = 0;
   const TElement& first = rule.elements.front();
-  starts_with_initial_ = first.is_test || first.negations > 0;
+  starts_with_initial_ = first.is_test || first.negations > 0 || (textbook && first.unique);
   if (starts_with_initial_) ++fact_index;
   tests_fuzzy_ = std::any_of(
       rule.elements.begin(), rule.elements.end(),
@@ -207,6 +208,7 @@ BruteForce::BruteForce(const TRuleText& rule, const TProgram& program, bool text
 bool BruteForce::Leads(const TReading& reading, std::size_t slot, std::size_t field) {
   const TField& read = reading.element->slots[slot].fields[field];
   if (!read.HasBar()) return false;
+  if (read.GetPlainCount() > 0) return true;
   const TConstraint& first = read.constraints.front();
   const auto place = FindPlace(reading.own, first.text);
   return first.kind == TConstraint::kVariable && !first.negated && place != reading.own.end() &&
@@ -240,15 +242,16 @@ bool BruteForce::PassesAlone(const TReading& reading, TView& view) const try {
     for (std::size_t f = 0; f < view.places[s].size(); ++f) {
       const TField& field = reading.element->slots[s].fields[f];
       const TValue& value = view.places[s][f];
-      if (field.HasBar()) {
-        if (std::all_of(field.constraints.begin(), field.constraints.end(),
-                        [&](const auto& constraint) { return IsLocal(reading, constraint); }) &&
-            !Holds(field, Leads(reading, s, f), value, view.bindings, {}))
-          return false;
-        continue;
+      const auto plain = field.constraints.begin() + static_cast<int>(field.GetPlainCount());
+      if (field.HasBar() &&
+          std::all_of(plain, field.constraints.end(),
+                      [&](const auto& constraint) { return IsLocal(reading, constraint); }) &&
+          !Holds(field, Leads(reading, s, f), value, view.bindings, {})) {
+        return false;
       }
       std::vector<TWord> in_place;  // the variables that have their base here
-      for (const TConstraint& constraint : field.constraints) {
+      for (auto item = field.constraints.begin(); item != plain; ++item) {
+        const TConstraint& constraint = *item;
         if (constraint.kind == TConstraint::kVariable) {
           const TValue* base = BaseOf(reading, constraint.text, view);
           if (base == nullptr) {
@@ -286,11 +289,11 @@ bool BruteForce::Passes(const TReading& reading, const TView& view,
     for (std::size_t f = 0; f < view.places[s].size(); ++f) {
       const TField& field = reading.element->slots[s].fields[f];
       const TValue& value = view.places[s][f];
-      if (field.HasBar()) {
-        if (!Holds(field, Leads(reading, s, f), value, view.bindings, before)) return false;
-        continue;
-      }
-      for (const TConstraint& constraint : field.constraints) {
+      if (field.HasBar() && !Holds(field, Leads(reading, s, f), value, view.bindings, before))
+        return false;
+      const auto plain = field.constraints.begin() + static_cast<int>(field.GetPlainCount());
+      for (auto item = field.constraints.begin(); item != plain; ++item) {
+        const TConstraint& constraint = *item;
         if (IsLocal(reading, constraint)) continue;
         if (constraint.kind == TConstraint::kVariable) {
           const TValue* base = BaseOf(reading, constraint.text, view);
@@ -523,7 +526,7 @@ std::vector<TReadMatch> BruteForce::Matches(const TFactHistory& history, std::in
       });
     } else if (element.negations > 0) {
       tokens = Negate(reading, tokens, history, rule_added);
-    } else if (i == 0) {
+    } else if (i == 0 && !starts_with_initial_) {
       // No memory stands before the first join: every expansion goes on.
       for (const TView* view : Entries(reading, history, false)) {
         tokens.push_back(

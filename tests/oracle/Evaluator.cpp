@@ -4,24 +4,43 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <stdexcept>
 
 namespace reasoner::oracle {
 
 // A value read as a number, as the told comparisons do it.
-static double NumberOf(const TValue& value) {
-  if (value.is_list || value.shape) throw TRaised();
+static std::optional<double> ReadNumber(const TValue& value) {
+  if (value.is_list || value.shape) return std::nullopt;
   if (value.word.IsNumber() || value.word.GetKind() == TWord::kFactId)
     return value.word.GetNumber();
   const std::string text = value.word.Content();
   char* end = nullptr;
   const double number = std::strtod(text.c_str(), &end);
-  if (text.empty() || *end != '\0') throw TRaised();
+  if (text.empty() || *end != '\0') return std::nullopt;
   return number;
 }
 
-// "eq*" reads the second value as the first one's type.
-bool IsLike(const TValue& first, const TValue& second) {
+static double NumberOf(const TValue& value) {
+  const std::optional<double> number = ReadNumber(value);
+  if (!number) throw TRaised();
+  return *number;
+}
+
+// In the plain meaning values of two kinds are alike as numbers, if both read as numbers.
+static bool IsLikePlainly(const TValue& first, const TValue& second) {
+  if (first.is_list || second.is_list) return first == second;
+  const auto is_number = [](const TValue& value) {
+    return value.word.IsNumber() || value.word.GetKind() == TWord::kFactId;
+  };
+  if (!is_number(first) && !is_number(second)) return first.word.Content() == second.word.Content();
+  const std::optional<double> a = ReadNumber(first);
+  return a && a == ReadNumber(second);
+}
+
+// Else the second value is read as the first one's type.
+bool IsLike(const TValue& first, const TValue& second, bool textbook) {
+  if (textbook) return IsLikePlainly(first, second);
   if (first.is_list || second.is_list) {
     if (first.is_list != second.is_list) throw TRaised();
     return first == second;

@@ -16,7 +16,7 @@ const TValue* FindIn(const TEnvironment& environment, TWord variable);
 struct TRaised {};
 
 // What "eq*" says.
-bool IsLike(const TValue& first, const TValue& second);
+bool IsLike(const TValue& first, const TValue& second, bool textbook);
 // How much two values are the same where one is fuzzy.
 double DegreeOf(const TValue& a, const TValue& b);
 

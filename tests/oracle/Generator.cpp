@@ -444,12 +444,13 @@ class TGenerator {
     if (choice < 65 || here.variables.empty()) return LiteralConstraint(in_fuzzy_slot);
     TConstraint constraint;
     constraint.negated = random_.Percent(25);
-    if (choice < 85 || in_fuzzy_slot || !(has_only_texts_ || may_raise_)) {
+    const bool compares = textbook_ || has_only_texts_ || may_raise_;
+    if (choice < 85 || in_fuzzy_slot || !compares) {
       constraint.kind = TConstraint::kPredicate;
       constraint.call = std::make_shared<TCall>(Predicate(here, 0));
     } else {
       constraint.kind = TConstraint::kEquation;
-      const bool is_same = may_raise_ && !fuzzy_ && random_.Percent(50);
+      const bool is_same = (textbook_ || may_raise_) && !fuzzy_ && random_.Percent(50);
       constraint.call = std::make_shared<TCall>(Call(is_same ? "same" : "pick", here));
     }
     return constraint;

@@ -31,6 +31,13 @@ std::string TConstraint::ToString() const {
   return sign + text.Text();
 }
 
+std::size_t TField::GetPlainCount() const {
+  if (!HasBar()) return constraints.size();
+  const TConstraint& first = constraints.front();
+  const bool leads = first.kind == TConstraint::kVariable && !first.negated;
+  return leads && !constraints[1].behind_bar ? 1 : 0;
+}
+
 bool TField::HasBar() const {
   return constraints.size() > 1 &&
          std::any_of(constraints.begin() + 1, constraints.end(),

@@ -67,6 +67,8 @@ struct TField {
   std::vector<TConstraint> constraints;
 
   bool HasBar() const;
+  // How many constraints stand before the alternatives: all without a `|`, or a leading variable.
+  std::size_t GetPlainCount() const;
   std::string ToString() const;
 };
 

@@ -46,3 +46,6 @@
 (defrule r (flat (x 1 2)) =>)  ; error: Slot "x" is not a multislot in ParsePattern at line
 (defrule r (a ~(f)) =>)  ; error: Bad Slot Value: ( in ParsePattern at line
 (defrule r (a b&) =>)  ; error: Bad Slot Value: ) in ParsePattern at line
+(deftemplate t (slot x (range 1 0)))  ; error: The range from 1 to 0 is empty in ParseDefinedType at line
+(deftype t extends (type NUMBER) (range 0.5 (+ 0 0)))  ; error: The range from 0.5000 to 0 is empty in ParseDefinedType
+(deftemplate t (multislot x (cardinality 3 1)))  ; error: The cardinality from 3 to 1 is empty in ParseDefinedType

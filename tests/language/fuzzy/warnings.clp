@@ -7,6 +7,7 @@
     (term shoulder (tri -10 0 10))
     (term far (tri 50 60 70))
     (term part (tri 30 45 60))))
+(deftype chill extends (type FUZZY) (range 10 0) (values (term deep (z 2 8))))
 (deftype warmth extends (type heat) (values (term cold (z 5 15))))
 (deftemplate room (slot air (type heat)))
 (deffacts rooms
@@ -19,6 +20,7 @@
 ; expect: warning: the arguments of (z 20 10) are not in order
 ; expect: warning: the term far is highest outside of the range, 0.0000 to 40.0000
 ; expect: warning: the term part is highest outside of the range, 0.0000 to 40.0000
+; expect: warning: the arguments of (range 10 0) are not in order
 ; expect: warning: 90 is outside of the range of heat, 0.0000 to 40.0000
 ; expect: warning: -1 is outside of the range of heat, 0.0000 to 40.0000
 ; expect: warning: the arguments of (tri 2.0000 3.0000 5.0000) are not in order

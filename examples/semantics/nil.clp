@@ -1,0 +1,7 @@
+(deffacts shelf
+  (shelf milk nil honey))
+
+(defrule show
+  (shelf $?)
+  =>
+  (facts))
