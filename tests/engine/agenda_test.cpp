@@ -1,9 +1,7 @@
 #include "reasoner/engine/Agenda.h"
 
-#include "reasoner/functions/HostFunction.h"
 #include "reasoner/library/Packages.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 
 namespace reasoner {
 namespace {

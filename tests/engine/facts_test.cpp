@@ -2,11 +2,8 @@
 
 #include <set>
 
-#include "reasoner/functions/HostFunction.h"
-#include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/Messages.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 
 namespace reasoner {
 namespace {

@@ -5,9 +5,7 @@
 #include <new>
 #include <stdexcept>
 
-#include "reasoner/functions/HostFunction.h"
 #include "reasoner/match/ReteNetwork.h"
-#include "reasoner/values/Constants.h"
 #include "tests/support/EngineFixture.h"
 
 namespace reasoner {

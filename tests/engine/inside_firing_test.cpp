@@ -1,8 +1,6 @@
 // What a rule may do to the engine that is firing it: everything, and nothing is lost or freed too
 // early.
 
-#include "reasoner/functions/HostFunction.h"
-#include "reasoner/values/Constants.h"
 #include "tests/support/EngineFixture.h"
 
 namespace reasoner {

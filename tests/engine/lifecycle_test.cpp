@@ -1,8 +1,6 @@
 #include "reasoner/functions/UserPackage.h"
 #include "reasoner/language/ClipsParser.h"
-#include "reasoner/values/Constants.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 
 namespace reasoner {
 namespace {
@@ -95,7 +93,7 @@ TEST_F(LifecycleTest, AFactorysPartTakesTheDefaultsPlaceAndMustBeOfItsClass) {
                 return type == otFacts ? std::make_unique<TObject>() : nullptr;
               });
             }),
-            "no failure");
+            "");
   EXPECT_EQ(IInterface::LiveObjects(), before);
 }
 

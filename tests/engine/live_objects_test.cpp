@@ -1,13 +1,7 @@
 // What an engine and its host have made is gone when both let go of it.
 
-#include <functional>
-#include <memory>
-
-#include "reasoner/functions/HostFunction.h"
 #include "reasoner/functions/UserPackage.h"
-#include "reasoner/values/Constants.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 
 namespace reasoner {
 namespace {
@@ -82,11 +76,11 @@ const TLife kLives[] = {
                        (if (= ?x 2) then (deep 1) else (sqrt no)))
                      (assert (a 1) (a 2) (a 3)))");
        for (int i = 0; i < 3; ++i) {
-         EXPECT_NE(FailureOf([&] { engine.Run(); }), "no failure");
+         EXPECT_NE(FailureOf([&] { engine.Run(); }), "");
        }
-       EXPECT_NE(FailureOf([&] { Do(engine, "(defrule broken (a ?x) => (f"); }), "no failure");
-       EXPECT_NE(FailureOf([&] { Do(engine, "(deftemplate (slot a"); }), "no failure");
-       EXPECT_NE(FailureOf([&] { Do(engine, "(assert (c (sqrt no)))"); }), "no failure");
+       EXPECT_NE(FailureOf([&] { Do(engine, "(defrule broken (a ?x) => (f"); }), "");
+       EXPECT_NE(FailureOf([&] { Do(engine, "(deftemplate (slot a"); }), "");
+       EXPECT_NE(FailureOf([&] { Do(engine, "(assert (c (sqrt no)))"); }), "");
      }},
     {"FactsOfFacts",
      [](TReasoner& engine) {

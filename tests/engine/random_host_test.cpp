@@ -11,10 +11,8 @@
 #include <iostream>
 #include <random>
 
-#include "reasoner/functions/HostFunction.h"
 #include "reasoner/functions/UserPackage.h"
 #include "reasoner/language/ClipsParser.h"
-#include "reasoner/values/Constants.h"
 #include "tests/support/EngineFixture.h"
 #include "tests/support/Integrity.h"
 

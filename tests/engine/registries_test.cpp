@@ -1,10 +1,6 @@
 #include "reasoner/engine/Registries.h"
 
-#include <functional>
-
-#include "reasoner/values/Constants.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 
 namespace reasoner {
 namespace {

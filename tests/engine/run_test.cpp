@@ -1,9 +1,7 @@
 #include <atomic>
 #include <thread>
 
-#include "reasoner/functions/HostFunction.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 
 namespace reasoner {
 namespace {
@@ -176,7 +174,7 @@ TEST_F(RunTest, AnInterruptedRunGoesOnWhereItStopped) {
               : static_cast<std::int32_t>(1 + (random >> 8) % static_cast<std::uint32_t>(moments));
       std::int32_t interruptions = 0;
       std::string failure;
-      while ((failure = FailureOf([&] { engine.Run(); })) != "no failure") {
+      while ((failure = FailureOf([&] { engine.Run(); })) != "") {
         ASSERT_EQ(failure, "Execution was interrupted") << "at " << wanted;
         ASSERT_LT(++interruptions, 2);
       }
@@ -201,7 +199,7 @@ TEST_F(RunTest, ARequestThatFindsNothingRunningIsForgotten) {
   const auto stop = HostFunction("stop", [this] { engine.RequestInterrupt(); });
   Load("(defrule s (s ?) => (stop) (printout t s)) (assert (s 1) (s 2))");
   EXPECT_EQ(FailureOf([&] { engine.Run(); }), "Execution was interrupted");
-  EXPECT_EQ(FailureOf([&] { engine.Run(); }), "no failure");
+  EXPECT_EQ(FailureOf([&] { engine.Run(); }), "");
   EXPECT_EQ(TakeOutput(), "ss");
   // What is no run ends at the first request, but not inside a match.
   EXPECT_EQ(FailureOf([&] { Load("(stop) (assert (t 1))"); }), "Execution was interrupted");

@@ -3,9 +3,7 @@
 #include <filesystem>
 
 #include "reasoner/support/WholeFile.h"
-#include "reasoner/values/Constants.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace reasoner {

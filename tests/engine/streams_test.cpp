@@ -1,18 +1,10 @@
 #include "reasoner/support/Streams.h"
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
-#include <functional>
-#include <memory>
-#include <string>
 #include <string_view>
-#include <utility>
 
 #include "reasoner/language/TokenStream.h"
-#include "reasoner/vocabulary/KBExceptions.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace reasoner {

@@ -1,17 +1,11 @@
 // Fuzzy types and values as text: what is read, what is refused, and that what prints reads back.
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
-#include <functional>
-#include <string>
 
 #include "reasoner/language/PrettyPrint.h"
-#include "reasoner/values/Constants.h"
 #include "reasoner/values/KBFuzzySet.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 
 namespace reasoner {
 namespace {

@@ -1,15 +1,9 @@
 // Fuzzy facts in the network: strengths of matches, weakening by rules, combination of assertions.
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "reasoner/engine/FuzzyValues.h"
 #include "reasoner/match/Activation.h"
 #include "reasoner/support/Numbers.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 
 namespace reasoner {
 namespace {

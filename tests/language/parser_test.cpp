@@ -1,18 +1,11 @@
 // The grammar through the engine: what each production makes, and the exact text of each failure.
 
-#include <gtest/gtest.h>
-
-#include <string>
 #include <string_view>
 
-#include "reasoner/engine/Reasoner.h"
 #include "reasoner/facts/FactSet.h"
 #include "reasoner/match/Rule.h"
-#include "reasoner/values/Constants.h"
 #include "reasoner/values/SingletonsVector.h"
-#include "reasoner/vocabulary/KBExceptions.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 
 namespace reasoner {
 namespace {
@@ -47,80 +40,6 @@ TEST_F(ParserTest, WithoutExecutionCallsAreOnlyRead) {
   EXPECT_EQ(output, "(unknown-function 1)\n");
   engine.Parse("(deftemplate a (slot x))", true);
   EXPECT_EQ(type, ptNone);
-}
-
-TEST_F(ParserTest, FailuresTellMessageAndOperation) {
-  engine.Parse(
-      "(deftemplate person (slot age (type INTEGER)) (multislot names (type STRING)))"
-      "(deftemplate flat (slot x (type FLOAT)))(deftype t1 extends (type INTEGER))(deftype t2 "
-      "extends (type ATOM))",
-      true);
-  const struct {
-    const char *text, *core;
-  } rows[] = {
-      {")",
-       "Unexpected symbol, expected a \"(\", constant, or global variable: ) in GetConstructType"},
-      {"(1)", "Missing name in ParseFunCall"},
-      {"(modify ?f (x))", "Expected value missing in ParseValuePair"},
-      {"(modify ?f (1 2))", "Expected \"( <atom>\" in ParseValuePair"},
-      {"(modify ?f (x &))", "Bad Argument: & in ParseValue"},
-      {"(f ((1 a)))", "Expected number, variable, or function call in ParseFuzzyPoints"},
-      {"(assert ((1 2)))", "Expected \"( <atom>\" in ParseFact"},
-      {"(assert (person (size 1)))", "No such slot name: \"size\""},
-      {"(assert (person (age)))", "Bad Slot Value: ) in ParseValue"},
-      {"(assert (person (age =3)))", "\"=\" cannot appear as an atom within a fact in ParseValue"},
-      {"(assert (person (names a)))",
-       "Not a STRING, LIST, MULTISLOT type.  Value (a ) is a dtAtom (a) type for names slot in "
-       "ParseValue(Fact Slot)"},
-      {"(deftemplate)", "Missing name in ParseFactTemplate"},
-      {"(deftemplate a b)", "Expected \"(\", \"extends\", or \"is-a\" in ParseFactTemplate"},
-      {"(deftemplate a is-a nobody)", "type name unknown or invalid: nobody in ParseFactTemplate"},
-      {"(deftemplate a is-a t1 (slot x))", "Expected \")\" in ParseFactTemplate"},
-      {"(deftemplate a (slot x (frob 1)))",
-       "Invalid slot qualifier: frob in ParseFactTemplateSlot"},
-      {"(deftemplate a (slot x (type integer)))", "Invalid slot type: integer in ParseSlotTypes"},
-      {"(deftemplate a (slot x (type FUZZY INTEGER)))",
-       "Cannot mix fuzzy type with other primitive types in ParseSlotTypes"},
-      {"(deftemplate a (slot x (type t1 t2)))",
-       "Multiple inheritance is not allowed for deftypes in ParseSlotTypes"},
-      {"(deftemplate a (slot x (range 1)))",
-       "Expected integer, variable, or function call for range in ParseDefinedType"},
-      {"(deftemplate a (slot x (allowed-things a)))",
-       "Expected allowed value argument for deftype, received allowed-things in ParseDefinedType"},
-      {"(deftemplate a (slot x (allowed-values a", "Expected \")\" in ParseDefinedType"},
-      {"(deftemplate a (slot x (default b) (type INTEGER)))",
-       "Not a INTEGER type.  Value (b) is a dtAtom type for x slot in ParseFactTemplateSlot"},
-      {"(deffacts)", "Missing name in ParseFactSet"},
-      {"(deffunction f x)", "Expected \"(\" in ParseFunction"},
-      {"(deffunction f (?x) & )", "Unexpected character found: \"&\" in ParseFunction"},
-      {"(deffunction f (?x) 1", "Unexpected end of stream in ParseFunction"},
-      {"(defglobal ?a = 1)",
-       "Bad Variable Name, must start and end with an asterisk: a in ParseVariable"},
-      {"(defglobal ?*a* 1)", "Expected \"=\" in ParseVariable"},
-      {"(defglobal", "Missing name in ParseVariable"},
-      {"(defglobal ?*a* = )", "Expected value missing in ParseVariable"},
-      {"(deftype t (type INTEGER))", "Missing keyword.  Expected \"extends\" in ParseDefinedType"},
-      {"(defrule r => 1)", "Expected \")\" in ParseRule"},
-      {"(defrule r (declare (salience a)) =>)",
-       "Expected integer, variable, or function call for salience in ParseRule"},
-      {"(defrule r $?x <- (a) =>)", "Expected \"=>\" in ParseRule"},
-      {"(defrule r ?x (a) =>)", "Expected \"<-\" in ParseRulePatterns"},
-      {"(defrule r ?x <- (test (f)) =>)",
-       "\"not\" and \"test\" CEs cannot be bound to variables in ParseRulePatterns"},
-      {"(defrule r (not (a) (b)) =>)", "Expected \")\" in ParsePattern"},
-      {"(deftemplate t (slot x (range 1 0)))",
-       "The range from 1 to 0 is empty in ParseDefinedType"},
-      {"(deftype t extends (type NUMBER) (range 0.5 (+ 0 0)))",
-       "The range from 0.5000 to 0 is empty in ParseDefinedType"},
-      {"(deftemplate t (multislot x (cardinality 3 1)))",
-       "The cardinality from 3 to 1 is empty in ParseDefinedType"},
-      {"(defrule r (not a) =>)", "Expected \"( <atom>\" in ParsePattern"},
-      {"(defrule r (flat (x $?x)) =>)", "Slot \"x\" is not a multislot in ParsePattern"},
-      {"(defrule r (flat (x 1 2)) =>)", "Slot \"x\" is not a multislot in ParsePattern"},
-      {"(defrule r (a ~(f)) =>)", "Bad Slot Value: ( in ParsePattern"},
-      {"(defrule r (a b&) =>)", "Bad Slot Value: ) in ParsePattern"},
-  };
-  for (const auto& row : rows) EXPECT_EQ(Core(ParseFailure(row.text)), row.core) << row.text;
 }
 
 TEST_F(ParserTest, AFailureShowsBothEndsOfALongText) {
@@ -162,7 +81,7 @@ TEST_F(ParserTest, CollectedFailuresComeAtTheEnd) {
     std::string text = own;
     text.insert(place, ")");
     EXPECT_NE(ParseFailure("(deftemplate one) " + text + "(deftemplate two) (deftemplate three)"),
-              "no failure")
+              "")
         << text;
     for (const char* name : {"one", "two", "three"})
       EXPECT_TRUE(engine.FindFactTemplate(name)) << name << " beside " << text;

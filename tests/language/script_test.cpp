@@ -1,4 +1,5 @@
-// Runs the scripts below tests/language: rule-language text with what it is to print beside it.
+// Runs the scripts below tests/language: rule-language text with what it is to print beside it, as
+// tests/support/Script.h tells, but for
 //
 //   ; expect: TEXT            the next line that the script prints; lines are compared in order
 //                             (a warning prints as "warning: TEXT")
@@ -11,6 +12,8 @@
 // A script is loaded into an engine of its own, then the engine is reset and run. What has no
 // `expect` line must not happen: one line too many fails the test as one too few does.
 
+#include "tests/support/Script.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -20,9 +23,9 @@
 #include <filesystem>
 #include <fstream>
 #include <ostream>
+#include <sstream>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "reasoner/engine/Reasoner.h"
@@ -39,6 +42,7 @@ struct TWantedLine {
 
 struct TScript {
   std::string name;  // the path below tests/language
+  std::vector<TScriptPart> parts;
   std::vector<TWantedLine> output;
   TWantedLine error;
   TWantedLine place;
@@ -49,15 +53,6 @@ struct TScript {
 };
 
 std::string ScriptFolder() { return REASONER_SOURCE_DIR "/tests/language/"; }
-
-// The text behind `keyword`, when the line begins with it.
-bool TakeKeyword(std::string_view line, std::string_view keyword, std::string& rest) {
-  if (!line.starts_with(keyword)) return false;
-  line.remove_prefix(keyword.size());
-  if (line.starts_with(' ')) line.remove_prefix(1);
-  rest = line;
-  return true;
-}
 
 void SetOption(TScript& script, const std::string& option) {
   if (option == "strategy breadth") {
@@ -78,19 +73,19 @@ TScript ReadScript(const std::string& name) {
   script.name = name;
   std::ifstream file(ScriptFolder() + name);
   if (!file) throw std::runtime_error("cannot be read: " + name);
+  std::stringstream text;
+  text << file.rdbuf();
+  script.parts = ScriptParts(text.str(), {"values", "error", "fires"});
   std::string line;
   std::string rest;
-  for (int number = 1; std::getline(file, line); ++number) {
-    // An expectation may stand behind a call on its line.
-    const std::string_view comment =
-        std::string_view(line).substr(std::min(line.find("; "), line.size()));
-    if (TakeKeyword(comment, "; expect:", rest)) {
+  for (int number = 1; std::getline(text, line); ++number) {
+    if (TakeKeyword(line, "expect", rest)) {
       script.output.push_back({number, rest});
-    } else if (TakeKeyword(comment, "; expect error:", rest)) {
+    } else if (TakeKeyword(line, "expect error", rest)) {
       script.error = {number, rest};
-    } else if (TakeKeyword(comment, "; expect place:", rest)) {
+    } else if (TakeKeyword(line, "expect place", rest)) {
       script.place = {number, rest};
-    } else if (TakeKeyword(comment, "; option:", rest)) {
+    } else if (TakeKeyword(line, "option", rest)) {
       SetOption(script, rest);
     }
   }
@@ -105,29 +100,6 @@ std::vector<std::string> ScriptNames() {
   }
   std::sort(names.begin(), names.end());
   return names;
-}
-
-std::vector<std::string> SplitLines(const std::string& text) {
-  std::vector<std::string> lines;
-  for (std::size_t begin = 0; begin < text.size();) {
-    const std::size_t end = std::min(text.find('\n', begin), text.size());
-    lines.push_back(text.substr(begin, end - begin));
-    begin = end + 1;
-  }
-  return lines;
-}
-
-// The text with its line ends written as "\n".
-std::string OneLine(const std::string& text) {
-  std::string line;
-  for (const char character : text) {
-    if (character == '\n') {
-      line += "\\n";
-    } else {
-      line += character;
-    }
-  }
-  return line;
 }
 
 std::string TestName(const ::testing::TestParamInfo<std::string>& info) {
@@ -152,7 +124,12 @@ class ScriptTest : public ::testing::TestWithParam<std::string> {
     engine.SetTypeChecks(script.checks);
     engine.SetTextbookSemantics(script.textbook);
     try {
-      engine.LoadFromFile(ScriptFolder() + script.name);
+      if (script.parts.size() == 1) {
+        engine.LoadFromFile(ScriptFolder() + script.name);
+      } else {
+        for (const TScriptPart& part : script.parts)
+          DoPart(engine, part, output_, "tests/language/" + script.name);
+      }
       engine.Reset();
       EXPECT_TRUE(engine.Run(script.limit) < 10000) << script.name << " does not come to an end";
     } catch (const EAbort&) {
@@ -178,7 +155,8 @@ class ScriptTest : public ::testing::TestWithParam<std::string> {
 
 TEST_P(ScriptTest, PrintsWhatItSays) {
   const TScript script = ReadScript(GetParam());
-  ASSERT_TRUE(!script.output.empty() || script.error.line > 0) << "the script expects nothing";
+  ASSERT_TRUE(!script.output.empty() || script.error.line > 0 || script.parts.size() > 1)
+      << "the script expects nothing";
   Run(script);
 
   const std::vector<std::string> lines = SplitLines(output_);

@@ -1,9 +1,3 @@
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <memory>
-#include <string>
-
 #include "reasoner/engine/HostObjects.h"
 #include "tests/support/EngineFixture.h"
 
@@ -72,57 +66,38 @@ class ObjectFunctionsTest : public EngineTest {
 };
 
 TEST_F(ObjectFunctionsTest, PropertiesOfEveryKind) {
-  Load(
-      "(bind ?d (create-object (get-class \"DRILL\"))) (bind ?m (create-object (get-class "
-      "machine)))");
-  ExpectShown({
-      {"(create$ ?d)", "<Object: Drill> "},
-      {"(get-properties ?d)", "label power on level partner shelf serial uses speed "},
-      {"(get-property ?d Power)", "1.5000"},
-      {"(set-property ?d level 255)", "TRUE"},
-      {"(get-property ?d level)", "255"},
-      {"(set-property ?d LABEL 7)", "TRUE"},
-      {"(get-property ?d label)", "\"7\""},
-      {"(set-property ?d speed FAST)", "TRUE"},
-      {"(get-property ?d speed)", "1"},
-      {"(set-property ?d speed 0)", "TRUE"},
-      {"(get-property ?d speed)", "0"},
-      {"(get-property ?d partner)", ""},
-      {"(set-property ?d partner ?m)", "TRUE"},
-      {"(eq (get-property ?d partner) ?m)", "TRUE"},
-      {"(set-property ?d partner nil)", "TRUE"},
-      {"(set-property ?d uses 4)", "FALSE"},
-      {"(eq (get-property ?d nothing) nil)", "TRUE"},
-      {"(execute-action ?d)", "FALSE"},
-      {"(execute-action ?d)", "TRUE"},
-      {"(get-property ?d uses)", "2"},
-      {"(is-class ?d (get-class Machine))", "TRUE"},
-  });
-  ExpectError("(set-property ?d level 256)",
-              "Invalid argument for set-property function call: 256");
-  ExpectError("(set-property ?d speed 2)", "Invalid argument for set-property function call: 2");
-  ExpectError("(set-property ?d speed medium)", "function call: medium");
-  ExpectError("(set-property ?d on maybe)", "Value and type mismatch");
-  ExpectError("(set-property ?d partner (create-object (get-class TComponent)))",
-              "Invalid argument for set-property");
-  ExpectError("(get-property ?d serial)", "Integer overflow in get-property");
-  ExpectError("(get-class Hammer)", "Unknown class name: Hammer");
-  ExpectError("(create-object (get-class TObject))", "Unknown class name: TObject");
+  Check(R"(
+    (bind ?d (create-object (get-class "DRILL"))) (bind ?m (create-object (get-class machine)))
+    (create$ ?d)  ; expect: <Object: Drill>
+    (get-properties ?d)  ; expect: label power on level partner shelf serial uses speed
+    (get-property ?d Power) (set-property ?d level 255)  ; values: 1.5000, TRUE
+    (get-property ?d level) (set-property ?d LABEL 7)  ; values: 255, TRUE
+    (get-property ?d label) (set-property ?d speed FAST)  ; values: "7", TRUE
+    (get-property ?d speed) (set-property ?d speed 0) (get-property ?d speed)  ; values: 1, TRUE, 0
+    (get-property ?d partner) (set-property ?d partner ?m)  ; values: TRUE
+    (eq (get-property ?d partner) ?m) (set-property ?d partner nil)  ; values: TRUE, TRUE
+    (set-property ?d uses 4) (eq (get-property ?d nothing) nil)  ; values: FALSE, TRUE
+    (execute-action ?d) (execute-action ?d) (get-property ?d uses)  ; values: FALSE, TRUE, 2
+    (is-class ?d (get-class Machine))  ; expect: TRUE
+    (set-property ?d level 256)  ; error: Invalid argument for $ function call: 256
+    (set-property ?d speed 2)  ; error: Invalid argument for $ function call: 2
+    (set-property ?d speed medium)  ; error: function call: medium
+    (set-property ?d on maybe)  ; error: Value and type mismatch
+    (set-property ?d partner (create-object (get-class TComponent)))  ; error: Invalid argument for $
+    (get-property ?d serial)  ; error: Integer overflow in $
+    (get-class Hammer)  ; error: Unknown class name: Hammer
+    (create-object (get-class TObject))  ; error: Unknown class name: TObject )");
 }
 
 TEST_F(ObjectFunctionsTest, FreedObjectsReadAsGone) {
   Load("(bind ?d (create-object (get-class Drill))) (bind ?e ?d)");
   Load("(deftemplate t (slot o)) (assert (t (o ?d)))");
   EXPECT_EQ(live, 1);
-  ExpectShown({
-      {"(free-object ?d ?e)", "TRUE"},
-      {"(free-object ?e nil)", "TRUE"},
-      {"(eq (get-property ?e power) nil)", "TRUE"},
-      {"(set-property ?e power 1)", "FALSE"},
-      {"(is-class ?e (get-class Drill))", "FALSE"},
-      {"(eq ?d ?e)", "TRUE"},
-      {"(get-property (create-object (get-class Drill)) power)", "1.5000"},
-  });
+  Check(R"(
+    (free-object ?d ?e) (free-object ?e nil)  ; values: TRUE, TRUE
+    (eq (get-property ?e power) nil) (set-property ?e power 1)  ; values: TRUE, FALSE
+    (is-class ?e (get-class Drill)) (eq ?d ?e)  ; values: FALSE, TRUE
+    (get-property (create-object (get-class Drill)) power)  ; expect: 1.5000 )");
   EXPECT_EQ(live, 1);
   engine.Retract(1);
   EXPECT_EQ(engine.GetFacts().GetCount(), 1);
@@ -216,13 +191,11 @@ TEST_F(ObjectFunctionsTest, Components) {
 }
 
 TEST_F(ObjectFunctionsTest, ComponentsThatAreMissing) {
-  ExpectShown({{"(eq (get-component) nil)", "TRUE"}});
-  ExpectError("(get-component x)", "Expected component argument to get-component function call");
-  ExpectError("(create-component (get-class TComponent) (create-object (get-class Drill)))",
-              "Expected component argument to create-component");
-  ExpectError(
-      "(create-component (get-class TComponent) nil (create-object (get-class TComponent)))",
-      "Invalid argument for create-component");
+  Check(R"(
+    (eq (get-component) nil)  ; expect: TRUE
+    (get-component x)  ; error: Expected component argument to get-component function call
+    (create-component (get-class TComponent) (create-object (get-class Drill)))  ; error: Expected component argument to create-component
+    (create-component (get-class TComponent) nil (create-object (get-class TComponent)))  ; error: Invalid argument for $ )");
 }
 
 }  // namespace

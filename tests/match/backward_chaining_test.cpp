@@ -2,7 +2,6 @@
 
 #include "reasoner/match/JoinNode.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 #include "tests/support/Integrity.h"
 
 namespace reasoner {
@@ -72,20 +71,6 @@ TEST_F(BackwardChainingTest, AGoalCarriesWhatIsKnown) {
        "(need-b 1)(need-c 1)"},
   };
   for (const auto& row : rows) EXPECT_EQ(GoalsAfter(row.text), row.goals) << row.text;
-}
-
-TEST_F(BackwardChainingTest, AGoalIsWorkedOffAndCompletesTheMatch) {
-  Load(
-      "(do-backward-chaining b)"
-      "(defrule wants (a ?x) (b ?x ?y) => (printout t ?x \" has \" ?y crlf))"
-      "(defrule gives (need-b ?x ?) => (printout t \"making \" ?x crlf) (assert (b ?x made)))"
-      "(assert (a 1))");
-  engine.Run();
-  EXPECT_EQ(TakeOutput(), "making 1\n1 has made\n");
-  // What is there is not made again.
-  Load("(assert (b 2 found) (a 2))");
-  engine.Run();
-  EXPECT_EQ(TakeOutput(), "2 has found\n");
 }
 
 TEST_F(BackwardChainingTest, ASharedJoinAsksForTheRulesThatAreLeft) {

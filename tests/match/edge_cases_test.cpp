@@ -5,7 +5,6 @@
 #include "reasoner/match/ReteNetwork.h"
 #include "reasoner/values/ValueVector.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 #include "tests/support/Integrity.h"
 
 namespace reasoner {
@@ -13,14 +12,6 @@ namespace {
 
 class MatchEdgeCasesTest : public EngineTest {
  protected:
-  // What the rules print for the text, in the order of firing.
-  std::string Fired(const std::string& text) {
-    engine.Clear();
-    Load(text);
-    engine.Run();
-    return TakeOutput();
-  }
-
   // The facts of each activation, sorted.
   std::string Matches() {
     std::vector<std::string> matches;
@@ -46,64 +37,6 @@ class MatchEdgeCasesTest : public EngineTest {
     std::string fired;
   };
 };
-
-TEST_F(MatchEdgeCasesTest, SeveralVariablesInOneField) {
-  const TRow rows[] = {
-      // One span, compared with the one before.
-      {"(defrule r (n $?y) (a $?x&~$?y) => (printout t ?x)) (assert (n 1 2) (a 1 2) (a 2 1))",
-       "(2 1 )"},
-      {"(defrule r (a x $?y y $?x&~$?y) => (printout t ?x)) (assert (a x 1 y 1) (a x 1 y 2))",
-       "(2 )"},
-      // A field in which a span stands among alternatives is a span.
-      {"(defrule r (o $?m&:(> (length$ ?m) 1)|:(= (length$ ?m) 0)) => (printout t ?m))"
-       "(assert (o 1) (o 1 2))",
-       "(1 2 )"},
-      {"(defrule r (n $?y) (a x $?m&:(eq ?m ?y)|:(= (length$ ?m) 0)) => (printout t ?m))"
-       "(assert (n 1 2) (a x 1) (a x 1 2))",
-       "(1 2 )"},
-      {"(defrule r (n $?y) (a x 8|9&$?m|$?y) => (printout t y)) (assert (n 1 2) (a x 1) (a x 1 2))",
-       "y"},
-      // A single one that stands in front of a bar is the field's own only where it is bound there.
-      {"(defrule r (a ?x) (b ?x|3) => (printout t b)) (assert (a 1) (b 1) (b 2) (b 3))", "bb"},
-      {"(defrule r (a ?x) (b ~?x|3) => (printout t b)) (assert (a 3) (b 1) (b 3))", "bb"},
-      {"(defrule r (a ?x) (b ~?x&~3|4&?y) => (printout t ?y)) (assert (a 1) (b 5) (b 3))", "5"},
-      // One that is bound among alternatives is compared wherever else it stands.
-      {"(defrule r (a b|?x ?x) => (printout t ?x)) (assert (a 1 2) (a 3 3) (a b b))", "b3"},
-      // A predicate among alternatives holds unless it is FALSE, as one that stands alone does.
-      {"(defrule r (a ?x&1|:(create$ ?x)) => (printout t ?x)) (assert (a 1) (a 2))", "21"},
-      // Equal joins are shared, joins that only begin alike are not.
-      {"(defrule one (a ?x ?y) (b ?x&?x) => (printout t one))"
-       "(defrule two (a ?x ?y) (b ?x&?y) => (printout t two)) (assert (a 1 2) (b 1))",
-       "one"},
-      {"(defrule one (a ?x ?y) (b ~?x&~?x) => (printout t one))"
-       "(defrule two (a ?x ?y) (b ~?x&~?y) => (printout t two)) (assert (a 1 2) (b 2))",
-       "one"},
-      {"(defrule two (a ?x ?y) (b ?x&?y) => (printout t two))"
-       "(defrule one (a ?x ?y) (b ?x&?x) => (printout t one)) (assert (a 1 2) (b 1))",
-       "one"},
-  };
-  for (const TRow& row : rows) EXPECT_EQ(Fired(row.text), row.fired) << row.text;
-}
-
-TEST_F(MatchEdgeCasesTest, NegatedPatternsOfManyFields) {
-  const TRow rows[] = {
-      {"(defrule r (go) (not (a ? ? ?x&:(> ?x 1))) => (printout t free)) (assert (go) (a 1 2 3))",
-       ""},
-      {"(defrule r (go) (not (a ?x ?x)) => (printout t free)) (assert (go) (a 1 2))", "free"},
-      {"(defrule r (go) (not (a ?x ?x)) => (printout t free)) (assert (go) (a 2 2))", ""},
-      {"(defrule r (go) (not (a ?x&b|c)) => (printout t free)) (assert (go) (a c))", ""},
-      {"(defrule r (go ?v) (not (a ?x&~?v|=(+ ?v 1))) => (printout t free)) (assert (go 3) (a 3))",
-       "free"},
-      {"(defrule r (go $? ?x $?) (not (a $? ?x $?)) => (printout t ?x))"
-       "(assert (go 1 2 3) (a 2 3))",
-       "1"},
-      // What a negated pattern bound is bound anew behind it.
-      {"(defrule r (go) (not (b ?x)) (not (a ?x|1)) => (printout t free)) (assert (go) (a 2))",
-       "free"},
-      {"(defrule r (not (a ?x)) (b ?x) => (printout t ?x)) (reset) (assert (b 3))", "3"},
-  };
-  for (const TRow& row : rows) EXPECT_EQ(Fired(row.text), row.fired) << row.text;
-}
 
 // What is retracted is looked up by its facts: a call that would answer otherwise by now holds
 // nothing back.
@@ -284,7 +217,7 @@ TEST_F(MatchEdgeCasesTest, WhatATestFailsAtCostsNoOtherMatch) {
         for (const std::string& step : steps) {
           order += step;
           const std::string failure = FailureOf([&] { Load(step); });
-          if (failure != "no failure") failures += failure;
+          if (failure != "") failures += failure;
         }
         ASSERT_EQ(matches(), row.fired) << order << (textbook ? ", textbook" : "");
         // A unique pattern that has its partner asks for no other.

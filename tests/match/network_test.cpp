@@ -4,7 +4,6 @@
 
 #include "reasoner/match/ReteNetwork.h"
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 #include "tests/support/Integrity.h"
 
 namespace reasoner {
@@ -160,34 +159,6 @@ TEST_F(NetworkTest, NegationWithACallFollowsWhoBlocks) {
   EXPECT_EQ(StoredTokens(), 0u);
 }
 
-TEST_F(NetworkTest, VariablesOfOnePatternAreComparedWhereverTheyStand) {
-  Load(
-      "(deftemplate p (slot x) (slot y) (multislot l))"
-      "(defrule same (p (x ?v) (y ?v)) => ) (defrule differ (p (x ?v) (y ~?v)) => )"
-      "(defrule early (p (x ~?v) (y ?v)) => ) (defrule twice (p (l ?v ?v)) => )"
-      "(assert (p (x 1) (y 1) (l a a)) (p (x 1) (y 2) (l a b)))");
-  EXPECT_EQ(Agenda(), (Entries{"differ f-2", "early f-2", "same f-1", "twice f-1"}));
-}
-
-TEST_F(NetworkTest, ADisjunctionBindsLessTightlyThanAConjunction) {
-  Load(
-      "(defrule either (c a|b&~c|d) => ) (defrule kept (c ?v&a|b) => (printout t ?v))"
-      "(assert (c a) (c b) (c c) (c d))");
-  EXPECT_EQ(Agenda(), (Entries{"either f-1", "either f-2", "either f-4", "kept f-1", "kept f-2"}));
-}
-
-TEST_F(NetworkTest, TestsAndGlobalsTakePart) {
-  Load(
-      "(defglobal ?*limit* = 2) (defrule t (a ?x) (test (> ?x ?*limit*)) (b ?y) => (printout t ?x "
-      "?y))"
-      "(defrule g (a ?*limit*) => ) (assert (a 1) (a 2) (a 3) (b z))");
-  EXPECT_EQ(Agenda(), (Entries{"g f-2", "t f-3, f-4"}));
-  engine.Run();
-  EXPECT_EQ(TakeOutput(), "3z");
-  RetractAll();
-  EXPECT_EQ(StoredTokens(), 0u);
-}
-
 TEST_F(NetworkTest, AUniquePatternMatchesOnceForANewLeftToken) {
   engine.SetTextbookSemantics(false);
   Load("(defrule u (a) (unique (b ?x)) => ) (assert (b 1) (b 2) (a))");
@@ -202,15 +173,6 @@ TEST_F(NetworkTest, AUniquePatternMatchesOnceForANewLeftToken) {
   for (int id = 1; id < 60; ++id) engine.Retract("(b " + std::to_string(id) + ")");
   Load("(assert (a))");
   EXPECT_EQ(Agenda(), (Entries{"u f-107, f-60"})) << "the first in the order of the facts";
-}
-
-TEST_F(NetworkTest, AFactBoundToAVariableIsComparedByItsId) {
-  Load(
-      "(defrule owns ?f <- (thing ?n) (owner ?f ?who) => (printout t ?who \" has \" ?n crlf))"
-      "(defrule give ?f <- (thing ?n) => (assert (owner ?f bob)))"
-      "(assert (thing cup) (thing pot) (owner 3 nobody))");
-  engine.Run();
-  EXPECT_EQ(TakeOutput(), "bob has pot\nbob has cup\n");
 }
 
 TEST_F(NetworkTest, AFailingTestTellsItsMatchAndLeavesTheEngineUsable) {

@@ -2,7 +2,6 @@
 // do not show.
 
 #include "tests/support/EngineFixture.h"
-#include "tests/support/Failure.h"
 #include "tests/support/Integrity.h"
 
 namespace reasoner {
@@ -96,12 +95,6 @@ TEST_F(TextbookTest, ARebuiltAgendaKeepsStrengths) {
     engine.SetStrategy(engine.GetStrategy() == ssDepthFirst ? ssBreadthFirst : ssDepthFirst);
     EXPECT_EQ(engine.GetActivation(0).GetStrength(), textbook ? 0.5F : 1.0F);
   }
-}
-
-TEST_F(TextbookTest, AnArgumentIsEvaluatedOnceWhereTheCallStands) {
-  Load("(deffunction all (?x $?rest) (create$ ?x $?rest)) (defglobal ?*n* = 0)");
-  ExpectShown({{"(all (bind ?*n* (+ ?*n* 1)) 5 6)", "1 5 6  "}, {"(+ ?*n* 0)", "1"}});
-  ExpectError("(all)", "Too few arguments for all");
 }
 
 }  // namespace

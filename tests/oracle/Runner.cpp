@@ -120,31 +120,24 @@ class TRunner {
 
   // The agenda as it should be, by what comes and goes.
 
-  // Higher saliences stand before lower ones. Among equals the newest comes first at the agenda's
-  // head or, breadth first, last at its end; in the midst of the agenda it comes before the one of
-  // its equals that bisection meets first.
-  std::size_t PlaceFor(std::int32_t salience) const {
-    std::size_t first = 0;
-    while (first < agenda_.size() && agenda_[first].salience > salience) ++first;
-    std::size_t behind = first;
-    while (behind < agenda_.size() && agenda_[behind].salience == salience) ++behind;
-    if (first == behind || (!is_breadth_ && first == 0)) return first;
-    if (is_breadth_ && behind == agenda_.size()) return behind;
-    std::size_t low = 0;
-    for (std::size_t high = agenda_.size() - 1;;) {
-      const std::size_t middle = (low + high) / 2;
-      if (middle >= first && middle < behind) return middle;
-      middle < first ? low = middle + 1 : high = middle - 1;
-    }
+  // Higher saliences stand before lower ones. Depth first the newest of the highest salience is the
+  // first of all, breadth first the newest of the lowest one the last.
+  bool Fits(std::size_t at, std::int32_t salience) const {
+    if (at > agenda_.size()) return false;
+    if (agenda_.empty()) return true;
+    if (!is_breadth_ && salience >= agenda_.front().salience) return at == 0;
+    if (is_breadth_ && salience <= agenda_.back().salience) return at == agenda_.size();
+    return (at == 0 || agenda_[at - 1].salience >= salience) &&
+           (at == agenda_.size() || agenda_[at].salience <= salience);
   }
 
   void Added(std::int32_t index, const TActivation& activation) {
-    ++outcome_.activations;
     const std::int32_t salience = activation.GetRule().GetSalience();
-    const std::size_t wanted = PlaceFor(salience);
-    if (static_cast<std::size_t>(index) != wanted)
+    if (!Fits(static_cast<std::size_t>(index), salience)) {
       agenda_fault_ = "an activation landed at " + std::to_string(index);
-    agenda_.insert(agenda_.begin() + static_cast<std::ptrdiff_t>(wanted),
+      return;
+    }
+    agenda_.insert(agenda_.begin() + index,
                    TWaiting{&activation, salience, false, is_rebuilding_, nullptr, {}});
     Touch(activation);
   }
@@ -258,9 +251,7 @@ class TRunner {
     for (const TKnownFact& fact : model_.GetFacts()) {
       if (!fact.IsAlive()) continue;
       ++alive;
-      outcome_.highest_id = std::max(outcome_.highest_id, fact.id);
       if (fact.serial < next_serial_ || fact.fact_template < 0) continue;
-      ++outcome_.facts;
       const Ref<IFact> shown = engine_.GetFacts().GetFactByID(fact.id);
       if (!shown) throw TDifference("no fact " + std::to_string(fact.id));
       const TTemplateText& described = TemplateAt(fact.fact_template);
@@ -271,7 +262,6 @@ class TRunner {
     }
     for (const TKnownFact& fact : model_.GetFacts())
       next_serial_ = std::max(next_serial_, fact.serial + 1);
-    outcome_.most_facts = std::max(outcome_.most_facts, static_cast<std::int32_t>(alive));
     if (static_cast<std::size_t>(engine_.GetFacts().GetCount()) != alive) {
       throw TDifference("there are " + std::to_string(engine_.GetFacts().GetCount()) +
                         " facts and not " + std::to_string(alive));

@@ -12,12 +12,7 @@ namespace reasoner::oracle {
 struct TOutcome {
   std::string difference;  // empty: none
   std::string script;      // what was done, as a rule-language file
-  // What it was worth.
   std::int64_t firings = 0;
-  std::int64_t activations = 0;
-  std::int64_t facts = 0;
-  std::int32_t most_facts = 0;
-  std::int32_t highest_id = 0;
   std::int64_t failures = 0;
   bool left_out = false;  // it came to what the reading does not model
 };

@@ -15,6 +15,10 @@
 #include "reasoner/engine/Reasoner.h"
 #include "reasoner/functions/HostFunction.h"
 #include "reasoner/support/Exception.h"
+#include "reasoner/values/Constants.h"
+#include "reasoner/vocabulary/KBExceptions.h"
+#include "tests/support/Failure.h"
+#include "tests/support/Script.h"
 
 namespace reasoner {
 
@@ -42,6 +46,13 @@ class EngineTest : public ::testing::Test {
   // Defines constructs and runs top-level calls; what they print is dropped.
   void Load(const std::string& text) {
     engine.Parse(text, true);
+    TakeOutput();
+  }
+
+  // Runs a script whose lines tell what they print or raise.
+  void Check(const std::string& script) {
+    for (const TScriptPart& part : ScriptParts(script, {"expect", "values", "error", "fires"}))
+      DoPart(engine, part, output, "script");
     TakeOutput();
   }
 

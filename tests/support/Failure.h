@@ -7,7 +7,7 @@
 
 namespace reasoner {
 
-// The message of the failure, or "no failure".
+// The message of the failure, or nothing when there is none.
 template <class TOperation>
 std::string FailureOf(TOperation operation) {
   try {
@@ -15,7 +15,7 @@ std::string FailureOf(TOperation operation) {
   } catch (const std::exception& failure) {
     return failure.what();
   }
-  return "no failure";
+  return "";
 }
 
 }  // namespace reasoner

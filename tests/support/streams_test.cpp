@@ -178,7 +178,7 @@ TEST_F(FileStreamTest, FailuresTellTheFileAndTheReason) {
     EXPECT_EQ(message(Path(""), mode), "Cannot open " + Path("") + ": Is a directory");
   }
   const std::string cut_short = Path("a") + '\0' + "b";
-  EXPECT_NE(message(cut_short, fmCreate), "no failure");
+  EXPECT_NE(message(cut_short, fmCreate), "");
   EXPECT_FALSE(std::filesystem::exists(Path("a")));
 
   TFileStream(Path("fixed"), fmCreate).Write("x");

@@ -1,9 +1,10 @@
-#include <gtest/gtest.h>
+// The functions that read and write: files, the terminal, dialogs.
 
+#include <deque>
 #include <filesystem>
-#include <memory>
-#include <string>
+#include <optional>
 
+#include "reasoner/engine/Dialogs.h"
 #include "reasoner/language/TokenStream.h"
 #include "tests/support/EngineFixture.h"
 #include "tests/support/TemporaryFolder.h"
@@ -27,37 +28,21 @@ class FileFunctionsTest : public EngineTest {
 };
 
 TEST_F(FileFunctionsTest, WhatIsWrittenReadsBackAsLinesAndTokens) {
-  ExpectShown({
-      {"(open \"f\" f w)", "f"},
-      {"(printout f one \" \" 2 crlf crlf \"a \\\"q\\\" b\" crlf)", ""},
-      {"(format f \"%5.2f%n\" 3.14159)", ""},
-      {"(close f)", "TRUE"},
-      {"(open \"f\" f)", "f"},
-      {"(read f)", "one"},
-      {"(readline f)", "\"\""},  // the empty line
-      {"(readline f)", "\"a \\\"q\\\" b\""},
-      {"(read f)", "3.1400"},
-      {"(readline f)", "EOF"},
-      {"(read f)", "EOF"},
-      {"(close f)", "TRUE"},
-  });
+  Check(R"(
+    (open "f" f w) (printout f one " " 2 crlf crlf "a \"q\" b" crlf)  ; values: f
+    (format f "%5.2f%n" 3.14159) (close f) (open "f" f) (read f)  ; values: TRUE, f, one
+    (readline f)  ; expect: ""
+    (readline f) (read f) (readline f) (read f)  ; values: "a \"q\" b", 3.1400, EOF, EOF
+    (close f)  ; expect: TRUE )");
   EXPECT_EQ(Content("f"), "one 2\n\na \"q\" b\n 3.14\n");
 }
 
 TEST_F(FileFunctionsTest, Modes) {
   folder_.Write("old", "12345\n67890\n");
-  ExpectShown({
-      {"(open \"old\" a a)", "a"},
-      {"(printout a end)", ""},
-      {"(open \"new\" b \"a\")", "b"},
-      {"(printout b begin)", ""},
-      {"(close a b)", "TRUE"},
-      {"(open \"old\" rw \"r+\")", "rw"},
-      {"(readline rw)", "\"12345\""},
-      {"(printout rw ab)", ""},
-      {"(readline rw)", "\"890\""},
-      {"(close rw)", "TRUE"},
-  });
+  Check(R"(
+    (open "old" a a) (printout a end) (open "new" b "a") (printout b begin)  ; values: a, b
+    (close a b) (open "old" rw "r+") (readline rw) (printout rw ab)  ; values: TRUE, rw, "12345"
+    (readline rw) (close rw)  ; values: "890", TRUE )");
   EXPECT_EQ(Content("old"), "12345\nab890\nend");
   EXPECT_EQ(Content("new"), "begin");
   ExpectError("(open \"missing\" f)", "Cannot open missing");
@@ -92,29 +77,19 @@ TEST_F(FileFunctionsTest, RemoveAndRename) {
   folder_.Write("b", "b");
   fs::create_directory("folder");
   fs::create_symlink("b", "link");
-  ExpectShown({
-      {"(rename \"a\" \"b\")", "FALSE"},
-      {"(rename \"a\" \"link\")", "FALSE"},
-      {"(rename \"missing\" \"c\")", "FALSE"},
-      {"(rename \"a\" \"no/such/folder\")", "FALSE"},
-      {"(rename \"a\" \"c\")", "TRUE"},
-      {"(remove \"folder\")", "FALSE"},
-      {"(remove \"link\")", "FALSE"},
-      {"(remove \"c\")", "TRUE"},
-  });
+  Check(R"(
+    (rename "a" "b") (rename "a" "link") (rename "missing" "c")  ; values: FALSE, FALSE, FALSE
+    (rename "a" "no/such/folder") (rename "a" "c") (remove "folder")  ; values: FALSE, TRUE, FALSE
+    (remove "link") (remove "c")  ; values: FALSE, TRUE )");
   EXPECT_EQ(Content("b"), "b");
   EXPECT_FALSE(fs::exists("c"));
 }
 
 TEST_F(FileFunctionsTest, SavingAndLoading) {
-  Load("(deftemplate p (slot x)) (assert (p (x 1)) (q 2) (p (x 3)) (r 4))");
-  ExpectShown({
-      {"(save-facts \"f\" q p none)", "TRUE"},
-      {"(save \"all\")", "TRUE"},
-      {"(clear)", "TRUE"},
-      {"(load \"all\")", "TRUE"},
-      {"(save-facts \"again\" q p)", "TRUE"},
-  });
+  Check(R"(
+    (deftemplate p (slot x)) (assert (p (x 1)) (q 2) (p (x 3)) (r 4))
+    (save-facts "f" q p none) (save "all") (clear) (load "all")  ; values: TRUE, TRUE, TRUE, TRUE, <Fact-4>, TRUE
+    (save-facts "again" q p)  ; expect: TRUE )");
   EXPECT_EQ(Content("f"), "(q 2 )\n(p (x 1))\n(p (x 3))\n");
   EXPECT_EQ(Content("again"), Content("f"));
   Load("(reset)");
@@ -127,16 +102,10 @@ TEST_F(FileFunctionsTest, SavingAndLoading) {
 }
 
 TEST_F(FileFunctionsTest, UnwrittenTextIsThereBeforeAFileIsRead) {
-  ExpectShown({
-      {"(open \"rules\" out w)", "out"},
-      {"(printout out \"(deffunction seven () 7)\" crlf)", ""},
-      {"(load \"rules\")", "TRUE"},
-      {"(seven)", "7"},
-      {"(rename \"rules\" \"laws\")", "TRUE"},
-      {"(printout out \"(deffunction eight () 8)\" crlf)", ""},
-      {"(batch \"laws\")", "TRUE"},
-      {"(eight)", "8"},
-  });
+  Check(R"-(
+    (open "rules" out w) (printout out "(deffunction seven () 7)" crlf)  ; values: out
+    (load "rules") (seven) (rename "rules" "laws")  ; values: TRUE, 7, TRUE
+    (printout out "(deffunction eight () 8)" crlf) (batch "laws") (eight)  ; values: TRUE, 8 )-");
 }
 
 class IOFunctionsTest : public EngineTest {};
@@ -152,11 +121,8 @@ TEST_F(IOFunctionsTest, PrintOutToANamedStream) {
   auto memory = std::make_unique<TKitStringStream>();
   TKitStringStream& stream = *memory;
   engine.GetIOStreams().Add("log", std::make_unique<TGTextStream>(std::move(memory)));
-  ExpectShown({
-      {"(printout log \"a\" crlf)", ""},
-      {"(printout nowhere b)", ""},
-      {"(format log \"%d\" 7)", ""},
-  });
+  Check(R"(
+    (printout log "a" crlf) (printout nowhere b) (format log "%d" 7)  ; values:  )");
   engine.GetIOStreams().Flush();
   EXPECT_EQ(stream.GetText(), "a\n7");
   EXPECT_EQ(output, "");
@@ -189,6 +155,90 @@ TEST_F(IOFunctionsTest, ReadingFromTheTerminal) {
     token = Make<TKBStreamToken>(dtString, Text("tok"));
   };
   ExpectShown({{"(read)", "\"tok\""}});
+}
+
+class DialogFunctionsTest : public EngineTest {
+ protected:
+  // The lines that the terminal gives from now on; behind them is the end of its input.
+  void Answers(std::deque<std::string> lines) {
+    lines_ = std::move(lines);
+    engine.OnReadLine = [this](TReasoner&, const std::string& in_id, std::string& text) {
+      EXPECT_EQ(in_id, "t");
+      if (lines_.empty()) return;
+      text = lines_.front();
+      lines_.pop_front();
+    };
+  }
+
+ private:
+  std::deque<std::string> lines_;
+};
+
+TEST_F(DialogFunctionsTest, OverTheTerminal) {
+  Answers({"Ada", ""});
+  ExpectShown({
+      {"(show-message \"hello\")", "TRUE"},
+      {"(input-box \"caption\" \"Name\" \"Bob\")", "\"Ada\""},
+      {"(input-query \"caption\" \"Name\" \"Bob\")", "\"Bob\""},
+      {"(input-box)", "\"\""},
+  });
+  EXPECT_EQ(TakeOutput(), "hello\nName [Bob]: Name [Bob]: : ");
+}
+
+TEST_F(DialogFunctionsTest, ChoosingOverTheTerminal) {
+  const struct {
+    const char* buttons;
+    std::deque<std::string> answers;
+    const char* result;
+  } kRows[] = {
+      {"[mbYes, mbNo, mbCancel]", {"yes"}, "mrYes"},
+      {"[mbYes, mbNo, mbCancel]", {" N "}, "mrNo"},
+      {"[mbYes,mbYesToAll]", {"y", "YESTOALL"}, "mrYesToAll"},  // two begin with y
+      {"[mbYes,mbNo,mbCancel]", {"x", "z", "yes"}, "mrCancel"},
+      {"[mbOK,mbHelp]", {}, "mrOk"},
+      {"[mnNoToAll]", {"notoall"}, "mrNoToAll"},
+      {"[mbNoToAll, mbAll]", {"n"}, "mrNoToAll"},
+  };
+  for (const auto& row : kRows) {
+    Answers(row.answers);
+    ExpectShown(
+        {{"(message-dlg \"Well?\" mtWarning \"" + std::string(row.buttons) + "\" 7)", row.result}});
+  }
+  TakeOutput();
+  Answers({"x"});
+  ExpectShown({{"(message-dlg \"Well?\" mtError)", "mrOk"}});
+  EXPECT_EQ(TakeOutput(), "Well? (OK): Well? (OK): ");
+  ExpectError("(message-dlg \"Well?\" mtOther)", "Unknown dialog type name: mtOther");
+  ExpectError("(message-dlg \"Well?\" mtError \"[mbMaybe]\")", "Invalid item for set: mbMaybe");
+}
+
+class Host final : public IDialogs {
+ public:
+  void ShowMessage(const std::string& text) override { log += "show " + text + ";"; }
+  std::optional<std::string> Ask(const std::string& caption, const std::string& prompt,
+                                 const std::string& initial) override {
+    log += "ask " + caption + "," + prompt + "," + initial + ";";
+    return std::nullopt;
+  }
+  TMsgDlgBtn Choose(const std::string& text, TMsgDlgType type, TMsgDlgButtons buttons,
+                    std::int32_t help_context) override {
+    log += "choose " + text + "," + std::to_string(type) + "," + std::to_string(buttons.Bits()) +
+           "," + std::to_string(help_context) + ";";
+    return mbHelp;
+  }
+  std::string log;
+};
+
+TEST_F(DialogFunctionsTest, AHostsOwn) {
+  Host host;
+  engine.SetDialogs(&host);
+  Check(R"(
+    (show-message m) (input-box c p d) (input-query c)  ; values: TRUE, "d", FALSE
+    (message-dlg m mtCustom "mbYes mbHelp" 3)  ; expect: mrHelp )");
+  EXPECT_EQ(host.log, "show m;ask c,p,d;ask c,,;choose m,4,1025,3;");
+  engine.SetDialogs(nullptr);
+  Show("(show-message m)");
+  EXPECT_EQ(TakeOutput(), "m\n");
 }
 
 }  // namespace
