@@ -246,7 +246,7 @@ std::vector<std::string> RandomTexts() {
 }
 
 TEST(UnicodeTest, HashHasTheValuesOfTheUtf16Form) {
-  struct Row {
+  struct HashRow {
     std::string text;
     std::uint32_t sampled, whole, third;
   };
@@ -254,7 +254,7 @@ TEST(UnicodeTest, HashHasTheValuesOfTheUtf16Form) {
   for (int index = 0; index < 10; ++index) faces += kFace;
   for (int index = 0; index < 16; ++index) long_zhe += "ж";
   for (int index = 0; index < 11; ++index) mixed += "a" + kFace;
-  const Row rows[] = {
+  const HashRow rows[] = {
       {"abc", 96354, 96354, 97},
       {"sixteen units...", 682706557, 1491297667, 3402867132},
       {"(person (name \"Ada\") (age 36))", 1067409085, 399826879, 1067409085},
@@ -263,7 +263,7 @@ TEST(UnicodeTest, HashHasTheValuesOfTheUtf16Form) {
       {long_zhe, 2626288384, 3102275072, 1826194496},
       {mixed, 2240915460, 3709182468, 990029761},
   };
-  for (const Row& row : rows) {
+  for (const HashRow& row : rows) {
     EXPECT_EQ(CalculateHash(row.text), row.sampled) << row.text;
     EXPECT_EQ(CalculateHash(row.text, 1), row.whole) << row.text;
     EXPECT_EQ(CalculateHash(row.text, -4), row.whole) << row.text;
@@ -320,10 +320,10 @@ TEST(UnicodeTest, HalvesOfAPairPartAndJoin) {
 }
 
 TEST(UnicodeTest, CleaningReplacesWhatIsNoText) {
-  struct Row {
+  struct CleanRow {
     std::string text, without_surrogates, with_surrogates;
   };
-  const Row rows[] = {
+  const CleanRow rows[] = {
       {"plain é " + kFace, "plain é " + kFace, "plain é " + kFace},
       {"a\xFF\x80z", "a" + kBad + kBad + "z", "a" + kBad + kBad + "z"},
       {"\xC0\x80", kBad + kBad, kBad + kBad},  // too long a form of NUL
@@ -333,7 +333,7 @@ TEST(UnicodeTest, CleaningReplacesWhatIsNoText) {
       {kLow + kHigh, kLow + kHigh, kBad + kBad},
       {kHigh + kLow, kHigh + kLow, kFace},
   };
-  for (const Row& row : rows) {
+  for (const CleanRow& row : rows) {
     EXPECT_EQ(CleanUtf8(row.text, false), row.without_surrogates);
     EXPECT_EQ(CleanUtf8(row.text, true), row.with_surrogates);
     EXPECT_EQ(IsCleanUtf8(row.text, false), row.text == row.without_surrogates);
