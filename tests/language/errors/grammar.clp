@@ -49,3 +49,5 @@
 (deftemplate t (slot x (range 1 0)))  ; error: The range from 1 to 0 is empty in ParseDefinedType at line
 (deftype t extends (type NUMBER) (range 0.5 (+ 0 0)))  ; error: The range from 0.5000 to 0 is empty in ParseDefinedType
 (deftemplate t (multislot x (cardinality 3 1)))  ; error: The cardinality from 3 to 1 is empty in ParseDefinedType
+(defrule r (person 1) =>)  ; error: Bad Slot Name: 1 in ParsePattern at line
+(defrule r (test (= ?x 1)) (flat (x ?x)) =>)  ; error: Unknown variable name: x

@@ -11,6 +11,9 @@
 (defrule r (a ?x) (b ?x|3) => (printout t b)) (assert (a 1) (b 1) (b 2) (b 3))  ; fires: bb
 (defrule r (a ?x) (b ~?x|3) => (printout t b)) (assert (a 3) (b 1) (b 3))  ; fires: bb
 (defrule r (a ?x) (b ~?x&~3|4&?y) => (printout t ?y)) (assert (a 1) (b 5) (b 3))  ; fires: 5
+; With an & behind it, it stands before the alternatives wherever it is bound.
+(defrule r (a ?x) (b ?x&1|2) => (printout t ?x)) (assert (a 1) (a 3) (b 1) (b 2) (b 3))  ; fires: 1
+(defrule r (a ?x ?x&1|2) => (printout t ?x)) (assert (a 1 1) (a 1 2) (a 3 3))  ; fires: 1
 ; One that is bound among alternatives is compared wherever else it stands.
 (defrule r (a b|?x ?x) => (printout t ?x)) (assert (a 1 2) (a 3 3) (a b b))  ; fires: b3
 ; A predicate among alternatives holds unless it is FALSE, as one that stands alone does.
@@ -32,6 +35,8 @@
 ; A join that takes one partner alone is not shared with one that takes all, nor the other way.
 (defrule all (a) (b ?) => (printout t all)) (defrule one (a) (unique (b ?)) => (printout t one)) (assert (a) (b 1) (b 2))  ; fires: alloneall
 (defrule one (a) (unique (b ?)) => (printout t one)) (defrule all (a) (b ?) => (printout t all)) (assert (a) (b 1) (b 2))  ; fires: allallone
+; Without a pattern before it, it takes one fact all the same.
+(defrule one (unique (b ?x)) => (printout t ?x)) (reset) (assert (b 1) (b 2))  ; fires: 1
 ; Variables of one pattern are compared wherever they stand.
 (deftemplate p (slot x) (slot y)) (defrule r (p (x ?v) (y ?v)) => (printout t ?v)) (assert (p (x 1) (y 1)) (p (x 1) (y 2)))  ; fires: 1
 (deftemplate p (slot x) (slot y)) (defrule r (p (x ?v) (y ~?v)) => (printout t ?v)) (assert (p (x 1) (y 1)) (p (x 3) (y 2)))  ; fires: 3
