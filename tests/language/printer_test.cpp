@@ -158,7 +158,8 @@ TEST_F(PrinterTest, Rules) {
           {"(defrule r (a ?x&:(> ?x 1) b ~c) (p (y ?x)) =>)",
            "(defrule r\n   (a ?x&:(> ?x 1) b ~c)\n   (p (y ?x) )\n   =>\n)"},
           {"(defrule r (c) ?f <- (unique (a ?x)) (not (not (b ?x))) (not (test (f ?x))) =>)",
-           "(defrule r\n   (c )\n   ?f <- (unique (a ?x))\n   (exists (b ?x))\n   (not (test (f ?x)))\n   "
+           "(defrule r\n   (c )\n   ?f <- (unique (a ?x))\n   (exists (b ?x))\n   (not (test (f "
+           "?x)))\n   "
            "=>\n)"},
           {"(defrule r ; one\n (a)\n ; two\n (not (b)) => ; three\n (f \"x\ny\" (g)))",
            "(defrule r\n   ; one\n   (a )\n   ; two\n   (not (b ))\n   =>\n   ; three\n   (f "
