@@ -4,6 +4,7 @@
 #include <iterator>
 #include <utility>
 
+#include "reasoner/facts/FactSlot.h"
 #include "reasoner/match/Rule.h"
 #include "reasoner/values/Constants.h"
 #include "reasoner/vocabulary/Messages.h"
@@ -354,6 +355,8 @@ std::unique_ptr<TKBPattern> TKBPattern::Normalized(const Ref<IFactTemplate>& fac
     slot.length = written.length;
     slot.tests = CloneTests(written.tests);
   }
+  const IReasoner* const engine = fact_template->GetReasoner();
+  const bool is_plain = engine == nullptr || engine->GetLink()->textbook_semantics;
   for (Slot& slot : normal->slots_) {
     const IFactSlot* const described = fact_template->FindSlot(slot.name);
     const bool is_list = !IsTest() && described != nullptr && described->IsMulti();
@@ -363,10 +366,8 @@ std::unique_ptr<TKBPattern> TKBPattern::Normalized(const Ref<IFactTemplate>& fac
     const TKBTypes types = described == nullptr ? TKBTypes{} : described->GetSlotType();
     for (const std::unique_ptr<TKBPatternMatchTest>& test : slot.tests) {
       if (!is_list) test->sub_index_ = NoSubIndex;
-      // As in facts, an integer is a float where a slot has floats alone.
-      Ref<IKBValue>& value = test->slot_value_;
-      if (value->GetDType() == dtInteger && types.Has(dtFloat) && !types.Has(dtInteger))
-        value = NewFloat(value->GetAsNumeric());
+      // As in facts, numbers are those that the slot holds.
+      FitNumbers(test->slot_value_, types, is_plain);
       // A test is negated by its sign.
       if (IsTest() && IsNegated())
         test->test_type_ = test->test_type_ == sttEquals ? sttNotEquals : sttEquals;
