@@ -544,6 +544,13 @@ void TReasoner::LeaveRule(TRule& rule) {
   const ComponentWatch watch(rule);
   if (was_listed) failures.Try([&] { ReportRule(OnRemoveRule, rule); });
   if (!watch.HasEnded()) failures.Try([&] { UncompileRule(rule); });
+  if (!rule.IsDestroying() || removals_reported_ == 0 || !agenda_) return;
+  // A handler of an activation's removal ends the rule: neither that activation nor those whose
+  // turn is still to come may know it any more.
+  for (std::int32_t i = 0; i < agenda_->GetCount(); ++i) {
+    TActivation& activation = agenda_->GetActivation(i);
+    if (activation.HasRule() && &activation.GetRule() == &rule) activation.ForgetRule();
+  }
 }
 
 void TReasoner::RemoveRule(TRule& rule) {

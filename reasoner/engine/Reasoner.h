@@ -751,8 +751,9 @@ class TReasoner : public TComponent,
   bool fact_duplication_ = false;
   bool running_ = false;
   bool changing_packages_ = false;
-  std::int32_t in_network_ = 0;  // a token or a rule's feed is inside
-  std::int32_t operations_ = 0;  // that have begun and not ended
+  std::int32_t in_network_ = 0;         // a token or a rule's feed is inside
+  std::int32_t removals_reported_ = 0;  // of activations, to handlers, one inside of the other
+  std::int32_t operations_ = 0;         // that have begun and not ended
   bool match_interrupted_ = false;
   TTypeChecks type_checks_{tcStatic};
   TFunctionPackages packages_ = kAllPackages;

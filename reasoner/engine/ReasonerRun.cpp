@@ -160,6 +160,11 @@ std::unique_ptr<TActivation> TReasoner::RemoveActivation(std::int32_t index) {
            (activation.HasRule() ? activation.GetRule().GetRuleName() : std::string()) + " : " +
            activation.GetToken()->GetToFactsString() + std::string(NewLineString);
   }
+  struct Reported {
+    explicit Reported(std::int32_t& reports) : count(reports) { ++count; }
+    ~Reported() { --count; }
+    std::int32_t& count;
+  } const reported(removals_reported_);
   try {
     OnRemoveActivation.CallWhile([&] { return activation.HasRule(); }, *this, index, activation);
     if (!line.empty()) PrintOut(line);

@@ -351,7 +351,7 @@ void TRules::PutValue(std::string_view name, TRule* const& rule) {
     return;
   }
   const std::string key(name);  // a handler may rename the rule
-  if (rule->GetEngine() == nullptr) Raise(SUnknownEngine);
+  if (rule->GetEngine() == nullptr || rule->IsDestroying()) Raise(SUnknownEngine);
   if (rule->GetEngine() != &engine_) {
     std::unique_ptr<TRule> own = engine_.ParseRule(rule->ToString());
     own->SetRuleName(key);

@@ -204,7 +204,9 @@ void TKBPattern::SetSlotTest(std::int32_t slot, std::int32_t test,
   CheckField(value->GetMultiSlotSubIndex());
   BeforeEdit();
   value->pattern_ = this;
-  slots_[Checked(slot)].tests[static_cast<std::size_t>(test)] = std::move(value);
+  std::unique_ptr<TKBPatternMatchTest>& place =
+      slots_[Checked(slot)].tests[static_cast<std::size_t>(test)];
+  Discard(std::exchange(place, std::move(value)));
   Change();
 }
 
@@ -216,7 +218,8 @@ void TKBPattern::SetSlotTests(std::int32_t slot, Tests tests) {
   }
   BeforeEdit();
   for (const std::unique_ptr<TKBPatternMatchTest>& test : tests) test->pattern_ = this;
-  changed.tests = std::move(tests);
+  changed.tests.swap(tests);
+  for (std::unique_ptr<TKBPatternMatchTest>& test : tests) Discard(std::move(test));
   changed.has_list = true;
   Change();
 }
@@ -254,6 +257,7 @@ void TKBPattern::RemoveTest(std::int32_t slot, std::int32_t test) {
   GetSlotTest(slot, test);
   BeforeEdit();
   Tests& tests = slots_[Checked(slot)].tests;
+  Discard(std::move(tests[static_cast<std::size_t>(test)]));
   tests.erase(tests.begin() + test);
   Change();
 }
@@ -334,6 +338,7 @@ void TKBPattern::NormalizeConnectives(Tests& tests) {
     }
     behind_bar = behind_bar || !test.joined_by_and_;
     test.conjunction_ = !behind_bar;
+    test.wildcard_ = test.wildcard_ && KBVariableTypes.Has(test.slot_value_->GetDType());
     // The variable of a `=(call)` without its comparison is one like any other.
     if (test.wildcard_ && test.slot_value_->TextView().starts_with(SEqStarPrefix) &&
         (i + 1 == tests.size() || test.ComputedBy(*tests[i + 1]) == nullptr)) {
@@ -366,7 +371,9 @@ std::unique_ptr<TKBPattern> TKBPattern::Normalized(const Ref<IFactTemplate>& fac
     const TKBTypes types = described == nullptr ? TKBTypes{} : described->GetSlotType();
     for (const std::unique_ptr<TKBPatternMatchTest>& test : slot.tests) {
       if (!is_list) test->sub_index_ = NoSubIndex;
-      // As in facts, numbers are those that the slot holds.
+      // As in facts, numbers are those that the slot holds; the word nil is read as no value.
+      if (test->slot_value_->GetDType() == dtAtom && test->slot_value_->TextView() == "nil")
+        test->slot_value_ = FCNil->Clone();
       FitNumbers(test->slot_value_, types, is_plain);
       // A test is negated by its sign.
       if (IsTest() && IsNegated())
@@ -389,11 +396,20 @@ std::vector<TKBPatternMatchTest*> TKBPattern::GetTests() const {
   return tests;
 }
 
-void TKBPattern::TakeBack(TKBPattern& copy, const std::vector<TKBPatternMatchTest*>& originals) {
-  Tests present;
+void TKBPattern::Discard(std::unique_ptr<TKBPatternMatchTest> test) {
+  if (owner_ != nullptr) owner_->Keep(std::move(test));
+}
+
+void TKBPattern::GiveTests(Tests& tests) {
   for (Slot& slot : slots_) {
-    std::move(slot.tests.begin(), slot.tests.end(), std::back_inserter(present));
+    std::move(slot.tests.begin(), slot.tests.end(), std::back_inserter(tests));
+    slot.tests.clear();
   }
+}
+
+void TKBPattern::TakeBack(TKBPattern& copy, const std::vector<TKBPatternMatchTest*>& originals,
+                          Tests& tests) {
+  Comment = copy.Comment;
   unique_ = copy.unique_;
   explicit_ = copy.explicit_;
   fact_template_ = copy.fact_template_;
@@ -405,9 +421,9 @@ void TKBPattern::TakeBack(TKBPattern& copy, const std::vector<TKBPatternMatchTes
   for (Slot& slot : slots_) {
     for (std::unique_ptr<TKBPatternMatchTest>& test : slot.tests) {
       const TKBPatternMatchTest* const original = originals[next++];
-      const auto found = std::find_if(present.begin(), present.end(),
+      const auto found = std::find_if(tests.begin(), tests.end(),
                                       [&](const auto& item) { return item.get() == original; });
-      if (found != present.end()) {
+      if (found != tests.end()) {
         (*found)->TakeOver(*test);
         test = std::move(*found);
       }
@@ -433,6 +449,9 @@ void TKBPattern::Assign(const TPersistent& source) {
   name_ = pattern->name_;
   fact_template_ = pattern->fact_template_;
   negated_count_ = pattern->negated_count_;
+  Tests old;
+  GiveTests(old);
+  for (std::unique_ptr<TKBPatternMatchTest>& test : old) Discard(std::move(test));
   slots_.clear();
   for (const Slot& slot : pattern->slots_) {
     Slot copy;

@@ -128,9 +128,13 @@ class TKBPattern final : public TPersistent {
   static void NormalizeConnectives(Tests& tests);
   // Every test, slot by slot.
   std::vector<TKBPatternMatchTest*> GetTests() const;
+  // Lets go of a test that an edit takes away.
+  void Discard(std::unique_ptr<TKBPatternMatchTest> test);
+  // Moves every test there.
+  void GiveTests(Tests& tests);
   // Takes over the content of a copy that was made earlier. The tests that this pattern had then
-  // stay the same objects where they are still here.
-  void TakeBack(TKBPattern& copy, const std::vector<TKBPatternMatchTest*>& originals);
+  // are taken from `tests`, so that they are the same objects.
+  void TakeBack(TKBPattern& copy, const std::vector<TKBPatternMatchTest*>& originals, Tests& tests);
 
   bool unique_ = false;
   bool explicit_ = false;

@@ -1,6 +1,7 @@
 #include "reasoner/match/Rule.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "reasoner/functions/FunctionCall.h"
 #include "reasoner/match/ReteNetwork.h"
@@ -32,6 +33,7 @@ IReasoner& TRule::RequireEngine() const {
 void TRule::SetRuleName(std::string_view name) {
   if (name == rule_name_) return;
   CheckConstructName(name);
+  BeforeEditInRow();
   const TKBName old = rule_name_;
   const bool held = IsHeld();
   rule_name_ = name;
@@ -60,7 +62,8 @@ void TRule::SetEngine(IReasoner* engine) {
   if (IReasoner* old = GetEngine()) {
     const ComponentWatch watch(*this);
     old->LeaveRule(*this);
-    if (watch.HasEnded() || GetEngine() != old) return;  // a handler was faster
+    // A handler has ended the rule, moved it, or put it back.
+    if (watch.HasEnded() || GetEngine() != old || old->HoldsRule(*this)) return;
     old->AsComponent().RemoveFreeNotification(*this);
   }
   engine_ = nullptr;
@@ -80,6 +83,7 @@ void TRule::SetEngine(IReasoner* engine) {
       throw;
     }
   }
+  before_.reset();  // what was before belongs to the other engine
   rule_id_ = engine->NewRuleId();
   engine->AsComponent().FreeNotification(*this);
   engine->EnterRule(*this);
@@ -109,10 +113,16 @@ void TRule::Change() {
 // Salience.
 
 void TRule::SetSalience(const Ref<IKBValue>& value) {
-  Given(value, "value");
+  const TKBType type = Given(value, "value").GetDType();
+  if (type == dtMultiVariable || type == dtList) Raise(SInvalidSalience, value->ToString());
+  BeforeEditInRow();
   const std::int32_t old = salience_;
-  const Ref<IKBValue> kept =
-      std::exchange(salience_value_, IsValueConstant(*value) ? value : value->Clone());
+  // What is no integer, but can be read as one, has no text as a salience.
+  const bool is_expression = type == dtVariable || type == dtFunCall;
+  const Ref<IKBValue> taken = type == dtInteger || is_expression
+                                  ? IsValueConstant(*value) ? value : value->Clone()
+                                  : NewInteger(value->GetAsInteger());
+  const Ref<IKBValue> kept = std::exchange(salience_value_, taken);
   const ComponentWatch watch(*this);  // what the salience runs may end the rule
   try {
     if (EvaluateSalience() == old) return;
@@ -199,6 +209,7 @@ void TRule::AddStart() {
 void TRule::RemovePattern(std::int32_t index) {
   GetPattern(index);
   BeforeEdit();
+  Keep(std::move(patterns_[static_cast<std::size_t>(index)]));
   patterns_.erase(patterns_.begin() + index);
   Change();
 }
@@ -206,6 +217,7 @@ void TRule::RemovePattern(std::int32_t index) {
 void TRule::ClearPatterns() {
   if (patterns_.empty()) return;
   BeforeEdit();
+  for (std::unique_ptr<TKBPattern>& pattern : patterns_) Keep(std::move(pattern));
   patterns_.clear();
   Change();
 }
@@ -220,6 +232,7 @@ void TRule::SetPatterns(const TRule& source) {
     copies.back()->owner_ = this;
   }
   BeforeEdit();
+  for (std::unique_ptr<TKBPattern>& pattern : patterns_) Keep(std::move(pattern));
   patterns_ = std::move(copies);
   Change();
 }
@@ -244,6 +257,26 @@ void TRule::BeforeEdit() {
   for (const std::unique_ptr<TKBPattern>& pattern : patterns_) {
     before_->items.push_back({pattern.get(), pattern->GetTests(), pattern->Clone(nullptr)});
   }
+  before_->name = rule_name_;
+  before_->comment = Comment;
+  before_->one_shot = OneShot;
+  before_->enabled = Enabled;
+  before_->salience = salience_;
+  before_->salience_value = salience_value_;
+  before_->actions = actions_;
+}
+
+void TRule::BeforeEditInRow() {
+  if (update_count_ > 0) BeforeEdit();
+}
+
+void TRule::Keep(std::unique_ptr<TKBPattern> pattern) {
+  if (before_) before_->removed_patterns.push_back(std::move(pattern));
+}
+
+void TRule::Keep(std::unique_ptr<TKBPatternMatchTest> test) {
+  test->pattern_ = nullptr;
+  if (before_) before_->removed_tests.push_back(std::move(test));
 }
 
 void TRule::Settle() {
@@ -269,17 +302,29 @@ void TRule::Settle() {
 void TRule::GoBack() {
   const std::unique_ptr<Snapshot> before = std::move(before_);
   std::vector<std::unique_ptr<TKBPattern>> present = std::exchange(patterns_, {});
+  std::move(before->removed_patterns.begin(), before->removed_patterns.end(),
+            std::back_inserter(present));
+  TKBPattern::Tests tests = std::move(before->removed_tests);
+  for (const std::unique_ptr<TKBPattern>& pattern : present) pattern->GiveTests(tests);
   for (Snapshot::Item& item : before->items) {
     const auto found = std::find_if(present.begin(), present.end(), [&item](const auto& pattern) {
       return pattern.get() == item.pattern;
     });
-    if (found == present.end()) {
-      patterns_.push_back(std::move(item.copy));
-      patterns_.back()->owner_ = this;
-    } else {
-      (*found)->TakeBack(*item.copy, item.tests);
-      patterns_.push_back(std::move(*found));
-    }
+    // A pattern that the rule did not let go is gone with its rule alone.
+    if (found == present.end()) continue;
+    (*found)->TakeBack(*item.copy, item.tests, tests);
+    patterns_.push_back(std::move(*found));
+  }
+  Comment = before->comment;
+  OneShot = before->one_shot;
+  Enabled = before->enabled;
+  salience_ = before->salience;
+  salience_value_ = before->salience_value;
+  actions_ = before->actions;
+  try {
+    SetRuleName(before->name);
+  } catch (const std::exception&) {
+    // The name has been taken by another rule.
   }
 }
 
@@ -295,18 +340,21 @@ void TRule::AddAction(const Ref<IFunCall>& action) {
       engine != nullptr && engine != GetEngine()) {
     Raise(SForeignObject, "Function call " + action->ToString());
   }
+  BeforeEditInRow();
   actions_.push_back(action);
   Change();
 }
 
 void TRule::RemoveAction(std::int32_t index) {
   const Ref<IFunCall> doomed = GetAction(index);
+  BeforeEditInRow();
   actions_.erase(actions_.begin() + index);
   Change();
 }
 
 void TRule::ClearActions() {
   if (actions_.empty()) return;
+  BeforeEditInRow();
   actions_.clear();
   Change();
 }
@@ -374,7 +422,10 @@ void TRule::Assign(const TPersistent& source) {
       !(rule->patterns_.empty() && rule->actions_.empty())) {
     Raise(SForeignObject, "Rule " + rule->rule_name_);
   }
+  const bool is_outermost = update_count_ == 0;
+  BeforeEdit();
   BeginUpdate();
+  const ComponentWatch watch(*this);  // the name and the salience may run handlers
   try {
     SetRuleName(rule->rule_name_);
     Enabled = rule->Enabled;
@@ -384,10 +435,12 @@ void TRule::Assign(const TPersistent& source) {
     actions_ = rule->actions_;
     SetSalience(rule->salience_value_);
   } catch (...) {
+    if (watch.HasEnded()) throw;
     --update_count_;
+    if (is_outermost && before_) GoBack();
     throw;
   }
-  EndUpdate();
+  if (!watch.HasEnded()) EndUpdate();
 }
 
 std::string TRule::ToString() const {

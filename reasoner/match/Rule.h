@@ -122,7 +122,7 @@ class TRule final : public TComponent {
  private:
   friend class TKBPattern;
 
-  // The left side before an edit.
+  // The rule before an edit, and what the edit has taken out of it: a host may hold that.
   struct Snapshot {
     struct Item {
       TKBPattern* pattern;
@@ -130,13 +130,27 @@ class TRule final : public TComponent {
       std::unique_ptr<TKBPattern> copy;
     };
     std::vector<Item> items;
+    std::vector<std::unique_ptr<TKBPattern>> removed_patterns;
+    TKBPattern::Tests removed_tests;
+    TKBName name;
+    std::string comment;
+    bool one_shot;
+    bool enabled;
+    std::int32_t salience;
+    Ref<IKBValue> salience_value;
+    std::vector<Ref<IFunCall>> actions;
   };
 
   IReasoner& RequireEngine() const;
   IReasoner* HomeOfContent() const;
   bool IsHeld() const;
-  // Keeps the left side for the case that the edit fails.
+  // Keeps the rule as it is for the case that the edit fails.
   void BeforeEdit();
+  // The same for what is part of a row of edits only.
+  void BeforeEditInRow();
+  // Takes what an edit has taken out of the rule.
+  void Keep(std::unique_ptr<TKBPattern> pattern);
+  void Keep(std::unique_ptr<TKBPatternMatchTest> test);
   // Makes the plan of the edited left side, or goes back to what it was before and raises.
   void Settle();
   void GoBack();

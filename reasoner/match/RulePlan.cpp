@@ -75,6 +75,9 @@ static Ref<IFactTemplate> TemplateFor(IReasoner& engine, const TKBPattern& writt
   return own;
 }
 
+// Values that a field of a pattern is read as.
+static constexpr TKBTypes kFieldTypes{dtAtom, dtString, dtInteger, dtFloat};
+
 // Raises for what has no text that could be read.
 static void CheckPattern(const TKBPattern& written, const TKBPattern& pattern) {
   const bool holds_fact = pattern.GetNegatedCount() == 0 && !pattern.IsTest();
@@ -96,11 +99,16 @@ static void CheckPattern(const TKBPattern& written, const TKBPattern& pattern) {
   for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
     const IFactSlot* const described =
         pattern.GetFactTemplate()->FindSlot(pattern.GetSlotName(slot));
-    if (described == nullptr || !described->IsMulti()) continue;
+    if (described == nullptr) continue;
     for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t) {
+      const TKBPatternMatchTest& test = pattern.GetSlotTest(slot, t);
       // A test of a whole list beside tests of its fields has no text.
-      if (pattern.GetSlotTest(slot, t).GetMultiSlotSubIndex() < 0)
+      if (described->IsMulti() && test.GetMultiSlotSubIndex() < 0)
         Raise(SListIndexError, NoSubIndex);
+      const TKBType type = test.GetSlotValue()->GetDType();
+      if (type == dtFunCall || KBVariableTypes.Has(type)) continue;
+      const bool has_text = described->IsFuzzy() ? type == dtFuzzy : kFieldTypes.Has(type);
+      if (!has_text) Raise(SBadSlotValue, test.GetSlotValue()->ToString());
     }
   }
 }
@@ -182,8 +190,10 @@ void RulePlan::NameVariables(IReasoner& engine, TKBPattern& pattern, Renames& re
       Text name = test.GetSlotValue()->GetAsVariable();
       auto known = std::find_if(variables_.begin(), variables_.end(),
                                 [&name](const Variable& item) { return item.name == name; });
-      if (test.IsWildcard() && (name.view().empty() || known != variables_.end())) {
-        const bool is_computed = name.view().starts_with(SEqStarPrefix);
+      // A name that is not generated may be used elsewhere.
+      const bool is_computed = name.view().starts_with(SEqStarPrefix);
+      const bool is_generated = is_computed || name.view().starts_with(SBlankPrefix);
+      if (test.IsWildcard() && (!is_generated || known != variables_.end())) {
         const Text fresh = NewVariableName(engine, is_computed          ? SEqStarPrefix
                                                    : kind == dtVariable ? SBlankPrefix
                                                                         : SBlankMulti);

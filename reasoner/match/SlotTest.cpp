@@ -157,7 +157,11 @@ void TKBPatternMatchTest::SetConjunction(bool conjunction) {
 
 void TKBPatternMatchTest::SetJoinedByAnd(bool joined) { Edit(joined_by_and_, joined); }
 
-void TKBPatternMatchTest::SetWildcard(bool wildcard) { Edit(wildcard_, wildcard); }
+void TKBPatternMatchTest::SetWildcard(bool wildcard) {
+  if (wildcard && !KBVariableTypes.Has(slot_value_->GetDType()))
+    Raise(SNoVariable, slot_value_->ToString());
+  Edit(wildcard_, wildcard);
+}
 
 void TKBPatternMatchTest::Assign(const TPersistent& source) {
   const auto* test = dynamic_cast<const TKBPatternMatchTest*>(&source);

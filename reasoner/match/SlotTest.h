@@ -100,7 +100,7 @@ class TKBPatternMatchTest final : public TKBSlotTest {
   void SetMultiSlotSubIndex(std::int32_t sub_index);
   void SetConjunction(bool conjunction);
   void SetJoinedByAnd(bool joined);
-  void SetWildcard(bool wildcard);
+  void SetWildcard(bool wildcard);  // raises for what is no variable
 
   void Assign(const TPersistent& source) override;
   std::unique_ptr<TKBSlotTest> Clone() const override { return CloneTest(); }
@@ -114,6 +114,7 @@ class TKBPatternMatchTest final : public TKBSlotTest {
 
  private:
   friend class TKBPattern;
+  friend class TRule;
 
   // Sets a member to another value, as an edit of the pattern.
   template <class T>

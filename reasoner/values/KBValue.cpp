@@ -1,5 +1,6 @@
 #include "reasoner/values/KBValue.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <limits>
@@ -512,6 +513,15 @@ bool TKBValue::EqualsInValue(const TKBValue& other) const {
     const std::optional<double> a = number_of(*this);
     const std::optional<double> b = number_of(other);
     return a && b && SameNumber(*a, *b);
+  }
+  if (type_ == dtList && other.type_ == dtList) {
+    const DepthGuard guard("value");
+    const IValueVector& a = *GetAsList();
+    const IValueVector& b = *other.GetAsList();
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](const Ref<IKBValue>& x, const Ref<IKBValue>& y) {
+                        return x == y || (x && y && x->EqualsInValue(*y));
+                      });
   }
   if (type_ != other.type_ && !(HoldsText(type_) && HoldsText(other.type_))) return false;
   return EqualsByType(other);

@@ -281,6 +281,8 @@ inline constexpr TMessage<"Expected the end of the text: %s"> SExpectedEnd;
 inline constexpr TMessage<"No %s was given"> SNothingGiven;
 inline constexpr TMessage<"%s belongs to another engine"> SForeignObject;
 inline constexpr TMessage<"%s belongs to another rule"> SForeignPattern;
+inline constexpr TMessage<"Expected a variable, received %s"> SNoVariable;
+inline constexpr TMessage<"A salience cannot be %s"> SInvalidSalience;
 inline constexpr TMessage<"A test element holds one function call and nothing else">
     SInvalidTestPattern;
 inline constexpr TMessage<"A fact in the fact list cannot be changed: %s"> SListedFact;

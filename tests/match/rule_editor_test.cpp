@@ -13,16 +13,18 @@ namespace {
 
 constexpr char kTemplates[] =
     "(deftemplate a (slot x) (slot y)) (deftemplate b (slot x) (slot y) (slot f (type FLOAT)))"
-    "(deftemplate m (slot k) (multislot l)) (deftemplate goal (slot x))";
+    "(deftemplate m (slot k) (multislot l)) (deftemplate goal (slot x))"
+    "(deftype heat extends (type FUZZY) (range 0 9) (values (term hot ((5 0) (8 1)))))"
+    "(deftemplate room (slot x) (slot air (type heat)))";
 
-constexpr const char* kPatterns[] = {"(a (x ?v) (y ?w))",          "(b (x ?v))",
-                                     "(b (x 1|2) (y ?w&~3))",      "(m (k ?v) (l ? $?r))",
-                                     "(m (l 1 ?p&2|3 ?))",         "(o ?v ?)",
-                                     "(not (a (x ?v) (y ?)))",     "(exists (b (x ?v)))",
-                                     "(test (> (+ ?v 1) 2))",      "(o $?s&:(> (length$ ?s) 1))",
-                                     "(not (test (= ?v 2)))",      "?g <- (b (y ~1&~2))",
-                                     "(unique (a (x ?v)))",        "(m (l))",
-                                     "(b (x =(+ ?v 1)|~=(+ 1 1)))"};
+constexpr const char* kPatterns[] = {"(a (x ?v) (y ?w))",           "(b (x ?v))",
+                                     "(b (x 1|2) (y ?w&~3))",       "(m (k ?v) (l ? $?r))",
+                                     "(m (l 1 ?p&2|3 ?))",          "(o ?v ?)",
+                                     "(not (a (x ?v) (y ?)))",      "(exists (b (x ?v)))",
+                                     "(test (> (+ ?v 1) 2))",       "(o $?s&:(> (length$ ?s) 1))",
+                                     "(not (test (= ?v 2)))",       "?g <- (b (y ~1&~2))",
+                                     "(unique (a (x ?v)))",         "(m (l))",
+                                     "(b (x =(+ ?v 1)|~=(+ 1 1)))", "(room (x ?v) (air hot))"};
 
 class RuleEditorTest : public ::testing::TestWithParam<std::uint32_t> {
  protected:
@@ -30,7 +32,9 @@ class RuleEditorTest : public ::testing::TestWithParam<std::uint32_t> {
 
   std::string RandomFact() {
     const auto n = [this] { return std::to_string(1 + Draw(3)); };
-    switch (Draw(4)) {
+    switch (Draw(5)) {
+      case 4:
+        return "(room (x " + n() + ") (air hot))";
       case 0:
         return "(a (x " + n() + ") (y " + n() + "))";
       case 1:
@@ -45,7 +49,7 @@ class RuleEditorTest : public ::testing::TestWithParam<std::uint32_t> {
 
   std::string RandomRule(const std::string& name) {
     std::string text = "(defrule " + name + " (a (x ?v) (y ?w))";
-    for (std::uint32_t i = Draw(4); i > 0; --i) text += std::string(" ") + kPatterns[Draw(15)];
+    for (std::uint32_t i = Draw(4); i > 0; --i) text += std::string(" ") + kPatterns[Draw(16)];
     return text + " => (printout t ?v))";
   }
 
@@ -55,6 +59,7 @@ class RuleEditorTest : public ::testing::TestWithParam<std::uint32_t> {
       case 0:
         return NewInteger(static_cast<std::int32_t>(1 + Draw(3)));
       case 1:
+        if (Draw(8) == 0) return Draw(2) == 0 ? NewAtom("nil") : NewList(NewVector());
         return Draw(2) == 0 ? NewAtom("red") : NewFloat(1);
       case 2:
       case 3:
@@ -90,6 +95,8 @@ class RuleEditorTest : public ::testing::TestWithParam<std::uint32_t> {
           return rule.AddPattern(other->GetPattern(other->GetPatternCount() - 1).Clone(&engine));
       }
     }
+    if (Draw(12) == 0) return rule.SetSalience(static_cast<std::int32_t>(Draw(3)));
+    if (Draw(12) == 0) return rule.AddAction(engine.ParseFunCall("(printout t ?w)"));
     const auto index = static_cast<std::int32_t>(Draw(count));
     TKBPattern& pattern = rule.GetPattern(index);
     const auto slot =
@@ -119,7 +126,9 @@ class RuleEditorTest : public ::testing::TestWithParam<std::uint32_t> {
     if (tests == 0) return;
     const auto place = static_cast<std::int32_t>(Draw(tests));
     TKBPatternMatchTest& test = pattern.GetSlotTest(slot, place);
-    switch (Draw(6)) {
+    switch (Draw(7)) {
+      case 6:
+        return test.SetWildcard(Draw(2) == 0);
       case 0:
         return pattern.RemoveTest(slot, place);
       case 1:
@@ -152,6 +161,20 @@ class RuleEditorTest : public ::testing::TestWithParam<std::uint32_t> {
     rule.EndUpdate();
   }
 
+  // What a host may hold of a rule.
+  static std::vector<const void*> Parts(const TRule& rule) {
+    std::vector<const void*> parts;
+    for (std::int32_t i = 0; i < rule.GetPatternCount(); ++i) {
+      const TKBPattern& pattern = rule.GetPattern(i);
+      parts.push_back(&pattern);
+      for (std::int32_t slot = 0; slot < pattern.GetSlotCount(); ++slot) {
+        for (std::int32_t t = 0; t < pattern.GetSlotTestCount(slot); ++t)
+          parts.push_back(&pattern.GetSlotTest(slot, t));
+      }
+    }
+    return parts;
+  }
+
   static std::string Activations(TReasoner& engine) {
     std::vector<std::string> lines;
     for (std::int32_t i = 0; i < engine.GetAgendaCount(); ++i)
@@ -179,6 +202,7 @@ class RuleEditorTest : public ::testing::TestWithParam<std::uint32_t> {
     TRule& rule = *live->GetRules().Find("r");
     for (int step = 0; step < 40; ++step) {
       const std::string before = rule.ToString();
+      const std::vector<const void*> parts = Parts(rule);
       std::string refused;
       try {
         EditRow(*live, rule);
@@ -199,6 +223,8 @@ class RuleEditorTest : public ::testing::TestWithParam<std::uint32_t> {
       ASSERT_EQ(failed, "") << when;
       ASSERT_EQ(Activations(*live), Activations(*read)) << when;
       if (!refused.empty()) {
+        ASSERT_EQ(Parts(rule), parts) << when;
+        ASSERT_EQ(text, before) << when;
         read->Parse("(undefrule r)" + before, true);
         ASSERT_EQ(Activations(*live), Activations(*read)) << "refused, but changed: " << when;
       }
