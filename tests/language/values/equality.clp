@@ -14,6 +14,8 @@
 (eq* (create$ 1) 1) ; expect: FALSE
 (eq* 1 (create$ 1)) ; expect: FALSE
 (eq* (create$ 1 a) (create$ 1 a)) ; expect: TRUE
+(eq* (create$ 1 "2") (create$ 1.0 2)) ; expect: TRUE
+(eq* (create$ 1 2) (create$ 1)) ; expect: FALSE
 (eq a a a)        ; expect: TRUE
 (neq a b c)       ; expect: TRUE
 (neq a b a)       ; expect: FALSE
