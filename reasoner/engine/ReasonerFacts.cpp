@@ -175,12 +175,17 @@ void TReasoner::DoWork(const TNetworkWork& work) {
 void TReasoner::RetractEntry(TFacts::Entry& listed) {
   const DepthGuard guard("retraction");
   const Ref<IFact> fact = listed.fact;
+  const TFactId id = fact->GetID();
+  // A handler may retract the fact itself and assert the same object again, as another fact.
+  const auto entry_of_fact = [&] {
+    return fact->GetID() == id ? facts_->FindEntry(*fact) : nullptr;
+  };
   // A retraction that has begun is carried through, and one that has waited has begun.
   const bool has_waited = listed.leaving;
   FirstFailure failures;
   if (OnRetraction.IsHeard()) failures.Try([&] { OnRetraction(*this, fact); });
   if (!has_waited) failures.Raise();
-  TFacts::Entry* leaving = facts_->FindEntry(*fact);
+  TFacts::Entry* leaving = entry_of_fact();
   if (leaving == nullptr) return failures.Raise();  // the handler was faster
   facts_->MarkLeaving(*leaving);
   leaving->out = true;
@@ -188,7 +193,7 @@ void TReasoner::RetractEntry(TFacts::Entry& listed) {
   if (Watches(cwFact)) {
     failures.Try([&] { PrintOut(" <== " + fact->ToIDString() + std::string(NewLineString)); });
   }
-  if (TFacts::Entry* entry = facts_->FindEntry(*fact)) facts_->DeleteDirect(*entry);
+  if (TFacts::Entry* entry = entry_of_fact()) facts_->DeleteDirect(*entry);
   failures.Try([&] {
     // What waits behind one that has waited is its caller's.
     if (in_network_ == 0 && !work_.empty() && !has_waited) DrainWork();
