@@ -7,6 +7,7 @@
 
 #include "reasoner/match/ReteNetwork.h"
 #include "tests/support/EngineFixture.h"
+#include "tests/support/Integrity.h"
 
 namespace reasoner {
 namespace {
@@ -146,6 +147,35 @@ TEST_F(HostileHandlersTest, SwitchingTheNetworkOffTakesARuleThatGoesMeanwhile) {
   engine.GetReteNetwork().SetEnabled(false);
   EXPECT_EQ(engine.GetAgendaCount(), 0);
   EXPECT_EQ(engine.GetRules().GetCount(), 0);
+}
+
+// The retraction goes on behind the handler, and is not to take the new fact for the old one.
+TEST_F(HostileHandlersTest, AFactComesBackInsideOfItsOwnRetraction) {
+  for (const bool is_watched : {false, true}) {
+    engine.Clear();
+    Load("(deftemplate a (slot x)) (defrule r (a (x ?v)) (not (b)) => )");
+    const Ref<IFact> fact = engine.ParseFact("(a (x 1))");
+    engine.Assert(fact);
+    const auto come_back = [&] {
+      engine.OnPrintOut = nullptr;
+      engine.OnRetraction = nullptr;
+      engine.BeginFactModify(fact);
+      fact->SetValue("x", NewInteger(2));
+      engine.EndFactModify(fact);
+    };
+    if (is_watched) {
+      engine.Watch = {cwFact};
+      engine.OnPrintOut = [&](auto&&...) { come_back(); };
+    } else {
+      engine.OnRetraction = [&](auto&&...) { come_back(); };
+    }
+    engine.RetractFact(fact);
+    EXPECT_TRUE(engine.GetFacts().Lists(*fact)) << is_watched;
+    EXPECT_EQ(engine.GetAgendaCount(), 1) << is_watched;
+    CheckIntegrity(engine, is_watched ? "watched" : "heard");
+    engine.RetractFact(fact);
+    EXPECT_EQ(engine.GetAgendaCount(), 0) << is_watched;
+  }
 }
 
 TEST_F(HostileHandlersTest, ARuleMayGoWhileAFeedOfItFails) {
