@@ -149,6 +149,31 @@ TEST_F(HostileHandlersTest, SwitchingTheNetworkOffTakesARuleThatGoesMeanwhile) {
   EXPECT_EQ(engine.GetRules().GetCount(), 0);
 }
 
+TEST_F(HostileHandlersTest, ARuleThatIsPutBackWhileItMovesOutStays) {
+  const std::unique_ptr<TRule> rule = engine.ParseRule("(defrule r (a (x ?v)) => )");
+  engine.GetRules().Add(*rule);
+  engine.OnRemoveRule = [&](TReasoner& sender, TRule&) {
+    sender.OnRemoveRule = nullptr;
+    sender.GetRules().Put("again", rule.get());
+  };
+  rule->SetEngine(nullptr);
+  EXPECT_EQ(rule->GetEngine(), &engine);
+  EXPECT_EQ(engine.GetRules().Find("again"), rule.get());
+}
+
+TEST_F(HostileHandlersTest, ARuleMayEndWhileItsActivationsGoToBeMadeAnew) {
+  Load("(defrule r (a (x ?v)) => )");
+  AssertMany(3);
+  engine.Watch = {cwActivation};
+  engine.OnRemoveActivation = [](TReasoner& sender, std::int32_t, TActivation& activation) {
+    sender.OnRemoveActivation = nullptr;
+    delete &activation.GetRule();
+  };
+  engine.GetRules().Find("r")->Change();
+  EXPECT_EQ(engine.GetAgendaCount(), 0);
+  EXPECT_EQ(engine.GetRules().GetCount(), 0);
+}
+
 // The retraction goes on behind the handler, and is not to take the new fact for the old one.
 TEST_F(HostileHandlersTest, AFactComesBackInsideOfItsOwnRetraction) {
   for (const bool is_watched : {false, true}) {
