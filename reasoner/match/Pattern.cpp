@@ -23,7 +23,6 @@ TKBPattern::TKBPattern(TRule* owner, const TKBPattern& source, std::string_view 
   for (const Slot& slot : source.slots_) {
     Slot& own = SlotFor(slot.name);
     own.length = slot.length;
-    own.has_list = slot.has_list;
     for (const std::unique_ptr<TKBPatternMatchTest>& test : slot.tests) {
       Ref<IKBValue> value = test->GetSlotValue()->Clone();
       const TKBType type = value->GetDType();
@@ -220,7 +219,6 @@ void TKBPattern::SetSlotTests(std::int32_t slot, Tests tests) {
   for (const std::unique_ptr<TKBPatternMatchTest>& test : tests) test->pattern_ = this;
   changed.tests.swap(tests);
   for (std::unique_ptr<TKBPatternMatchTest>& test : tests) Discard(std::move(test));
-  changed.has_list = true;
   Change();
 }
 
@@ -247,7 +245,6 @@ void TKBPattern::AddTest(std::string_view slot_name, std::unique_ptr<TKBPatternM
   CheckField(test->GetMultiSlotSubIndex());
   BeforeEdit();
   Slot& slot = SlotFor(slot_name);
-  slot.has_list = true;
   test->pattern_ = this;
   slot.tests.push_back(std::move(test));
   Change();
@@ -356,7 +353,6 @@ std::unique_ptr<TKBPattern> TKBPattern::Normalized(const Ref<IFactTemplate>& fac
   for (const Slot& written : slots_) {
     if (written.tests.empty() && written.length < 0) continue;
     Slot& slot = normal->SlotFor(written.name);
-    slot.has_list = written.has_list;
     slot.length = written.length;
     slot.tests = CloneTests(written.tests);
   }
@@ -456,7 +452,6 @@ void TKBPattern::Assign(const TPersistent& source) {
   for (const Slot& slot : pattern->slots_) {
     Slot copy;
     copy.name = slot.name;
-    copy.has_list = slot.has_list;
     copy.length = slot.length;
     copy.tests = CloneTests(slot.tests);
     for (const std::unique_ptr<TKBPatternMatchTest>& test : copy.tests) test->pattern_ = this;

@@ -71,7 +71,6 @@ class TKBPattern final : public TPersistent {
   // have tests may be followed by others; fields without a test hold anything.
   std::int32_t GetSlotLength(std::int32_t slot) const { return slots_[Checked(slot)].length; }
   void SetSlotLength(std::int32_t slot, std::int32_t length);
-  bool HasTestList(std::int32_t slot) const { return slots_[Checked(slot)].has_list; }
   std::int32_t GetSlotTestCount(std::int32_t slot) const {
     return static_cast<std::int32_t>(slots_[Checked(slot)].tests.size());
   }
@@ -112,7 +111,6 @@ class TKBPattern final : public TPersistent {
   struct Slot {
     Text name;
     Tests tests;
-    bool has_list = false;  // tests were given once, perhaps none
     std::int32_t length = -1;
   };
 

@@ -204,7 +204,7 @@ void RulePlan::NameVariables(IReasoner& engine, TKBPattern& pattern, Renames& re
         known = variables_.end();
       }
       if (known == variables_.end()) {
-        variables_.push_back(Variable{name, kind, test.IsWildcard()});
+        variables_.push_back(Variable{name, kind});
         known = variables_.end() - 1;
       }
       if (known->kind == dtMultiVariable && test.GetMultiSlotSubIndex() == NoSubIndex)

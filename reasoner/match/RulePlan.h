@@ -61,7 +61,6 @@ class RulePlan {
   struct Variable {
     Text name;
     TKBType kind;
-    bool is_wildcard;
   };
   using Renames = std::vector<std::pair<Text, Text>>;
 
