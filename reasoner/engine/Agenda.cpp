@@ -72,7 +72,8 @@ std::string TActivationAgenda::ToString() const {
 
 std::int32_t TKBAgenda::FindInsertion(const TActivation& activation) const {
   if (IsEmpty() || engine_ == nullptr) return -1;
-  return engine_->SearchSalience(activation.GetRule().GetSalience());
+  return engine_->SearchSalience(activation.HasRule() ? activation.GetRule().GetSalience()
+                                                      : activation.GetEntrySalience());
 }
 
 void TKBAgenda::Clear() {

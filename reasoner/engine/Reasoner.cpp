@@ -544,7 +544,8 @@ void TReasoner::LeaveRule(TRule& rule) {
   const ComponentWatch watch(rule);
   if (was_listed) failures.Try([&] { ReportRule(OnRemoveRule, rule); });
   if (!watch.HasEnded()) failures.Try([&] { UncompileRule(rule); });
-  if (watch.HasEnded() || !rule.IsDestroying() || removals_reported_ == 0 || !agenda_) return;
+  if (watch.HasEnded() || !rule.IsDestroying() || !agenda_) return;
+  if (in_network_ == 0 && removals_reported_ == 0) return;
   // A handler of an activation's removal ends the rule: neither that activation nor those whose
   // turn is still to come may know it any more.
   for (std::int32_t i = 0; i < agenda_->GetCount(); ++i) {

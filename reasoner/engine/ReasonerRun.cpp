@@ -33,7 +33,9 @@ std::int32_t TReasoner::SearchSalience(std::int32_t salience) const {
   const bool by_entry = GetTextbookSemantics();
   const auto salience_at = [this, by_entry](std::int32_t index) {
     const TActivation& activation = agenda_->GetActivation(index);
-    return by_entry ? activation.GetEntrySalience() : activation.GetRule().GetSalience();
+    // One whose rule has ended is on its way out.
+    return by_entry || !activation.HasRule() ? activation.GetEntrySalience()
+                                             : activation.GetRule().GetSalience();
   };
   const std::int32_t last = agenda_->GetCount() - 1;
   if (strategy_ == ssDepthFirst) {
