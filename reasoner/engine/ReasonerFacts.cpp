@@ -186,7 +186,7 @@ void TReasoner::RetractEntry(TFacts::Entry& listed) {
   if (OnRetraction.IsHeard()) failures.Try([&] { OnRetraction(*this, fact); });
   if (!has_waited) failures.Raise();
   TFacts::Entry* leaving = entry_of_fact();
-  if (leaving == nullptr) return failures.Raise();  // the handler was faster
+  if (leaving == nullptr) return failures.Raise();  // a handler has retracted it
   facts_->MarkLeaving(*leaving);
   leaving->out = true;
   failures.Try([&] { InNetwork([&] { network_->ProcessToken(Make<TKBToken>(taRemove, fact)); }); });

@@ -247,7 +247,7 @@ std::int32_t TRule::FactIndexOf(const TKBPattern& pattern) const {
   return FactIndexOf(index);
 }
 
-// Edits of the left side.
+// Edits: what goes back when one fails.
 
 bool TRule::IsHeld() const { return GetEngine() != nullptr && GetEngine()->HoldsRule(*this); }
 
@@ -310,7 +310,7 @@ void TRule::GoBack() {
     const auto found = std::find_if(present.begin(), present.end(), [&item](const auto& pattern) {
       return pattern.get() == item.pattern;
     });
-    // A pattern that the rule did not let go is gone with its rule alone.
+    // Every pattern of the snapshot is in the rule or among those that the edit has removed.
     if (found == present.end()) continue;
     (*found)->TakeBack(*item.copy, item.tests, tests);
     patterns_.push_back(std::move(*found));
